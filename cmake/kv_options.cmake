@@ -1,0 +1,32 @@
+# What every target of the project is compiled with.
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+# Programs, libraries and members lie in one folder, as they do for a user: a member is found beside what loads it.
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
+
+add_compile_options(-Wall -Wextra -Wpedantic)
+if(KV_WERROR)
+  add_compile_options(-Werror)
+endif()
+# The same bytes from every compiler: products and sums are rounded one by one, never fused.
+add_compile_options(-ffp-contract=off)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  # Unique symbols would keep a member in memory for ever: unloading must unload.
+  add_compile_options(-fno-gnu-unique)
+endif()
+
+set(KV_SANITIZE "" CACHE STRING "Sanitizers to build with, as for -fsanitize=")
+if(KV_SANITIZE)
+  add_compile_options(-fsanitize=${KV_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${KV_SANITIZE})
+endif()
+
+include_directories(${CMAKE_SOURCE_DIR})
