@@ -1,0 +1,94 @@
+#pragma once
+
+#include <algorithm>
+#include <cstring>
+#include <type_traits>
+
+#include "algorithms/copy/kernels/kernel_sets.h"
+#include "frame/interfaces/copy.h"
+#include "frame/member_name.h"
+#include "frame/row_band.h"
+#include "image/image.h"
+
+namespace kv_img {
+namespace copy {
+
+/// Rows by which the source is shifted against the destination: frames whose first rows belong to different
+/// fields lie half a line apart.
+inline int FieldParityShift(const VideoImageProperties& source, const VideoImageProperties& destination) {
+  if (source.fieldParity == destination.fieldParity) return 0;
+  return source.fieldParity != 0 ? 1 : -1;
+}
+
+/// Converts one row of an image pair. Specialised for every pair of formats:
+/// - constructed from the two pixel buffers;
+/// - `Convert(source row, destination row)` does the work of one row.
+template <class Kernels, class ImageIn, class ImageOut>
+class RowConverter;
+
+}  // namespace copy
+
+/// The frame that every "Copy" shares: checks, band of rows, field-parity shift.
+template <class Kernels, class ImageIn, class ImageOut>
+class Copy : public CopyAlgorithmInterface<ImageIn, ImageOut> {
+ public:
+  ImageOut& Apply(const ImageIn& source, ImageOut& destination, kv_std::SpinBarrier& barrier,
+                  std::uint32_t threadIndex) const override {
+    if (destination.GetWidth() != source.GetWidth() || destination.GetHeight() != source.GetHeight()) {
+      Refuse<Kernels>(1, L"Copy");
+    }
+    const std::int32_t threads = barrier.GetThreadCount();
+    if constexpr (std::is_same_v<ImageIn, ImageOut>) {
+      if (destination.GetPixelLayout() == source.GetPixelLayout()) {
+        CopySameLayout(source, destination, threads, threadIndex);
+        return destination;
+      }
+    }
+    const copy::RowConverter<Kernels, ImageIn, ImageOut> converter(source.GetPixelBuffer(),
+                                                                   destination.GetPixelBuffer());
+    ForEachRowPair(source, destination, threads, threadIndex,
+                   [&](int sourceRow, int destinationRow) { converter.Convert(sourceRow, destinationRow); });
+    return destination;
+  }
+
+ private:
+  /// The shifted source row is clamped to the thread's own band, not to the image: a thread reads only rows
+  /// of its band, so the row at the band's edge is repeated.
+  template <class RowWork>
+  static void ForEachRowPair(const ImageIn& source, ImageOut& destination, std::int32_t threads,
+                             std::uint32_t threadIndex, RowWork work) {
+    const auto& from = source.GetPixelBuffer();
+    const auto& to = destination.GetPixelBuffer();
+    const RowBand band = BandOf(0, static_cast<std::int32_t>(source.GetHeight()) - 1, threads, threadIndex);
+    const int shift = copy::FieldParityShift(from.properties, to.properties);
+    for (int row = band.first; row <= band.last; ++row)
+      work(std::clamp(row + shift, band.first, band.last), row);
+  }
+
+  static void CopySameLayout(const ImageIn& source, ImageOut& destination, std::int32_t threads,
+                             std::uint32_t threadIndex) {
+    const auto& from = source.GetPixelBuffer();
+    auto& to = destination.GetPixelBuffer();
+    if (from.properties == to.properties &&
+        (from.properties.propertyFlag == 0 || from.properties.propertyMode == 2) &&
+        from.storageFlag == to.storageFlag) {
+      // One block, shared out by threads. Bytes between the pieces of a total that the threads do not divide
+      // stay as they were.
+      const auto count = static_cast<std::uint64_t>(threads);
+      const auto index =
+          static_cast<std::uint64_t>(static_cast<std::int64_t>(static_cast<std::int32_t>(threadIndex)));
+      std::memcpy(to.data + index * to.totalBytes / count, from.data + index * from.totalBytes / count,
+                  to.totalBytes / count);
+      return;
+    }
+    const auto rowBytes = static_cast<std::size_t>(std::int64_t{to.bytesPerRow});
+    ForEachRowPair(source, destination, threads, threadIndex, [&](int sourceRow, int destinationRow) {
+      std::memcpy(to.rows[destinationRow], from.rows[sourceRow], rowBytes);
+    });
+  }
+};
+
+template <class ImageIn, class ImageOut>
+class CopyMMX final : public Copy<copy::MmxKernels, ImageIn, ImageOut> {};
+
+}  // namespace kv_img

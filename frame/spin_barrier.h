@@ -1,0 +1,53 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+#include "errors/exceptions.h"
+#include "frame/platform/platform.h"
+
+namespace kv_std {
+
+/// Where the threads of one multi-threaded call meet between phases, and the channel by which a stop reaches
+/// them.
+///
+/// The host makes one per call for the number of threads that will run it and destroys it when all have
+/// returned. Any thread may request a stop, also one that takes no part.
+class SpinBarrier {
+ public:
+  /// For max(threadCount, 1) threads.
+  explicit SpinBarrier(int threadCount);
+  SpinBarrier(const SpinBarrier&) = delete;
+  SpinBarrier& operator=(const SpinBarrier&) = delete;
+  ~SpinBarrier();
+
+  /// Threads that take part, at least 1.
+  int GetThreadCount() const;
+
+  /// Returns when all threads of the round have arrived. Throws SpinBarrierException in every thread that
+  /// waits or arrives once a stop has been requested. Waiting threads spin; they never block in the operating
+  /// system.
+  void Wait();
+
+  /// Ends the call: waiting and arriving threads throw code 12603.
+  void RequestStop();
+  /// Ends the call because of an error: waiting and arriving threads throw code 12607. The first request
+  /// counts.
+  void RequestErrorStop();
+
+ private:
+  static constexpr std::int32_t running = -1;
+
+  void RequestStop(std::int32_t state, std::uint32_t code);
+  void ThrowIfStopped() const;
+
+  kv_platform::CriticalSection lock_;
+  SpinBarrierException stopException_;
+  std::int32_t threadCount_;
+  std::int32_t arrived_ = 0;
+  std::atomic<std::int32_t> generation_ = 0;
+  std::atomic<std::int32_t> stopState_ = running;
+  [[maybe_unused]] std::int32_t reserved_ = 0;
+};
+
+}  // namespace kv_std

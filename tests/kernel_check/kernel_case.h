@@ -1,0 +1,70 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace kv_check {
+
+/// One stream of bytes that a kernel reads or writes. A call of g groups touches exactly
+/// [pointer - before, pointer + fixed + g * perGroup + behind).
+struct Stream {
+  std::size_t perGroup = 0;
+  /// Bytes that do not depend on the groups, such as a result.
+  std::size_t fixed = 0;
+  /// Bytes before the pointer and behind the groups that are touched too, such as the neighbours of a filter.
+  /// None are touched when there is no group.
+  std::size_t before = 0;
+  std::size_t behind = 0;
+};
+
+/// What one call works on. Constants of the record (weights, masks) are drawn from `seed`, alike for every
+/// set.
+struct Call {
+  std::int32_t groups;
+  std::uint64_t seed;
+  const std::uint8_t** inputs;
+  std::uint8_t** outputs;
+};
+
+/// A kernel of one set.
+struct Variant {
+  std::string set;
+  /// Builds the record, calls the kernel and stores the advanced pointers back into the call.
+  std::function<void(Call&)> run;
+};
+
+/// A kernel in all its sets, the first being the reference.
+struct KernelCase {
+  std::string name;
+  std::vector<Stream> inputs;
+  std::vector<Stream> outputs;
+  std::vector<Variant> variants;
+  /// Groups that the widest set takes in one step.
+  int widestStep = 8;
+};
+
+/// Every kernel of the family with its sets: what the check tool and the benchmark walk.
+const std::vector<KernelCase>& AllKernels();
+
+// The kernels of one folder, appended to the list.
+void AddCopyKernels(std::vector<KernelCase>& list);
+
+/// A variant of a kernel whose record is {groups, source, destination, …}.
+template <class Args, class Kernel>
+Variant SourceToDestination(std::string set, Kernel kernel) {
+  return {std::move(set), [kernel](Call& call) {
+            Args args{};
+            args.groups = call.groups;
+            args.source = call.inputs[0];
+            args.destination = call.outputs[0];
+            kernel(args);
+            call.inputs[0] = args.source;
+            call.outputs[0] = args.destination;
+          }};
+}
+
+}  // namespace kv_check

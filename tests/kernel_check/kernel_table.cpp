@@ -1,0 +1,14 @@
+#include "tests/kernel_check/kernel_case.h"
+
+namespace kv_check {
+
+const std::vector<KernelCase>& AllKernels() {
+  static const std::vector<KernelCase> kernels = [] {
+    std::vector<KernelCase> list;
+    AddCopyKernels(list);
+    return list;
+  }();
+  return kernels;
+}
+
+}  // namespace kv_check
