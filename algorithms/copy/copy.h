@@ -89,6 +89,9 @@ class Copy : public CopyAlgorithmInterface<ImageIn, ImageOut> {
 };
 
 template <class ImageIn, class ImageOut>
+class CopyC final : public Copy<copy::ScalarKernels, ImageIn, ImageOut> {};
+
+template <class ImageIn, class ImageOut>
 class CopyMMX final : public Copy<copy::MmxKernels, ImageIn, ImageOut> {};
 
 }  // namespace kv_img

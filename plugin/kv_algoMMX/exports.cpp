@@ -1,29 +1,25 @@
 #include "plugin/exports.h"
 
-#include "algorithms/copy/copy.h"
-#include "algorithms/copy/yuv422_to_yuv422.h"
+#include "algorithms/copy/all_copies.h"
 #include "frame/spin_barrier.h"
-#include "plugin/dispatch.h"
+#include "plugin/common_rows.h"
 
 namespace {
 
-using namespace kv_img;
-using kv_plugin::For;
-using kv_plugin::Row;
+struct Classes {
+  template <class In, class Out>
+  using Copy = kv_img::CopyMMX<In, Out>;
+};
+
+using Rows = kv_plugin::CommonRows<Classes>;
+
+// Names are compared in this order.
+constexpr kv_plugin::Algorithm table[] = {
+    {"Copy", 2, Rows::copy},
+};
 
 // Stands ready while the member is loaded.
 [[maybe_unused]] const kv_std::SpinBarrier idleBarrier(1);
-
-template <class In, class Out>
-constexpr Row copyRow = For<In, Out, CopyMMX<Image<In>, Image<Out>>>();
-
-constexpr Row copyRows[] = {
-    copyRow<PixelYUV422, PixelYUV422>,
-};
-
-constexpr kv_plugin::Algorithm table[] = {
-    {"Copy", 2, copyRows},
-};
 
 }  // namespace
 
@@ -31,6 +27,7 @@ kv_img::AlgorithmInterface* _LoadAlgorithm(const char* name, const int* pixelCla
   return kv_plugin::Dispatch(table, name, pixelClassIds, count);
 }
 
+// Bit 23: MMX.
 std::uint32_t getCPUFeature() {
   return 0x800000;
 }

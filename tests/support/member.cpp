@@ -35,7 +35,7 @@ std::wstring Member::Suffix() const {
 }
 
 const std::vector<Member>& Members() {
-  static const std::vector<Member> members = {Member("kv_algoMMX")};
+  static const std::vector<Member> members = {Member("kv_algoC"), Member("kv_algoMMX")};
   return members;
 }
 

@@ -1,0 +1,5 @@
+#pragma once
+
+// Every "Copy" that the members offer.
+#include "algorithms/copy/copy.h"
+#include "algorithms/copy/yuv422_to_yuv422.h"

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "image/image.h"
+#include "plugin/dispatch.h"
+
+namespace kv_plugin {
+
+/// The combinations that every member offers. `Classes` names the member's implementation classes.
+template <class Classes>
+struct CommonRows {
+  template <class PixelClass>
+  using Image = kv_img::Image<PixelClass>;
+  using YUV422 = kv_img::PixelYUV422;
+  using YUVA422 = kv_img::PixelYUVA422;
+  using YUV411P = kv_img::PixelYUV411P;
+  using DIB15 = kv_img::PixelDIB15;
+  using DIB16 = kv_img::PixelDIB16;
+  using DIB24 = kv_img::PixelDIB24;
+  using DIB32 = kv_img::PixelDIB32;
+  using NoColor = kv_img::PixelNoColor<unsigned char>;
+
+  template <class In, class Out>
+  static constexpr Row CopyRow() {
+    return For<In, Out, typename Classes::template Copy<Image<In>, Image<Out>>>();
+  }
+
+  static constexpr Row copy[] = {
+      CopyRow<YUV422, YUV422>(),
+  };
+};
+
+}  // namespace kv_plugin

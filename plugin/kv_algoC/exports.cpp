@@ -1,0 +1,37 @@
+#include "plugin/exports.h"
+
+#include "algorithms/copy/all_copies.h"
+#include "frame/spin_barrier.h"
+#include "plugin/common_rows.h"
+
+namespace {
+
+struct Classes {
+  template <class In, class Out>
+  using Copy = kv_img::CopyC<In, Out>;
+};
+
+using Rows = kv_plugin::CommonRows<Classes>;
+
+// Names are compared in this order.
+constexpr kv_plugin::Algorithm table[] = {
+    {"Copy", 2, Rows::copy},
+};
+
+// Stands ready while the member is loaded.
+[[maybe_unused]] const kv_std::SpinBarrier idleBarrier(1);
+
+}  // namespace
+
+kv_img::AlgorithmInterface* _LoadAlgorithm(const char* name, const int* pixelClassIds, int count) {
+  return kv_plugin::Dispatch(table, name, pixelClassIds, count);
+}
+
+// Bit 0: a floating-point unit, which every x86-64 processor has.
+std::uint32_t getCPUFeature() {
+  return 0x1;
+}
+
+std::uint32_t getLibraryPriority() {
+  return 1;
+}
