@@ -4,12 +4,16 @@
 namespace kv_img::copy::mmx {
 
 void SwapBytes(SwapBytesArgs& args) noexcept {
+  const std::uint8_t* from = args.source;
+  std::uint8_t* to = args.destination;
   for (std::int32_t group = 0; group < args.groups; ++group) {
-    const __m64 words = Load64(args.source);
-    Store64(args.destination, _mm_or_si64(_mm_slli_pi16(words, 8), _mm_srli_pi16(words, 8)));
-    args.source += 8;
-    args.destination += 8;
+    const __m64 words = Load64(from);
+    Store64(to, _mm_or_si64(_mm_slli_pi16(words, 8), _mm_srli_pi16(words, 8)));
+    from += 8;
+    to += 8;
   }
+  args.source = from;
+  args.destination = to;
   _mm_empty();
 }
 

@@ -3,12 +3,16 @@
 namespace kv_img::copy::scalar {
 
 void SwapBytes(SwapBytesArgs& args) noexcept {
+  const std::uint8_t* from = args.source;
+  std::uint8_t* to = args.destination;
   for (std::int32_t word = 0; word < 4 * args.groups; ++word) {
-    args.destination[0] = args.source[1];
-    args.destination[1] = args.source[0];
-    args.source += 2;
-    args.destination += 2;
+    to[0] = from[1];
+    to[1] = from[0];
+    from += 2;
+    to += 2;
   }
+  args.source = from;
+  args.destination = to;
 }
 
 }  // namespace kv_img::copy::scalar
