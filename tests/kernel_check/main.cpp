@@ -53,7 +53,7 @@ bool CatchesWrongKernels(std::uint64_t seed, int rounds) {
   };
   bool all = true;
   for (const auto& [fault, spoil] : faults) {
-    const Variant wrong{"wrong", [&right, spoil](Call& call) {
+    const Variant wrong{"wrong", [&right, spoil = spoil](Call& call) {
                           right.run(call);
                           spoil(call);
                         }};
