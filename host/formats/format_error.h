@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace kv_host {
+
+/// A file that could not be opened, read or written. `what()` is one printable line: file name, colon,
+/// problem.
+class FileError : public std::runtime_error {
+ public:
+  FileError(const std::string& name, const std::string& problem);
+};
+
+/// A file whose content, or what is asked of it, does not fit its format. The line names the file, the byte
+/// offset where the content stops making sense (where there is one), what is wrong and what would be right.
+class FormatError : public FileError {
+ public:
+  FormatError(const std::string& name, const std::string& problem);
+  FormatError(const std::string& name, std::uint64_t offset, const std::string& problem);
+};
+
+/// The system's text for an errno value.
+std::string SystemText(int error);
+
+/// Text out of a file as a message may show it: in single quotes, at most 40 characters, unprintable ones as
+/// `?`.
+std::string Quoted(std::string_view text);
+
+}  // namespace kv_host
