@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cstdint>
+
+#include "host/formats/byte_sink.h"
+#include "host/formats/byte_source.h"
+#include "host/formats/frame_reader.h"
+
+namespace kv_host {
+
+/// What the first line of a Y4M stream says about all its frames.
+struct Y4mHeader {
+  int width = 0;
+  int height = 0;
+  Interlace interlace = Interlace::Unknown;
+  bool mixedInterlace = false;  ///< Every frame states its own.
+  ColourRange range = ColourRange::Unknown;
+  Ratio frameRate;
+  Ratio pixelAspect;
+
+  bool operator==(const Y4mHeader&) const = default;
+};
+
+/// Y4M with planar 4:2:2 of 8 bits (colour space C422 and its chroma-position variants), as Yuv422Planar. Any
+/// other colour space is refused with the ffmpeg option that helps. A stream may end only between two frames.
+class Y4mReader final : public FrameReader {
+ public:
+  /// Reads the header line. Throws FormatError.
+  explicit Y4mReader(ByteSource& source);
+
+  std::optional<Raster> Next() override;
+
+ private:
+  void ReadFrameLine(Interlace& interlace);
+
+  ByteSource& source_;
+  Y4mHeader header_;
+  std::int64_t frame_ = 0;
+};
+
+/// Writes Y4M: the header once, from the first frame (25 frames a second where it knows no rate), then every
+/// frame.
+class Y4mWriter {
+ public:
+  /// Takes Yuv422Planar and Yuv422. Throws FormatError for other kinds and for a frame that differs from the
+  /// first in size, interlace or range.
+  void Write(const Raster& frame, ByteSink& sink);
+
+ private:
+  Y4mHeader header_;
+  bool started_ = false;
+};
+
+}  // namespace kv_host
