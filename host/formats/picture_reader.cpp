@@ -1,0 +1,91 @@
+#include "host/formats/picture_reader.h"
+
+#include "host/formats/bmp.h"
+#include "host/formats/format_error.h"
+#include "host/formats/png_file.h"
+#include "host/formats/pnm.h"
+#include "host/formats/raw_yuv.h"
+#include "host/formats/y4m.h"
+
+namespace kv_host {
+namespace {
+
+using ReadPicture = Raster (*)(ByteSource&);
+
+ReadPicture PictureFunctionOf(FileFormat format) {
+  switch (format) {
+    case FileFormat::Bmp:
+      return ReadBmp;
+    case FileFormat::Png:
+      return ReadPng;
+    default:
+      return ReadPnm;
+  }
+}
+
+/// Pictures of a format that knows only single ones, one behind the other.
+class PictureSequence final : public FrameReader {
+ public:
+  PictureSequence(ByteSource& source, FileFormat format)
+      : source_(source), read_(PictureFunctionOf(format)) {}
+
+  std::optional<Raster> Next() override {
+    if (started_ && !AnotherBegins()) return std::nullopt;
+    started_ = true;
+    return read_(source_);
+  }
+
+ private:
+  bool AnotherBegins() {
+    const auto format = FormatOfContent(source_);
+    return format && PictureFunctionOf(*format) == read_ && !TraitsOf(*format).stream;
+  }
+
+  ByteSource& source_;
+  ReadPicture read_;
+  bool started_ = false;
+};
+
+FileFormat Decide(ByteSource& source, const std::string& name, const ReadOptions& options) {
+  if (options.format) return *options.format;
+  const auto named = FormatOfExtension(name);
+  // Raw samples may begin with any bytes, those of another format's signature too.
+  if (named && TraitsOf(*named).raw) return *named;
+  const auto shown = FormatOfContent(source);
+  if (shown) return *shown;
+  if (source.AtEnd()) throw FormatError(source.Name(), 0, "the file is empty");
+  if (named) return *named;
+  throw FormatError(source.Name(), 0, "the format is not known; name it: " + FormatNames());
+}
+
+std::unique_ptr<FrameReader> MakeFrameReader(ByteSource& source, FileFormat format,
+                                             const ReadOptions& options) {
+  const FormatTraits& traits = TraitsOf(format);
+  if (format == FileFormat::Y4m) return std::make_unique<Y4mReader>(source);
+  if (!traits.raw) return std::make_unique<PictureSequence>(source, format);
+  if (options.width == 0 && options.height == 0) {
+    throw FormatError(source.Name(),
+                      "raw " + std::string(traits.name) + " states no size; give it, as in 720x576");
+  }
+  return std::make_unique<RawYuvReader>(source, traits.writableRasters.front(), traits.layout, options.width,
+                                        options.height);
+}
+
+}  // namespace
+
+PictureReader::PictureReader(const std::string& name, const ReadOptions& options)
+    : source_(name),
+      format_(Decide(source_, name, options)),
+      frames_(MakeFrameReader(source_, format_, options)) {}
+
+std::optional<Raster> PictureReader::Next() {
+  std::optional<Raster> frame = frames_->Next();
+  if (frame) {
+    ++count_;
+  } else if (count_ == 0) {
+    source_.Fail("the file holds no frame");
+  }
+  return frame;
+}
+
+}  // namespace kv_host

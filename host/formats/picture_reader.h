@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "host/formats/byte_source.h"
+#include "host/formats/file_format.h"
+#include "host/formats/frame_reader.h"
+
+namespace kv_host {
+
+struct ReadOptions {
+  std::optional<FileFormat> format;  ///< Overrides what content and name say.
+  int width = 0;                     ///< Pixels and rows of raw frames; other files state their own.
+  int height = 0;
+};
+
+/// The pictures of a file or of standard input, in any format that FileFormat lists. The format is the
+/// option's, else a raw one that the extension names, else what the first bytes show, else the extension's.
+/// Pictures may follow one another in one BMP, PNM or PNG stream; other bytes behind a picture are left
+/// alone.
+class PictureReader {
+ public:
+  /// `-` is standard input. Throws FileError, or FormatError for a file that is in no known format or has a
+  /// bad header.
+  explicit PictureReader(const std::string& name, const ReadOptions& options = {});
+
+  const std::string& Name() const { return source_.Name(); }
+  FileFormat Format() const { return format_; }
+
+  /// The next picture; empty after the last. Throws FileError or FormatError, also for a file without any
+  /// picture.
+  std::optional<Raster> Next();
+
+ private:
+  ByteSource source_;
+  FileFormat format_;
+  std::unique_ptr<FrameReader> frames_;
+  std::int64_t count_ = 0;
+};
+
+}  // namespace kv_host
