@@ -1,0 +1,53 @@
+#include "host/formats/file_format.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/formats/support.h"
+
+namespace kv_host {
+namespace {
+
+std::optional<FileFormat> ContentFormat(const Bytes& bytes) {
+  const TestFolder folder;
+  WriteFile(folder / "f", bytes);
+  ByteSource source(folder / "f");
+  const auto format = FormatOfContent(source);
+  EXPECT_EQ(source.Offset(), 0U);
+  return format;
+}
+
+TEST(FileFormat, NamesAndExtensionsInAnyCase) {
+  EXPECT_EQ(FormatNamed("y4m"), FileFormat::Y4m);
+  EXPECT_EQ(FormatNamed("UYVY"), FileFormat::Uyvy);
+  EXPECT_EQ(FormatNamed("jpeg"), std::nullopt);
+  EXPECT_EQ(FormatNamed(""), std::nullopt);
+  EXPECT_EQ(FormatOfExtension("a/b.c/picture.PNG"), FileFormat::Png);
+  EXPECT_EQ(FormatOfExtension("a.png/picture"), std::nullopt);
+  EXPECT_EQ(FormatOfExtension("picture."), std::nullopt);
+  EXPECT_EQ(FormatOfExtension("-"), std::nullopt);
+}
+
+TEST(FileFormat, EveryNameLeadsBackToItsFormat) {
+  EXPECT_EQ(FormatNames(), "y4m, uyvy, yuy2, uyvya, yuy2a, bmp, pgm, ppm, pnm, png");
+  for (const FileFormat format :
+       {FileFormat::Y4m, FileFormat::Uyvy, FileFormat::Yuy2, FileFormat::Uyvya, FileFormat::Yuy2a,
+        FileFormat::Bmp, FileFormat::Pgm, FileFormat::Ppm, FileFormat::Pnm, FileFormat::Png}) {
+    EXPECT_EQ(FormatNamed(TraitsOf(format).name), format);
+    EXPECT_FALSE(TraitsOf(format).writableRasters.empty());
+  }
+}
+
+TEST(FileFormat, FirstBytesShowTheFormat) {
+  EXPECT_EQ(ContentFormat(ToBytes("YUV4MPEG2 W1")), FileFormat::Y4m);
+  EXPECT_EQ(ContentFormat({0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'}), FileFormat::Png);
+  EXPECT_EQ(ContentFormat(ToBytes("BM")), FileFormat::Bmp);
+  EXPECT_EQ(ContentFormat(ToBytes("P5 ")), FileFormat::Pgm);
+  EXPECT_EQ(ContentFormat(ToBytes("P6 ")), FileFormat::Ppm);
+  EXPECT_EQ(ContentFormat(ToBytes("P7 ")), std::nullopt);
+  EXPECT_EQ(ContentFormat(ToBytes("YUV4MPEG")), std::nullopt);
+  EXPECT_EQ(ContentFormat(ToBytes("P")), std::nullopt);
+  EXPECT_EQ(ContentFormat({}), std::nullopt);
+}
+
+}  // namespace
+}  // namespace kv_host

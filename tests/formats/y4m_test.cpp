@@ -1,0 +1,193 @@
+#include "host/formats/y4m.h"
+
+#include <gtest/gtest.h>
+
+#include "host/formats/packing.h"
+#include "host/formats/picture_reader.h"
+#include "host/formats/picture_writer.h"
+#include "tests/formats/support.h"
+
+namespace kv_host {
+namespace {
+
+std::string RefusalOf(const std::string& content) {
+  const TestFolder folder;
+  WriteFile(folder / "in.y4m", ToBytes(content));
+  return FormatErrorText([&] { ReadAll(folder / "in.y4m"); });
+}
+
+Raster OneFrameOf(const std::string& content) {
+  const TestFolder folder;
+  WriteFile(folder / "in.y4m", ToBytes(content));
+  const auto frames = ReadAll(folder / "in.y4m");
+  EXPECT_EQ(frames.size(), 1U);
+  return frames.at(0);
+}
+
+Raster ThreeByTwo() {
+  Raster frame = MakeRaster(RasterKind::Yuv422Planar, 3, 2);
+  frame.planes[0].bytes = ToBytes("abcdef");
+  frame.planes[1].bytes = ToBytes("ghij");
+  frame.planes[2].bytes = ToBytes("klmn");
+  frame.interlace = Interlace::TopFieldFirst;
+  frame.frameRate = {50, 2};
+  frame.pixelAspect = {12, 11};
+  return frame;
+}
+
+TEST(Y4m, BytesOfAWrittenStream) {
+  const TestFolder folder;
+  WriteAll(folder / "out.y4m", {ThreeByTwo(), ThreeByTwo()});
+  EXPECT_EQ(FileBytes(folder / "out.y4m"),
+            ToBytes("YUV4MPEG2 W3 H2 F50:2 It A12:11 C422\nFRAME\nabcdefghijklmnFRAME\nabcdefghijklmn"));
+}
+
+TEST(Y4m, ReadsSizeRateAspectAndInterlace) {
+  EXPECT_EQ(OneFrameOf("YUV4MPEG2 C422 A12:11 It F50:2 H2 W3\nFRAME\nabcdefghijklmn"), ThreeByTwo());
+}
+
+TEST(Y4m, InterlaceTagsGoThereAndBack) {
+  const TestFolder folder;
+  for (const Interlace interlace :
+       {Interlace::Unknown, Interlace::Progressive, Interlace::TopFieldFirst, Interlace::BottomFieldFirst}) {
+    Raster frame = ThreeByTwo();
+    frame.interlace = interlace;
+    WriteAll(folder / "x.y4m", {frame});
+    EXPECT_EQ(ReadAll(folder / "x.y4m"), std::vector{frame});
+  }
+}
+
+TEST(Y4m, ColourRangeGoesThereAndBack) {
+  const TestFolder folder;
+  for (const ColourRange range : {ColourRange::Unknown, ColourRange::Limited, ColourRange::Full}) {
+    Raster frame = ThreeByTwo();
+    frame.range = range;
+    WriteAll(folder / "x.y4m", {frame});
+    EXPECT_EQ(ReadAll(folder / "x.y4m"), std::vector{frame});
+  }
+}
+
+TEST(Y4m, MixedInterlaceIsStatedByEachFrame) {
+  const TestFolder folder;
+  WriteFile(folder / "x.y4m",
+            ToBytes("YUV4MPEG2 W1 H1 C422 Im\nFRAME Itpp\nabcFRAME Ibpp\nabcFRAME I1pp\nabcFRAME\nabc"));
+  const auto frames = ReadAll(folder / "x.y4m");
+  ASSERT_EQ(frames.size(), 4U);
+  EXPECT_EQ(frames[0].interlace, Interlace::TopFieldFirst);
+  EXPECT_EQ(frames[1].interlace, Interlace::BottomFieldFirst);
+  EXPECT_EQ(frames[2].interlace, Interlace::Progressive);
+  EXPECT_EQ(frames[3].interlace, Interlace::Unknown);
+}
+
+TEST(Y4m, FrameParametersAndUnknownTagsArePassedOver) {
+  const Raster frame = OneFrameOf("YUV4MPEG2  W1 H1 XYSCSS=422 C422 Z\nFRAME Ibpp Xnote\nabc");
+  EXPECT_EQ(frame.planes[2].bytes, ToBytes("c"));
+  EXPECT_EQ(frame.interlace, Interlace::Unknown);
+}
+
+TEST(Y4m, RoundTripsOfAllSmallSizes) {
+  const TestFolder folder;
+  for (int width = 1; width <= 9; ++width) {
+    for (int height = 1; height <= 3; ++height) {
+      Raster frame = RandomRaster(RasterKind::Yuv422Planar, width, height);
+      frame.frameRate = {25, 1};
+      WriteAll(folder / "x.y4m", {frame, frame, frame});
+      EXPECT_EQ(ReadAll(folder / "x.y4m"), (std::vector{frame, frame, frame})) << width << "x" << height;
+    }
+  }
+}
+
+TEST(Y4m, PackedFramesAreUnpacked) {
+  const TestFolder folder;
+  Raster frame = RandomRaster(RasterKind::Yuv422Planar, 5, 4);
+  frame.frameRate = {25, 1};
+  WriteAll(folder / "x.y4m", {Pack(frame, LayoutChromaFirst), Pack(frame, LayoutLumaFirst)});
+  EXPECT_EQ(ReadAll(folder / "x.y4m"), (std::vector{frame, frame}));
+}
+
+TEST(Y4m, UnknownRateIsWrittenAsTwentyFive) {
+  const TestFolder folder;
+  WriteAll(folder / "x.y4m", {MakeRaster(RasterKind::Yuv422Planar, 1, 1)});
+  EXPECT_EQ(FileBytes(folder / "x.y4m"),
+            Bytes(ToBytes(std::string_view("YUV4MPEG2 W1 H1 F25:1 I? A0:0 C422\nFRAME\n\0\0\0", 44))));
+}
+
+TEST(Y4m, OtherColourSpacesAreRefusedWithTheHelpfulOption) {
+  for (const std::string space : {"C420jpeg", "C420", "C444", "C411", "Cmono", "C422p10", "C444alpha", "C"}) {
+    const std::string text = RefusalOf("YUV4MPEG2 W4 H4 " + space + "\nFRAME\n");
+    EXPECT_NE(text.find("byte 16: '" + space + "' is not 4:2:2 with 8 bits"), std::string::npos) << text;
+    EXPECT_NE(text.find("-pix_fmt yuv422p"), std::string::npos) << text;
+  }
+  const std::string text = RefusalOf("YUV4MPEG2 W4 H4\nFRAME\n");
+  EXPECT_NE(text.find("4:2:0"), std::string::npos) << text;
+  EXPECT_NE(text.find("-pix_fmt yuv422p"), std::string::npos) << text;
+}
+
+TEST(Y4m, BadSizesAreRefused) {
+  EXPECT_NE(RefusalOf("YUV4MPEG2 W0 H4 C422\nFRAME\n").find("byte 10: 'W0' is not a size"),
+            std::string::npos);
+  EXPECT_NE(RefusalOf("YUV4MPEG2 W4 H-4 C422\nFRAME\n").find("byte 13: 'H-4' is not a size"),
+            std::string::npos);
+  EXPECT_NE(RefusalOf("YUV4MPEG2 W4x H4 C422\nFRAME\n").find("'W4x'"), std::string::npos);
+  EXPECT_NE(RefusalOf("YUV4MPEG2 W99999999999999999999 H4 C422\nFRAME\n").find("is not a size"),
+            std::string::npos);
+  EXPECT_NE(RefusalOf("YUV4MPEG2 W32769 H4 C422\nFRAME\n").find("out of range"), std::string::npos);
+  EXPECT_NE(RefusalOf("YUV4MPEG2 W32768 H32768 C422\nFRAME\n").find("out of range"), std::string::npos);
+  EXPECT_NE(RefusalOf("YUV4MPEG2 W4 C422\nFRAME\n").find("lacks its size"), std::string::npos);
+}
+
+TEST(Y4m, BadTagsAreRefused) {
+  EXPECT_NE(RefusalOf("YUV4MPEG2 W4 H4 F25 C422\n").find("'F25' is not a ratio"), std::string::npos);
+  EXPECT_NE(RefusalOf("YUV4MPEG2 W4 H4 A1:x C422\n").find("'A1:x' is not a ratio"), std::string::npos);
+  EXPECT_NE(RefusalOf("YUV4MPEG2 W4 H4 Iq C422\n").find("'Iq' is not an interlace tag"), std::string::npos);
+  EXPECT_NE(RefusalOf("YUV4MPEG2W4 H4 C422\n").find("a space must follow"), std::string::npos);
+  EXPECT_NE(RefusalOf("YUV4MPEG2 " + std::string(5000, 'X')).find("longer than 4096 bytes"),
+            std::string::npos);
+}
+
+TEST(Y4m, BadFrameHeadersAreRefused) {
+  const std::string head = "YUV4MPEG2 W1 H1 C422\n";
+  EXPECT_NE(RefusalOf(head + "FRAME\nabcfrm").find("byte 30: the header of frame 2"), std::string::npos);
+  EXPECT_NE(RefusalOf(head + "FRAMEX\nabc").find("FRAME was expected"), std::string::npos);
+}
+
+TEST(Y4m, TruncatedFrameSaysWhatItLacks) {
+  const std::string text = RefusalOf("YUV4MPEG2 W3 H2 C422\nFRAME\nabcdefghijklmnFRAME\nabcdefgh");
+  EXPECT_NE(text.find("byte 55: the file ends early: frame 2 lacks 6 of 14 bytes"), std::string::npos)
+      << text;
+}
+
+TEST(Y4m, StreamWithoutFramesIsRefused) {
+  EXPECT_NE(RefusalOf("YUV4MPEG2 W3 H2 C422\n").find("byte 21: the file holds no frame"), std::string::npos);
+}
+
+TEST(Y4m, FramesOfAPipeAreReadAsTheyArrive) {
+  const TestPipe pipe;
+  pipe.Send(ToBytes("YUV4MPEG2 W3 H2 C422\nFRAME\nabcdefghijklmn"));
+  PictureReader reader(pipe.ReadName());
+  ASSERT_TRUE(reader.Next().has_value());  // would wait for ever if it read ahead
+  pipe.Send(ToBytes("FRAME\nabcdefghijklmn"));
+  ASSERT_TRUE(reader.Next().has_value());
+}
+
+TEST(Y4m, TruncatedPipeSaysWhatItLacks) {
+  TestPipe pipe;
+  pipe.Send(ToBytes("YUV4MPEG2 W3 H2 C422\nFRAME\nabcdefgh"));
+  pipe.CloseWriter();
+  PictureReader reader(pipe.ReadName());
+  EXPECT_NE(FormatErrorText([&] { reader.Next(); }).find("frame 1 lacks 6 of 14 bytes"), std::string::npos);
+}
+
+TEST(Y4m, FramesThatDifferFromTheFirstAreRefused) {
+  const TestFolder folder;
+  PictureWriter writer(folder / "x.y4m");
+  writer.Write(MakeRaster(RasterKind::Yuv422Planar, 4, 2));
+  EXPECT_NE(FormatErrorText([&] { writer.Write(MakeRaster(RasterKind::Yuv422Planar, 2, 4)); }).find("4x2"),
+            std::string::npos);
+  Raster interlaced = MakeRaster(RasterKind::Yuv422Planar, 4, 2);
+  interlaced.interlace = Interlace::TopFieldFirst;
+  EXPECT_NE(FormatErrorText([&] { writer.Write(interlaced); }).find("one interlace"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace kv_host
