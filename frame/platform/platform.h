@@ -1,7 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -26,15 +28,39 @@ class CriticalSection {
 /// A loaded module; null: none.
 using ModuleHandle = void*;
 
-/// Loads the family member `name` (no extension, no path): from the folder of the module that asks, then by
-/// the system's search, never from the current folder. Null when there is none.
-ModuleHandle LoadModule(std::wstring_view name);
+/// What a search for a module came to.
+struct LoadedModule {
+  ModuleHandle handle = nullptr;
+  /// The file that was loaded.
+  std::filesystem::path file;
+  /// Why nothing was loaded, for people; empty when something was.
+  std::string problem;
+};
+
+/// Loads the family member `name` (no extension, no path): from the folder of the module that asks, then from
+/// `folders`, then by the system's search; never from the current folder unless that is among `folders`.
+///
+/// Every load needs its UnloadModule. A module that loads itself takes no reference to itself: nothing could
+/// ever release it.
+LoadedModule LoadModule(std::wstring_view name, std::span<const std::filesystem::path> folders = {});
 /// The exported function `name`; null when the module has none.
 void* FindFunction(ModuleHandle module, const char* name);
 void UnloadModule(ModuleHandle module);
 
-/// EDX of CPUID leaf 1; 0 where the processor has no such leaf.
-std::uint32_t ProcessorFeatures();
+/// Keeps the module that this code is part of in memory from now on. For code that runs at the end of the
+/// process and unloads modules that may hold the last reference to its own.
+void KeepOwnModule();
+
+/// What CPUID leaf 1 tells of the processor; zeros where it has no such leaf.
+struct Processor {
+  std::uint32_t features;  ///< register EDX
+  std::uint32_t model;     ///< these three from register EAX
+  std::uint32_t family;
+  std::uint32_t type;
+};
+
+/// Read once, when the program or module is loaded.
+const Processor& ThisProcessor();
 
 /// `text`, in the system's code page, as a wide string of at most 256 characters.
 std::wstring Widen(const char* text);

@@ -5,6 +5,7 @@
 #include <cwchar>
 #include <filesystem>
 #include <mutex>
+#include <vector>
 
 #include "frame/platform/platform.h"
 
@@ -13,17 +14,31 @@ namespace {
 
 constexpr std::size_t maxWideLength = 256;
 
-// The folder of the module that this code is part of, the program itself or a shared object.
-std::filesystem::path FindOwnFolder() {
+// The loader's entry of the module that this code is part of, the program itself or a shared object.
+link_map* OwnEntry() {
   static const char anchor = 0;
   Dl_info info{};
   void* entry = nullptr;
-  if (dladdr1(&anchor, &info, &entry, RTLD_DL_LINKMAP) == 0 || entry == nullptr) return {};
+  return dladdr1(&anchor, &info, &entry, RTLD_DL_LINKMAP) == 0 ? nullptr : static_cast<link_map*>(entry);
+}
+
+link_map* EntryOf(ModuleHandle module) {
+  link_map* entry = nullptr;
+  return dlinfo(module, RTLD_DI_LINKMAP, &entry) == 0 ? entry : nullptr;
+}
+
+bool IsOwn(ModuleHandle module) {
+  return EntryOf(module) == OwnEntry();
+}
+
+std::filesystem::path FindOwnFolder() {
+  const link_map* entry = OwnEntry();
+  if (entry == nullptr) return {};
   std::error_code error;
   // The program's own entry has no name: what it was called with may lead anywhere.
-  const char* name = static_cast<const link_map*>(entry)->l_name;
-  const std::filesystem::path file = *name == '\0' ? std::filesystem::read_symlink("/proc/self/exe", error)
-                                                   : std::filesystem::canonical(name, error);
+  const std::filesystem::path file = *entry->l_name == '\0'
+                                         ? std::filesystem::read_symlink("/proc/self/exe", error)
+                                         : std::filesystem::canonical(entry->l_name, error);
   return file.parent_path();
 }
 
@@ -33,6 +48,23 @@ const std::filesystem::path& OwnFolder() {
   return folder;
 }
 [[maybe_unused]] const bool isOwnFolderKnown = !OwnFolder().empty();
+
+Processor ReadProcessor() {
+  unsigned eax = 0;
+  unsigned ebx = 0;
+  unsigned ecx = 0;
+  unsigned edx = 0;
+  if (__get_cpuid(1, &eax, &ebx, &ecx, &edx) == 0) return {};
+  return {edx, eax >> 4 & 0xFU, eax >> 8 & 0xFU, eax >> 12 & 0x3U};
+}
+[[maybe_unused]] const std::uint32_t featuresReadAtStart = ThisProcessor().features;
+
+// Opens `file`; on failure says why in `problem`.
+ModuleHandle Open(const std::string& file, std::string& problem) {
+  ModuleHandle module = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+  if (module == nullptr) problem = dlerror();
+  return module;
+}
 
 }  // namespace
 
@@ -49,13 +81,35 @@ void CriticalSection::unlock() {
   body_->mutex.unlock();
 }
 
-ModuleHandle LoadModule(std::wstring_view name) {
+LoadedModule LoadModule(std::wstring_view name, std::span<const std::filesystem::path> folders) {
   const std::string file = std::string(name.begin(), name.end()) + ".so";
-  if (!OwnFolder().empty()) {
-    if (ModuleHandle module = dlopen((OwnFolder() / file).c_str(), RTLD_NOW | RTLD_LOCAL)) return module;
+  std::vector<std::filesystem::path> places;
+  if (!OwnFolder().empty()) places.push_back(OwnFolder());
+  places.insert(places.end(), folders.begin(), folders.end());
+
+  LoadedModule loaded;
+  std::string broken;
+  for (const std::filesystem::path& place : places) {
+    std::error_code error;
+    if (loaded.handle != nullptr || !std::filesystem::exists(place / file, error)) continue;
+    std::string problem;
+    loaded.handle = Open((place / file).string(), problem);
+    if (loaded.handle == nullptr) broken += (broken.empty() ? "" : "; ") + problem;
   }
   // A name without a slash is searched for in the system's folders only.
-  return dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+  std::string notInSystem;
+  if (loaded.handle == nullptr) loaded.handle = Open(file, notInSystem);
+  if (loaded.handle == nullptr) {
+    loaded.problem = broken;
+    if (broken.empty()) {
+      for (const std::filesystem::path& place : places) loaded.problem += "not in " + place.string() + "; ";
+      loaded.problem += notInSystem;
+    }
+    return loaded;
+  }
+  if (const link_map* entry = EntryOf(loaded.handle)) loaded.file = entry->l_name;
+  if (IsOwn(loaded.handle)) dlclose(loaded.handle);
+  return loaded;
 }
 
 void* FindFunction(ModuleHandle module, const char* name) {
@@ -63,15 +117,18 @@ void* FindFunction(ModuleHandle module, const char* name) {
 }
 
 void UnloadModule(ModuleHandle module) {
-  dlclose(module);
+  if (!IsOwn(module)) dlclose(module);
 }
 
-std::uint32_t ProcessorFeatures() {
-  unsigned eax = 0;
-  unsigned ebx = 0;
-  unsigned ecx = 0;
-  unsigned edx = 0;
-  return __get_cpuid(1, &eax, &ebx, &ecx, &edx) != 0 ? edx : 0;
+void KeepOwnModule() {
+  const link_map* entry = OwnEntry();
+  // The program itself, which has no name, stays anyway.
+  if (entry != nullptr && *entry->l_name != '\0') dlopen(entry->l_name, RTLD_LAZY | RTLD_NOLOAD);
+}
+
+const Processor& ThisProcessor() {
+  static const Processor processor = ReadProcessor();
+  return processor;
 }
 
 std::wstring Widen(const char* text) {

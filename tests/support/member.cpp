@@ -19,7 +19,7 @@ void Find(void* module, const std::string& member, const char* name, Function& f
 }  // namespace
 
 Member::Member(const std::string& name) : name_(name) {
-  void* module = kv_platform::LoadModule(std::wstring(name.begin(), name.end()));
+  void* module = kv_platform::LoadModule(std::wstring(name.begin(), name.end())).handle;
   if (module == nullptr) {
     std::fprintf(stderr, "%s cannot be loaded from the folder of this program\n", name.c_str());
     std::exit(1);

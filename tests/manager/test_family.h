@@ -1,0 +1,26 @@
+#pragma once
+
+#include <filesystem>
+#include <vector>
+
+#include "frame/algorithm_manager.h"
+
+namespace kv_test {
+
+/// Where the small modules lie.
+inline const std::filesystem::path moduleFolder = KV_TEST_MODULES;
+
+inline std::filesystem::path ModuleFile(const std::filesystem::path& name) {
+  return moduleFolder / (name.string() + ".so");
+}
+
+/// A family of small modules on a processor that has feature bit 0 alone.
+inline kv_img::ManagerSetup Family(std::vector<const wchar_t*> names) {
+  kv_img::ManagerSetup setup;
+  setup.family = std::move(names);
+  setup.processorFeatures = 1;
+  setup.folders = {moduleFolder};
+  return setup;
+}
+
+}  // namespace kv_test
