@@ -27,6 +27,10 @@ struct CommonRows {
   static constexpr Row copy[] = {
       CopyRow<YUV422, YUV422>(),
   };
+
+  static constexpr Row fillPoly[] = {
+      For<DIB24, typename Classes::template FillPoly<Image<DIB24>>>(),
+  };
 };
 
 }  // namespace kv_plugin

@@ -1,6 +1,7 @@
 #include "plugin/exports.h"
 
 #include "algorithms/copy/all_copies.h"
+#include "algorithms/fillpoly/fill_poly.h"
 #include "frame/spin_barrier.h"
 #include "plugin/common_rows.h"
 
@@ -9,6 +10,8 @@ namespace {
 struct Classes {
   template <class In, class Out>
   using Copy = kv_img::CopyMMX<In, Out>;
+  template <class ImageType>
+  using FillPoly = kv_img::FillPolyMMX<ImageType>;
 };
 
 using Rows = kv_plugin::CommonRows<Classes>;
@@ -16,6 +19,7 @@ using Rows = kv_plugin::CommonRows<Classes>;
 // Names are compared in this order.
 constexpr kv_plugin::Algorithm table[] = {
     {"Copy", 2, Rows::copy},
+    {"FillPoly", 1, Rows::fillPoly},
 };
 
 // Stands ready while the member is loaded.
