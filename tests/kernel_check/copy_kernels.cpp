@@ -1,6 +1,9 @@
 #include "algorithms/copy/kernels/interleave.h"
+#include "algorithms/copy/kernels/rgb_to_yuv.h"
 #include "algorithms/copy/kernels/swap_bytes.h"
+#include "algorithms/copy/kernels/yuv_to_rgb.h"
 #include "tests/kernel_check/kernel_case.h"
+#include "tests/support/random.h"
 
 namespace kv_check {
 
@@ -19,9 +22,74 @@ Variant Interleave(std::string set, void (*kernel)(InterleaveArgs&) noexcept) {
           }};
 }
 
+std::int16_t AnyWeight(kv_test::Random& random) {
+  return static_cast<std::int16_t>(random.OneIn(4) ? random.Pick({-32768, 32767})
+                                                   : random.Between(-32768, 32767));
+}
+std::uint8_t AnyOffset(kv_test::Random& random) {
+  return static_cast<std::uint8_t>(random.Between(0, 255));
+}
+
+void Vary(YuvToRgbMatrix& matrix, std::uint64_t seed) {
+  kv_test::Random random(seed);
+  for (std::int16_t* gain :
+       {&matrix.luma, &matrix.crToRed, &matrix.cbToGreen, &matrix.crToGreen, &matrix.cbToBlue}) {
+    *gain = AnyWeight(random);
+  }
+  matrix.lumaOffset = AnyOffset(random);
+  matrix.chromaOffset = AnyOffset(random);
+}
+
+void Vary(RgbToYuvMatrix& matrix, std::uint64_t seed) {
+  kv_test::Random random(seed);
+  for (RgbWeights* weights : {&matrix.luma, &matrix.cb, &matrix.cr}) {
+    *weights = {AnyWeight(random), AnyWeight(random), AnyWeight(random)};
+  }
+  matrix.lumaOffset = AnyOffset(random);
+  matrix.chromaOffset = AnyOffset(random);
+}
+
+template <class Args>
+concept HasAlpha = requires(Args& args) {
+  args.alpha;
+};
+
+/// Both byte orders; the usual matrix in half of the calls, else one that clamps a lot.
+template <class Args>
+Variant ColourConversion(std::string set, void (*kernel)(Args&) noexcept) {
+  return {std::move(set), [kernel](Call& call) {
+            Args args{};
+            args.groups = call.groups;
+            args.order = (call.seed & 1) != 0 ? PackedOrder::LumaFirst : PackedOrder::ChromaFirst;
+            args.source = call.inputs[0];
+            args.destination = call.outputs[0];
+            if ((call.seed & 2) != 0) Vary(args.matrix, call.seed);
+            if constexpr (HasAlpha<Args>) args.alpha = call.outputs[1];
+            kernel(args);
+            call.inputs[0] = args.source;
+            call.outputs[0] = args.destination;
+            if constexpr (HasAlpha<Args>) call.outputs[1] = args.alpha;
+          }};
+}
+
 }  // namespace
 
 void AddCopyKernels(std::vector<KernelCase>& list) {
+  list.push_back(
+      {"copy/Dib24ToYuv422",
+       {{.perGroup = 24}},
+       {{.perGroup = 16}},
+       {ColourConversion("scalar", scalar::Dib24ToYuv422), ColourConversion("mmx", mmx::Dib24ToYuv422)}});
+  list.push_back(
+      {"copy/Dib32ToYuv422",
+       {{.perGroup = 16}},
+       {{.perGroup = 8}},
+       {ColourConversion("scalar", scalar::Dib32ToYuv422), ColourConversion("mmx", mmx::Dib32ToYuv422)}});
+  list.push_back(
+      {"copy/Dib32ToYuva422",
+       {{.perGroup = 16}},
+       {{.perGroup = 8}, {.perGroup = 4}},
+       {ColourConversion("scalar", scalar::Dib32ToYuva422), ColourConversion("mmx", mmx::Dib32ToYuva422)}});
   list.push_back(
       {"copy/InterleaveChromaFirst",
        {{.perGroup = 8}, {.perGroup = 4}, {.perGroup = 4}},
@@ -37,6 +105,21 @@ void AddCopyKernels(std::vector<KernelCase>& list) {
                   {{.perGroup = 8}},
                   {SourceToDestination<SwapBytesArgs>("scalar", scalar::SwapBytes),
                    SourceToDestination<SwapBytesArgs>("mmx", mmx::SwapBytes)}});
+  list.push_back(
+      {"copy/Yuv422ToDib15",
+       {{.perGroup = 8}},
+       {{.perGroup = 8}},
+       {ColourConversion("scalar", scalar::Yuv422ToDib15), ColourConversion("mmx", mmx::Yuv422ToDib15)}});
+  list.push_back(
+      {"copy/Yuv422ToDib16",
+       {{.perGroup = 8}},
+       {{.perGroup = 8}},
+       {ColourConversion("scalar", scalar::Yuv422ToDib16), ColourConversion("mmx", mmx::Yuv422ToDib16)}});
+  list.push_back(
+      {"copy/Yuv422ToDib24",
+       {{.perGroup = 16}},
+       {{.perGroup = 24}},
+       {ColourConversion("scalar", scalar::Yuv422ToDib24), ColourConversion("mmx", mmx::Yuv422ToDib24)}});
 }
 
 }  // namespace kv_check
