@@ -25,6 +25,9 @@ struct CommonRows {
   }
 
   static constexpr Row copy[] = {
+      CopyRow<YUV422, DIB24>(),
+      CopyRow<YUV422, DIB16>(),
+      CopyRow<YUV422, DIB15>(),
       CopyRow<YUV422, YUV422>(),
   };
 

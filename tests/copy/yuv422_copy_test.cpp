@@ -1,15 +1,7 @@
-#include <gtest/gtest.h>
-
 #include <numeric>
 
-#include "frame/interfaces/copy.h"
-#include "image/image.h"
+#include "tests/copy/copy_fixture.h"
 #include "tests/models/copy_model.h"
-#include "tests/support/expect_error.h"
-#include "tests/support/member.h"
-#include "tests/support/random.h"
-#include "tests/support/test_image.h"
-#include "tests/support/threads.h"
 
 namespace {
 
@@ -19,22 +11,8 @@ using kv_img::PixelLayout::chromaFirst;
 using kv_img::PixelLayout::lumaFirst;
 using namespace kv_test;
 
+using Yuv422Copy = CopyFixture<kv_img::PixelYUV422, kv_img::PixelYUV422>;
 using Operation = kv_img::CopyAlgorithmInterface<Yuv422, Yuv422>;
-
-class Yuv422Copy : public testing::TestWithParam<int> {
- protected:
-  const Member& member_ = Members()[static_cast<std::size_t>(GetParam())];
-  const Operation* copy_ =
-      member_.Get<Operation>("Copy", {kv_img::PixelYUV422::ClassID, kv_img::PixelYUV422::ClassID});
-
-  void SetUp() override { ASSERT_NE(copy_, nullptr); }
-
-  void Run(const Yuv422& source, Yuv422& destination, int threads = 1) {
-    CallInTurn(threads, [&](kv_std::SpinBarrier& barrier, std::uint32_t index) {
-      EXPECT_EQ(&copy_->Apply(source, destination, barrier, index), &destination);
-    });
-  }
-};
 
 /// An image whose pixel memory is one block: byte i holds (first + i) mod 256.
 struct BlockImage {
@@ -140,17 +118,7 @@ TEST_P(Yuv422Copy, BlockPathNeedsEqualPropertiesFlagOrModeAndStorage) {
 }
 
 TEST_P(Yuv422Copy, SizeMismatchIsRefusedByEveryThread) {
-  const Yuv422 source(8, 4);
-  for (const auto& [width, height] : {std::pair{9, 4}, std::pair{8, 5}}) {
-    Yuv422 destination(width, height);
-    std::ranges::fill(destination.Row(0), 77);
-    kv_std::SpinBarrier barrier(3);
-    for (std::uint32_t index = 0; index < 3; ++index) {
-      ExpectError<AlgoMMXException>([&] { copy_->Apply(source, destination, barrier, index); }, 1,
-                                    L"Copy" + member_.Suffix());
-    }
-    EXPECT_TRUE(std::ranges::all_of(destination.Row(0), [](int byte) { return byte == 77; }));
-  }
+  ExpectSizeMismatchRefused();
 }
 
 TEST_P(Yuv422Copy, EqualsTheModelForEveryWidth) {

@@ -1,0 +1,85 @@
+#pragma once
+
+#include "algorithms/copy/bitmap_component.h"
+#include "algorithms/copy/copy.h"
+#include "algorithms/copy/float_conversion.h"
+#include "algorithms/copy/kernels/dib_word.h"
+#include "algorithms/copy/packed_components.h"
+
+namespace kv_img::copy {
+
+/// What sets the two bitmap classes of one word per pixel apart.
+template <class Kernels, class PixelOut>
+struct DibWordFormat;
+
+template <class Kernels>
+struct DibWordFormat<Kernels, PixelDIB15> {
+  static constexpr auto Convert = Kernels::Yuv422ToDib15;
+  static constexpr auto Pack = Dib15Word;
+};
+
+template <class Kernels>
+struct DibWordFormat<Kernels, PixelDIB16> {
+  static constexpr auto Convert = Kernels::Yuv422ToDib16;
+  static constexpr auto Pack = Dib16Word;
+};
+
+/// Packed 4:2:2 to 15- and 16-bit bitmaps.
+template <class Kernels, class PixelOut>
+class DibWordConverter {
+ public:
+  using Source = Image<PixelYUV422>::Buffer;
+  using Destination = typename Image<PixelOut>::Buffer;
+
+  DibWordConverter(const Source& source, Destination& destination)
+      : source_(source),
+        destination_(destination),
+        order_(OrderOf(source.descriptor)),
+        firstPixel_(OffsetOf<PixelOut>(BitmapComponent::Blue, destination.descriptor)) {}
+
+  void Convert(int sourceRow, int destinationRow) const {
+    const std::uint8_t* from = source_.rows[sourceRow];
+    std::uint8_t* to = destination_.rows[destinationRow] + firstPixel_;
+    const int groups = source_.width / 4;
+    YuvToRgbArgs args{groups, order_, from, to};
+    Format::Convert(args);
+
+    // The remainder restarts at the row start: its first pixels are written again, now in floating point, and
+    // the last width mod 4 pixels stay as they were.
+    PackedComponents<const std::uint8_t> yuv = PackedComponentsOf<PixelYUV422>(from, source_.descriptor);
+    const int remainder = source_.width - 4 * groups;
+    for (int x = 0; x < remainder; ++x) {
+      const Rgb rgb = FloatYuvToRgb(*yuv.luma, *yuv.cb, *yuv.cr);
+      const std::uint16_t word = Format::Pack(rgb.red, rgb.green, rgb.blue);
+      to[2 * x] = static_cast<std::uint8_t>(word);
+      to[2 * x + 1] = static_cast<std::uint8_t>(word >> 8);
+      yuv.luma += 2;
+      if (x % 2 != 0) {
+        yuv.cb += 4;
+        yuv.cr += 4;
+      }
+    }
+  }
+
+ private:
+  using Format = DibWordFormat<Kernels, PixelOut>;
+
+  const Source& source_;
+  Destination& destination_;
+  PackedOrder order_;
+  std::ptrdiff_t firstPixel_;
+};
+
+template <class Kernels>
+class RowConverter<Kernels, Image<PixelYUV422>, Image<PixelDIB15>>
+    : public DibWordConverter<Kernels, PixelDIB15> {
+  using DibWordConverter<Kernels, PixelDIB15>::DibWordConverter;
+};
+
+template <class Kernels>
+class RowConverter<Kernels, Image<PixelYUV422>, Image<PixelDIB16>>
+    : public DibWordConverter<Kernels, PixelDIB16> {
+  using DibWordConverter<Kernels, PixelDIB16>::DibWordConverter;
+};
+
+}  // namespace kv_img::copy
