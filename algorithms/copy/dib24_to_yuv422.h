@@ -1,0 +1,36 @@
+#pragma once
+
+#include "algorithms/copy/bitmap_component.h"
+#include "algorithms/copy/copy.h"
+#include "algorithms/copy/packed_components.h"
+
+namespace kv_img::copy {
+
+/// 24-bit bitmaps to packed 4:2:2.
+template <class Kernels>
+class RowConverter<Kernels, Image<PixelDIB24>, Image<PixelYUV422>> {
+ public:
+  using Source = Image<PixelDIB24>::Buffer;
+  using Destination = Image<PixelYUV422>::Buffer;
+
+  RowConverter(const Source& source, Destination& destination)
+      : source_(source),
+        destination_(destination),
+        firstBlue_(OffsetOf<PixelDIB24>(BitmapComponent::Blue, source.descriptor)) {}
+
+  /// Pixels are read from the blue byte onward as blue, green, red. The last width mod 8 pixels stay as they
+  /// were; with an unknown layout code all of them do.
+  void Convert(int sourceRow, int destinationRow) const {
+    if (!IsKnownOrder(destination_.descriptor)) return;
+    RgbToYuvArgs args{source_.width / 8, OrderOf(destination_.descriptor),
+                      source_.rows[sourceRow] + firstBlue_, destination_.rows[destinationRow]};
+    Kernels::Dib24ToYuv422(args);
+  }
+
+ private:
+  const Source& source_;
+  Destination& destination_;
+  std::ptrdiff_t firstBlue_;
+};
+
+}  // namespace kv_img::copy
