@@ -25,9 +25,9 @@ struct CommonRows {
   }
 
   static constexpr Row copy[] = {
-      CopyRow<YUV422, DIB24>(),  CopyRow<YUV422, DIB16>(), CopyRow<YUV422, DIB15>(),
-      CopyRow<DIB24, YUV422>(),  CopyRow<DIB32, YUV422>(), CopyRow<DIB32, YUVA422>(),
-      CopyRow<YUV422, YUV422>(),
+      CopyRow<YUV422, DIB24>(),   CopyRow<YUV422, DIB16>(),  CopyRow<YUV422, DIB15>(),
+      CopyRow<YUV411P, YUV422>(), CopyRow<DIB24, YUV422>(),  CopyRow<DIB32, YUV422>(),
+      CopyRow<DIB32, YUVA422>(),  CopyRow<YUV422, YUV422>(),
   };
 
   static constexpr Row fillPoly[] = {

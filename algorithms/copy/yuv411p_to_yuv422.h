@@ -1,0 +1,56 @@
+#pragma once
+
+#include "algorithms/copy/copy.h"
+#include "algorithms/copy/packed_components.h"
+#include "algorithms/copy/stored_row.h"
+
+namespace kv_img::copy {
+
+/// Planar YUV to packed 4:2:2.
+template <class Kernels>
+class RowConverter<Kernels, Image<PixelYUV411P>, Image<PixelYUV422>> {
+ public:
+  using Source = Image<PixelYUV411P>::Buffer;
+  using Destination = Image<PixelYUV422>::Buffer;
+
+  RowConverter(const Source& source, Destination& destination) : source_(source), destination_(destination) {}
+
+  /// Whole groups are converted to luma-first alone: chroma-first destinations get what the remainder writes.
+  /// The layout is tested here, row by row, so that a thread without rows refuses nothing.
+  void Convert(int sourceRow, int destinationRow) const {
+    const std::uint8_t* luma = StoredRow(source_, source_.descriptor.GetComponent(0), sourceRow);
+    const std::uint8_t* cb = StoredRow(source_, PixelComponent::Cb, sourceRow);
+    const std::uint8_t* cr = StoredRow(source_, PixelComponent::Cr, sourceRow);
+    std::uint8_t* row = destination_.rows[destinationRow];
+    PackedComponents<std::uint8_t> to = PackedComponentsOf<PixelYUV422>(row, destination_.descriptor);
+    if (!IsKnownOrder(destination_.descriptor)) {
+      throw AlgoMMXException(4, L"Copy YUV411P -> YUV422: color model", L"");
+    }
+    const int groups = source_.width / 8;
+    if (OrderOf(destination_.descriptor) == PackedOrder::LumaFirst) {
+      InterleaveArgs args{groups, luma, cb, cr, row};
+      Kernels::InterleaveLumaFirst(args);
+    }
+
+    // The remainder restarts at the row start, four pixels a pass, so the last width mod 8 pixels stay as
+    // they were.
+    const int remainder = source_.width - 8 * groups;
+    for (int pass = 0; pass < (remainder + 3) / 4; ++pass) {
+      for (int x = 0; x < 4; ++x) to.luma[2 * x] = luma[x];
+      for (int pair = 0; pair < 2; ++pair) {
+        to.cb[4 * pair] = cb[pair];
+        to.cr[4 * pair] = cr[pair];
+      }
+      luma += 4;
+      cb += 2;
+      cr += 2;
+      to = {to.luma + 8, to.cb + 8, to.cr + 8};
+    }
+  }
+
+ private:
+  const Source& source_;
+  Destination& destination_;
+};
+
+}  // namespace kv_img::copy
