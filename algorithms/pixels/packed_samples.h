@@ -1,0 +1,86 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "image/pixel_descriptor.h"
+
+namespace kv_img {
+
+/// Where the samples of a packed 4:2:2 row lie, in bytes from its start. The pixels 2n and 2n + 1 are a pair:
+/// four bytes with a luma sample of each and one sample of either chroma kind.
+class PackedSamples {
+ public:
+  explicit PackedSamples(const PixelDescriptorYUV& descriptor)
+      : luma_(descriptor.GetPosition(PixelComponent::Luma)),
+        cb_(descriptor.GetPosition(PixelComponent::Cb)),
+        cr_(descriptor.GetPosition(PixelComponent::Cr)) {}
+
+  /// Luma of pixel `column`.
+  std::ptrdiff_t Luma(int column) const { return 2 * std::ptrdiff_t{column} + luma_; }
+  /// Chroma of the pair that holds pixel `column`.
+  std::ptrdiff_t Cb(int column) const { return Pair(column) + cb_; }
+  std::ptrdiff_t Cr(int column) const { return Pair(column) + cr_; }
+
+  bool operator==(const PackedSamples&) const = default;
+
+ private:
+  static std::ptrdiff_t Pair(int column) { return 2 * std::ptrdiff_t{column & ~1}; }
+
+  int luma_;
+  int cb_;
+  int cr_;
+};
+
+/// Calls `luma(column)` for every column of the run, and `chroma(column)` once for every pair that has a
+/// column in it, with the first such column: an odd first column and an even last one bring the chroma of
+/// their pair.
+template <class LumaWork, class ChromaWork>
+void ForEachSample(int left, int right, LumaWork luma, ChromaWork chroma) {
+  for (int column = left; column <= right; ++column) {
+    luma(column);
+    chroma(column);
+    if (column % 2 == 0 && column < right) luma(++column);
+  }
+}
+
+/// Splits a run of columns into its whole pairs and what is left: `pixels(first, last)` takes columns that
+/// make no whole pair, possibly none, and `pairs(begin, end)` the columns of whole pairs, if there are any.
+template <class PixelWork, class PairWork>
+void SplitRun(int left, int right, PixelWork pixels, PairWork pairs) {
+  const int begin = (left + 1) & ~1;
+  const int end = (right + 1) & ~1;
+  if (begin >= end) {
+    pixels(left, right);
+    return;
+  }
+  pixels(left, begin - 1);
+  pairs(begin, end);
+  pixels(end, right);
+}
+
+/// Copies the samples of a run of columns from one row to another, component by component, so that the byte
+/// order becomes the destination's. Whole pairs and, of a pixel alone at either end, its luma and its pair's
+/// chroma are written. The rows must not overlap.
+inline void CopyRun(const std::uint8_t* from, const PackedSamples& fromSamples, std::uint8_t* to,
+                    const PackedSamples& toSamples, int left, int right) {
+  const auto copySamples = [&](int first, int last) {
+    ForEachSample(
+        first, last, [&](int x) { to[toSamples.Luma(x)] = from[fromSamples.Luma(x)]; },
+        [&](int x) {
+          to[toSamples.Cb(x)] = from[fromSamples.Cb(x)];
+          to[toSamples.Cr(x)] = from[fromSamples.Cr(x)];
+        });
+  };
+  if (fromSamples != toSamples) {
+    copySamples(left, right);
+    return;
+  }
+  SplitRun(left, right, copySamples, [&](int begin, int end) {
+    const std::ptrdiff_t start = 2 * std::ptrdiff_t{begin};
+    std::memcpy(to + start, from + start, 2 * static_cast<std::size_t>(end - begin));
+  });
+}
+
+}  // namespace kv_img
