@@ -30,6 +30,10 @@ struct CommonRows {
       CopyRow<DIB32, YUVA422>(),  CopyRow<YUV422, YUV422>(),
   };
 
+  static constexpr Row parityChange[] = {
+      For<YUV422, YUV422, typename Classes::template ParityChange<Image<YUV422>, Image<YUV422>>>(),
+  };
+
   static constexpr Row fillPoly[] = {
       For<DIB24, typename Classes::template FillPoly<Image<DIB24>>>(),
   };

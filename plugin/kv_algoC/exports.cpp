@@ -2,6 +2,7 @@
 
 #include "algorithms/copy/all_copies.h"
 #include "algorithms/fillpoly/fill_poly.h"
+#include "algorithms/parity/parity_change.h"
 #include "frame/spin_barrier.h"
 #include "plugin/common_rows.h"
 
@@ -10,6 +11,8 @@ namespace {
 struct Classes {
   template <class In, class Out>
   using Copy = kv_img::CopyC<In, Out>;
+  template <class In, class Out>
+  using ParityChange = kv_img::ParityChangeC<In, Out>;
   template <class ImageType>
   using FillPoly = kv_img::FillPolyC<ImageType>;
 };
@@ -19,6 +22,7 @@ using Rows = kv_plugin::CommonRows<Classes>;
 // Names are compared in this order.
 constexpr kv_plugin::Algorithm table[] = {
     {"Copy", 2, Rows::copy},
+    {"ParityChange", 2, Rows::parityChange},
     {"FillPoly", 1, Rows::fillPoly},
 };
 

@@ -1,0 +1,33 @@
+#include "algorithms/parity/kernels/average_lines.h"
+
+namespace kv_img::parity::scalar {
+namespace {
+
+template <int swap>
+void Average(AverageLinesArgs& args) noexcept {
+  const std::uint8_t* upper = args.upper;
+  const std::uint8_t* lower = args.lower;
+  std::uint8_t* to = args.destination;
+  for (std::int32_t word = 0; word < 4 * args.groups; ++word) {
+    to[0] = HalvedAverage(upper[swap], lower[swap]);
+    to[1] = HalvedAverage(upper[1 - swap], lower[1 - swap]);
+    upper += 2;
+    lower += 2;
+    to += 2;
+  }
+  args.upper = upper;
+  args.lower = lower;
+  args.destination = to;
+}
+
+}  // namespace
+
+void AverageLines(AverageLinesArgs& args) noexcept {
+  Average<0>(args);
+}
+
+void AverageLinesSwapped(AverageLinesArgs& args) noexcept {
+  Average<1>(args);
+}
+
+}  // namespace kv_img::parity::scalar

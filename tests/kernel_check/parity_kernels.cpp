@@ -1,0 +1,35 @@
+#include "algorithms/parity/kernels/average_lines.h"
+#include "tests/kernel_check/kernel_case.h"
+
+namespace kv_check {
+namespace {
+
+using namespace kv_img::parity;
+
+Variant AverageVariant(std::string set, void (*kernel)(AverageLinesArgs&) noexcept) {
+  return {std::move(set), [kernel](Call& call) {
+            AverageLinesArgs args{call.groups, call.inputs[0], call.inputs[1], call.outputs[0]};
+            kernel(args);
+            call.inputs[0] = args.upper;
+            call.inputs[1] = args.lower;
+            call.outputs[0] = args.destination;
+          }};
+}
+
+}  // namespace
+
+void AddParityKernels(std::vector<KernelCase>& list) {
+  const std::vector<Stream> lines = {{.perGroup = 8}, {.perGroup = 8}};
+  list.push_back(
+      {"parity/AverageLines",
+       lines,
+       {{.perGroup = 8}},
+       {AverageVariant("scalar", scalar::AverageLines), AverageVariant("mmx", mmx::AverageLines)}});
+  list.push_back({"parity/AverageLinesSwapped",
+                  lines,
+                  {{.perGroup = 8}},
+                  {AverageVariant("scalar", scalar::AverageLinesSwapped),
+                   AverageVariant("mmx", mmx::AverageLinesSwapped)}});
+}
+
+}  // namespace kv_check
