@@ -34,6 +34,10 @@ struct CommonRows {
       For<YUV422, YUV422, typename Classes::template ParityChange<Image<YUV422>, Image<YUV422>>>(),
   };
 
+  static constexpr Row scanning[] = {
+      For<YUV422, YUV422, typename Classes::template Scanning<Image<YUV422>, Image<YUV422>>>(),
+  };
+
   static constexpr Row fillPoly[] = {
       For<DIB24, typename Classes::template FillPoly<Image<DIB24>>>(),
   };

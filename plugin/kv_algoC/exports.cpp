@@ -3,6 +3,7 @@
 #include "algorithms/copy/all_copies.h"
 #include "algorithms/fillpoly/fill_poly.h"
 #include "algorithms/parity/parity_change.h"
+#include "algorithms/scanning/scanning.h"
 #include "frame/spin_barrier.h"
 #include "plugin/common_rows.h"
 
@@ -13,6 +14,8 @@ struct Classes {
   using Copy = kv_img::CopyC<In, Out>;
   template <class In, class Out>
   using ParityChange = kv_img::ParityChangeC<In, Out>;
+  template <class In, class Out>
+  using Scanning = kv_img::ScanningC<In, Out>;
   template <class ImageType>
   using FillPoly = kv_img::FillPolyC<ImageType>;
 };
@@ -23,6 +26,7 @@ using Rows = kv_plugin::CommonRows<Classes>;
 constexpr kv_plugin::Algorithm table[] = {
     {"Copy", 2, Rows::copy},
     {"ParityChange", 2, Rows::parityChange},
+    {"Scanning", 2, Rows::scanning},
     {"FillPoly", 1, Rows::fillPoly},
 };
 

@@ -53,6 +53,7 @@ const std::vector<KernelCase>& AllKernels();
 // The kernels of one folder, appended to the list.
 void AddCopyKernels(std::vector<KernelCase>& list);
 void AddParityKernels(std::vector<KernelCase>& list);
+void AddScanningKernels(std::vector<KernelCase>& list);
 
 /// A variant of a kernel whose record is {groups, source, destination, …}.
 template <class Args, class Kernel>

@@ -7,6 +7,7 @@ const std::vector<KernelCase>& AllKernels() {
     std::vector<KernelCase> list;
     AddCopyKernels(list);
     AddParityKernels(list);
+    AddScanningKernels(list);
     return list;
   }();
   return kernels;

@@ -1,0 +1,52 @@
+#include "algorithms/scanning/kernels/pan_row.h"
+#include "tests/kernel_check/kernel_case.h"
+
+namespace kv_check {
+namespace {
+
+using namespace kv_img::scanning;
+using Kernel = void (*)(PanRowArgs&) noexcept;
+
+/// Of one input row the kernel gets the same row twice.
+Variant PanVariant(std::string set, Kernel kernel, std::size_t rows) {
+  return {std::move(set), [kernel, rows](Call& call) {
+            // Weights as a pan makes them, the extremes as often as random ones.
+            const std::uint32_t extremes[] = {0, 1, 0x3FFFFF, 0x400000, 0x400001, 0x7FFF00, 0x7FFFFF, 0x100};
+            const std::uint32_t weight = call.seed % 2 == 0
+                                             ? extremes[call.seed / 2 % 8]
+                                             : static_cast<std::uint32_t>(call.seed >> 8) & 0x7FFFFFU;
+            PanRowArgs args{call.groups,
+                            call.inputs[0],
+                            call.inputs[rows - 1],
+                            call.outputs[0],
+                            static_cast<std::uint16_t>((0x800000U - weight) >> 8),
+                            static_cast<std::uint16_t>(weight >> 8)};
+            kernel(args);
+            call.inputs[0] = args.upper;
+            call.inputs[rows - 1] = args.lower;
+            call.outputs[0] = args.destination;
+          }};
+}
+
+void AddPan(std::vector<KernelCase>& list, const std::string& name, bool isShifted, Kernel scalarKernel,
+            Kernel mmxKernel) {
+  const Stream row{.perGroup = 8, .before = isShifted ? std::size_t{2} : 0, .behind = 2};
+  for (const std::size_t rows : {2, 1}) {
+    list.push_back({name + (rows == 1 ? "/one row" : ""),
+                    std::vector<Stream>(rows, row),
+                    {{.perGroup = 8}},
+                    {PanVariant("scalar", scalarKernel, rows), PanVariant("mmx", mmxKernel, rows)}});
+  }
+}
+
+}  // namespace
+
+void AddScanningKernels(std::vector<KernelCase>& list) {
+  AddPan(list, "scanning/PanChromaFirst", false, scalar::PanChromaFirst, mmx::PanChromaFirst);
+  AddPan(list, "scanning/PanChromaFirstShifted", true, scalar::PanChromaFirstShifted,
+         mmx::PanChromaFirstShifted);
+  AddPan(list, "scanning/PanLumaFirst", false, scalar::PanLumaFirst, mmx::PanLumaFirst);
+  AddPan(list, "scanning/PanLumaFirstShifted", true, scalar::PanLumaFirstShifted, mmx::PanLumaFirstShifted);
+}
+
+}  // namespace kv_check
