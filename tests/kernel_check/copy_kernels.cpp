@@ -1,4 +1,5 @@
 #include "algorithms/copy/kernels/interleave.h"
+#include "algorithms/copy/kernels/regroup_pairs.h"
 #include "algorithms/copy/kernels/rgb_to_yuv.h"
 #include "algorithms/copy/kernels/swap_bytes.h"
 #include "algorithms/copy/kernels/yuv_to_rgb.h"
@@ -18,6 +19,21 @@ Variant Interleave(std::string set, void (*kernel)(InterleaveArgs&) noexcept) {
             call.inputs[0] = args.luma;
             call.inputs[1] = args.cb;
             call.inputs[2] = args.cr;
+            call.outputs[0] = args.destination;
+          }};
+}
+
+PackedOrder OrderFromBit(std::uint64_t bit) {
+  return bit != 0 ? PackedOrder::LumaFirst : PackedOrder::ChromaFirst;
+}
+
+/// Both byte orders on either side.
+Variant RegroupPairs(std::string set, void (*kernel)(RegroupPairsArgs&) noexcept) {
+  return {std::move(set), [kernel](Call& call) {
+            RegroupPairsArgs args{call.groups, OrderFromBit(call.seed & 1), OrderFromBit(call.seed & 2),
+                                  call.inputs[0], call.outputs[0]};
+            kernel(args);
+            call.inputs[0] = args.source;
             call.outputs[0] = args.destination;
           }};
 }
@@ -60,7 +76,7 @@ Variant ColourConversion(std::string set, void (*kernel)(Args&) noexcept) {
   return {std::move(set), [kernel](Call& call) {
             Args args{};
             args.groups = call.groups;
-            args.order = (call.seed & 1) != 0 ? PackedOrder::LumaFirst : PackedOrder::ChromaFirst;
+            args.order = OrderFromBit(call.seed & 1);
             args.source = call.inputs[0];
             args.destination = call.outputs[0];
             if ((call.seed & 2) != 0) Vary(args.matrix, call.seed);
@@ -100,6 +116,10 @@ void AddCopyKernels(std::vector<KernelCase>& list) {
        {{.perGroup = 8}, {.perGroup = 4}, {.perGroup = 4}},
        {{.perGroup = 16}},
        {Interleave("scalar", scalar::InterleaveLumaFirst), Interleave("mmx", mmx::InterleaveLumaFirst)}});
+  list.push_back({"copy/RegroupPairs",
+                  {{.perGroup = 8, .behind = 2}},
+                  {{.perGroup = 8}},
+                  {RegroupPairs("scalar", scalar::RegroupPairs), RegroupPairs("mmx", mmx::RegroupPairs)}});
   list.push_back({"copy/SwapBytes",
                   {{.perGroup = 8}},
                   {{.perGroup = 8}},

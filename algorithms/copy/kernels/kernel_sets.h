@@ -1,6 +1,7 @@
 #pragma once
 
 #include "algorithms/copy/kernels/interleave.h"
+#include "algorithms/copy/kernels/regroup_pairs.h"
 #include "algorithms/copy/kernels/rgb_to_yuv.h"
 #include "algorithms/copy/kernels/swap_bytes.h"
 #include "algorithms/copy/kernels/yuv_to_rgb.h"
@@ -15,6 +16,7 @@ struct ScalarKernels : MemberC {
   static constexpr auto Dib32ToYuva422 = scalar::Dib32ToYuva422;
   static constexpr auto InterleaveChromaFirst = scalar::InterleaveChromaFirst;
   static constexpr auto InterleaveLumaFirst = scalar::InterleaveLumaFirst;
+  static constexpr auto RegroupPairs = scalar::RegroupPairs;
   static constexpr auto SwapBytes = scalar::SwapBytes;
   static constexpr auto Yuv422ToDib15 = scalar::Yuv422ToDib15;
   static constexpr auto Yuv422ToDib16 = scalar::Yuv422ToDib16;
@@ -28,6 +30,7 @@ struct MmxKernels : MemberMMX {
   static constexpr auto Dib32ToYuva422 = mmx::Dib32ToYuva422;
   static constexpr auto InterleaveChromaFirst = mmx::InterleaveChromaFirst;
   static constexpr auto InterleaveLumaFirst = mmx::InterleaveLumaFirst;
+  static constexpr auto RegroupPairs = mmx::RegroupPairs;
   static constexpr auto SwapBytes = mmx::SwapBytes;
   static constexpr auto Yuv422ToDib15 = mmx::Yuv422ToDib15;
   static constexpr auto Yuv422ToDib16 = mmx::Yuv422ToDib16;
