@@ -30,6 +30,11 @@ struct CommonRows {
       CopyRow<DIB32, YUVA422>(),  CopyRow<YUV422, YUV422>(),
   };
 
+  static constexpr Row copyRoi[] = {
+      For<YUV422, YUV422, typename Classes::template CopyROI<Image<YUV422>, Image<YUV422>>>(),
+      For<YUV411P, YUV422, typename Classes::template CopyROI<Image<YUV411P>, Image<YUV422>>>(),
+  };
+
   static constexpr Row parityChange[] = {
       For<YUV422, YUV422, typename Classes::template ParityChange<Image<YUV422>, Image<YUV422>>>(),
   };

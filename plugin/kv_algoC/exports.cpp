@@ -1,6 +1,7 @@
 #include "plugin/exports.h"
 
 #include "algorithms/copy/all_copies.h"
+#include "algorithms/copy/all_copy_rois.h"
 #include "algorithms/fillpoly/fill_poly.h"
 #include "algorithms/parity/parity_change.h"
 #include "algorithms/scanning/scanning.h"
@@ -12,6 +13,8 @@ namespace {
 struct Classes {
   template <class In, class Out>
   using Copy = kv_img::CopyC<In, Out>;
+  template <class In, class Out>
+  using CopyROI = kv_img::CopyROIC<In, Out>;
   template <class In, class Out>
   using ParityChange = kv_img::ParityChangeC<In, Out>;
   template <class In, class Out>
@@ -25,6 +28,7 @@ using Rows = kv_plugin::CommonRows<Classes>;
 // Names are compared in this order.
 constexpr kv_plugin::Algorithm table[] = {
     {"Copy", 2, Rows::copy},
+    {"CopyROI", 2, Rows::copyRoi},
     {"ParityChange", 2, Rows::parityChange},
     {"Scanning", 2, Rows::scanning},
     {"FillPoly", 1, Rows::fillPoly},

@@ -1,0 +1,71 @@
+#pragma once
+
+#include "algorithms/copy/copy_roi.h"
+#include "algorithms/copy/packed_components.h"
+#include "algorithms/copy/stored_row.h"
+
+namespace kv_img::copy {
+
+/// Region of planar YUV to packed 4:2:2.
+template <class Kernels>
+class RoiCopier<Kernels, Image<PixelYUV411P>, Image<PixelYUV422>> {
+ public:
+  RoiCopier(const Image<PixelYUV411P>& source, Image<PixelYUV422>& destination, const RoiPair& regions)
+      : source_(source.GetPixelBuffer()), destination_(destination.GetPixelBuffer()), regions_(regions) {
+    // A chroma sample belongs to two pixels, so the bounding boxes must begin and end with whole pairs.
+    if (regions.source.GetLeft() % 2 != 0 || regions.destination.GetLeft() % 2 != 0 ||
+        regions.source.GetWidth() % 2 != 0 || regions.destination.GetWidth() % 2 != 0) {
+      Refuse<Kernels>(2, L"CopyROI");
+    }
+  }
+
+  void Copy(std::int32_t threads, std::uint32_t index) const {
+    ForEachRoiSpan({regions_.source, source_.width, source_.height},
+                   {regions_.destination, destination_.width, destination_.height},
+                   FieldParityShift(source_.properties, destination_.properties), threads, index,
+                   [this](const RoiSpan& span) { CopySpan(span); });
+  }
+
+ private:
+  /// The number of pixels does not depend on the run but on the source image: whole groups of its width, from
+  /// the run's first column on. Short runs are run past; the images need slack behind their rows for it.
+  void CopySpan(const RoiSpan& span) const {
+    // Tested here, so that a thread without rows refuses nothing.
+    if (!IsKnownOrder(destination_.descriptor)) {
+      throw AlgoMMXException(4, L"Copy YUV411P -> YUV422: color model", L"");
+    }
+    const auto& [sourceFirst, sourceLast, destinationFirst] = span.columns;
+    const int groups = source_.width / 8;
+    InterleaveArgs args{
+        groups,
+        StoredRow(source_, source_.descriptor.GetComponent(0), span.shiftedSourceRow) + sourceFirst,
+        StoredRow(source_, PixelComponent::Cb, span.shiftedSourceRow) + (sourceFirst >> 1),
+        StoredRow(source_, PixelComponent::Cr, span.shiftedSourceRow) + (sourceFirst >> 1),
+        destination_.rows[span.destinationRow] + std::ptrdiff_t{2} * destinationFirst,
+    };
+    if (OrderOf(destination_.descriptor) == PackedOrder::LumaFirst) {
+      Kernels::InterleaveLumaFirst(args);
+    } else {
+      Kernels::InterleaveChromaFirst(args);
+    }
+    // The run's last column is compared with the number of pixels, wherever the run began.
+    const int remainder = sourceLast - 8 * groups;
+    if (remainder > 0) InterleaveFours(args, ((remainder - 1) >> 2) + 1);
+  }
+
+  /// Four pixels a pass, from where the kernel stopped.
+  void InterleaveFours(const InterleaveArgs& args, int passes) const {
+    const auto to = PackedComponentsOf<PixelYUV422>(args.destination, destination_.descriptor);
+    for (int pixel = 0; pixel < 4 * passes; ++pixel) to.luma[2 * pixel] = args.luma[pixel];
+    for (int pair = 0; pair < 2 * passes; ++pair) {
+      to.cb[4 * pair] = args.cb[pair];
+      to.cr[4 * pair] = args.cr[pair];
+    }
+  }
+
+  const Image<PixelYUV411P>::Buffer& source_;
+  Image<PixelYUV422>::Buffer& destination_;
+  RoiPair regions_;
+};
+
+}  // namespace kv_img::copy
