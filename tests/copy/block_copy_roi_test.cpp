@@ -1,42 +1,17 @@
-#include <gtest/gtest.h>
-
-#include <numeric>
-
-#include "frame/interfaces/copy_roi.h"
-#include "tests/copy/roi_regions.h"
+#include "tests/copy/copy_roi_fixture.h"
 #include "tests/models/copy_roi_model.h"
-#include "tests/support/member.h"
-#include "tests/support/test_image.h"
-#include "tests/support/threads.h"
 
-// The block path of the region copy of packed 4:2:2: regions of full width, equal layouts and properties.
+// The block path of packed 4:2:2: regions of full width, equal layouts and properties.
 
 namespace {
 
 using kv_img::ImageOptions;
 using kv_img::ImageRect;
-using kv_img::RegionOfSupport;
 using kv_img::PixelLayout::chromaFirst;
 using kv_img::PixelLayout::lumaFirst;
 using namespace kv_test;
 
-using Operation = kv_img::CopyROIAlgorithmInterface<Yuv422, Yuv422>;
-using Bytes = std::vector<std::uint8_t>;
-
-class BlockCopyRoi : public testing::TestWithParam<int> {
- protected:
-  const Operation* copy_ = Members()[static_cast<std::size_t>(GetParam())].Get<Operation>(
-      "CopyROI", {kv_img::PixelYUV422::ClassID, kv_img::PixelYUV422::ClassID});
-
-  void SetUp() override { ASSERT_NE(copy_, nullptr); }
-
-  void Run(const Yuv422& source, Yuv422& destination, const RegionOfSupport& from, const RegionOfSupport& to,
-           int threads = 1) {
-    CallInTurn(threads, [&](kv_std::SpinBarrier& barrier, std::uint32_t index) {
-      EXPECT_EQ(&copy_->Apply(source, destination, from, to, barrier, index), &destination);
-    });
-  }
-};
+class BlockCopyRoi : public CopyRoiFixture<kv_img::PixelYUV422> {};
 
 ImageOptions Properties(int flag, int mode, int storage = 7, int order = 0) {
   ImageOptions options;
@@ -178,16 +153,6 @@ TEST_P(BlockCopyRoi, NeedsFullWidthEqualPropertiesFlagOrModeAndStorage) {
   otherLayout.layout = chromaFirst;
   EXPECT_FALSE(isBlock(Properties(0, 0), otherLayout));
   EXPECT_TRUE(isBlock(otherLayout, otherLayout));
-}
-
-TEST_P(BlockCopyRoi, HasNoFieldParityShift) {
-  ImageOptions options = Properties(0, 0);
-  options.properties.fieldParity = 1;
-  const BlockImage source(4, 3, 0, options);
-  BlockImage destination(4, 3, 100, options);
-  const ImageRect whole(0, 0, 3, 2);
-  Run(source.image, destination.image, whole, whole);
-  EXPECT_EQ(destination.Range(0, 24), source.Range(0, 24));
 }
 
 TEST_P(BlockCopyRoi, RegionWithoutRowsCopiesNothing) {

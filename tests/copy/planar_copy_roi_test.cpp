@@ -1,14 +1,4 @@
-#include <gtest/gtest.h>
-
-#include <numeric>
-
-#include "frame/interfaces/copy_roi.h"
-#include "tests/copy/roi_regions.h"
-#include "tests/models/copy_roi_model.h"
-#include "tests/support/expect_error.h"
-#include "tests/support/member.h"
-#include "tests/support/test_image.h"
-#include "tests/support/threads.h"
+#include "tests/copy/copy_roi_fixture.h"
 
 namespace {
 
@@ -21,24 +11,7 @@ using kv_img::PixelLayout::chromaFirst;
 using kv_img::PixelLayout::lumaFirst;
 using namespace kv_test;
 
-using Operation = kv_img::CopyROIAlgorithmInterface<Yuv411P, Yuv422>;
-using Bytes = std::vector<std::uint8_t>;
-
-class PlanarCopyRoi : public testing::TestWithParam<int> {
- protected:
-  const Member& member_ = Members()[static_cast<std::size_t>(GetParam())];
-  const Operation* copy_ =
-      member_.Get<Operation>("CopyROI", {kv_img::PixelYUV411P::ClassID, kv_img::PixelYUV422::ClassID});
-
-  void SetUp() override { ASSERT_NE(copy_, nullptr); }
-
-  void Run(const Yuv411P& source, Yuv422& destination, const RegionOfSupport& from, const RegionOfSupport& to,
-           int threads = 1) {
-    CallInTurn(threads, [&](kv_std::SpinBarrier& barrier, std::uint32_t index) {
-      EXPECT_EQ(&copy_->Apply(source, destination, from, to, barrier, index), &destination);
-    });
-  }
-};
+class PlanarCopyRoi : public CopyRoiFixture<kv_img::PixelYUV411P> {};
 
 /// A planar picture of up to 64 columns: luma is 0 and on by column, Cb 100 and on, Cr 150 and on, each plus
 /// 10 times the row. Samples go on behind the rows, so that over-runs can be told.
@@ -206,12 +179,7 @@ TEST_P(PlanarCopyRoi, OddLeftColumnOrWidthIsRefused) {
   const Planar source(16, 4);
   Packed destination(16, 4);
   const auto refused = [&](const RegionOfSupport& from, const RegionOfSupport& to) {
-    kv_std::SpinBarrier barrier(3);
-    for (std::uint32_t index = 0; index < 3; ++index) {
-      ExpectError<AlgoMMXException>(
-          [&] { copy_->Apply(source.image, destination.image, from, to, barrier, index); }, 2,
-          L"CopyROI" + member_.Suffix());
-    }
+    ExpectRegionsRefused(source.image, destination.image, from, to);
     for (int row = 0; row < 4; ++row) destination.ExpectUntouched(row);
   };
   refused(ImageRect(1, 0, 4, 0), ImageRect(2, 0, 5, 0));
@@ -227,8 +195,7 @@ TEST_P(PlanarCopyRoi, RegionsThatDoNotFitAreRefused) {
   const Planar source(16, 4);
   Packed destination(16, 4);
   const auto refused = [&](const RegionOfSupport& from, const RegionOfSupport& to) {
-    ExpectError<AlgoMMXException>([&] { Run(source.image, destination.image, from, to); }, 2,
-                                  L"CopyROI" + member_.Suffix());
+    ExpectRegionsRefused(source.image, destination.image, from, to);
     for (int row = 0; row < 4; ++row) destination.ExpectUntouched(row);
   };
   refused(ImageRect(0, 0, 3, 1), ImageRect(0, 0, 5, 1));
@@ -257,92 +224,6 @@ TEST_P(PlanarCopyRoi, OtherLayoutIsRefusedAtTheFirstRowThatIsReached) {
       [&] { Run(source.image, destination.image, ImageRect(1, 0, 4, 0), ImageRect(1, 0, 4, 0)); }, 2,
       L"CopyROI" + member_.Suffix());
   for (int row = 0; row < 4; ++row) destination.ExpectUntouched(row);
-}
-
-/// Holds what a picture of this size is read or written behind its rows.
-std::size_t Slack(Size source) {
-  return std::size_t{2} * static_cast<std::size_t>(source.width) + 16;
-}
-
-/// Two images and regions that the operation takes, over-runs inside the rows' slack.
-struct RandomCase {
-  TestImage<kv_img::PixelYUV411P> source;
-  TestImage<kv_img::PixelYUV422> destination;
-  RegionPair regions;
-  int threads;
-
-  RandomCase(Random& random, Size from, Size to)
-      : source(random, from.width, from.height, Placement::Any(random, Slack(from)),
-               Options(kv_img::PixelLayout::planar, random.Between(0, 2))),
-        destination(random, to.width, to.height, Placement::Any(random, Slack(from)),
-                    Options(random.Pick({chromaFirst, lumaFirst}), random.Between(0, 2))),
-        threads(random.Between(1, 9)) {
-    do {
-      regions = RandomRegionPair(random, from, to);
-    } while (kv_model::RoiIsUnevenlyPlaced(*regions.source, *regions.destination));
-  }
-};
-
-TEST_P(PlanarCopyRoi, EqualsTheModelForEveryWidth) {
-  Random random(0x2521);
-  for (int width = 1; width <= 130; ++width) {
-    for (int round = 0; round < 16; ++round) {
-      SCOPED_TRACE(testing::Message() << "width " << width << " round " << round);
-      const Size from{width, random.Between(1, 9)};
-      const Size to{random.OneIn(2) ? width : random.Between(1, 130), random.Between(1, 9)};
-      RandomCase it(random, from, to);
-      TestImage modelSource = it.source;
-      TestImage model = it.destination;
-      Run(*it.source, *it.destination, *it.regions.source, *it.regions.destination, it.threads);
-      kv_model::CopyRoiPlanar(*modelSource, *model, *it.regions.source, *it.regions.destination, it.threads);
-      ASSERT_EQ(it.destination.DifferenceFrom(model), "");
-      ASSERT_EQ(it.source.DifferenceFrom(modelSource), "");
-    }
-  }
-}
-
-TEST_P(PlanarCopyRoi, RefusesWhatTheModelRefuses) {
-  Random random(0x2522);
-  int refusals = 0;
-  for (int round = 0; round < 2000; ++round) {
-    const Size size{random.Between(1, 12), random.Between(1, 5)};
-    RandomCase it(random, size, size);
-    TestImage model = it.destination;
-    it.regions = RandomRegionPair(random, size, size);
-    if (random.OneIn(3)) it.regions.source = std::move(RandomRegionPair(random, size, size).source);
-    const auto& [from, to] = it.regions;
-    if (kv_model::RoiIsRefused(*it.source, *it.destination, *from, *to) ||
-        kv_model::RoiIsUnevenlyPlaced(*from, *to)) {
-      ++refusals;
-      ExpectError<AlgoMMXException>(
-          [&] { Run(*it.source, *it.destination, *it.regions.source, *it.regions.destination); }, 2,
-          L"CopyROI" + member_.Suffix());
-    } else {
-      Run(*it.source, *it.destination, *from, *to);
-      kv_model::CopyRoiPlanar(*it.source, *model, *from, *to, 1);
-    }
-    ASSERT_EQ(it.destination.DifferenceFrom(model), "") << round;
-  }
-  EXPECT_GT(refusals, 500);
-  EXPECT_LT(refusals, 1900);
-}
-
-TEST_P(PlanarCopyRoi, ThreadsAtOnceGiveTheSameBytes) {
-  Random random(0x2523);
-  for (int round = 0; round < 20; ++round) {
-    const Size size{random.Between(2, 130), random.Between(1, 40)};
-    RandomCase it(random, size, size);
-    TestImage model = it.destination;
-    for (const auto& thrown :
-         CallOnThreads(it.threads, [&](kv_std::SpinBarrier&barrier, std::uint32_t index) {
-           copy_->Apply(*it.source, *it.destination, *it.regions.source, *it.regions.destination, barrier,
-                        index);
-         })) {
-      ASSERT_EQ(thrown, nullptr);
-    }
-    kv_model::CopyRoiPlanar(*it.source, *model, *it.regions.source, *it.regions.destination, it.threads);
-    ASSERT_EQ(it.destination.DifferenceFrom(model), "");
-  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Members, PlanarCopyRoi, EachMember(), MemberName);
