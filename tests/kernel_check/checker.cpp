@@ -32,12 +32,16 @@ class StreamMemory {
   StreamMemory(const Stream& stream, int maxGroups)
       : stream_(stream), pages_(2 * guard + 64 + stream.before + SpanOf(stream, maxGroups) + stream.behind) {}
 
-  /// Places a call of `groups`: its last byte is `gap` bytes before the protected page.
+  /// Places a call of `groups`: its last byte is `gap` bytes, in whole elements, before the protected page.
   void Place(int groups, std::size_t gap) {
     groups_ = groups;
-    start_ = pages_.End() - gap - BehindOf(stream_, groups) - SpanOf(stream_, groups);
+    start_ =
+        pages_.End() - (gap - gap % stream_.element) - BehindOf(stream_, groups) - SpanOf(stream_, groups);
   }
-  void Fill(Random& random) { random.Fill({pages_.Begin(), pages_.End()}); }
+  void Fill(Random& random) {
+    random.Fill({pages_.Begin(), pages_.End()});
+    if (stream_.limit) stream_.limit(pages_.Begin(), pages_.End());
+  }
   void CopyBytesOf(const StreamMemory& other) {
     std::copy(other.pages_.Begin(), other.pages_.End(), pages_.Begin());
   }

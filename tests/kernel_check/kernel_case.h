@@ -19,6 +19,10 @@ struct Stream {
   /// None are touched when there is no group.
   std::size_t before = 0;
   std::size_t behind = 0;
+  /// Bytes of an element: the pointer is a multiple of it.
+  std::size_t element = 1;
+  /// Changes random bytes, from begin to end, into ones that the kernel allows. None: it allows all.
+  std::function<void(std::uint8_t* begin, std::uint8_t* end)> limit = {};
 };
 
 /// What one call works on. Constants of the record (weights, masks) are drawn from `seed`, alike for every
