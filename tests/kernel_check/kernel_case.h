@@ -56,6 +56,7 @@ const std::vector<KernelCase>& AllKernels();
 
 // The kernels of one folder, appended to the list.
 void AddCopyKernels(std::vector<KernelCase>& list);
+void AddArithmeticKernels(std::vector<KernelCase>& list);
 void AddParityKernels(std::vector<KernelCase>& list);
 void AddScanningKernels(std::vector<KernelCase>& list);
 

@@ -6,6 +6,7 @@ const std::vector<KernelCase>& AllKernels() {
   static const std::vector<KernelCase> kernels = [] {
     std::vector<KernelCase> list;
     AddCopyKernels(list);
+    AddArithmeticKernels(list);
     AddParityKernels(list);
     AddScanningKernels(list);
     return list;

@@ -1,0 +1,70 @@
+#include "algorithms/arithmetic/kernels/blend_boost.h"
+#include "algorithms/simd/mmx.h"
+
+namespace kv_img::arithmetic::mmx {
+namespace {
+
+// Weights of four pixels. Halving before the clamp to 0..127 gives the same as after a clamp to 0..255; the
+// clamp is a saturating step up by 0x7F80 and down again.
+__m64 BoostedWeights(__m64 mask, __m64 lumaA, __m64 lumaB) {
+  const __m64 step = _mm_set1_pi16(0x7F80);
+  const __m64 half = _mm_srai_pi16(_mm_sub_pi16(_mm_add_pi16(mask, lumaA), lumaB), 1);
+  return _mm_subs_pu16(_mm_adds_pi16(half, step), step);
+}
+
+// The weight of each pair's first pixel for both its chroma bytes.
+__m64 ChromaWeights(__m64 weights) {
+  const __m64 first = _mm_and_si64(weights, _mm_set1_pi32(0x0000FFFF));
+  return _mm_or_si64(first, _mm_slli_pi32(first, 16));
+}
+
+__m64 Blend(__m64 a, __m64 b, __m64 weights) {
+  return _mm_add_pi16(a, _mm_srai_pi16(_mm_mullo_pi16(_mm_sub_pi16(b, a), weights), 7));
+}
+
+__m64 LowBytes(__m64 word) {
+  return _mm_and_si64(word, _mm_set1_pi16(0x00FF));
+}
+__m64 HighBytes(__m64 word) {
+  return _mm_srli_pi16(word, 8);
+}
+
+// A group: `b` and `a` as they lie in memory, the four mask values as 16-bit lanes.
+template <int lumaByte>
+__m64 BlendGroup(__m64 b, __m64 a, __m64 mask) {
+  const __m64 lumaA = lumaByte == 1 ? HighBytes(a) : LowBytes(a);
+  const __m64 lumaB = lumaByte == 1 ? HighBytes(b) : LowBytes(b);
+  const __m64 chromaA = lumaByte == 1 ? LowBytes(a) : HighBytes(a);
+  const __m64 chromaB = lumaByte == 1 ? LowBytes(b) : HighBytes(b);
+  const __m64 weights = BoostedWeights(mask, lumaA, lumaB);
+  const __m64 luma = Blend(lumaA, lumaB, weights);
+  const __m64 chroma = Blend(chromaA, chromaB, ChromaWeights(weights));
+  return lumaByte == 1 ? _mm_or_si64(chroma, _mm_slli_pi16(luma, 8))
+                       : _mm_or_si64(luma, _mm_slli_pi16(chroma, 8));
+}
+
+template <int lumaByte>
+void BlendRow(BlendBoostArgs& args) {
+  const __m64 zero = _mm_setzero_si64();
+  for (std::int32_t group = 0; group < args.groups; ++group) {
+    const __m64 mask = _mm_unpacklo_pi8(Load32(args.mask), zero);
+    Store64(args.destination, BlendGroup<lumaByte>(Load64(args.b), Load64(args.a), mask));
+    args.b += 8;
+    args.a += 8;
+    args.mask += 4;
+    args.destination += 8;
+  }
+}
+
+}  // namespace
+
+void BlendBoost(BlendBoostArgs& args) noexcept {
+  if (args.lumaByte == 1) {
+    BlendRow<1>(args);
+  } else {
+    BlendRow<0>(args);
+  }
+  _mm_empty();
+}
+
+}  // namespace kv_img::arithmetic::mmx

@@ -1,0 +1,14 @@
+#include "algorithms/arithmetic/kernels/halved_sum.h"
+
+namespace kv_img::arithmetic::scalar {
+
+void HalvedSum(HalvedSumArgs& args) noexcept {
+  const std::int32_t pixels = 4 * args.groups;
+  for (std::int32_t pixel = 0; pixel < pixels; ++pixel)
+    args.destination[pixel] = HalvedSumOf(args.first[pixel], args.second[pixel]);
+  args.first += pixels;
+  args.second += pixels;
+  args.destination += pixels;
+}
+
+}  // namespace kv_img::arithmetic::scalar

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdint>
+
+namespace kv_img::arithmetic {
+
+/// Moves the column sums of a window down by one row: each sum gains the pixel of the row that enters the
+/// window and loses that of the row that leaves it.
+///
+/// One group is eight columns: 8 bytes read at `entering` and at `leaving`, 16 bytes (eight sums) read and
+/// written at `sums`. Sums are at their natural alignment, rows at any; no overlap; touches exactly these
+/// bytes. Sums wrap at 16 bits. The kernel leaves the pointers behind what it consumed, the SIMD state clean,
+/// and keeps no state.
+struct ReplaceRowArgs {
+  std::int32_t groups;
+  const std::uint8_t* entering;
+  const std::uint8_t* leaving;
+  std::uint16_t* sums;
+};
+
+namespace scalar {
+void ReplaceRow(ReplaceRowArgs& args) noexcept;
+}
+namespace mmx {
+void ReplaceRow(ReplaceRowArgs& args) noexcept;
+}
+
+}  // namespace kv_img::arithmetic

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstdint>
+
+namespace kv_img::arithmetic {
+
+/// Largest window: 255 rows of 255 are the most that a 16-bit column sum holds.
+inline constexpr std::uint32_t maxWindowSize = 255;
+
+/// The mean of `count` pixels, at least 1, that add up to `sum`; rounded down.
+constexpr std::uint8_t MeanOf(std::uint32_t sum, std::uint32_t count) {
+  return static_cast<std::uint8_t>(sum / count);
+}
+static_assert(MeanOf(35, 9) == 3 && MeanOf(255U * 255U * 255U, 255U * 255U) == 255);
+
+/// Means of square windows that slide along a row of column sums, one column at a time.
+///
+/// A window is `windowSize` columns, 1 to maxWindowSize, of as many rows each: its mean is the sum of its
+/// column sums, none above 255 * windowSize, divided by windowSize * windowSize and rounded down. `columns`
+/// points to the first column of the first window. One group is eight windows: 8 bytes written at
+/// `destination`; g groups read the 8 * g + windowSize - 1 sums of their windows, and no groups none. Sums
+/// are at their natural alignment; no overlap. The kernel leaves `columns` at the first column of the window
+/// behind the last and `destination` behind what it wrote, the SIMD state clean, and keeps no state.
+struct WindowMeansArgs {
+  std::int32_t groups;
+  const std::uint16_t* columns;
+  std::uint8_t* destination;
+  std::uint32_t windowSize;
+};
+
+namespace scalar {
+void WindowMeans(WindowMeansArgs& args) noexcept;
+}
+namespace mmx {
+/// Windows of 3 and of 4 columns in 16-bit lanes, without a division.
+void WindowMeans(WindowMeansArgs& args) noexcept;
+}  // namespace mmx
+
+}  // namespace kv_img::arithmetic

@@ -1,0 +1,115 @@
+#include "algorithms/arithmetic/kernels/blend_boost.h"
+#include "algorithms/arithmetic/kernels/halved_sum.h"
+#include "algorithms/arithmetic/kernels/luma_difference.h"
+#include "algorithms/arithmetic/kernels/replace_row.h"
+#include "algorithms/arithmetic/kernels/window_means.h"
+#include "tests/kernel_check/kernel_case.h"
+
+namespace kv_check {
+
+using namespace kv_img::arithmetic;
+
+namespace {
+
+template <class Kernel>
+Variant LumaDifferenceVariant(std::string set, Kernel kernel) {
+  return {std::move(set), [kernel](Call& call) {
+            LumaDifferenceArgs args{call.groups, call.inputs[0], call.inputs[1], call.outputs[0],
+                                    static_cast<std::int32_t>(call.seed % 2)};
+            kernel(args);
+            call.inputs[0] = args.first;
+            call.inputs[1] = args.second;
+            call.outputs[0] = args.destination;
+          }};
+}
+
+template <class Kernel>
+Variant HalvedSumVariant(std::string set, Kernel kernel) {
+  return {std::move(set), [kernel](Call& call) {
+            HalvedSumArgs args{call.groups, call.inputs[0], call.inputs[1], call.outputs[0]};
+            kernel(args);
+            call.inputs[0] = args.first;
+            call.inputs[1] = args.second;
+            call.outputs[0] = args.destination;
+          }};
+}
+
+template <class Kernel>
+Variant ReplaceRowVariant(std::string set, Kernel kernel) {
+  return {std::move(set), [kernel](Call& call) {
+            ReplaceRowArgs args{call.groups, call.inputs[0], call.inputs[1],
+                                reinterpret_cast<std::uint16_t*>(call.outputs[0])};
+            kernel(args);
+            call.inputs[0] = args.entering;
+            call.inputs[1] = args.leaving;
+            call.outputs[0] = reinterpret_cast<std::uint8_t*>(args.sums);
+          }};
+}
+
+template <class Kernel>
+Variant WindowMeansVariant(std::string set, Kernel kernel, std::uint32_t windowSize) {
+  return {std::move(set), [kernel, windowSize](Call& call) {
+            WindowMeansArgs args{call.groups, reinterpret_cast<const std::uint16_t*>(call.inputs[0]),
+                                 call.outputs[0], windowSize};
+            kernel(args);
+            call.inputs[0] = reinterpret_cast<const std::uint8_t*>(args.columns);
+            call.outputs[0] = args.destination;
+          }};
+}
+
+KernelCase WindowMeansCase(std::uint32_t windowSize) {
+  const auto limitSums = [windowSize](std::uint8_t* begin, std::uint8_t* end) {
+    auto* last = reinterpret_cast<std::uint16_t*>(end);
+    for (auto* sum = reinterpret_cast<std::uint16_t*>(begin); sum != last; ++sum)
+      *sum = static_cast<std::uint16_t>(*sum % (255 * windowSize + 1));
+  };
+  return {"arithmetic/WindowMeans" + std::to_string(windowSize),
+          {{.perGroup = 16,
+            .behind = sizeof(std::uint16_t) * (windowSize - 1),
+            .element = sizeof(std::uint16_t),
+            .limit = limitSums}},
+          {{.perGroup = 8}},
+          {WindowMeansVariant("scalar", scalar::WindowMeans, windowSize),
+           WindowMeansVariant("mmx", mmx::WindowMeans, windowSize)}};
+}
+
+template <class Kernel>
+Variant BlendBoostVariant(std::string set, Kernel kernel) {
+  return {std::move(set), [kernel](Call& call) {
+            BlendBoostArgs args{call.groups,    call.inputs[0],  call.inputs[1],
+                                call.inputs[2], call.outputs[0], static_cast<std::int32_t>(call.seed % 2)};
+            kernel(args);
+            call.inputs[0] = args.b;
+            call.inputs[1] = args.a;
+            call.inputs[2] = args.mask;
+            call.outputs[0] = args.destination;
+          }};
+}
+
+}  // namespace
+
+void AddArithmeticKernels(std::vector<KernelCase>& list) {
+  list.push_back({"arithmetic/LumaDifference",
+                  {{.perGroup = 8}, {.perGroup = 8}},
+                  {{.perGroup = 4}},
+                  {LumaDifferenceVariant("scalar", scalar::LumaDifference),
+                   LumaDifferenceVariant("mmx", mmx::LumaDifference)}});
+  list.push_back({"arithmetic/HalvedSum",
+                  {{.perGroup = 4}, {.perGroup = 4}},
+                  {{.perGroup = 4}},
+                  {HalvedSumVariant("scalar", scalar::HalvedSum), HalvedSumVariant("mmx", mmx::HalvedSum)}});
+  list.push_back(
+      {"arithmetic/ReplaceRow",
+       {{.perGroup = 8}, {.perGroup = 8}},
+       {{.perGroup = 16, .element = sizeof(std::uint16_t)}},
+       {ReplaceRowVariant("scalar", scalar::ReplaceRow), ReplaceRowVariant("mmx", mmx::ReplaceRow)}});
+  for (const std::uint32_t windowSize : {1U, 2U, 3U, 4U, 5U, 31U, 255U})
+    list.push_back(WindowMeansCase(windowSize));
+  list.push_back(
+      {"arithmetic/BlendBoost",
+       {{.perGroup = 8}, {.perGroup = 8}, {.perGroup = 4}},
+       {{.perGroup = 8}},
+       {BlendBoostVariant("scalar", scalar::BlendBoost), BlendBoostVariant("mmx", mmx::BlendBoost)}});
+}
+
+}  // namespace kv_check
