@@ -1,0 +1,91 @@
+#pragma once
+
+#include <algorithm>
+#include <cstring>
+
+#include "algorithms/arithmetic/column_run.h"
+#include "algorithms/arithmetic/kernels/kernel_sets.h"
+#include "frame/interfaces/average.h"
+#include "frame/member_name.h"
+#include "frame/row_band.h"
+#include "image/image.h"
+
+namespace kv_img {
+
+/// Throws AlgoMMXException code 1 when the three sizes are not equal, before a pixel is written. Pixels
+/// outside the output region stay as they were.
+template <class Kernels, class ImageType>
+class Average : public AverageAlgorithmInterface<ImageType> {
+ public:
+  ImageType& Apply(const ImageType& first, const ImageType& second, ImageType& destination,
+                   const RegionOfSupport& firstRegion, const RegionOfSupport& secondRegion,
+                   const RegionOfSupport& outputRegion, kv_std::SpinBarrier& barrier,
+                   std::uint32_t threadIndex) const override {
+    if (first.GetWidth() != destination.GetWidth() || first.GetHeight() != destination.GetHeight() ||
+        second.GetWidth() != destination.GetWidth() || second.GetHeight() != destination.GetHeight()) {
+      Refuse<Kernels>(1, L"Average");
+    }
+    const auto& firstBuffer = first.GetPixelBuffer();
+    const auto& secondBuffer = second.GetPixelBuffer();
+    const auto& to = destination.GetPixelBuffer();
+    const RowBand band = BandOf(outputRegion, barrier, threadIndex);
+    for (std::int32_t row = band.first; row <= band.last; ++row) {
+      const ColumnRun output = arithmetic::RunOf(outputRegion, row);
+      MergeRow({firstBuffer.rows[row], ValidColumns(firstRegion, row, output)},
+               {secondBuffer.rows[row], ValidColumns(secondRegion, row, output)}, to.rows[row], output);
+    }
+    return destination;
+  }
+
+ private:
+  using ColumnRun = arithmetic::ColumnRun;
+
+  /// A row of a source and the columns in which it is valid.
+  struct SourceRow {
+    const std::uint8_t* pixels;
+    ColumnRun valid;
+  };
+
+  static ColumnRun ValidColumns(const RegionOfSupport& region, std::int32_t row, const ColumnRun& output) {
+    if (row < region.GetTop() || row > region.GetBottom()) return {0, -1};
+    return Intersection(arithmetic::RunOf(region, row), output);
+  }
+
+  static void MergeRow(const SourceRow& first, const SourceRow& second, std::uint8_t* destination,
+                       const ColumnRun& output) {
+    if (output.IsEmpty()) return;
+    std::memset(destination + output.first, 0, static_cast<std::size_t>(output.Width()));
+    const bool firstLeads = first.valid.first <= second.valid.first;
+    const SourceRow& leading = firstLeads ? first : second;
+    const SourceRow& other = firstLeads ? second : first;
+    Copy(leading, {leading.valid.first, std::min(other.valid.first - 1, leading.valid.last)}, destination);
+    Merge(first, second, destination);
+    Copy(first, {std::max(second.valid.last + 1, first.valid.first), first.valid.last}, destination);
+    Copy(second, {std::max(first.valid.last + 1, second.valid.first), second.valid.last}, destination);
+  }
+
+  static void Copy(const SourceRow& source, const ColumnRun& run, std::uint8_t* destination) {
+    if (run.IsEmpty()) return;
+    std::memcpy(destination + run.first, source.pixels + run.first, static_cast<std::size_t>(run.Width()));
+  }
+
+  static void Merge(const SourceRow& first, const SourceRow& second, std::uint8_t* destination) {
+    const ColumnRun overlap = Intersection(first.valid, second.valid);
+    if (overlap.IsEmpty()) return;
+    arithmetic::HalvedSumArgs args{overlap.Width() / 4, first.pixels + overlap.first,
+                                   second.pixels + overlap.first, destination + overlap.first};
+    Kernels::HalvedSum(args);
+
+    // Groups lose a half of two odd pixels, the remainder does not: both are meant.
+    for (std::int32_t column = overlap.first + 4 * args.groups; column <= overlap.last; ++column)
+      destination[column] = arithmetic::FullMeanOf(first.pixels[column], second.pixels[column]);
+  }
+};
+
+template <class ImageType>
+class AverageC final : public Average<arithmetic::ScalarKernels, ImageType> {};
+
+template <class ImageType>
+class AverageMMX final : public Average<arithmetic::MmxKernels, ImageType> {};
+
+}  // namespace kv_img
