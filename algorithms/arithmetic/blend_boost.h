@@ -1,0 +1,64 @@
+#pragma once
+
+#include "algorithms/arithmetic/column_run.h"
+#include "algorithms/arithmetic/kernels/kernel_sets.h"
+#include "algorithms/arithmetic/packed_row.h"
+#include "frame/interfaces/blend_boost.h"
+#include "frame/member_name.h"
+#include "frame/row_band.h"
+#include "image/image.h"
+#include "image/run_region.h"
+
+namespace kv_img {
+
+/// Throws before a pixel is written, in this order: AlgoMMXException code 4 when the region is not a
+/// RunRegion, code 1 when the frames' sizes differ (the mask's is not compared), code 6 when the byte orders
+/// of `a` and `b` differ. A run that is not a multiple of four pixels wide is refused when its row is
+/// reached, with rows above it already written.
+template <class Kernels, class ImageType>
+class BlendBoost : public BlendBoostAlgorithmInterface<ImageType> {
+ public:
+  using Mask = typename BlendBoostAlgorithmInterface<ImageType>::Mask;
+
+  ImageType& Apply(const ImageType& b, const ImageType& a, const Mask& mask, ImageType& destination,
+                   const RegionOfSupport& region, kv_std::SpinBarrier& barrier,
+                   std::uint32_t threadIndex) const override {
+    if (region.GetRegionType() != RunRegion::regionType) {
+      Refuse<Kernels>(4, L"BlendBoost", {}, L"type of roi");
+    }
+    if (b.GetWidth() != destination.GetWidth() || b.GetHeight() != destination.GetHeight() ||
+        a.GetWidth() != destination.GetWidth() || a.GetHeight() != destination.GetHeight()) {
+      Refuse<Kernels>(1, L"BlendBoost");
+    }
+    const auto& bBuffer = b.GetPixelBuffer();
+    const auto& aBuffer = a.GetPixelBuffer();
+    if (bBuffer.descriptor.GetLayout() != aBuffer.descriptor.GetLayout()) {
+      // This message names another algorithm, and that is meant: hosts know it by this text.
+      Refuse<Kernels>(6, L"AlphaLayerColorBased", L"<ImageYUV422>");
+    }
+    const auto& maskBuffer = mask.GetPixelBuffer();
+    const auto& to = destination.GetPixelBuffer();
+    const auto& runs = static_cast<const RunRegion&>(region);
+    const RowBand band = BandOf(region, barrier, threadIndex);
+    for (std::int32_t row = band.first; row <= band.last; ++row) {
+      const std::int32_t groups = runs.GetNumberOf4Pixels(row);
+      const std::int32_t column = runs.GetLeft(row);
+      arithmetic::BlendBoostArgs args{groups,
+                                      arithmetic::PixelAt(bBuffer, row, column),
+                                      arithmetic::PixelAt(aBuffer, row, column),
+                                      maskBuffer.rows[row] + column,
+                                      arithmetic::PixelAt(to, row, column),
+                                      arithmetic::LumaByte(bBuffer)};
+      Kernels::BlendBoost(args);
+    }
+    return destination;
+  }
+};
+
+template <class ImageType>
+class BlendBoostC final : public BlendBoost<arithmetic::ScalarKernels, ImageType> {};
+
+template <class ImageType>
+class BlendBoostMMX final : public BlendBoost<arithmetic::MmxKernels, ImageType> {};
+
+}  // namespace kv_img
