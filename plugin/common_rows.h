@@ -39,12 +39,28 @@ struct CommonRows {
       For<YUV422, YUV422, typename Classes::template ParityChange<Image<YUV422>, Image<YUV422>>>(),
   };
 
+  static constexpr Row averageFilter[] = {
+      For<NoColor, typename Classes::template AverageFilter<Image<NoColor>>>(),
+  };
+
+  static constexpr Row absoluteDifference[] = {
+      For<YUV422, NoColor, typename Classes::template AbsoluteDifference<Image<YUV422>, Image<NoColor>>>(),
+  };
+
   static constexpr Row scanning[] = {
       For<YUV422, YUV422, typename Classes::template Scanning<Image<YUV422>, Image<YUV422>>>(),
   };
 
+  static constexpr Row blendBoost[] = {
+      For<YUV422, typename Classes::template BlendBoost<Image<YUV422>>>(),
+  };
+
   static constexpr Row fillPoly[] = {
       For<DIB24, typename Classes::template FillPoly<Image<DIB24>>>(),
+  };
+
+  static constexpr Row average[] = {
+      For<NoColor, typename Classes::template Average<Image<NoColor>>>(),
   };
 };
 

@@ -1,5 +1,6 @@
 #include "plugin/exports.h"
 
+#include "algorithms/arithmetic/all_arithmetic.h"
 #include "algorithms/copy/all_copies.h"
 #include "algorithms/copy/all_copy_rois.h"
 #include "algorithms/fillpoly/fill_poly.h"
@@ -17,10 +18,18 @@ struct Classes {
   using CopyROI = kv_img::CopyROIC<In, Out>;
   template <class In, class Out>
   using ParityChange = kv_img::ParityChangeC<In, Out>;
+  template <class ImageType>
+  using AverageFilter = kv_img::AverageFilterC<ImageType>;
+  template <class In, class Out>
+  using AbsoluteDifference = kv_img::AbsoluteDifferenceC<In, Out>;
   template <class In, class Out>
   using Scanning = kv_img::ScanningC<In, Out>;
   template <class ImageType>
+  using BlendBoost = kv_img::BlendBoostC<ImageType>;
+  template <class ImageType>
   using FillPoly = kv_img::FillPolyC<ImageType>;
+  template <class ImageType>
+  using Average = kv_img::AverageC<ImageType>;
 };
 
 using Rows = kv_plugin::CommonRows<Classes>;
@@ -30,8 +39,12 @@ constexpr kv_plugin::Algorithm table[] = {
     {"Copy", 2, Rows::copy},
     {"CopyROI", 2, Rows::copyRoi},
     {"ParityChange", 2, Rows::parityChange},
+    {"AverageFilter", 1, Rows::averageFilter},
+    {"AbsoluteDifference", 2, Rows::absoluteDifference},
     {"Scanning", 2, Rows::scanning},
+    {"BlendBoost", 1, Rows::blendBoost},
     {"FillPoly", 1, Rows::fillPoly},
+    {"Average", 1, Rows::average},
 };
 
 // Stands ready while the member is loaded.
