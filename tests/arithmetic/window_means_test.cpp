@@ -1,0 +1,45 @@
+#include "algorithms/arithmetic/kernels/window_means.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace {
+
+using namespace kv_img::arithmetic;
+
+/// The first mean of one group whose first window has this sum, spread over columns as evenly as it goes.
+int MeanOfFirstWindow(void (*kernel)(WindowMeansArgs&) noexcept, std::uint32_t windowSize,
+                      std::uint32_t sum) {
+  std::vector<std::uint16_t> columns(windowSize + 7, static_cast<std::uint16_t>(sum / windowSize));
+  for (std::uint32_t column = 0; column < sum % windowSize; ++column) ++columns[column];
+  std::uint8_t means[8] = {};
+  WindowMeansArgs args{1, columns.data(), means, windowSize};
+  kernel(args);
+  return means[0];
+}
+
+/// A quotient that does not fall as the sum rises is exact everywhere when it is exact on both sides of each
+/// of its steps.
+void ExpectExactAtEveryStep(void (*kernel)(WindowMeansArgs&) noexcept) {
+  for (std::uint32_t windowSize = 1; windowSize <= maxWindowSize; ++windowSize) {
+    const std::uint32_t area = windowSize * windowSize;
+    for (std::uint32_t mean = 0; mean <= 255; ++mean) {
+      ASSERT_EQ(MeanOfFirstWindow(kernel, windowSize, mean * area), static_cast<int>(mean))
+          << "window " << windowSize;
+      if (mean == 255) break;
+      ASSERT_EQ(MeanOfFirstWindow(kernel, windowSize, mean * area + area - 1), static_cast<int>(mean))
+          << "window " << windowSize;
+    }
+  }
+}
+
+TEST(WindowMeans, ScalarIsExactForEveryWindow) {
+  ExpectExactAtEveryStep(scalar::WindowMeans);
+}
+
+TEST(WindowMeans, MmxIsExactForEveryWindow) {
+  ExpectExactAtEveryStep(mmx::WindowMeans);
+}
+
+}  // namespace
