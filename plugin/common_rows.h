@@ -39,6 +39,14 @@ struct CommonRows {
       For<YUV422, YUV422, typename Classes::template ParityChange<Image<YUV422>, Image<YUV422>>>(),
   };
 
+  static constexpr Row alphaLayerProbMask[] = {
+      For<NoColor, typename Classes::template AlphaLayerProbMask<Image<NoColor>>>(),
+  };
+
+  static constexpr Row alphaLayerColorBased[] = {
+      For<YUV422, typename Classes::template AlphaLayerColorBased<Image<YUV422>>>(),
+  };
+
   static constexpr Row averageFilter[] = {
       For<NoColor, typename Classes::template AverageFilter<Image<NoColor>>>(),
   };

@@ -1,5 +1,7 @@
 #include "plugin/exports.h"
 
+#include "algorithms/alpha/alpha_layer_color_based.h"
+#include "algorithms/alpha/alpha_layer_prob_mask.h"
 #include "algorithms/arithmetic/all_arithmetic.h"
 #include "algorithms/copy/all_copies.h"
 #include "algorithms/copy/all_copy_rois.h"
@@ -18,6 +20,10 @@ struct Classes {
   using CopyROI = kv_img::CopyROIC<In, Out>;
   template <class In, class Out>
   using ParityChange = kv_img::ParityChangeC<In, Out>;
+  template <class ImageType>
+  using AlphaLayerProbMask = kv_img::AlphaLayerProbMaskC<ImageType>;
+  template <class ImageType>
+  using AlphaLayerColorBased = kv_img::AlphaLayerColorBasedC<ImageType>;
   template <class ImageType>
   using AverageFilter = kv_img::AverageFilterC<ImageType>;
   template <class In, class Out>
@@ -39,6 +45,8 @@ constexpr kv_plugin::Algorithm table[] = {
     {"Copy", 2, Rows::copy},
     {"CopyROI", 2, Rows::copyRoi},
     {"ParityChange", 2, Rows::parityChange},
+    {"AlphaLayerProbMask", 1, Rows::alphaLayerProbMask},
+    {"AlphaLayerColorBased", 1, Rows::alphaLayerColorBased},
     {"AverageFilter", 1, Rows::averageFilter},
     {"AbsoluteDifference", 2, Rows::absoluteDifference},
     {"Scanning", 2, Rows::scanning},

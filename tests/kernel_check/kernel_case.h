@@ -55,6 +55,7 @@ struct KernelCase {
 const std::vector<KernelCase>& AllKernels();
 
 // The kernels of one folder, appended to the list.
+void AddAlphaKernels(std::vector<KernelCase>& list);
 void AddCopyKernels(std::vector<KernelCase>& list);
 void AddArithmeticKernels(std::vector<KernelCase>& list);
 void AddParityKernels(std::vector<KernelCase>& list);

@@ -5,6 +5,7 @@ namespace kv_check {
 const std::vector<KernelCase>& AllKernels() {
   static const std::vector<KernelCase> kernels = [] {
     std::vector<KernelCase> list;
+    AddAlphaKernels(list);
     AddCopyKernels(list);
     AddArithmeticKernels(list);
     AddParityKernels(list);

@@ -1,0 +1,106 @@
+#pragma once
+
+#include <algorithm>
+#include <cstdlib>
+#include <utility>
+
+#include "algorithms/alpha/kernels/kernel_sets.h"
+#include "algorithms/alpha/smooth_mask.h"
+#include "frame/interfaces/alpha_layer_color_based.h"
+#include "frame/member_name.h"
+#include "frame/row_band.h"
+#include "image/image.h"
+#include "image/image_factory.h"
+
+namespace kv_img {
+namespace alpha {
+
+/// Alpha of a pixel pair behind the last whole group: lower than the kernel's from s = 6 on, and meant to be.
+constexpr std::uint8_t TailAlpha(std::int32_t s) {
+  // Single precision holds s and, up to the limit, its cube exactly.
+  return static_cast<std::uint8_t>(255 - std::min(s * s * s, 128));
+}
+static_assert(TailAlpha(0) == 255 && TailAlpha(5) == 130 && TailAlpha(6) == 127 && TailAlpha(510) == 127);
+
+}  // namespace alpha
+
+/// "AlphaLayerColorBased" of packed 4:2:2.
+template <class Kernels, class ImageType>
+class AlphaLayerColorBased : public AlphaLayerColorBasedAlgorithmInterface<ImageType> {
+ public:
+  using Mask = alpha::Mask;
+
+  Mask& Apply(const ImageType& first, const ImageType& second, Mask& destination,
+              const RegionOfSupport& region, std::uint32_t windowSize, std::shared_ptr<Mask> intermediate,
+              kv_std::SpinBarrier& barrier, std::uint32_t threadIndex) const override {
+    if (first.GetWidth() != second.GetWidth() || first.GetHeight() != second.GetHeight() ||
+        first.GetWidth() != destination.GetWidth() || first.GetHeight() != destination.GetHeight()) {
+      Refuse<Kernels>(1, name);
+    }
+    const auto& buffer = first.GetPixelBuffer();
+    if (buffer.descriptor.GetLayout() != second.GetPixelBuffer().descriptor.GetLayout()) {
+      Refuse<Kernels>(6, name, L"<ImageYUV422>");
+    }
+    if (intermediate == nullptr) intermediate = ImageFactory<Mask>::CreateImage(first);
+    if (static_cast<std::int32_t>(intermediate->GetWidth()) != buffer.width ||
+        static_cast<std::int32_t>(intermediate->GetHeight()) != buffer.height) {
+      Refuse<Kernels>(1, name);
+    }
+
+    const RawMask rawMask(first, second, *intermediate);
+    alpha::ForEachRun(region, barrier, threadIndex, rawMask);
+    alpha::SmoothMask(*intermediate, destination, region, windowSize, barrier, threadIndex);
+    return destination;
+  }
+
+ private:
+  static constexpr std::wstring_view name = L"AlphaLayerColorBased";
+
+  /// Writes the raw mask of one run of pixels.
+  class RawMask {
+   public:
+    RawMask(const ImageType& first, const ImageType& second, Mask& mask)
+        : first_(first.GetPixelBuffer()), second_(second.GetPixelBuffer()), mask_(mask.GetPixelBuffer()) {}
+
+    /// Pairs count from the first column on, also when that is odd: their first sample is the second of an
+    /// image pair then. A lone last pixel reads the sample two bytes on, up to 2 bytes behind the row.
+    void operator()(int row, int firstColumn, int lastColumn) const {
+      const int groups = (lastColumn - firstColumn + 1) / 4;
+      alpha::ChromaDistanceArgs args{groups,
+                                     first_.rows[row] + std::ptrdiff_t{2} * firstColumn,
+                                     second_.rows[row] + std::ptrdiff_t{2} * firstColumn,
+                                     mask_.rows[row] + firstColumn,
+                                     8 * ChromaPosition(first_),
+                                     8 * ChromaPosition(second_)};
+      Kernels::ChromaDistance(args);
+
+      const std::uint8_t* a = args.first + ChromaPosition(first_);
+      const std::uint8_t* b = args.second + ChromaPosition(second_);
+      for (int column = firstColumn + 4 * groups; column <= lastColumn; column += 2) {
+        const std::uint8_t alpha = alpha::TailAlpha(std::abs(a[0] - b[0]) + std::abs(a[2] - b[2]));
+        *args.mask++ = alpha;
+        if (column < lastColumn) *args.mask++ = alpha;
+        a += 4;
+        b += 4;
+      }
+    }
+
+   private:
+    using Buffer = typename ImageType::Buffer;
+    static int ChromaPosition(const Buffer& buffer) {
+      return buffer.descriptor.GetPosition(PixelComponent::Cb);
+    }
+
+    const Buffer& first_;
+    const Buffer& second_;
+    Mask::Buffer& mask_;
+  };
+};
+
+template <class ImageType>
+class AlphaLayerColorBasedC final : public AlphaLayerColorBased<alpha::ScalarKernels, ImageType> {};
+
+template <class ImageType>
+class AlphaLayerColorBasedMMX final : public AlphaLayerColorBased<alpha::MmxKernels, ImageType> {};
+
+}  // namespace kv_img

@@ -1,0 +1,103 @@
+#pragma once
+
+#include <algorithm>
+#include <utility>
+
+#include "algorithms/alpha/kernels/kernel_sets.h"
+#include "algorithms/alpha/smooth_mask.h"
+#include "frame/interfaces/alpha_layer_prob_mask.h"
+#include "frame/member_name.h"
+#include "frame/row_band.h"
+#include "image/image.h"
+#include "image/image_factory.h"
+
+namespace kv_img {
+namespace alpha {
+
+constexpr std::uint8_t ClampToByte(std::int32_t value) {
+  return static_cast<std::uint8_t>(std::clamp(value, 0, 255));
+}
+
+/// The raw mask with gain: in 32 bits that wrap.
+constexpr std::uint8_t GainedDifference(std::uint8_t p, std::uint8_t q, std::uint32_t gain) {
+  const std::uint32_t difference = static_cast<std::uint32_t>(p) - static_cast<std::uint32_t>(q);
+  return ClampToByte(static_cast<std::int32_t>(difference * gain + 128U));
+}
+static_assert(GainedDifference(64, 0, 2) == 255 && GainedDifference(0, 64, 1) == 64 &&
+              GainedDifference(2, 0, 0x80000000U) == 128 && GainedDifference(1, 0, 0x80000000U) == 0);
+
+}  // namespace alpha
+
+/// "AlphaLayerProbMask" of 8-bit images.
+template <class Kernels, class ImageType>
+class AlphaLayerProbMask : public AlphaLayerProbMaskAlgorithmInterface<ImageType> {
+ public:
+  ImageType& Apply(const ImageType& p, const ImageType& q, ImageType& destination,
+                   const RegionOfSupport& region, std::uint32_t gain, std::uint32_t windowSize,
+                   std::shared_ptr<ImageType> intermediate, kv_std::SpinBarrier& barrier,
+                   std::uint32_t threadIndex) const override {
+    const auto gained = [gain](alpha::CentredDifferenceArgs row, int pixels) {
+      for (int pixel = 0; pixel < pixels; ++pixel) {
+        row.mask[pixel] = alpha::GainedDifference(row.p[pixel], row.q[pixel], gain);
+      }
+    };
+    return MakeLayer(p, q, destination, region, windowSize, std::move(intermediate), barrier, threadIndex,
+                     gained);
+  }
+
+  ImageType& Apply(const ImageType& p, const ImageType& q, ImageType& destination,
+                   const RegionOfSupport& region, std::uint32_t windowSize,
+                   std::shared_ptr<ImageType> intermediate, kv_std::SpinBarrier& barrier,
+                   std::uint32_t threadIndex) const override {
+    const auto plain = [](alpha::CentredDifferenceArgs row, int pixels) {
+      row.groups = pixels / 4;
+      Kernels::CentredDifference(row);
+      for (int pixel = 4 * row.groups; pixel < pixels; ++pixel) {
+        *row.mask++ = alpha::ClampToByte(*row.p++ - *row.q++ + 128);
+      }
+    };
+    return MakeLayer(p, q, destination, region, windowSize, std::move(intermediate), barrier, threadIndex,
+                     plain);
+  }
+
+ private:
+  static constexpr std::wstring_view name = L"AlphaLayerProbMask";
+
+  static std::shared_ptr<ImageType> MakeIntermediate(const ImageType& like) {
+    return ImageFactory<ImageType>::CreateImage(static_cast<int>(like.GetWidth()),
+                                                static_cast<int>(like.GetHeight()),
+                                                like.GetPixelBuffer().properties, PixelLayout::grey, 1);
+  }
+
+  /// `rawRun(row pointers at the first column, pixels)` writes the raw mask of one run.
+  template <class RawRun>
+  static ImageType& MakeLayer(const ImageType& p, const ImageType& q, ImageType& destination,
+                              const RegionOfSupport& region, std::uint32_t windowSize,
+                              std::shared_ptr<ImageType> intermediate, kv_std::SpinBarrier& barrier,
+                              std::uint32_t threadIndex, RawRun rawRun) {
+    if (q.GetWidth() != p.GetWidth() || q.GetHeight() != p.GetHeight() ||
+        q.GetWidth() != destination.GetWidth() || q.GetHeight() != destination.GetHeight()) {
+      Refuse<Kernels>(1, name);
+    }
+    if (intermediate == nullptr) intermediate = MakeIntermediate(p);
+    if (intermediate->GetWidth() != p.GetWidth() || intermediate->GetHeight() != p.GetHeight()) {
+      Refuse<Kernels>(1, name);
+    }
+
+    alpha::ForEachRun(region, barrier, threadIndex, [&](int row, int first, int last) {
+      rawRun({0, p.GetPixelBuffer().rows[row] + first, q.GetPixelBuffer().rows[row] + first,
+              intermediate->GetPixelBuffer().rows[row] + first},
+             last - first + 1);
+    });
+    alpha::SmoothMask(*intermediate, destination, region, windowSize, barrier, threadIndex);
+    return destination;
+  }
+};
+
+template <class ImageType>
+class AlphaLayerProbMaskC final : public AlphaLayerProbMask<alpha::ScalarKernels, ImageType> {};
+
+template <class ImageType>
+class AlphaLayerProbMaskMMX final : public AlphaLayerProbMask<alpha::MmxKernels, ImageType> {};
+
+}  // namespace kv_img

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstdint>
+
+namespace kv_img::alpha {
+
+/// The raw mask of two 4:2:2 rows. For every pixel pair s = |U1 - U2| + |V1 - V2|, and both pixels get
+/// 255 - min(s, 5) cubed: 255, 254, 247, 228, 191, or 130 from s = 5 on.
+///
+/// One group is two pairs: 8 bytes read at `first` and at `second`, 4 written at `mask`. `chromaShift` says
+/// where the chroma lies in every 16-bit word: 0, the low byte; 8, the high byte; the two rows may differ.
+/// Any alignment, no overlap; touches exactly groups * 8 bytes of each row and groups * 4 of the mask. The
+/// kernel leaves the pointers behind what it consumed, the SIMD state clean, and keeps no state.
+struct ChromaDistanceArgs {
+  std::int32_t groups;
+  const std::uint8_t* first;
+  const std::uint8_t* second;
+  std::uint8_t* mask;
+  std::int32_t firstChromaShift;
+  std::int32_t secondChromaShift;
+};
+
+namespace scalar {
+void ChromaDistance(ChromaDistanceArgs& args) noexcept;
+}
+namespace mmx {
+void ChromaDistance(ChromaDistanceArgs& args) noexcept;
+}
+
+}  // namespace kv_img::alpha
