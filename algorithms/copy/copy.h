@@ -20,6 +20,12 @@ inline int FieldParityShift(const VideoImageProperties& source, const VideoImage
   return source.fieldParity != 0 ? 1 : -1;
 }
 
+/// Packed 4:2:2 of equal byte order is copied as a block or in whole stored rows; other pairs of one format
+/// go pixel by pixel.
+template <class ImageIn, class ImageOut>
+inline constexpr bool hasSameLayoutCopy =
+    std::is_same_v<ImageIn, Image<PixelYUV422>>&& std::is_same_v<ImageOut, ImageIn>;
+
 /// Converts one row of an image pair. Specialised for every pair of formats:
 /// - constructed from the two pixel buffers;
 /// - `Convert(source row, destination row)` does the work of one row.
@@ -38,7 +44,7 @@ class Copy : public CopyAlgorithmInterface<ImageIn, ImageOut> {
       Refuse<Kernels>(1, L"Copy");
     }
     const std::int32_t threads = barrier.GetThreadCount();
-    if constexpr (std::is_same_v<ImageIn, ImageOut>) {
+    if constexpr (copy::hasSameLayoutCopy<ImageIn, ImageOut>) {
       if (destination.GetPixelLayout() == source.GetPixelLayout()) {
         CopySameLayout(source, destination, threads, threadIndex);
         return destination;

@@ -10,6 +10,7 @@
 #include "algorithms/scanning/scanning.h"
 #include "frame/spin_barrier.h"
 #include "plugin/common_rows.h"
+#include "plugin/kv_algoC/portable_rows.h"
 
 namespace {
 
@@ -40,9 +41,11 @@ struct Classes {
 
 using Rows = kv_plugin::CommonRows<Classes>;
 
+constexpr auto copyRows = kv_plugin::Join(Rows::copy, kv_plugin::portable_rows::copy);
+
 // Names are compared in this order.
 constexpr kv_plugin::Algorithm table[] = {
-    {"Copy", 2, Rows::copy},
+    {"Copy", 2, copyRows},
     {"CopyROI", 2, Rows::copyRoi},
     {"ParityChange", 2, Rows::parityChange},
     {"AlphaLayerProbMask", 1, Rows::alphaLayerProbMask},
