@@ -3,12 +3,10 @@
 #include <cstdint>
 
 #include "frame/interfaces/algorithm_interface.h"
+#include "frame/score_maps.h"
 #include "frame/spin_barrier.h"
 
 namespace kv_img {
-
-class MatchScoreMap;
-class SubPixelScoreMap;
 
 /// "FeatureFind": finds a small template of one image in another by the sum of absolute differences.
 ///
