@@ -1,0 +1,66 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace kv_img::featurefind {
+
+/// Weights of four neighbouring samples in 1/65536; together at most 65535.
+struct BilinearWeights {
+  std::uint16_t topLeft;
+  std::uint16_t topRight;
+  std::uint16_t bottomLeft;
+  std::uint16_t bottomRight;
+};
+
+/// The sample between four neighbours, 0 to 255, their weighted sum rounded once.
+constexpr int InterpolateRounded(std::uint32_t topLeft, std::uint32_t topRight, std::uint32_t bottomLeft,
+                                 std::uint32_t bottomRight, const BilinearWeights& weights) {
+  return static_cast<int>((topLeft * weights.topLeft + topRight * weights.topRight +
+                           bottomLeft * weights.bottomLeft + bottomRight * weights.bottomRight + 32768) >>
+                          16);
+}
+
+/// The same from terms that were cut to 1/256 one by one: now and then one less.
+constexpr int InterpolateTruncated(std::uint32_t topLeft, std::uint32_t topRight, std::uint32_t bottomLeft,
+                                   std::uint32_t bottomRight, const BilinearWeights& weights) {
+  const std::uint32_t sum = (topLeft * weights.topLeft >> 8) + (topRight * weights.topRight >> 8) +
+                            (bottomLeft * weights.bottomLeft >> 8) + (bottomRight * weights.bottomRight >> 8);
+  return static_cast<int>(((sum >> 7) + 1) >> 1);
+}
+
+// 2/7 to the right, 4/7 down.
+static_assert(InterpolateRounded(77, 11, 105, 78, {20061, 8024, 26748, 10699}) == 81);
+static_assert(InterpolateTruncated(77, 11, 105, 78, {20061, 8024, 26748, 10699}) == 80);
+static_assert(InterpolateTruncated(255, 255, 255, 255, {65535, 0, 0, 0}) == 255);
+
+/// Adds the absolute differences of a block of bytes and an interpolated one to `sum` (which wraps at 2^32).
+///
+/// A block is `rows` rows of `columns` bytes, its rows `stride` bytes apart. The interpolated byte stands
+/// between a byte of `searched`, its right neighbour and the two below them. The first `truncatedColumns`
+/// columns, a multiple of four, take InterpolateTruncated, the others InterpolateRounded.
+///
+/// A group is four columns: rows are read in whole groups, (columns + 3) / 4 * 4 bytes of each of `rows` rows
+/// of `reference`, one byte more of each of rows + 1 rows of `searched`; bytes behind the last column (of
+/// `searched`: and its right neighbour) do not count. Without rows or columns nothing is read. Any alignment.
+/// The kernel leaves both pointers at rows * stride, the SIMD state clean, and keeps no state.
+struct BilinearSadArgs {
+  std::int32_t columns;
+  std::int32_t truncatedColumns;
+  std::int32_t rows;
+  const std::uint8_t* reference;
+  std::ptrdiff_t referenceStride;
+  const std::uint8_t* searched;
+  std::ptrdiff_t searchedStride;
+  BilinearWeights weights;
+  std::uint32_t sum;
+};
+
+namespace scalar {
+void BilinearSad(BilinearSadArgs& args) noexcept;
+}
+namespace mmx {
+void BilinearSad(BilinearSadArgs& args) noexcept;
+}
+
+}  // namespace kv_img::featurefind

@@ -1,0 +1,96 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "algorithms/featurefind/kernels/kernel_sets.h"
+#include "image/image.h"
+
+namespace kv_img::featurefind {
+
+/// Reads the samples that a search compares, one byte per pixel. Specialised for the formats:
+/// - constructed from the pixel buffer;
+/// - `Read(row, column, count, destination)` reads `count` pixels, none beyond them.
+template <class Kernels, class ImageType>
+class SampleReader;
+
+/// The luma of packed 4:2:2.
+template <class Kernels>
+class SampleReader<Kernels, Image<PixelYUV422>> {
+ public:
+  using Buffer = Image<PixelYUV422>::Buffer;
+
+  explicit SampleReader(const Buffer& buffer) : rows_(buffer.rows) {
+    const PixelDescriptorYUV& descriptor = buffer.descriptor;
+    const bool isChromaFirst = descriptor.GetLayout() == PixelLayout::chromaFirst;
+    const auto start = isChromaFirst ? PixelComponent::Cb : PixelComponent::Luma;
+    position_ = descriptor.GetPosition(start) * static_cast<std::ptrdiff_t>(PixelYUV422::ComponentTypeSize);
+    shift_ = isChromaFirst ? 8 : 0;
+  }
+
+  void Read(int row, int column, int count, std::uint8_t* destination) const {
+    LumaBytesArgs args{count / 8, rows_[row] + 2 * std::ptrdiff_t{column} + position_, destination, shift_};
+    Kernels::LumaBytes(args);
+    for (int pixel = 0; pixel < count % 8; ++pixel) {
+      args.destination[pixel] = args.source[2 * pixel + shift_ / 8];
+    }
+  }
+
+ private:
+  std::uint8_t* const* rows_;
+  std::ptrdiff_t position_;
+  std::int32_t shift_;
+};
+
+/// The green of bitmaps.
+template <class Kernels, class PixelClass>
+class SampleReader<Kernels, Image<PixelClass>> {
+ public:
+  using Buffer = typename Image<PixelClass>::Buffer;
+
+  explicit SampleReader(const Buffer& buffer)
+      : rows_(buffer.rows),
+        position_(buffer.descriptor.Positions()[1]),
+        pixelBytes_(PixelClass::NbrOfBitsPerPixel / 8) {}
+
+  void Read(int row, int column, int count, std::uint8_t* destination) const {
+    const std::uint8_t* from = rows_[row] + pixelBytes_ * column + position_;
+    for (int pixel = 0; pixel < count; ++pixel) destination[pixel] = from[pixelBytes_ * pixel];
+  }
+
+ private:
+  std::uint8_t* const* rows_;
+  std::ptrdiff_t position_;
+  std::ptrdiff_t pixelBytes_;
+};
+
+/// The samples of a rectangle of an image, read once for all the positions that compare them.
+///
+/// Behind each row lie spare bytes, so that kernels may read whole groups from any column on.
+class SampleBlock {
+ public:
+  /// No samples.
+  SampleBlock() = default;
+  /// Columns `left` on and rows `top` on, all of them inside the image.
+  template <class Reader>
+  SampleBlock(const Reader& reader, int left, int top, int width, int height)
+      : stride_(width + spareBytes),
+        bytes_(static_cast<std::size_t>(stride_) * static_cast<std::size_t>(height)) {
+    for (int row = 0; row < height; ++row) reader.Read(top + row, left, width, bytes_.data() + row * stride_);
+  }
+
+  /// The sample at a column and row of the block.
+  const std::uint8_t* At(std::ptrdiff_t column, std::ptrdiff_t row) const {
+    return bytes_.data() + row * stride_ + column;
+  }
+  std::ptrdiff_t Stride() const { return stride_; }
+
+ private:
+  static constexpr std::ptrdiff_t spareBytes = 8;
+
+  std::ptrdiff_t stride_ = 0;
+  std::vector<std::uint8_t> bytes_;
+};
+
+}  // namespace kv_img::featurefind

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+
+#include "algorithms/featurefind/best_match.h"
+#include "algorithms/featurefind/patch.h"
+#include "algorithms/featurefind/samples.h"
+#include "frame/score_maps.h"
+
+namespace kv_img::featurefind {
+
+/// Positions along one axis, both ends included; none when last < first.
+struct PixelRange {
+  std::int64_t first;
+  std::int64_t last;
+
+  /// Up to `range` around `middle`, cut to 0 to `limit`.
+  static PixelRange Around(std::int64_t middle, int range, std::int64_t limit) {
+    return {std::max<std::int64_t>(middle - range, 0), std::min(middle + range, limit)};
+  }
+  bool IsEmpty() const { return last < first; }
+};
+
+/// Tries every left top corner for the patch, row after row.
+template <class Kernels, class ImageType>
+class WholePixelSearch {
+ public:
+  WholePixelSearch(const Patch& patch, const ImageType& image, const PixelRange& columns,
+                   const PixelRange& rows)
+      : patch_(patch), columns_(columns), rows_(rows) {
+    if (columns.IsEmpty() || rows.IsEmpty() || !patch.HasSamples()) return;
+    searched_ = SampleBlock(SampleReader<Kernels, ImageType>(image.GetPixelBuffer()),
+                            static_cast<int>(columns.first), static_cast<int>(rows.first),
+                            static_cast<int>(columns.last - columns.first + patch.Width()),
+                            static_cast<int>(rows.last - rows.first + patch.Height()));
+  }
+
+  /// Leaves the best position in `best` and the score of every position in `map`, if there is one.
+  void Run(BestMatch<std::int64_t>& best, MatchScoreMap* map) const {
+    for (std::int64_t y = rows_.first; y <= rows_.last; ++y) {
+      for (std::int64_t x = columns_.first; x <= columns_.last; ++x) {
+        const std::uint32_t sum = SumAt(x, y, best.Limit());
+        best.Offer(sum, x, y);
+        if (map != nullptr) {
+          map->Store(static_cast<int>(x + patch_.OffsetX()), static_cast<int>(y + patch_.OffsetY()),
+                     patch_.MeanOf(sum));
+        }
+      }
+    }
+  }
+
+ private:
+  std::uint32_t SumAt(std::int64_t x, std::int64_t y, std::uint64_t limit) const {
+    if (!patch_.HasSamples()) return 0;
+    BlockSadArgs args{};
+    args.columns = static_cast<std::int32_t>(patch_.Width());
+    args.reference = patch_.Samples().At(0, 0);
+    args.referenceStride = patch_.Samples().Stride();
+    args.searched = searched_.At(x - columns_.first, y - rows_.first);
+    args.searchedStride = searched_.Stride();
+    return SumOfRows<Kernels::BlockSad>(args, static_cast<std::int32_t>(patch_.Height()), limit);
+  }
+
+  const Patch& patch_;
+  PixelRange columns_;
+  PixelRange rows_;
+  SampleBlock searched_;
+};
+
+}  // namespace kv_img::featurefind
