@@ -70,6 +70,17 @@ struct CommonRows {
   static constexpr Row average[] = {
       For<NoColor, typename Classes::template Average<Image<NoColor>>>(),
   };
+
+  template <class PixelClass>
+  static constexpr Row FeatureFindRow() {
+    return For<PixelClass, typename Classes::template FeatureFind<Image<PixelClass>>>();
+  }
+
+  static constexpr Row featureFind[] = {
+      FeatureFindRow<YUV422>(),
+      FeatureFindRow<DIB24>(),
+      FeatureFindRow<DIB32>(),
+  };
 };
 
 }  // namespace kv_plugin

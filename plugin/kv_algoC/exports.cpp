@@ -5,6 +5,7 @@
 #include "algorithms/arithmetic/all_arithmetic.h"
 #include "algorithms/copy/all_copies.h"
 #include "algorithms/copy/all_copy_rois.h"
+#include "algorithms/featurefind/feature_find.h"
 #include "algorithms/fillpoly/fill_poly.h"
 #include "algorithms/parity/parity_change.h"
 #include "algorithms/scanning/scanning.h"
@@ -37,6 +38,8 @@ struct Classes {
   using FillPoly = kv_img::FillPolyC<ImageType>;
   template <class ImageType>
   using Average = kv_img::AverageC<ImageType>;
+  template <class ImageType>
+  using FeatureFind = kv_img::FeatureFindC<ImageType>;
 };
 
 using Rows = kv_plugin::CommonRows<Classes>;
@@ -56,6 +59,7 @@ constexpr kv_plugin::Algorithm table[] = {
     {"BlendBoost", 1, Rows::blendBoost},
     {"FillPoly", 1, Rows::fillPoly},
     {"Average", 1, Rows::average},
+    {"FeatureFind", 1, Rows::featureFind},
 };
 
 // Stands ready while the member is loaded.

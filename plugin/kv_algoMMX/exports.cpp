@@ -5,6 +5,7 @@
 #include "algorithms/arithmetic/all_arithmetic.h"
 #include "algorithms/copy/all_copies.h"
 #include "algorithms/copy/all_copy_rois.h"
+#include "algorithms/featurefind/feature_find.h"
 #include "algorithms/fillpoly/fill_poly.h"
 #include "algorithms/parity/parity_change.h"
 #include "algorithms/scanning/scanning.h"
@@ -36,6 +37,8 @@ struct Classes {
   using FillPoly = kv_img::FillPolyMMX<ImageType>;
   template <class ImageType>
   using Average = kv_img::AverageMMX<ImageType>;
+  template <class ImageType>
+  using FeatureFind = kv_img::FeatureFindMMX<ImageType>;
 };
 
 using Rows = kv_plugin::CommonRows<Classes>;
@@ -53,6 +56,7 @@ constexpr kv_plugin::Algorithm table[] = {
     {"BlendBoost", 1, Rows::blendBoost},
     {"FillPoly", 1, Rows::fillPoly},
     {"Average", 1, Rows::average},
+    {"FeatureFind", 1, Rows::featureFind},
 };
 
 // Stands ready while the member is loaded.
