@@ -8,6 +8,7 @@ const std::vector<KernelCase>& AllKernels() {
     AddAlphaKernels(list);
     AddCopyKernels(list);
     AddArithmeticKernels(list);
+    AddFeatureFindKernels(list);
     AddParityKernels(list);
     AddScanningKernels(list);
     return list;
