@@ -1,0 +1,54 @@
+#include "host/frames.h"
+
+#include <algorithm>
+
+#include "host/errors.h"
+#include "host/progress.h"
+
+namespace kv_host {
+
+const Raster& CompanionInput::FrameBeside(std::int64_t number) {
+  if (number >= count_) {
+    auto next = reader_.Next();
+    if (next) {
+      current_ = std::move(next);
+      ++count_;
+    } else if (count_ != 1) {
+      throw UsageError(Name() + ": has " + std::to_string(count_) +
+                       " frames, fewer than the other input; give as many, or one for all");
+    }
+  }
+  return *current_;
+}
+
+void RequireEqualSizes(const Raster& a, const std::string& aName, const Raster& b, const std::string& bName) {
+  if (a.width == b.width && a.height == b.height) return;
+  throw UsageError(aName + " is " + std::to_string(a.width) + "x" + std::to_string(a.height) + ", " + bName +
+                   " is " + std::to_string(b.width) + "x" + std::to_string(b.height) +
+                   "; they must be of one size");
+}
+
+RasterKind KindToWrite(const FormatTraits& format, RasterKind source) {
+  const auto canWrite = [&](RasterKind kind) {
+    return std::ranges::find(format.writableRasters, kind) != format.writableRasters.end();
+  };
+  if (canWrite(source)) return source;
+  if (source == RasterKind::Yuva422 && canWrite(RasterKind::Dib32)) return RasterKind::Dib32;
+  return format.writableRasters.front();
+}
+
+void WriteConverted(PictureWriter& writer, const Raster& frame, const Engine& engine, int layout) {
+  const FormatTraits& format = TraitsOf(writer.Format());
+  if (format.layout != 0) layout = format.layout;
+  writer.Write(Convert(frame, KindToWrite(format, frame.kind), layout, engine));
+}
+
+void ForEachFrame(PictureReader& reader, const std::function<void(const Raster&, std::int64_t)>& work) {
+  Progress progress("frames");
+  for (std::int64_t number = 0; const auto frame = reader.Next(); ++number) {
+    work(*frame, number);
+    progress.Advance();
+  }
+}
+
+}  // namespace kv_host

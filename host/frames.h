@@ -1,0 +1,42 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "host/conversion.h"
+#include "host/formats/picture_reader.h"
+#include "host/formats/picture_writer.h"
+
+namespace kv_host {
+
+/// An input that accompanies another: it has a frame for each of the other's, or one single frame for all of
+/// them.
+class CompanionInput {
+ public:
+  CompanionInput(const std::string& name, const ReadOptions& options) : reader_(name, options) {}
+
+  const std::string& Name() const { return reader_.Name(); }
+  /// The frame beside frame `number` (from 0) of the other input. Throws UsageError when the frames run out.
+  const Raster& FrameBeside(std::int64_t number);
+
+ private:
+  PictureReader reader_;
+  std::optional<Raster> current_;
+  std::int64_t count_ = 0;
+};
+
+/// Throws UsageError naming both pictures when their sizes differ.
+void RequireEqualSizes(const Raster& a, const std::string& aName, const Raster& b, const std::string& bName);
+
+/// The kind that a file of this format is written from, given what there is: that itself where the format can
+/// hold it, a 32-bit bitmap for alpha where it can, else the format's usual kind.
+RasterKind KindToWrite(const FormatTraits& format, RasterKind source);
+
+/// Writes a frame, converted to what the file's format holds. `layout` 0: the format's, or the frame's own.
+void WriteConverted(PictureWriter& writer, const Raster& frame, const Engine& engine, int layout = 0);
+
+/// Calls `work(frame, number)` for every frame of a file, with progress on a terminal.
+void ForEachFrame(PictureReader& reader, const std::function<void(const Raster&, std::int64_t)>& work);
+
+}  // namespace kv_host

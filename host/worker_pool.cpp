@@ -1,0 +1,41 @@
+#include "host/worker_pool.h"
+
+#include <algorithm>
+#include <exception>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace kv_host {
+
+WorkerPool::WorkerPool(int threads)
+    : threads_(threads > 0 ? threads : std::max(1, static_cast<int>(std::thread::hardware_concurrency()))) {}
+
+void WorkerPool::Run(const Work& work, int limit) const {
+  const int count = std::clamp(limit, 1, threads_);
+  kv_std::SpinBarrier barrier(count);
+  std::mutex firstLock;
+  std::exception_ptr first;
+  const auto runOne = [&](std::uint32_t index) {
+    try {
+      work(barrier, index);
+    } catch (...) {
+      {
+        const std::lock_guard guard(firstLock);
+        if (!first) first = std::current_exception();
+      }
+      // The others may spin for a thread that will not come any more.
+      barrier.RequestErrorStop();
+    }
+  };
+  {
+    std::vector<std::jthread> others;
+    for (int index = 1; index < count; ++index) {
+      others.emplace_back(runOne, static_cast<std::uint32_t>(index));
+    }
+    runOne(0);
+  }
+  if (first) std::rethrow_exception(first);
+}
+
+}  // namespace kv_host
