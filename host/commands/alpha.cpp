@@ -1,0 +1,114 @@
+// alpha-color and alpha-prob: masks from the difference of two pictures.
+
+#include <memory>
+
+#include "frame/interfaces/alpha_layer_color_based.h"
+#include "frame/interfaces/alpha_layer_prob_mask.h"
+#include "host/commands/command.h"
+#include "host/frames.h"
+#include "host/raster_image.h"
+
+namespace kv_host {
+namespace {
+
+using Frame422 = kv_img::Image<kv_img::PixelYUV422>;
+using GreyPixel = kv_img::PixelNoColor<unsigned char>;
+using Grey = kv_img::Image<GreyPixel>;
+
+struct AlphaOptions {
+  std::string first;
+  std::string second;
+  std::string output;
+  unsigned window = 0;
+  std::optional<unsigned> gain;
+  InputOptions input;
+  EngineOptions engine;
+  RegionOptions region;
+
+  void AddTo(CLI::App& command) {
+    command.add_option("OUT", output, "mask to write, such as mask.pgm")->required();
+    command.add_option("--window", window, "side of the box that smooths the mask, 1 to 255")
+        ->required()
+        ->check(CLI::Range(1, 255))
+        ->type_name("K");
+    input.AddTo(command);
+    engine.AddTo(command);
+    region.AddTo(command, "--region", "where to make the mask");
+  }
+
+  template <class PixelClass, class Apply>
+  int ForEachPair(Apply apply) const {
+    const OwnedEngine owned(engine);
+    const Engine with = owned.Get();
+    PictureReader reader(first, input.Get());
+    CompanionInput companion(second, input.Get());
+    PictureWriter writer(output);
+    ForEachFrame(reader, [&](const Raster& frame, std::int64_t number) {
+      const Raster& other = companion.FrameBeside(number);
+      RequireEqualSizes(frame, first, other, second);
+      const auto a = ToImage<PixelClass>(Convert(frame, kindOf<PixelClass>, LayoutLumaFirst, with));
+      const auto b = ToImage<PixelClass>(Convert(other, kindOf<PixelClass>, LayoutLumaFirst, with));
+      const auto where = MakeRegion(region.text, frame.width, frame.height);
+      const auto to = MakeWorkingImage<GreyPixel>(frame.width, frame.height);
+      // One raw mask for all threads: each smooths rows that others made.
+      const std::shared_ptr<Grey> raw = MakeWorkingImage<GreyPixel>(frame.width, frame.height);
+      with.pool.Run([&](kv_std::SpinBarrier& barrier, std::uint32_t index) {
+        apply(with.family, *a, *b, *to, where, raw, barrier, index);
+      });
+      WriteConverted(writer, ToRaster(*to, frame), with);
+    });
+    writer.Commit();
+    return Done;
+  }
+
+  int RunColor() const {
+    return ForEachPair<kv_img::PixelYUV422>([&](const Family& family, const Frame422& a, const Frame422& b,
+                                                Grey& to, const kv_img::RegionOfSupport& where,
+                                                const std::shared_ptr<Grey>& raw,
+                                                kv_std::SpinBarrier& barrier, std::uint32_t index) {
+      family
+          .Require<kv_img::AlphaLayerColorBasedAlgorithmInterface<Frame422>>("AlphaLayerColorBased",
+                                                                             {kv_img::PixelYUV422::ClassID})
+          .Apply(a, b, to, where, window, raw, barrier, index);
+    });
+  }
+
+  int RunProbability() const {
+    return ForEachPair<GreyPixel>([&](const Family& family, const Grey& p, const Grey& q, Grey& to,
+                                      const kv_img::RegionOfSupport& where, const std::shared_ptr<Grey>& raw,
+                                      kv_std::SpinBarrier& barrier, std::uint32_t index) {
+      const auto& operation = family.Require<kv_img::AlphaLayerProbMaskAlgorithmInterface<Grey>>(
+          "AlphaLayerProbMask", {GreyPixel::ClassID});
+      if (gain) {
+        operation.Apply(p, q, to, where, *gain, window, raw, barrier, index);
+      } else {
+        operation.Apply(p, q, to, where, window, raw, barrier, index);
+      }
+    });
+  }
+};
+
+}  // namespace
+
+void AddAlphaCommands(CLI::App& app, int& status) {
+  auto colour = std::make_shared<AlphaOptions>();
+  CLI::App* command =
+      app.add_subcommand("alpha-color", "Mask from the chroma distance of two pictures, smoothed");
+  command->add_option("A", colour->first, "picture or video; - is standard input")->required();
+  command->add_option("B", colour->second, "colour reference of the same size")->required();
+  colour->AddTo(*command);
+  command->footer("Example: kv alpha-color scene.png background.png mask.pgm --window 5");
+  command->callback([colour, &status] { status = colour->RunColor(); });
+
+  auto probability = std::make_shared<AlphaOptions>();
+  command =
+      app.add_subcommand("alpha-prob", "Mask from the difference of two probability pictures, smoothed");
+  command->add_option("P", probability->first, "8-bit picture; - is standard input")->required();
+  command->add_option("Q", probability->second, "8-bit picture of the same size")->required();
+  probability->AddTo(*command);
+  command->add_option("--gain", probability->gain, "factor of the difference")->type_name("G");
+  command->footer("Example: kv alpha-prob foreground.pgm background.pgm mask.pgm --window 3 --gain 2");
+  command->callback([probability, &status] { status = probability->RunProbability(); });
+}
+
+}  // namespace kv_host

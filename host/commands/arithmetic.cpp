@@ -1,0 +1,171 @@
+// diff, average and filter: commands whose result is an 8-bit picture.
+
+#include <memory>
+
+#include "frame/interfaces/absolute_difference.h"
+#include "frame/interfaces/average.h"
+#include "frame/interfaces/average_filter.h"
+#include "host/commands/command.h"
+#include "host/errors.h"
+#include "host/frames.h"
+#include "host/raster_image.h"
+
+namespace kv_host {
+namespace {
+
+using Frame422 = kv_img::Image<kv_img::PixelYUV422>;
+using Grey = kv_img::Image<kv_img::PixelNoColor<unsigned char>>;
+using GreyPixel = kv_img::PixelNoColor<unsigned char>;
+
+struct TwoInputs {
+  std::string a;
+  std::string b;
+  std::string output;
+  InputOptions input;
+  EngineOptions engine;
+
+  void AddTo(CLI::App& command) {
+    command.add_option("A", a, "first picture or video; - is standard input")->required();
+    command.add_option("B", b, "second one, of the same size: a frame for each of A's, or one for all")
+        ->required();
+    command.add_option("OUT", output, "8-bit picture to write, such as out.pgm or out.png")->required();
+    input.AddTo(command);
+    engine.AddTo(command);
+  }
+
+  /// Calls `work(a, b)` for each pair of frames, converted to `kind`, and writes what it answers.
+  template <class Work>
+  int ForEachPair(RasterKind kind, Work work) const {
+    const OwnedEngine owned(engine);
+    PictureReader first(a, input.Get());
+    CompanionInput second(b, input.Get());
+    PictureWriter writer(output);
+    ForEachFrame(first, [&](const Raster& frame, std::int64_t number) {
+      const Raster& other = second.FrameBeside(number);
+      RequireEqualSizes(frame, a, other, b);
+      const Raster result = work(Convert(frame, kind, LayoutLumaFirst, owned.Get()),
+                                 Convert(other, kind, LayoutLumaFirst, owned.Get()), owned.Get());
+      WriteConverted(writer, result, owned.Get());
+    });
+    writer.Commit();
+    return Done;
+  }
+};
+
+struct DifferenceOptions : TwoInputs {
+  RegionOptions region;
+
+  int Run() const {
+    return ForEachPair(RasterKind::Yuv422,
+                       [&](const Raster& first, const Raster& second, const Engine& with) {
+                         using Interface = kv_img::AbsoluteDifferenceAlgorithmInterface<Frame422, Grey>;
+                         const auto& operation = with.family.Require<Interface>(
+                             "AbsoluteDifference", {kv_img::PixelYUV422::ClassID, GreyPixel::ClassID});
+                         const auto where = MakeRegion(region.text, first.width, first.height);
+                         const auto from = ToImage<kv_img::PixelYUV422>(first);
+                         const auto against = ToImage<kv_img::PixelYUV422>(second);
+                         const auto to = MakeWorkingImage<GreyPixel>(first.width, first.height);
+                         with.pool.Run([&](kv_std::SpinBarrier& barrier, std::uint32_t index) {
+                           operation.Apply(*from, *against, *to, where, barrier, index);
+                         });
+                         return ToRaster(*to, first);
+                       });
+  }
+};
+
+struct AverageOptions : TwoInputs {
+  RegionOptions firstRegion;
+  RegionOptions secondRegion;
+  RegionOptions region;
+
+  int Run() const {
+    return ForEachPair(RasterKind::Grey8, [&](const Raster& first, const Raster& second, const Engine& with) {
+      const auto& operation =
+          with.family.Require<kv_img::AverageAlgorithmInterface<Grey>>("Average", {GreyPixel::ClassID});
+      const auto ofFirst = MakeRegion(firstRegion.text, first.width, first.height);
+      const auto ofSecond = MakeRegion(secondRegion.text, first.width, first.height);
+      const auto where = MakeRegion(region.text, first.width, first.height);
+      const auto a = ToImage<GreyPixel>(first);
+      const auto b = ToImage<GreyPixel>(second);
+      const auto to = MakeWorkingImage<GreyPixel>(first.width, first.height);
+      with.pool.Run([&](kv_std::SpinBarrier& barrier, std::uint32_t index) {
+        operation.Apply(*a, *b, *to, ofFirst, ofSecond, where, barrier, index);
+      });
+      return ToRaster(*to, first);
+    });
+  }
+};
+
+struct FilterOptions {
+  std::string input;
+  std::string output;
+  unsigned window = 0;
+  InputOptions inputOptions;
+  EngineOptions engine;
+  RegionOptions region;
+
+  int Run() const {
+    const OwnedEngine owned(engine);
+    const Engine with = owned.Get();
+    PictureReader reader(input, inputOptions.Get());
+    PictureWriter writer(output);
+    ForEachFrame(reader, [&](const Raster& frame, std::int64_t) {
+      const auto& operation = with.family.Require<kv_img::AverageFilterAlgorithmInterface<Grey>>(
+          "AverageFilter", {GreyPixel::ClassID});
+      const Raster grey = Convert(frame, RasterKind::Grey8, 0, with);
+      const auto where = MakeRegion(region.text, frame.width, frame.height);
+      const auto from = ToImage<GreyPixel>(grey);
+      // What lies outside the region stays as it is in the picture.
+      const auto to = ToImage<GreyPixel>(grey);
+      with.pool.Run([&](kv_std::SpinBarrier& barrier, std::uint32_t index) {
+        operation.Apply(*from, *to, where, window, barrier, index);
+      });
+      WriteConverted(writer, ToRaster(*to, grey), with);
+    });
+    writer.Commit();
+    return Done;
+  }
+};
+
+}  // namespace
+
+void AddDifferenceCommand(CLI::App& app, int& status) {
+  auto options = std::make_shared<DifferenceOptions>();
+  CLI::App* command = app.add_subcommand("diff", "Absolute difference of the luma of two pictures");
+  options->AddTo(*command);
+  options->region.AddTo(*command, "--region", "where to compare");
+  command->footer("Example: kv diff before.png after.png difference.pgm");
+  command->callback([options, &status] { status = options->Run(); });
+}
+
+void AddAverageCommand(CLI::App& app, int& status) {
+  auto options = std::make_shared<AverageOptions>();
+  CLI::App* command = app.add_subcommand(
+      "average", "Mean of two 8-bit pictures, each valid in its own region; colour becomes grey");
+  options->AddTo(*command);
+  options->firstRegion.AddTo(*command, "--region-a", "where A is valid");
+  options->secondRegion.AddTo(*command, "--region-b", "where B is valid");
+  options->region.AddTo(*command, "--region", "where to write");
+  command->footer(
+      "Example: kv average left.pgm right.pgm both.pgm --region-a 0,0,400,576 --region-b 320,0,400,576");
+  command->callback([options, &status] { status = options->Run(); });
+}
+
+void AddFilterCommand(CLI::App& app, int& status) {
+  auto options = std::make_shared<FilterOptions>();
+  CLI::App* command = app.add_subcommand("filter", "Box filter of an 8-bit picture; colour becomes grey");
+  command->add_option("IN", options->input, "picture or video; - is standard input")->required();
+  command->add_option("OUT", options->output, "8-bit picture to write, such as out.pgm or out.png")
+      ->required();
+  command->add_option("--window", options->window, "side of the box in pixels, 1 to 255")
+      ->required()
+      ->check(CLI::Range(1, 255))
+      ->type_name("K");
+  options->inputOptions.AddTo(*command);
+  options->engine.AddTo(*command);
+  options->region.AddTo(*command, "--region", "where to filter");
+  command->footer("Example: kv filter photo.png soft.pgm --window 9");
+  command->callback([options, &status] { status = options->Run(); });
+}
+
+}  // namespace kv_host

@@ -1,0 +1,90 @@
+#include <memory>
+
+#include "frame/interfaces/blend_boost.h"
+#include "host/commands/command.h"
+#include "host/errors.h"
+#include "host/frames.h"
+#include "host/raster_image.h"
+
+namespace kv_host {
+namespace {
+
+using Frame422 = kv_img::Image<kv_img::PixelYUV422>;
+using GreyPixel = kv_img::PixelNoColor<unsigned char>;
+
+struct BlendOptions {
+  std::string b;
+  std::string a;
+  std::string mask;
+  std::string output;
+  InputOptions input;
+  EngineOptions engine;
+  RegionOptions region;
+
+  int Run() const {
+    const OwnedEngine owned(engine);
+    const Engine with = owned.Get();
+    PictureReader reader(b, input.Get());
+    CompanionInput under(a, input.Get());
+    CompanionInput weights(mask, input.Get());
+    PictureWriter writer(output);
+    const auto& operation = with.family.Require<kv_img::BlendBoostAlgorithmInterface<Frame422>>(
+        "BlendBoost", {kv_img::PixelYUV422::ClassID});
+    ForEachFrame(reader, [&](const Raster& frame, std::int64_t number) {
+      const Raster& other = under.FrameBeside(number);
+      const Raster& weight = weights.FrameBeside(number);
+      RequireEqualSizes(frame, b, other, a);
+      RequireEqualSizes(frame, b, weight, mask);
+      const auto over =
+          ToImage<kv_img::PixelYUV422>(Convert(frame, RasterKind::Yuv422, LayoutLumaFirst, with));
+      const Raster below = Convert(other, RasterKind::Yuv422, LayoutLumaFirst, with);
+      const auto from = ToImage<kv_img::PixelYUV422>(below);
+      const auto alpha = ToImage<GreyPixel>(Convert(weight, RasterKind::Grey8, 0, with));
+      // Outside the region the result is A.
+      const auto to = ToImage<kv_img::PixelYUV422>(below);
+      const auto where = RegionOf(frame);
+      with.pool.Run([&](kv_std::SpinBarrier& barrier, std::uint32_t index) {
+        operation.Apply(*over, *from, *alpha, *to, where, barrier, index);
+      });
+      WriteConverted(writer, ToRaster(*to, frame), with);
+    });
+    writer.Commit();
+    return Done;
+  }
+
+ private:
+  /// Runs must be multiples of four pixels; the working width is one, so the whole picture always works.
+  kv_img::RunRegion RegionOf(const Raster& frame) const {
+    if (!region.text.IsGiven()) {
+      return kv_img::RunRegion(kv_img::ImageRect(0, 0, WorkingWidth(frame.width) - 1, frame.height - 1));
+    }
+    auto where = MakeRegion(region.text, frame.width, frame.height);
+    for (int row = where.GetTop(); row <= where.GetBottom(); ++row) {
+      const int width = where.GetRight(row) - where.GetLeft(row) + 1;
+      if (width % 4 == 0) continue;
+      throw UsageError("--region: row " + std::to_string(row) + " is " + std::to_string(width) +
+                       " pixels wide; blending takes widths that are multiples of 4");
+    }
+    return where;
+  }
+};
+
+}  // namespace
+
+void AddBlendCommand(CLI::App& app, int& status) {
+  auto options = std::make_shared<BlendOptions>();
+  CLI::App* command =
+      app.add_subcommand("blend", "Blend B over A under a mask, more strongly where A is brighter than B");
+  command->add_option("B", options->b, "picture or video that shows where the mask is bright")->required();
+  command->add_option("A", options->a, "picture that shows where the mask is dark, of the same size")
+      ->required();
+  command->add_option("MASK", options->mask, "8-bit mask of the same size")->required();
+  command->add_option("OUT", options->output, "file to write")->required();
+  options->input.AddTo(*command);
+  options->engine.AddTo(*command);
+  options->region.AddTo(*command, "--region", "where to blend, in runs of multiples of 4 pixels");
+  command->footer("Example: kv blend title.png scene.png mask.pgm out.png");
+  command->callback([options, &status] { status = options->Run(); });
+}
+
+}  // namespace kv_host

@@ -1,0 +1,75 @@
+#include "host/commands/command.h"
+
+#include <charconv>
+
+#include "host/errors.h"
+#include "host/formats/format_error.h"
+
+namespace kv_host {
+
+void EngineOptions::AddTo(CLI::App& command) {
+  command.add_option("--threads", threads, "threads to work on (default: what the machine runs at once)")
+      ->check(CLI::Range(1, 1024))
+      ->type_name("N");
+  command
+      .add_option("--member", member, "family member to use, such as kv_algoMMX (default: the best that can)")
+      ->type_name("NAME");
+}
+
+void RegionOptions::AddTo(CLI::App& command, const std::string& option, const std::string& what) {
+  text.option = option;
+  text.maskOption = option + "-mask";
+  command.add_option(text.option, text.rect, what + " as a rectangle x,y,w,h (default: the whole picture)")
+      ->type_name("RECT");
+  command
+      .add_option(text.maskOption, text.mask,
+                  what + " as a grey picture, one run of non-zero pixels in each row")
+      ->type_name("FILE");
+}
+
+void InputOptions::AddTo(CLI::App& command, bool mayBeRaw) {
+  if (mayBeRaw) {
+    command.add_option("--size", size, "width and height of raw frames, such as 720x576")->type_name("WxH");
+  }
+  command
+      .add_option("--from-format", format, "format of the input: " + FormatNames() + " (default: by content)")
+      ->type_name("FORMAT");
+}
+
+ReadOptions InputOptions::Get() const {
+  ReadOptions options;
+  if (!size.empty()) {
+    const Size parsed = ParseSize(size, "--size");
+    options.width = parsed.width;
+    options.height = parsed.height;
+  }
+  if (!format.empty()) options.format = ParseFormat(format, "--from-format");
+  return options;
+}
+
+Size ParseSize(const std::string& text, const std::string& option) {
+  Size size{};
+  const char* end = text.data() + text.size();
+  const auto width = std::from_chars(text.data(), end, size.width);
+  if (width.ec == std::errc{} && width.ptr != end && *width.ptr == 'x') {
+    const auto height = std::from_chars(width.ptr + 1, end, size.height);
+    if (height.ec == std::errc{} && height.ptr == end && size.width > 0 && size.height > 0) return size;
+  }
+  throw UsageError(option + ": " + Quoted(text) +
+                   " is no size; write width and height in pixels, such as 720x576");
+}
+
+FileFormat ParseFormat(const std::string& name, const std::string& option) {
+  if (const auto format = FormatNamed(name)) return *format;
+  throw UsageError(option + ": " + Quoted(name) + " is no format; there are " + FormatNames());
+}
+
+int ParseLayout(const std::string& name) {
+  if (name.empty()) return 0;
+  if (name == "uyvy") return LayoutChromaFirst;
+  if (name == "yuy2") return LayoutLumaFirst;
+  throw UsageError("--layout: " + Quoted(name) +
+                   " is no byte order; there are uyvy (chroma first) and yuy2 (luma first)");
+}
+
+}  // namespace kv_host

@@ -1,0 +1,106 @@
+#include "frame/interfaces/copy_roi.h"
+
+#include <memory>
+
+#include "host/commands/command.h"
+#include "host/errors.h"
+#include "host/frames.h"
+#include "host/raster_image.h"
+
+namespace kv_host {
+namespace {
+
+using Frame422 = kv_img::Image<kv_img::PixelYUV422>;
+
+struct CopyRoiOptions {
+  std::string source;
+  std::string destination;
+  std::string output;
+  RegionText from{"", "", "--from", "--from-mask"};
+  std::string to;
+  InputOptions input;
+  EngineOptions engine;
+
+  int Run() const {
+    const OwnedEngine owned(engine);
+    const Engine with = owned.Get();
+    const Raster image = OnlyPicture(source);
+    const Raster canvas = OnlyPicture(destination);
+    const auto what = MakeRegion(from, image.width, image.height);
+    const auto where = MovedRegion(what, canvas);
+
+    const auto& operation = with.family.Require<kv_img::CopyROIAlgorithmInterface<Frame422, Frame422>>(
+        "CopyROI", {kv_img::PixelYUV422::ClassID, kv_img::PixelYUV422::ClassID});
+    const int layout = canvas.layout != 0 ? canvas.layout : LayoutLumaFirst;
+    const auto a = ToImage<kv_img::PixelYUV422>(Convert(image, RasterKind::Yuv422, layout, with));
+    const auto b = ToImage<kv_img::PixelYUV422>(Convert(canvas, RasterKind::Yuv422, layout, with));
+    // One thread: where both regions span their images the threads would write over one another's rows.
+    with.pool.Run([&](kv_std::SpinBarrier& barrier,
+                      std::uint32_t index) { operation.Apply(*a, *b, what, where, barrier, index); },
+                  1);
+    PictureWriter writer(output.empty() ? destination : output);
+    WriteConverted(writer, ToRaster(*b, canvas), with);
+    writer.Commit();
+    return Done;
+  }
+
+ private:
+  Raster OnlyPicture(const std::string& name) const {
+    PictureReader reader(name, input.Get());
+    auto picture = reader.Next();
+    if (reader.Next()) throw UsageError(name + ": holds several frames; copy-roi works on single pictures");
+    return *std::move(picture);
+  }
+
+  /// The source region at the place in the destination that --to gives (the region's own place without it).
+  kv_img::RunRegion MovedRegion(const kv_img::RunRegion& region, const Raster& canvas) const {
+    int x = region.GetLeft();
+    int y = region.GetTop();
+    if (!to.empty()) {
+      const auto numbers = ParseNumbers(to, ',', 2, "--to", "40,16 (x,y)");
+      x = numbers[0];
+      y = numbers[1];
+    }
+    const auto width = static_cast<int>(region.GetWidth());
+    const auto height = static_cast<int>(region.GetHeight());
+    if (x < 0 || y < 0 || x > canvas.width - width || y > canvas.height - height) {
+      throw UsageError("--to: a region of " + std::to_string(width) + "x" + std::to_string(height) + " at " +
+                       std::to_string(x) + "," + std::to_string(y) + " reaches outside " + destination +
+                       ", which is " + std::to_string(canvas.width) + "x" + std::to_string(canvas.height));
+    }
+    std::vector<int> first;
+    std::vector<int> last;
+    for (int row = region.GetTop(); row <= region.GetBottom(); ++row) {
+      first.push_back(region.GetLeft(row) - region.GetLeft() + x);
+      last.push_back(region.GetRight(row) - region.GetLeft() + x);
+    }
+    return {y, std::move(first), std::move(last)};
+  }
+};
+
+}  // namespace
+
+void AddCopyRoiCommand(CLI::App& app, int& status) {
+  auto options = std::make_shared<CopyRoiOptions>();
+  CLI::App* command = app.add_subcommand("copy-roi", "Copy a region of one picture into another");
+  command->add_option("SRC", options->source, "picture to copy from")->required();
+  command
+      ->add_option("DST", options->destination, "picture to copy into; written back unless --output is given")
+      ->required();
+  command->add_option("-o,--output", options->output, "write the result here and leave DST as it is")
+      ->type_name("FILE");
+  command->add_option("--from", options->from.rect, "region of SRC as x,y,w,h (default: the whole picture)")
+      ->type_name("RECT");
+  command
+      ->add_option("--from-mask", options->from.mask, "region of SRC as a grey picture, one run in each row")
+      ->type_name("FILE");
+  command
+      ->add_option("--to", options->to, "where its left top corner goes in DST (default: where it is in SRC)")
+      ->type_name("X,Y");
+  options->input.AddTo(*command);
+  options->engine.AddTo(*command);
+  command->footer("Example: kv copy-roi face.png frame.png --from 100,80,64,64 --to 16,16 --output both.png");
+  command->callback([options, &status] { status = options->Run(); });
+}
+
+}  // namespace kv_host

@@ -1,0 +1,132 @@
+#include <algorithm>
+#include <memory>
+
+#include "frame/interfaces/scanning.h"
+#include "host/commands/command.h"
+#include "host/errors.h"
+#include "host/frames.h"
+#include "host/progress.h"
+#include "host/raster_image.h"
+
+namespace kv_host {
+namespace {
+
+using Frame422 = kv_img::Image<kv_img::PixelYUV422>;
+using Operation = kv_img::ScanningAlgorithmInterface<Frame422, Frame422>;
+using kv_img::ImageRect;
+
+struct PanOptions {
+  std::string photo;
+  std::string output;
+  std::string size;
+  std::string direction;
+  int frames = 0;
+  bool isInterlaced = false;
+  InputOptions input;
+  EngineOptions engine;
+
+  int Run() const {
+    const OwnedEngine owned(engine);
+    const Engine with = owned.Get();
+    PictureReader reader(photo, input.Get());
+    const Raster picture = Convert(*reader.Next(), RasterKind::Yuv422, LayoutLumaFirst, with);
+    const Size view = ParseSize(size, "--size");
+    if (view.width > picture.width || view.height > picture.height) {
+      throw UsageError("--size: " + size + " is larger than " + photo + ", which is " +
+                       std::to_string(picture.width) + "x" + std::to_string(picture.height));
+    }
+    const auto& operation = with.family.Require<Operation>(
+        "Scanning", {kv_img::PixelYUV422::ClassID, kv_img::PixelYUV422::ClassID});
+    const auto from = ToImage<kv_img::PixelYUV422>(picture);
+    PictureWriter writer(output);
+    Progress progress("frames", frames);
+    for (int frame = 0; frame < frames; ++frame) {
+      WriteConverted(writer, RenderFrame(operation, with.pool, *from, picture, view, frame), with);
+      progress.Advance();
+    }
+    writer.Commit();
+    return Done;
+  }
+
+ private:
+  bool IsHorizontal() const { return direction == "left" || direction == "right"; }
+
+  std::uint8_t ModeFlags() const {
+    if (direction == "right") return 0x01;
+    if (direction == "left") return 0x02;
+    return direction == "down" ? 0x04 : 0x08;
+  }
+
+  /// The part of the photograph that the viewport crosses: all of it along the pan, the middle across it.
+  ImageRect Path(const Raster& picture, Size view) const {
+    if (IsHorizontal()) {
+      const int top = (picture.height - view.height) / 2;
+      return {0, top, picture.width - 1, top + view.height - 1};
+    }
+    const int left = (picture.width - view.width) / 4 * 2;
+    return {left, 0, left + view.width - 1, picture.height - 1};
+  }
+
+  Raster RenderFrame(const Operation& operation, const WorkerPool& pool, const Frame422& from,
+                     const Raster& picture, Size view, int frame) const {
+    Raster shape = MakeEmptyRaster(RasterKind::Yuv422, view.width, view.height, LayoutLumaFirst);
+    shape.range = picture.range;
+    shape.pixelAspect = picture.pixelAspect;
+    shape.interlace = isInterlaced ? Interlace::TopFieldFirst : Interlace::Progressive;
+    if (!isInterlaced) return RenderStep(operation, pool, from, picture, shape, frames, frame);
+    // Each field at its own time, a step apart, woven into one frame with the top field first.
+    Raster woven = RenderStep(operation, pool, from, picture, shape, 2 * frames, 2 * frame);
+    const Raster later = RenderStep(operation, pool, from, picture, shape, 2 * frames, 2 * frame + 1);
+    for (int row = 1; row < view.height; row += 2) {
+      std::ranges::copy(later.planes[0].Row(row), woven.planes[0].Row(row).begin());
+    }
+    return woven;
+  }
+
+  Raster RenderStep(const Operation& operation, const WorkerPool& pool, const Frame422& from,
+                    const Raster& picture, const Raster& shape, int steps, int step) const {
+    kv_img::ImageOptions options;
+    options.layout = LayoutLumaFirst;
+    // The frame's parity as the step expects it: rows are rendered where they lie, none is moved by half a
+    // line.
+    options.properties.fieldParity = static_cast<std::uint8_t>(step & 1);
+    Frame422 to(shape.width, shape.height, options);
+    const ImageRect path = Path(picture, {shape.width, shape.height});
+    const ImageRect view(0, 0, shape.width - 1, shape.height - 1);
+    pool.Run(
+        [&](kv_std::SpinBarrier& barrier, std::uint32_t index) {
+          operation.Apply(from, to, path, view, ModeFlags(), steps, static_cast<std::uint32_t>(step), barrier,
+                          static_cast<std::int32_t>(index));
+        },
+        std::max(1, shape.height / 2));
+    return ToRaster(to, shape);
+  }
+};
+
+}  // namespace
+
+void AddPanCommand(CLI::App& app, int& status) {
+  auto options = std::make_shared<PanOptions>();
+  CLI::App* command = app.add_subcommand("pan", "Make a movie that moves across a photograph");
+  command->add_option("PHOTO", options->photo, "picture to move across; - is standard input")->required();
+  command->add_option("OUT", options->output, "movie to write, such as out.y4m; - is standard output")
+      ->required();
+  command->add_option("--size", options->size, "width and height of the movie, such as 720x576")
+      ->required()
+      ->type_name("WxH");
+  command->add_option("--frames", options->frames, "frames of the movie")
+      ->required()
+      ->check(CLI::Range(1, 1000000))
+      ->type_name("N");
+  command->add_option("--direction", options->direction, "where the view moves: left, right, up or down")
+      ->required()
+      ->check(CLI::IsMember({"left", "right", "up", "down"}))
+      ->type_name("DIRECTION");
+  command->add_flag("--interlaced", options->isInterlaced, "two fields in a frame, each at its own time");
+  options->input.AddTo(*command, false);
+  options->engine.AddTo(*command);
+  command->footer("Example: kv pan photo.png pan.y4m --size 720x576 --frames 100 --direction right");
+  command->callback([options, &status] { status = options->Run(); });
+}
+
+}  // namespace kv_host

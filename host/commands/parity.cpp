@@ -1,0 +1,64 @@
+#include <memory>
+
+#include "frame/interfaces/parity_change.h"
+#include "host/commands/command.h"
+#include "host/frames.h"
+#include "host/raster_image.h"
+
+namespace kv_host {
+namespace {
+
+using Frame422 = kv_img::Image<kv_img::PixelYUV422>;
+
+struct ParityOptions {
+  std::string input;
+  std::string output;
+  std::string region;
+  InputOptions inputOptions;
+  EngineOptions engine;
+
+  int Run() const {
+    const OwnedEngine owned(engine);
+    const Engine with = owned.Get();
+    PictureReader reader(input, inputOptions.Get());
+    PictureWriter writer(output);
+    const auto& operation = with.family.Require<kv_img::ParityChangeAlgorithmInterface<Frame422, Frame422>>(
+        "ParityChange", {kv_img::PixelYUV422::ClassID, kv_img::PixelYUV422::ClassID});
+    ForEachFrame(reader, [&](const Raster& frame, std::int64_t) {
+      const Raster packed = Convert(frame, RasterKind::Yuv422, 0, with);
+      kv_img::ImageOptions properties;
+      properties.properties.fieldOrder = frame.interlace == Interlace::BottomFieldFirst ? 1 : 0;
+      const auto from = ToImage<kv_img::PixelYUV422>(packed, properties);
+      // Outside the region the picture stays as it is.
+      const auto to = ToImage<kv_img::PixelYUV422>(packed, properties);
+      if (region.empty()) {
+        operation.Apply(*from, *to);
+      } else {
+        operation.Apply(*from, *to, ParseRect(region, "--region", frame.width, frame.height));
+      }
+      Raster result = ToRaster(*to, frame);
+      result.interlace =
+          to->GetProperties().fieldOrder != 0 ? Interlace::BottomFieldFirst : Interlace::TopFieldFirst;
+      WriteConverted(writer, result, with);
+    });
+    writer.Commit();
+    return Done;
+  }
+};
+
+}  // namespace
+
+void AddParityCommand(CLI::App& app, int& status) {
+  auto options = std::make_shared<ParityOptions>();
+  CLI::App* command = app.add_subcommand("parity", "Move frames by half a line to the other field parity");
+  command->add_option("IN", options->input, "picture or video; - is standard input")->required();
+  command->add_option("OUT", options->output, "file to write; - is standard output")->required();
+  command->add_option("--region", options->region, "work only inside the rectangle x,y,w,h")
+      ->type_name("RECT");
+  options->inputOptions.AddTo(*command);
+  options->engine.AddTo(*command);
+  command->footer("Example: kv parity top-first.y4m bottom-first.y4m");
+  command->callback([options, &status] { status = options->Run(); });
+}
+
+}  // namespace kv_host

@@ -1,0 +1,61 @@
+// kv: pictures and video through the plug-in family.
+
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <new>
+#include <string>
+
+#include "errors/kv_exception.h"
+#include "host/commands/command.h"
+#include "host/errors.h"
+#include "host/formats/format_error.h"
+
+namespace {
+
+int Complain(const std::string& problem, int status) {
+  std::fprintf(stderr, "kv: %s\n", problem.c_str());
+  return status;
+}
+
+int Run(int argc, char** argv) {
+  CLI::App app("Pictures and video in packed YUV 4:2:2, through the best plug-in that can do it.", "kv");
+  app.require_subcommand(1);
+  app.set_version_flag("--version", std::string("kv ") + KV_VERSION);
+  int status = kv_host::Done;
+  kv_host::AddMembersCommand(app, status);
+  kv_host::AddConvertCommand(app, status);
+  kv_host::AddCopyRoiCommand(app, status);
+  kv_host::AddDifferenceCommand(app, status);
+  kv_host::AddAverageCommand(app, status);
+  kv_host::AddFilterCommand(app, status);
+  kv_host::AddBlendCommand(app, status);
+  kv_host::AddAlphaCommands(app, status);
+  kv_host::AddParityCommand(app, status);
+  kv_host::AddPanCommand(app, status);
+  kv_host::AddFindCommand(app, status);
+  try {
+    app.parse(argc, argv);
+    return status;
+  } catch (const CLI::Success& success) {
+    return app.exit(success);
+  } catch (const CLI::ParseError& error) {
+    return Complain(std::string(error.what()) + " (kv --help shows what there is)", kv_host::BadInput);
+  } catch (const kv_host::NoMemberError& error) {
+    return Complain(error.what(), kv_host::NoMember);
+  } catch (const kv_std::KVException& error) {
+    return Complain(kv_host::Narrow(error.Message()), kv_host::BadInput);
+  } catch (const std::bad_alloc&) {
+    return Complain("out of memory", kv_host::BadInput);
+  } catch (const std::exception& error) {
+    return Complain(error.what(), kv_host::BadInput);
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // A closed pipe is a write error like any other, with a message.
+  std::signal(SIGPIPE, SIG_IGN);
+  return Run(argc, argv);
+}
