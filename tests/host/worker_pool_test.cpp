@@ -1,0 +1,63 @@
+#include "host/worker_pool.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <stdexcept>
+
+#include "errors/exceptions.h"
+
+namespace {
+
+using kv_host::WorkerPool;
+using kv_std::SpinBarrier;
+
+TEST(WorkerPoolThreads, EveryIndexIsCalledOnce) {
+  for (const int threads : {1, 2, 5}) {
+    std::vector<std::atomic<int>> calls(static_cast<std::size_t>(threads));
+    WorkerPool(threads).Run([&](SpinBarrier& barrier, std::uint32_t index) {
+      EXPECT_EQ(barrier.GetThreadCount(), threads);
+      ++calls[index];
+    });
+    for (const auto& count : calls) EXPECT_EQ(count, 1);
+  }
+}
+
+TEST(WorkerPoolThreads, ZeroMeansWhatTheMachineRuns) {
+  EXPECT_GE(WorkerPool(0).ThreadCount(), 1);
+}
+
+TEST(WorkerPoolThreads, LimitIsKept) {
+  std::atomic<int> calls = 0;
+  WorkerPool(8).Run([&](SpinBarrier&, std::uint32_t) { ++calls; }, 2);
+  EXPECT_EQ(calls, 2);
+  WorkerPool(8).Run([&](SpinBarrier&, std::uint32_t) { ++calls; }, 0);
+  EXPECT_EQ(calls, 3);
+}
+
+TEST(WorkerPoolThreads, FirstExceptionStopsTheOthersAndIsPassedOn) {
+  for (int round = 0; round < 20; ++round) {
+    std::atomic<int> stopped = 0;
+    const auto run = [&] {
+      WorkerPool(3).Run([&](SpinBarrier& barrier, std::uint32_t index) {
+        if (index == static_cast<std::uint32_t>(round % 3)) throw std::runtime_error("the reason");
+        try {
+          barrier.Wait();
+        } catch (const kv_std::SpinBarrierException& error) {
+          EXPECT_EQ(error.Code(), 12607U);
+          ++stopped;
+          throw;
+        }
+      });
+    };
+    try {
+      run();
+      FAIL() << "nothing was thrown";
+    } catch (const std::runtime_error& error) {
+      EXPECT_STREQ(error.what(), "the reason");
+    }
+    EXPECT_EQ(stopped, 2);
+  }
+}
+
+}  // namespace
