@@ -45,6 +45,8 @@ struct Classes {
 using Rows = kv_plugin::CommonRows<Classes>;
 
 constexpr auto copyRows = kv_plugin::Join(Rows::copy, kv_plugin::portable_rows::copy);
+constexpr auto averageFilterRows =
+    kv_plugin::Join(Rows::averageFilter, kv_plugin::portable_rows::averageFilter);
 
 // Names are compared in this order.
 constexpr kv_plugin::Algorithm table[] = {
@@ -53,7 +55,7 @@ constexpr kv_plugin::Algorithm table[] = {
     {"ParityChange", 2, Rows::parityChange},
     {"AlphaLayerProbMask", 1, Rows::alphaLayerProbMask},
     {"AlphaLayerColorBased", 1, Rows::alphaLayerColorBased},
-    {"AverageFilter", 1, Rows::averageFilter},
+    {"AverageFilter", 1, averageFilterRows},
     {"AbsoluteDifference", 2, Rows::absoluteDifference},
     {"Scanning", 2, Rows::scanning},
     {"BlendBoost", 1, Rows::blendBoost},

@@ -3,12 +3,13 @@
 #include <array>
 #include <cstddef>
 
+#include "algorithms/arithmetic/average_filter.h"
 #include "algorithms/copy/portable/portable_copy.h"
 #include "plugin/dispatch.h"
 
 namespace kv_plugin {
 
-/// The copies that kv_algoC alone offers: with the common ones every pair that "Copy" is looked up for.
+/// What kv_algoC alone offers.
 namespace portable_rows {
 
 using kv_img::PixelDIB15;
@@ -27,6 +28,7 @@ constexpr Row CopyRow() {
   return For<In, Out, kv_img::PortableCopyC<kv_img::Image<In>, kv_img::Image<Out>>>();
 }
 
+/// With the common ones every pair that "Copy" is looked up for.
 inline constexpr Row copy[] = {
     CopyRow<PixelYUV422, PixelYUVA422>(), CopyRow<PixelYUV422, PixelYUV411P>(),
     CopyRow<PixelYUV422, PixelYUV411>(),  CopyRow<PixelYUV422, PixelYUV211>(),
@@ -43,6 +45,11 @@ inline constexpr Row copy[] = {
     CopyRow<NoColor, PixelYUV422>(),      CopyRow<NoColor, PixelYUVA422>(),
     CopyRow<NoColor, PixelDIB24>(),       CopyRow<NoColor, PixelDIB32>(),
     CopyRow<NoColor, NoColor>(),
+};
+
+/// The averaging filter under the identifier of the image type: so the algorithm manager is asked for it.
+inline constexpr Row averageFilter[] = {
+    For<kv_img::Image<NoColor>, kv_img::AverageFilterC<kv_img::Image<NoColor>>>(),
 };
 
 }  // namespace portable_rows

@@ -296,6 +296,51 @@ TEST(PortableRules, ByteOrdersOf422AreExchanged) {
   EXPECT_EQ(Copied<PixelYUVA422>(source, lumaFirst), (Bytes{1, 2, 3, 4}));
 }
 
+/// A copy of a copy, by one thread.
+template <class Middle, class Out, class In>
+Bytes CopiedThrough(const Image<In>& source) {
+  Image<Middle> middle(static_cast<int>(source.GetWidth()), 1);
+  kv_std::SpinBarrier barrier(1);
+  Find<In, Middle>()->Apply(source, middle, barrier, 0);
+  return Copied<Out>(middle);
+}
+
+template <class PixelClass>
+void FillRandomly(Image<PixelClass>& image, std::uint64_t seed) {
+  Random random(seed);
+  for (std::uint8_t& byte : image.Row(0)) byte = static_cast<std::uint8_t>(random.Next());
+}
+
+TEST(PortableRules, AgreeWithTheCopiesThatEveryMemberOffers) {
+  // These write to the end of rows of this width.
+  constexpr int width = 4096;
+  Image<PixelYUV422> yuv(width, 1);
+  FillRandomly(yuv, 1);
+  EXPECT_EQ((CopiedThrough<PixelDIB32, PixelDIB24>(yuv)), Copied<PixelDIB24>(yuv));
+  EXPECT_EQ((CopiedThrough<PixelYUVA422, PixelDIB24>(yuv)), Copied<PixelDIB24>(yuv));
+  Image<PixelDIB24> bytes(width, 1);
+  FillRandomly(bytes, 2);
+  EXPECT_EQ((CopiedThrough<PixelYUVA422, PixelYUV422>(bytes)), Copied<PixelYUV422>(bytes));
+  EXPECT_EQ((CopiedThrough<PixelDIB32, PixelYUV422>(bytes)), Copied<PixelYUV422>(bytes));
+  EXPECT_EQ((CopiedThrough<PixelYUV422, NoColor>(bytes)), Copied<NoColor>(bytes));
+  Image<PixelDIB16> words(width, 1);
+  FillRandomly(words, 3);
+  EXPECT_EQ((CopiedThrough<PixelDIB24, PixelYUV422>(words)), Copied<PixelYUV422>(words));
+}
+
+TEST(PortableRules, WordsThatBecameBytesBecomeTheSameWords) {
+  Image<PixelDIB16> words(65536, 1);
+  for (std::size_t i = 0; i < words.Row(0).size(); i += 2) {
+    words.Row(0)[i] = static_cast<std::uint8_t>(i / 2);
+    words.Row(0)[i + 1] = static_cast<std::uint8_t>(i / 2 >> 8);
+  }
+  const Bytes bytes = Copied<PixelDIB24>(words);
+  for (std::size_t pixel = 0; pixel < words.Row(0).size() / 2; ++pixel) {
+    const int word = bytes[3 * pixel + 2] >> 3 << 11 | bytes[3 * pixel + 1] >> 2 << 5 | bytes[3 * pixel] >> 3;
+    ASSERT_EQ(word, words.Row(0)[2 * pixel] | words.Row(0)[2 * pixel + 1] << 8);
+  }
+}
+
 TEST(PortableRules, DifferentParitiesShiftByARowWithinTheBand) {
   ImageOptions lower;
   lower.properties.fieldParity = 1;

@@ -33,10 +33,7 @@ struct HostModule {
     const Grey8 image(16, 4);
     Grey8 destination(16, 4);
     kv_std::SpinBarrier barrier(1);
-    try {
-      layer->Apply(image, image, destination, kv_img::ImageRect(image), 3, nullptr, barrier, 0);
-    } catch (...) {
-    }
+    layer->Apply(image, image, destination, kv_img::ImageRect(image), 3, nullptr, barrier, 0);
   }
   void Unload() const { kv_platform::UnloadModule(module.handle); }
 };

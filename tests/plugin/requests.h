@@ -1,5 +1,6 @@
 #pragma once
 
+#include <ostream>
 #include <set>
 #include <string>
 #include <vector>
@@ -16,6 +17,11 @@ struct Request {
 
   auto operator<=>(const Request&) const = default;
 };
+
+inline void PrintTo(const Request& request, std::ostream* stream) {
+  *stream << request.name;
+  for (const int id : request.ids) *stream << ' ' << id;
+}
 
 inline const int yuv422 = kv_img::PixelYUV422::ClassID;
 inline const int yuva422 = kv_img::PixelYUVA422::ClassID;
