@@ -59,11 +59,26 @@ Processor ReadProcessor() {
 }
 [[maybe_unused]] const std::uint32_t featuresReadAtStart = ThisProcessor().features;
 
-// Opens `file`; on failure says why in `problem`.
-ModuleHandle Open(const std::string& file, std::string& problem) {
-  ModuleHandle module = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
-  if (module == nullptr) problem = dlerror();
-  return module;
+ModuleHandle Open(const std::string& file) {
+  return dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+}
+
+// Tries `file` in every folder. A file that is there but cannot be loaded is told in `problems`, as is a
+// folder without it, which is less of a problem: only told when nothing worse was met.
+ModuleHandle OpenInFolders(const std::string& file, std::span<const std::filesystem::path> folders,
+                           std::string& problems) {
+  std::string absences;
+  for (const std::filesystem::path& folder : folders) {
+    std::error_code error;
+    if (!std::filesystem::exists(folder / file, error)) {
+      absences += "not in " + folder.string() + "; ";
+      continue;
+    }
+    if (ModuleHandle module = Open((folder / file).string())) return module;
+    problems += std::string(dlerror()) + "; ";
+  }
+  if (problems.empty()) problems = absences;
+  return nullptr;
 }
 
 }  // namespace
@@ -88,25 +103,14 @@ LoadedModule LoadModule(std::wstring_view name, std::span<const std::filesystem:
   places.insert(places.end(), folders.begin(), folders.end());
 
   LoadedModule loaded;
-  std::string broken;
-  for (const std::filesystem::path& place : places) {
-    std::error_code error;
-    if (loaded.handle != nullptr || !std::filesystem::exists(place / file, error)) continue;
-    std::string problem;
-    loaded.handle = Open((place / file).string(), problem);
-    if (loaded.handle == nullptr) broken += (broken.empty() ? "" : "; ") + problem;
-  }
+  loaded.handle = OpenInFolders(file, places, loaded.problem);
   // A name without a slash is searched for in the system's folders only.
-  std::string notInSystem;
-  if (loaded.handle == nullptr) loaded.handle = Open(file, notInSystem);
+  if (loaded.handle == nullptr) loaded.handle = Open(file);
   if (loaded.handle == nullptr) {
-    loaded.problem = broken;
-    if (broken.empty()) {
-      for (const std::filesystem::path& place : places) loaded.problem += "not in " + place.string() + "; ";
-      loaded.problem += notInSystem;
-    }
+    loaded.problem += dlerror();
     return loaded;
   }
+  loaded.problem.clear();
   if (const link_map* entry = EntryOf(loaded.handle)) loaded.file = entry->l_name;
   if (IsOwn(loaded.handle)) dlclose(loaded.handle);
   return loaded;
