@@ -1,5 +1,6 @@
 // kv: pictures and video through the plug-in family.
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <exception>
@@ -34,6 +35,13 @@ int Run(int argc, char** argv) {
   kv_host::AddParityCommand(app, status);
   kv_host::AddPanCommand(app, status);
   kv_host::AddFindCommand(app, status);
+  const auto commands = app.get_subcommands([](const CLI::App*) { return true; });
+  if (argc > 1 && *argv[1] != '-' && std::ranges::none_of(commands, [&](const CLI::App* command) {
+        return command->get_name() == argv[1];
+      })) {
+    return Complain(std::string(argv[1]) + ": no such command (kv --help shows what there is)",
+                    kv_host::BadInput);
+  }
   try {
     app.parse(argc, argv);
     return status;
