@@ -50,12 +50,12 @@ class CopyFixture : public testing::TestWithParam<int> {
       for (int round = 0; round < 12; ++round) {
         SCOPED_TRACE(testing::Message() << "width " << width << " round " << round);
         const int height = random.Between(1, 9);
-        const TestImage<PixelIn> source(random, width, height, Placement::Any(random),
-                                        Options(random.Pick(sourceLayouts), random.Between(0, 2)));
+        TestImage<PixelIn> source(random, width, height, Placement::Any(random),
+                                  Options(random.Pick(sourceLayouts), random.Between(0, 2)));
         const int layout = random.Pick(destinationLayouts);
         TestImage<PixelOut> destination(random, width, height, Placement::Any(random),
                                         Options(layout, random.Between(0, 2)));
-        const TestImage untouched = source;
+        TestImage untouched = source;
         TestImage expected = destination;
         SelectPositions(*destination, layout);
         SelectPositions(*expected, layout);

@@ -24,17 +24,19 @@ class PlanarCopy : public CopyFixture<PixelYUV411P, PixelYUV422> {
     Yuv422 destination(width, 1, Options(layout));
     FillRow(destination.Row(0), {77});
     Run(source, destination);
-    return BytesOf(destination.Row(0), static_cast<std::size_t>(2 * width));
+    return BytesOf(destination.Row(0), 2 * static_cast<std::size_t>(width));
   }
 
   /// What such a row becomes: `pixels` converted, the others left as they were.
   static std::vector<int> Expected(int width, int pixels, bool isLumaFirst) {
-    std::vector<int> bytes(static_cast<std::size_t>(2 * width), 77);
+    std::vector<int> bytes;
+    bytes.reserve(2 * static_cast<std::size_t>(width));
     for (int x = 0; x < pixels; ++x) {
       const int chroma = (x % 2 == 0 ? 100 : 200) + x / 2;
-      bytes[static_cast<std::size_t>(2 * x)] = isLumaFirst ? x : chroma;
-      bytes[static_cast<std::size_t>(2 * x + 1)] = isLumaFirst ? chroma : x;
+      bytes.push_back(isLumaFirst ? x : chroma);
+      bytes.push_back(isLumaFirst ? chroma : x);
     }
+    bytes.resize(2 * static_cast<std::size_t>(width), 77);
     return bytes;
   }
 };

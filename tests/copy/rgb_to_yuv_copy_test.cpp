@@ -149,9 +149,8 @@ TEST_P(Dib32ToYuva422Copy, AlphaFollowsAndItsLastBytesStay) {
     Dib32 source(7, 2);
     Yuva422 destination(7, 2, Options(layout));
     for (int row = 0; row < 2; ++row) {
-      for (int x = 0; x < 7; ++x) {
-        source.Row(row)[static_cast<std::size_t>(4 * x + 3)] = static_cast<std::uint8_t>(10 * row + x + 1);
-      }
+      std::uint8_t alpha = row == 0 ? 1 : 11;
+      for (std::size_t x = 0; x < 7; ++x) source.Row(row)[4 * x + 3] = alpha++;
       FillRow(destination.PlaneRow(Alpha, row), {77});
     }
     Run(source, destination);

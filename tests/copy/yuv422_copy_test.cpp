@@ -5,7 +5,6 @@
 
 namespace {
 
-using kv_img::AlgoMMXException;
 using kv_img::ImageOptions;
 using kv_img::PixelLayout::chromaFirst;
 using kv_img::PixelLayout::lumaFirst;
@@ -52,6 +51,7 @@ std::vector<int> RowOrigins(const Operation& copy, int height, int threads, int 
     copy.Apply(source, destination, barrier, index);
   });
   std::vector<int> origins;
+  origins.reserve(static_cast<std::size_t>(height));
   for (int row = 0; row < height; ++row) origins.push_back(destination.Row(row)[0]);
   return origins;
 }

@@ -26,7 +26,7 @@ std::vector<int> ColourOf(Fixture run, int y, int cb, int cr) {
   FillRow(source.Row(0), {y, cb, y, cr});
   Dib24 destination(8, 1);
   run(source, destination);
-  const std::vector<int> first = BytesOf(destination.Row(0), 3);
+  std::vector<int> first = BytesOf(destination.Row(0), 3);
   EXPECT_EQ(BytesOf(destination.Row(0), 24), Repeated({first[0], first[1], first[2]}, 24));
   return first;
 }
