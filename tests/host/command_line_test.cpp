@@ -134,7 +134,7 @@ TEST_F(CommandLine, RoundTripThroughBitmapLooksRight) {
     sum += std::abs(a.planes[0].bytes[i] - c.planes[0].bytes[i]);
   }
   EXPECT_LT(sum / static_cast<double>(a.planes[0].bytes.size()), 2.0);
-  EXPECT_LE(PeakDifference(a, c), 16);
+  EXPECT_LE(PeakDifference(a, c), 10);
 }
 
 TEST_F(CommandLine, AlphaOfABitmapComesThrough) {
