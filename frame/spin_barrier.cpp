@@ -12,6 +12,7 @@ constexpr std::uint32_t processingError = 12607;
 }  // namespace
 
 SpinBarrier::SpinBarrier(int threadCount)
+    // NOLINTNEXTLINE(bugprone-throw-keyword-missing): it is thrown by the threads that wait.
     : stopException_(exitRequested), threadCount_(std::max(threadCount, 1)) {}
 
 SpinBarrier::~SpinBarrier() = default;

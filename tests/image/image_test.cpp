@@ -7,6 +7,7 @@
 
 #include "errors/exceptions.h"
 #include "image/image_factory.h"
+#include "image/row_range.h"
 #include "tests/support/expect_error.h"
 #include "tests/support/test_image.h"
 
@@ -195,6 +196,20 @@ TEST(Image, RowsThatLieAlikeShareAStorageFlag) {
   const Yuv422 explicitFlag(9, 2, WrappedRows::Strided(memory.data(), 20), chosen);
   EXPECT_EQ(flag(explicitFlag), 42);
   EXPECT_EQ(explicitFlag.GetProperties().propertyFlag, 0);
+}
+
+TEST(Image, RowsAreIterated) {
+  Grey8 image(5, 3);
+  std::uint8_t value = 0;
+  for (const auto row : Rows(image)) std::ranges::fill(row, ++value);
+  const Grey8& constant = image;
+  int sum = 0;
+  for (const auto row : Rows(constant)) {
+    static_assert(std::is_same_v<decltype(row), const std::span<const std::uint8_t>>);
+    EXPECT_EQ(row.size(), 5U);
+    sum += row[4];
+  }
+  EXPECT_EQ(sum, 1 + 2 + 3);
 }
 
 TEST(Image, SpareBytesLieBehindTheLastRow) {

@@ -14,6 +14,7 @@ std::vector<std::exception_ptr> CallOnThreads(int count, Work work) {
   kv_std::SpinBarrier barrier(count);
   std::vector<std::exception_ptr> thrown(static_cast<std::size_t>(count));
   std::vector<std::thread> threads;
+  threads.reserve(thrown.size());
   for (int index = 0; index < count; ++index) {
     threads.emplace_back([&, index] {
       try {
