@@ -7,7 +7,7 @@
 
 namespace kv_img::featurefind {
 
-/// The whole pixel of a position and how far right of and below it the position lies.
+/// How far right of and below its whole pixel a position lies.
 struct Fractions {
   double right;
   double down;

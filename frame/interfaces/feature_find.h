@@ -8,7 +8,16 @@
 
 namespace kv_img {
 
-/// "FeatureFind": finds a small template of one image in another by the sum of absolute differences.
+/// "FeatureFind": finds a small template of one image in another by the sum of absolute differences of luma
+/// (bitmaps: green).
+///
+/// The template is what lies up to `hw`, `hh` pixels around `point1` in image1, cut to that image. `result`
+/// is where the feature itself lies in image2, also when its template was cut; of equal positions the first
+/// in reading order. A range without positions leaves it as it was but for the feature's offset in its
+/// template. `result` may be the array of either point.
+///
+/// Throws AlgoMMXException 1 when image2 is not at least two pixels wider and higher than the template
+/// (between pixels: three), 3 when memory is short; `result` is then untouched.
 ///
 /// No operation shares the work out: every calling thread makes the whole search and writes result and map,
 /// so each thread needs its own, or one thread calls.
