@@ -278,6 +278,21 @@ TEST_P(SubPixelSearch, NegativeFeatureGoesToThePixelBelow) {
   });
 }
 
+TEST_P(SubPixelSearch, PositionATrifleBeforeTheFirstPixelReadsOnePixelOn) {
+  ForEachFormat([&]<class P>() {
+    // Moved in by whole steps of 2/7, the first corner comes out at -9e-16: pixel 0, and nearly a whole pixel
+    // right of it.
+    const auto image1 = MakeImage<P>(30, 4, Texture);
+    const auto image2 = MakeImage<P>(30, 4, [](int x, int y) { return Texture(x - 1, y); });
+    SubPixelScoreMap map;
+    LocateSubPixel(*image1, *image2, {4, 0}, {1.4, 0}, 4, 0, {11 * (2.0 / 7), 0, 2.0 / 7, 1}, &map);
+    EXPECT_LT(map.Rect().GetLeft(), 4);
+    EXPECT_GT(map.Rect().GetLeft(), 3.999);
+    ASSERT_EQ(map.Columns(), 3);
+    EXPECT_EQ(map.Scores()[0], 0);
+  });
+}
+
 TEST_P(SubPixelSearch, StepTooSmallToMoveThePositionEnds) {
   const auto image = MakeImage<PixelYUV422>(40, 30, HillsAt);
   const DoublePoint found = LocateSubPixel(*image, *image, {20, 15}, {20, 15}, 5, 4, {1, 1, 1, 1, 70});
