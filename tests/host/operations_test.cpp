@@ -177,8 +177,8 @@ TEST_F(Operations, AlphaMasks) {
   const Raster a = Part(0, 0, 64, 32);
   Write("a.y4m", a);
   Done("alpha-color a.y4m a.y4m mask.pgm --window 5 --threads 4");
-  for (const int value : Read("mask.pgm").planes[0].bytes)
-    ASSERT_EQ(value, 255) << "equal colours are opaque";
+  const Raster opaque = Read("mask.pgm");
+  for (const int value : opaque.planes[0].bytes) ASSERT_EQ(value, 255) << "equal colours are opaque";
   Write("p.pgm", Grey(33, 9, 7));
   Done("alpha-prob p.pgm p.pgm mask.pgm --window 3 --gain 5");
   const Raster even = Read("mask.pgm");
@@ -335,7 +335,8 @@ TEST_F(Operations, FindReportsAShiftedNoisyPatch) {
 }
 
 TEST_F(Operations, FindReportsPartsOfPixels) {
-  // A soft part of the photograph: interpolation blurs, and of a sharp texture that would outweigh a part of a pixel.
+  // A soft part of the photograph: interpolation blurs, and of a sharp texture that would outweigh a part of
+  // a pixel.
   const Raster a = Part(320, 310, 200, 160);
   // The picture a quarter of a column to the right of where it was, and half a row down, by bilinear
   // interpolation.
