@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/kernel_check/kernel_case.h"
+#include "check/kernel_case.h"
 
 namespace {
 
@@ -93,6 +93,7 @@ int main(int argc, char** argv) {
         TimeMemcpy(state, kernel, workload.bytes);
       });
       for (const Variant& variant : kernel.variants) {
+        if (!variant.runsHere) continue;
         benchmark::RegisterBenchmark((name + "/" + variant.set).c_str(),
                                      [&kernel, &variant, &workload](benchmark::State& state) {
                                        TimeKernel(state, kernel, variant, workload.bytes);

@@ -8,7 +8,7 @@
 #include <string>
 
 #include "algorithms/copy/kernels/swap_bytes.h"
-#include "tests/kernel_check/checker.h"
+#include "check/checker.h"
 
 namespace {
 
@@ -103,9 +103,11 @@ int main(int argc, char** argv) {
     for (const kv_check::Variant& variant : kernel.variants) {
       if (!setFilter.empty() && variant.set != setFilter) continue;
       if (list) {
-        std::printf("%s %s\n", kernel.name.c_str(), variant.set.c_str());
+        std::printf("%s %s%s\n", kernel.name.c_str(), variant.set.c_str(),
+                    variant.runsHere ? "" : " (this processor lacks it)");
         continue;
       }
+      if (!variant.runsHere) continue;
       ++checks;
       const std::string wrong = kv_check::Check(kernel, variant, seed, rounds);
       if (wrong.empty()) continue;

@@ -3,7 +3,7 @@
 #include "algorithms/arithmetic/kernels/luma_difference.h"
 #include "algorithms/arithmetic/kernels/replace_row.h"
 #include "algorithms/arithmetic/kernels/window_means.h"
-#include "tests/kernel_check/kernel_case.h"
+#include "check/kernel_case.h"
 
 namespace kv_check {
 

@@ -1,5 +1,5 @@
 #include "algorithms/scanning/kernels/pan_row.h"
-#include "tests/kernel_check/kernel_case.h"
+#include "check/kernel_case.h"
 
 namespace kv_check {
 namespace {

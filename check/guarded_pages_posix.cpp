@@ -3,7 +3,7 @@
 
 #include <new>
 
-#include "tests/kernel_check/guarded_pages.h"
+#include "check/guarded_pages.h"
 
 namespace kv_check {
 

@@ -4,7 +4,7 @@
 #include "algorithms/featurefind/kernels/bilinear_sad.h"
 #include "algorithms/featurefind/kernels/block_sad.h"
 #include "algorithms/featurefind/kernels/luma_bytes.h"
-#include "tests/kernel_check/kernel_case.h"
+#include "check/kernel_case.h"
 
 namespace kv_check {
 

@@ -39,6 +39,8 @@ struct Variant {
   std::string set;
   /// Builds the record, calls the kernel and stores the advanced pointers back into the call.
   std::function<void(Call&)> run;
+  /// Whether this processor has the instructions that the kernel needs.
+  bool runsHere = true;
 };
 
 /// A kernel in all its sets, the first being the reference.

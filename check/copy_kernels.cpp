@@ -3,8 +3,8 @@
 #include "algorithms/copy/kernels/rgb_to_yuv.h"
 #include "algorithms/copy/kernels/swap_bytes.h"
 #include "algorithms/copy/kernels/yuv_to_rgb.h"
-#include "tests/kernel_check/kernel_case.h"
-#include "tests/support/random.h"
+#include "check/kernel_case.h"
+#include "check/random.h"
 
 namespace kv_check {
 
@@ -38,16 +38,16 @@ Variant RegroupPairs(std::string set, void (*kernel)(RegroupPairsArgs&) noexcept
           }};
 }
 
-std::int16_t AnyWeight(kv_test::Random& random) {
+std::int16_t AnyWeight(Random& random) {
   return static_cast<std::int16_t>(random.OneIn(4) ? random.Pick({-32768, 32767})
                                                    : random.Between(-32768, 32767));
 }
-std::uint8_t AnyOffset(kv_test::Random& random) {
+std::uint8_t AnyOffset(Random& random) {
   return static_cast<std::uint8_t>(random.Between(0, 255));
 }
 
 void Vary(YuvToRgbMatrix& matrix, std::uint64_t seed) {
-  kv_test::Random random(seed);
+  Random random(seed);
   for (std::int16_t* gain :
        {&matrix.luma, &matrix.crToRed, &matrix.cbToGreen, &matrix.crToGreen, &matrix.cbToBlue}) {
     *gain = AnyWeight(random);
@@ -57,7 +57,7 @@ void Vary(YuvToRgbMatrix& matrix, std::uint64_t seed) {
 }
 
 void Vary(RgbToYuvMatrix& matrix, std::uint64_t seed) {
-  kv_test::Random random(seed);
+  Random random(seed);
   for (RgbWeights* weights : {&matrix.luma, &matrix.cb, &matrix.cr}) {
     *weights = {AnyWeight(random), AnyWeight(random), AnyWeight(random)};
   }

@@ -1,6 +1,6 @@
 #include "algorithms/alpha/kernels/centred_difference.h"
 #include "algorithms/alpha/kernels/chroma_distance.h"
-#include "tests/kernel_check/kernel_case.h"
+#include "check/kernel_case.h"
 
 namespace kv_check {
 

@@ -1,4 +1,4 @@
-#include "tests/kernel_check/kernel_case.h"
+#include "check/kernel_case.h"
 
 namespace kv_check {
 

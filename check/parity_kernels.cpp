@@ -1,5 +1,5 @@
 #include "algorithms/parity/kernels/average_lines.h"
-#include "tests/kernel_check/kernel_case.h"
+#include "check/kernel_case.h"
 
 namespace kv_check {
 namespace {

@@ -1,17 +1,15 @@
-#include "tests/kernel_check/checker.h"
+#include "check/checker.h"
 
 #include <algorithm>
 #include <cstring>
 #include <memory>
 #include <sstream>
 
-#include "tests/kernel_check/guarded_pages.h"
-#include "tests/support/random.h"
+#include "check/guarded_pages.h"
+#include "check/random.h"
 
 namespace kv_check {
 namespace {
-
-using kv_test::Random;
 
 constexpr std::size_t guard = 128;
 std::string currentKernel;
