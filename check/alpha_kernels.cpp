@@ -1,5 +1,4 @@
-#include "algorithms/alpha/kernels/centred_difference.h"
-#include "algorithms/alpha/kernels/chroma_distance.h"
+#include "algorithms/alpha/kernels/kernel_sets.h"
 #include "check/kernel_case.h"
 
 namespace kv_check {
@@ -8,7 +7,7 @@ using namespace kv_img::alpha;
 
 namespace {
 
-Variant ChromaDistanceOf(std::string set, void (*kernel)(ChromaDistanceArgs&) noexcept) {
+constexpr auto ChromaDistanceOf = [](std::string set, auto kernel) -> Variant {
   return {std::move(set), [kernel](Call& call) {
             const auto shiftOf = [&call](int bit) { return (call.seed >> bit & 1U) != 0 ? 8 : 0; };
             ChromaDistanceArgs args{call.groups,     call.inputs[0], call.inputs[1],
@@ -18,9 +17,9 @@ Variant ChromaDistanceOf(std::string set, void (*kernel)(ChromaDistanceArgs&) no
             call.inputs[1] = args.second;
             call.outputs[0] = args.mask;
           }};
-}
+};
 
-Variant CentredDifferenceOf(std::string set, void (*kernel)(CentredDifferenceArgs&) noexcept) {
+constexpr auto CentredDifferenceOf = [](std::string set, auto kernel) -> Variant {
   return {std::move(set), [kernel](Call& call) {
             CentredDifferenceArgs args{call.groups, call.inputs[0], call.inputs[1], call.outputs[0]};
             kernel(args);
@@ -28,7 +27,7 @@ Variant CentredDifferenceOf(std::string set, void (*kernel)(CentredDifferenceArg
             call.inputs[1] = args.q;
             call.outputs[0] = args.mask;
           }};
-}
+};
 
 }  // namespace
 
@@ -37,12 +36,12 @@ void AddAlphaKernels(std::vector<KernelCase>& list) {
       {"alpha/ChromaDistance",
        {{.perGroup = 8}, {.perGroup = 8}},
        {{.perGroup = 4}},
-       {ChromaDistanceOf("scalar", scalar::ChromaDistance), ChromaDistanceOf("mmx", mmx::ChromaDistance)}});
+       AllSets(ChromaDistanceOf, scalar::ChromaDistance, mmx::ChromaDistance, WideKernels::ChromaDistance)});
   list.push_back({"alpha/CentredDifference",
                   {{.perGroup = 4}, {.perGroup = 4}},
                   {{.perGroup = 4}},
-                  {CentredDifferenceOf("scalar", scalar::CentredDifference),
-                   CentredDifferenceOf("mmx", mmx::CentredDifference)}});
+                  AllSets(CentredDifferenceOf, scalar::CentredDifference, mmx::CentredDifference,
+                          WideKernels::CentredDifference)});
 }
 
 }  // namespace kv_check

@@ -1,8 +1,4 @@
-#include "algorithms/arithmetic/kernels/blend_boost.h"
-#include "algorithms/arithmetic/kernels/halved_sum.h"
-#include "algorithms/arithmetic/kernels/luma_difference.h"
-#include "algorithms/arithmetic/kernels/replace_row.h"
-#include "algorithms/arithmetic/kernels/window_means.h"
+#include "algorithms/arithmetic/kernels/kernel_sets.h"
 #include "check/kernel_case.h"
 
 namespace kv_check {
@@ -11,8 +7,7 @@ using namespace kv_img::arithmetic;
 
 namespace {
 
-template <class Kernel>
-Variant LumaDifferenceVariant(std::string set, Kernel kernel) {
+constexpr auto LumaDifferenceVariant = [](std::string set, auto kernel) -> Variant {
   return {std::move(set), [kernel](Call& call) {
             LumaDifferenceArgs args{call.groups, call.inputs[0], call.inputs[1], call.outputs[0],
                                     static_cast<std::int32_t>(call.seed % 2)};
@@ -21,10 +16,9 @@ Variant LumaDifferenceVariant(std::string set, Kernel kernel) {
             call.inputs[1] = args.second;
             call.outputs[0] = args.destination;
           }};
-}
+};
 
-template <class Kernel>
-Variant HalvedSumVariant(std::string set, Kernel kernel) {
+constexpr auto HalvedSumVariant = [](std::string set, auto kernel) -> Variant {
   return {std::move(set), [kernel](Call& call) {
             HalvedSumArgs args{call.groups, call.inputs[0], call.inputs[1], call.outputs[0]};
             kernel(args);
@@ -32,10 +26,9 @@ Variant HalvedSumVariant(std::string set, Kernel kernel) {
             call.inputs[1] = args.second;
             call.outputs[0] = args.destination;
           }};
-}
+};
 
-template <class Kernel>
-Variant ReplaceRowVariant(std::string set, Kernel kernel) {
+constexpr auto ReplaceRowVariant = [](std::string set, auto kernel) -> Variant {
   return {std::move(set), [kernel](Call& call) {
             ReplaceRowArgs args{call.groups, call.inputs[0], call.inputs[1],
                                 reinterpret_cast<std::uint16_t*>(call.outputs[0])};
@@ -44,10 +37,9 @@ Variant ReplaceRowVariant(std::string set, Kernel kernel) {
             call.inputs[1] = args.leaving;
             call.outputs[0] = reinterpret_cast<std::uint8_t*>(args.sums);
           }};
-}
+};
 
-template <class Kernel>
-Variant WindowMeansVariant(std::string set, Kernel kernel, std::uint32_t windowSize) {
+constexpr auto WindowMeansVariant = [](std::string set, auto kernel, std::uint32_t windowSize) -> Variant {
   return {std::move(set), [kernel, windowSize](Call& call) {
             WindowMeansArgs args{call.groups, reinterpret_cast<const std::uint16_t*>(call.inputs[0]),
                                  call.outputs[0], windowSize};
@@ -55,7 +47,7 @@ Variant WindowMeansVariant(std::string set, Kernel kernel, std::uint32_t windowS
             call.inputs[0] = reinterpret_cast<const std::uint8_t*>(args.columns);
             call.outputs[0] = args.destination;
           }};
-}
+};
 
 KernelCase WindowMeansCase(std::uint32_t windowSize) {
   const auto limitSums = [windowSize](std::uint8_t* begin, std::uint8_t* end) {
@@ -63,18 +55,19 @@ KernelCase WindowMeansCase(std::uint32_t windowSize) {
     for (auto* sum = reinterpret_cast<std::uint16_t*>(begin); sum != last; ++sum)
       *sum = static_cast<std::uint16_t>(*sum % (255 * windowSize + 1));
   };
-  return {"arithmetic/WindowMeans" + std::to_string(windowSize),
-          {{.perGroup = 16,
-            .behind = sizeof(std::uint16_t) * (windowSize - 1),
-            .element = sizeof(std::uint16_t),
-            .limit = limitSums}},
-          {{.perGroup = 8}},
-          {WindowMeansVariant("scalar", scalar::WindowMeans, windowSize),
-           WindowMeansVariant("mmx", mmx::WindowMeans, windowSize)}};
+  return {
+      "arithmetic/WindowMeans" + std::to_string(windowSize),
+      {{.perGroup = 16,
+        .behind = sizeof(std::uint16_t) * (windowSize - 1),
+        .element = sizeof(std::uint16_t),
+        .limit = limitSums}},
+      {{.perGroup = 8}},
+      AllSets([windowSize](std::string set,
+                           auto kernel) { return WindowMeansVariant(std::move(set), kernel, windowSize); },
+              scalar::WindowMeans, mmx::WindowMeans, WideKernels::WindowMeans)};
 }
 
-template <class Kernel>
-Variant BlendBoostVariant(std::string set, Kernel kernel) {
+constexpr auto BlendBoostVariant = [](std::string set, auto kernel) -> Variant {
   return {std::move(set), [kernel](Call& call) {
             BlendBoostArgs args{call.groups,    call.inputs[0],  call.inputs[1],
                                 call.inputs[2], call.outputs[0], static_cast<std::int32_t>(call.seed % 2)};
@@ -84,7 +77,7 @@ Variant BlendBoostVariant(std::string set, Kernel kernel) {
             call.inputs[2] = args.mask;
             call.outputs[0] = args.destination;
           }};
-}
+};
 
 }  // namespace
 
@@ -92,24 +85,22 @@ void AddArithmeticKernels(std::vector<KernelCase>& list) {
   list.push_back({"arithmetic/LumaDifference",
                   {{.perGroup = 8}, {.perGroup = 8}},
                   {{.perGroup = 4}},
-                  {LumaDifferenceVariant("scalar", scalar::LumaDifference),
-                   LumaDifferenceVariant("mmx", mmx::LumaDifference)}});
+                  AllSets(LumaDifferenceVariant, scalar::LumaDifference, mmx::LumaDifference,
+                          WideKernels::LumaDifference)});
   list.push_back({"arithmetic/HalvedSum",
                   {{.perGroup = 4}, {.perGroup = 4}},
                   {{.perGroup = 4}},
-                  {HalvedSumVariant("scalar", scalar::HalvedSum), HalvedSumVariant("mmx", mmx::HalvedSum)}});
-  list.push_back(
-      {"arithmetic/ReplaceRow",
-       {{.perGroup = 8}, {.perGroup = 8}},
-       {{.perGroup = 16, .element = sizeof(std::uint16_t)}},
-       {ReplaceRowVariant("scalar", scalar::ReplaceRow), ReplaceRowVariant("mmx", mmx::ReplaceRow)}});
-  for (const std::uint32_t windowSize : {1U, 2U, 3U, 4U, 5U, 31U, 255U})
+                  AllSets(HalvedSumVariant, scalar::HalvedSum, mmx::HalvedSum, WideKernels::HalvedSum)});
+  list.push_back({"arithmetic/ReplaceRow",
+                  {{.perGroup = 8}, {.perGroup = 8}},
+                  {{.perGroup = 16, .element = sizeof(std::uint16_t)}},
+                  AllSets(ReplaceRowVariant, scalar::ReplaceRow, mmx::ReplaceRow, WideKernels::ReplaceRow)});
+  for (const std::uint32_t windowSize : {1U, 2U, 3U, 4U, 5U, 9U, 14U, 15U, 16U, 17U, 31U, 127U, 128U, 255U})
     list.push_back(WindowMeansCase(windowSize));
-  list.push_back(
-      {"arithmetic/BlendBoost",
-       {{.perGroup = 8}, {.perGroup = 8}, {.perGroup = 4}},
-       {{.perGroup = 8}},
-       {BlendBoostVariant("scalar", scalar::BlendBoost), BlendBoostVariant("mmx", mmx::BlendBoost)}});
+  list.push_back({"arithmetic/BlendBoost",
+                  {{.perGroup = 8}, {.perGroup = 8}, {.perGroup = 4}},
+                  {{.perGroup = 8}},
+                  AllSets(BlendBoostVariant, scalar::BlendBoost, mmx::BlendBoost, WideKernels::BlendBoost)});
 }
 
 }  // namespace kv_check

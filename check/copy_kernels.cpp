@@ -1,8 +1,4 @@
-#include "algorithms/copy/kernels/interleave.h"
-#include "algorithms/copy/kernels/regroup_pairs.h"
-#include "algorithms/copy/kernels/rgb_to_yuv.h"
-#include "algorithms/copy/kernels/swap_bytes.h"
-#include "algorithms/copy/kernels/yuv_to_rgb.h"
+#include "algorithms/copy/kernels/kernel_sets.h"
 #include "check/kernel_case.h"
 #include "check/random.h"
 
@@ -12,7 +8,7 @@ using namespace kv_img::copy;
 
 namespace {
 
-Variant Interleave(std::string set, void (*kernel)(InterleaveArgs&) noexcept) {
+constexpr auto Interleave = [](std::string set, auto kernel) -> Variant {
   return {std::move(set), [kernel](Call& call) {
             InterleaveArgs args{call.groups, call.inputs[0], call.inputs[1], call.inputs[2], call.outputs[0]};
             kernel(args);
@@ -21,14 +17,14 @@ Variant Interleave(std::string set, void (*kernel)(InterleaveArgs&) noexcept) {
             call.inputs[2] = args.cr;
             call.outputs[0] = args.destination;
           }};
-}
+};
 
 PackedOrder OrderFromBit(std::uint64_t bit) {
   return bit != 0 ? PackedOrder::LumaFirst : PackedOrder::ChromaFirst;
 }
 
 /// Both byte orders on either side.
-Variant RegroupPairs(std::string set, void (*kernel)(RegroupPairsArgs&) noexcept) {
+constexpr auto RegroupPairs = [](std::string set, auto kernel) -> Variant {
   return {std::move(set), [kernel](Call& call) {
             RegroupPairsArgs args{call.groups, OrderFromBit(call.seed & 1), OrderFromBit(call.seed & 2),
                                   call.inputs[0], call.outputs[0]};
@@ -36,7 +32,7 @@ Variant RegroupPairs(std::string set, void (*kernel)(RegroupPairsArgs&) noexcept
             call.inputs[0] = args.source;
             call.outputs[0] = args.destination;
           }};
-}
+};
 
 std::int16_t AnyWeight(Random& random) {
   return static_cast<std::int16_t>(random.OneIn(4) ? random.Pick({-32768, 32767})
@@ -72,7 +68,7 @@ concept HasAlpha = requires(Args& args) {
 
 /// Both byte orders; the usual matrix in half of the calls, else one that clamps a lot.
 template <class Args>
-Variant ColourConversion(std::string set, void (*kernel)(Args&) noexcept) {
+constexpr auto ColourConversion = [](std::string set, auto kernel) -> Variant {
   return {std::move(set), [kernel](Call& call) {
             Args args{};
             args.groups = call.groups;
@@ -86,60 +82,60 @@ Variant ColourConversion(std::string set, void (*kernel)(Args&) noexcept) {
             call.outputs[0] = args.destination;
             if constexpr (HasAlpha<Args>) call.outputs[1] = args.alpha;
           }};
-}
+};
 
 }  // namespace
 
 void AddCopyKernels(std::vector<KernelCase>& list) {
-  list.push_back(
-      {"copy/Dib24ToYuv422",
-       {{.perGroup = 24}},
-       {{.perGroup = 16}},
-       {ColourConversion("scalar", scalar::Dib24ToYuv422), ColourConversion("mmx", mmx::Dib24ToYuv422)}});
-  list.push_back(
-      {"copy/Dib32ToYuv422",
-       {{.perGroup = 16}},
-       {{.perGroup = 8}},
-       {ColourConversion("scalar", scalar::Dib32ToYuv422), ColourConversion("mmx", mmx::Dib32ToYuv422)}});
-  list.push_back(
-      {"copy/Dib32ToYuva422",
-       {{.perGroup = 16}},
-       {{.perGroup = 8}, {.perGroup = 4}},
-       {ColourConversion("scalar", scalar::Dib32ToYuva422), ColourConversion("mmx", mmx::Dib32ToYuva422)}});
-  list.push_back(
-      {"copy/InterleaveChromaFirst",
-       {{.perGroup = 8}, {.perGroup = 4}, {.perGroup = 4}},
-       {{.perGroup = 16}},
-       {Interleave("scalar", scalar::InterleaveChromaFirst), Interleave("mmx", mmx::InterleaveChromaFirst)}});
-  list.push_back(
-      {"copy/InterleaveLumaFirst",
-       {{.perGroup = 8}, {.perGroup = 4}, {.perGroup = 4}},
-       {{.perGroup = 16}},
-       {Interleave("scalar", scalar::InterleaveLumaFirst), Interleave("mmx", mmx::InterleaveLumaFirst)}});
+  list.push_back({"copy/Dib24ToYuv422",
+                  {{.perGroup = 24}},
+                  {{.perGroup = 16}},
+                  AllSets(ColourConversion<RgbToYuvArgs>, scalar::Dib24ToYuv422, mmx::Dib24ToYuv422,
+                          WideKernels::Dib24ToYuv422)});
+  list.push_back({"copy/Dib32ToYuv422",
+                  {{.perGroup = 16}},
+                  {{.perGroup = 8}},
+                  AllSets(ColourConversion<RgbToYuvArgs>, scalar::Dib32ToYuv422, mmx::Dib32ToYuv422,
+                          WideKernels::Dib32ToYuv422)});
+  list.push_back({"copy/Dib32ToYuva422",
+                  {{.perGroup = 16}},
+                  {{.perGroup = 8}, {.perGroup = 4}},
+                  AllSets(ColourConversion<RgbToYuvaArgs>, scalar::Dib32ToYuva422, mmx::Dib32ToYuva422,
+                          WideKernels::Dib32ToYuva422)});
+  list.push_back({"copy/InterleaveChromaFirst",
+                  {{.perGroup = 8}, {.perGroup = 4}, {.perGroup = 4}},
+                  {{.perGroup = 16}},
+                  AllSets(Interleave, scalar::InterleaveChromaFirst, mmx::InterleaveChromaFirst,
+                          WideKernels::InterleaveChromaFirst)});
+  list.push_back({"copy/InterleaveLumaFirst",
+                  {{.perGroup = 8}, {.perGroup = 4}, {.perGroup = 4}},
+                  {{.perGroup = 16}},
+                  AllSets(Interleave, scalar::InterleaveLumaFirst, mmx::InterleaveLumaFirst,
+                          WideKernels::InterleaveLumaFirst)});
   list.push_back({"copy/RegroupPairs",
                   {{.perGroup = 8, .behind = 2}},
                   {{.perGroup = 8}},
-                  {RegroupPairs("scalar", scalar::RegroupPairs), RegroupPairs("mmx", mmx::RegroupPairs)}});
+                  AllSets(RegroupPairs, scalar::RegroupPairs, mmx::RegroupPairs, WideKernels::RegroupPairs)});
   list.push_back({"copy/SwapBytes",
                   {{.perGroup = 8}},
                   {{.perGroup = 8}},
-                  {SourceToDestination<SwapBytesArgs>("scalar", scalar::SwapBytes),
-                   SourceToDestination<SwapBytesArgs>("mmx", mmx::SwapBytes)}});
-  list.push_back(
-      {"copy/Yuv422ToDib15",
-       {{.perGroup = 8}},
-       {{.perGroup = 8}},
-       {ColourConversion("scalar", scalar::Yuv422ToDib15), ColourConversion("mmx", mmx::Yuv422ToDib15)}});
-  list.push_back(
-      {"copy/Yuv422ToDib16",
-       {{.perGroup = 8}},
-       {{.perGroup = 8}},
-       {ColourConversion("scalar", scalar::Yuv422ToDib16), ColourConversion("mmx", mmx::Yuv422ToDib16)}});
-  list.push_back(
-      {"copy/Yuv422ToDib24",
-       {{.perGroup = 16}},
-       {{.perGroup = 24}},
-       {ColourConversion("scalar", scalar::Yuv422ToDib24), ColourConversion("mmx", mmx::Yuv422ToDib24)}});
-}
+                  AllSets(SourceToDestination<SwapBytesArgs>, scalar::SwapBytes, mmx::SwapBytes,
+                          WideKernels::SwapBytes)});
+  list.push_back({"copy/Yuv422ToDib15",
+                  {{.perGroup = 8}},
+                  {{.perGroup = 8}},
+                  AllSets(ColourConversion<YuvToRgbArgs>, scalar::Yuv422ToDib15, mmx::Yuv422ToDib15,
+                          WideKernels::Yuv422ToDib15)});
+  list.push_back({"copy/Yuv422ToDib16",
+                  {{.perGroup = 8}},
+                  {{.perGroup = 8}},
+                  AllSets(ColourConversion<YuvToRgbArgs>, scalar::Yuv422ToDib16, mmx::Yuv422ToDib16,
+                          WideKernels::Yuv422ToDib16)});
+  list.push_back({"copy/Yuv422ToDib24",
+                  {{.perGroup = 16}},
+                  {{.perGroup = 24}},
+                  AllSets(ColourConversion<YuvToRgbArgs>, scalar::Yuv422ToDib24, mmx::Yuv422ToDib24,
+                          WideKernels::Yuv422ToDib24)});
+};
 
 }  // namespace kv_check

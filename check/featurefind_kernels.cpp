@@ -1,9 +1,7 @@
 #include <cstring>
 #include <utility>
 
-#include "algorithms/featurefind/kernels/bilinear_sad.h"
-#include "algorithms/featurefind/kernels/block_sad.h"
-#include "algorithms/featurefind/kernels/luma_bytes.h"
+#include "algorithms/featurefind/kernels/kernel_sets.h"
 #include "check/kernel_case.h"
 
 namespace kv_check {
@@ -12,8 +10,7 @@ using namespace kv_img::featurefind;
 
 namespace {
 
-template <class Kernel>
-Variant LumaVariant(std::string set, Kernel kernel) {
+constexpr auto LumaVariant = [](std::string set, auto kernel) -> Variant {
   return {std::move(set), [kernel](Call& call) {
             const std::int32_t shift = call.seed % 2 == 0 ? 0 : 8;
             LumaBytesArgs args{call.groups, call.inputs[0], call.outputs[0], shift};
@@ -21,16 +18,21 @@ Variant LumaVariant(std::string set, Kernel kernel) {
             call.inputs[0] = args.source;
             call.outputs[0] = args.destination;
           }};
-}
+};
 
 /// A start for the sum that often makes it wrap.
 std::uint32_t StartSum(std::uint64_t seed) {
   return static_cast<std::uint32_t>(seed >> 32);
 }
 
+/// More than a step of the widest level.
+constexpr int mostPositions = 40;
+std::int32_t PositionsFrom(std::uint64_t seed) {
+  return static_cast<std::int32_t>(seed >> 16 & 63) % (mostPositions + 1);
+}
+
 /// Groups side by side in three rows.
-template <class Kernel>
-Variant WideBlock(std::string set, Kernel kernel) {
+constexpr auto WideBlock = [](std::string set, auto kernel) -> Variant {
   return {std::move(set), [kernel](Call& call) {
             BlockSadArgs args{};
             args.columns = call.groups == 0 ? 0 : 8 * call.groups - static_cast<std::int32_t>(call.seed % 8);
@@ -39,17 +41,19 @@ Variant WideBlock(std::string set, Kernel kernel) {
             args.referenceStride = std::ptrdiff_t{8} * call.groups;
             args.searched = call.inputs[1];
             args.searchedStride = args.referenceStride;
-            args.sum = StartSum(call.seed);
+            args.positions = PositionsFrom(call.seed);
+            std::uint32_t sums[mostPositions];
+            for (std::uint32_t& sum : sums) sum = StartSum(call.seed++);
+            args.sums = sums;
             kernel(args);
             call.inputs[0] = args.reference;
             call.inputs[1] = args.searched;
-            std::memcpy(call.outputs[0], &args.sum, sizeof args.sum);
+            std::memcpy(call.outputs[0], sums, sizeof sums);
           }};
-}
+};
 
 /// A group is a row of 33 to 40 columns.
-template <class Kernel>
-Variant TallBlock(std::string set, Kernel kernel) {
+constexpr auto TallBlock = [](std::string set, auto kernel) -> Variant {
   return {std::move(set), [kernel](Call& call) {
             BlockSadArgs args{};
             args.columns = 40 - static_cast<std::int32_t>(call.seed % 8);
@@ -58,13 +62,16 @@ Variant TallBlock(std::string set, Kernel kernel) {
             args.referenceStride = 40;
             args.searched = call.inputs[1];
             args.searchedStride = 56;
-            args.sum = StartSum(call.seed);
+            args.positions = PositionsFrom(call.seed);
+            std::uint32_t sums[mostPositions];
+            for (std::uint32_t& sum : sums) sum = StartSum(call.seed++);
+            args.sums = sums;
             kernel(args);
             call.inputs[0] = args.reference;
             call.inputs[1] = args.searched;
-            std::memcpy(call.outputs[0], &args.sum, sizeof args.sum);
+            std::memcpy(call.outputs[0], sums, sizeof sums);
           }};
-}
+};
 
 BilinearWeights WeightsFrom(std::uint64_t seed) {
   // Positions on, between and a trifle beside whole pixels.
@@ -81,8 +88,7 @@ BilinearWeights WeightsFrom(std::uint64_t seed) {
 }
 
 /// Groups side by side in one row; the row below is a stream of its own.
-template <class Kernel>
-Variant WideBilinear(std::string set, Kernel kernel) {
+constexpr auto WideBilinear = [](std::string set, auto kernel) -> Variant {
   return {std::move(set), [kernel](Call& call) {
             BilinearSadArgs args{};
             args.columns = call.groups == 0 ? 0 : 4 * call.groups - static_cast<std::int32_t>(call.seed % 4);
@@ -102,11 +108,10 @@ Variant WideBilinear(std::string set, Kernel kernel) {
             call.inputs[2] += std::ptrdiff_t{4} * call.groups;
             std::memcpy(call.outputs[0], &args.sum, sizeof args.sum);
           }};
-}
+};
 
 /// A group is a row of 13 to 16 columns.
-template <class Kernel>
-Variant TallBilinear(std::string set, Kernel kernel) {
+constexpr auto TallBilinear = [](std::string set, auto kernel) -> Variant {
   return {std::move(set), [kernel](Call& call) {
             BilinearSadArgs args{};
             args.columns = 16 - static_cast<std::int32_t>(call.seed % 4);
@@ -123,35 +128,39 @@ Variant TallBilinear(std::string set, Kernel kernel) {
             call.inputs[1] = args.searched;
             std::memcpy(call.outputs[0], &args.sum, sizeof args.sum);
           }};
-}
+};
 
 }  // namespace
 
 void AddFeatureFindKernels(std::vector<KernelCase>& list) {
   const Stream sum = {.fixed = sizeof(std::uint32_t)};
+  const Stream sums = {.fixed = mostPositions * sizeof(std::uint32_t)};
+  constexpr std::size_t spare = spareColumns;
   // More rows than 16-bit lanes can add up.
   constexpr int manyRows = 70;
   list.push_back({"featurefind/LumaBytes",
                   {{.perGroup = 16}},
                   {{.perGroup = 8}},
-                  {LumaVariant("scalar", scalar::LumaBytes), LumaVariant("mmx", mmx::LumaBytes)}});
+                  AllSets(LumaVariant, scalar::LumaBytes, mmx::LumaBytes, WideKernels::LumaBytes)});
   list.push_back({"featurefind/BlockSad wide",
-                  {{.perGroup = 24}, {.perGroup = 24}},
-                  {sum},
-                  {WideBlock("scalar", scalar::BlockSad), WideBlock("mmx", mmx::BlockSad)}});
+                  {{.perGroup = 24, .behind = spare}, {.perGroup = 24, .behind = mostPositions + spare}},
+                  {sums},
+                  AllSets(WideBlock, scalar::BlockSad, mmx::BlockSad, WideKernels::BlockSad)});
   list.push_back({"featurefind/BlockSad tall",
-                  {{.perGroup = 40}, {.perGroup = 56}},
-                  {sum},
-                  {TallBlock("scalar", scalar::BlockSad), TallBlock("mmx", mmx::BlockSad)},
+                  {{.perGroup = 40, .behind = spare}, {.perGroup = 56, .behind = mostPositions + spare}},
+                  {sums},
+                  AllSets(TallBlock, scalar::BlockSad, mmx::BlockSad, WideKernels::BlockSad),
                   manyRows});
   list.push_back({"featurefind/BilinearSad wide",
-                  {{.perGroup = 4}, {.perGroup = 4, .behind = 1}, {.perGroup = 4, .behind = 1}},
+                  {{.perGroup = 4, .behind = spare},
+                   {.perGroup = 4, .behind = 1 + spare},
+                   {.perGroup = 4, .behind = 1 + spare}},
                   {sum},
-                  {WideBilinear("scalar", scalar::BilinearSad), WideBilinear("mmx", mmx::BilinearSad)}});
+                  AllSets(WideBilinear, scalar::BilinearSad, mmx::BilinearSad, WideKernels::BilinearSad)});
   list.push_back({"featurefind/BilinearSad tall",
-                  {{.perGroup = 16}, {.perGroup = 24, .behind = 17}},
+                  {{.perGroup = 16, .behind = spare}, {.perGroup = 24, .behind = 17 + spare}},
                   {sum},
-                  {TallBilinear("scalar", scalar::BilinearSad), TallBilinear("mmx", mmx::BilinearSad)},
+                  AllSets(TallBilinear, scalar::BilinearSad, mmx::BilinearSad, WideKernels::BilinearSad),
                   manyRows});
 }
 

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "algorithms/simd/wide_level.h"
+
 namespace kv_check {
 
 /// One stream of bytes that a kernel reads or writes. A call of g groups touches exactly
@@ -64,9 +66,32 @@ void AddFeatureFindKernels(std::vector<KernelCase>& list);
 void AddParityKernels(std::vector<KernelCase>& list);
 void AddScanningKernels(std::vector<KernelCase>& list);
 
+/// A variant for each level of a wide kernel. `variant` makes one from the name of a set and a kernel.
+template <class Kernel, class Make>
+void AddLevels(std::vector<Variant>& variants, Kernel kernel, Make variant) {
+  using kv_img::WideLevel;
+  const auto add = [&]<WideLevel level>() {
+    Variant made = variant(kv_img::NameOf(level), [kernel](auto& args) { kernel.template At<level>(args); });
+    made.runsHere = level <= kv_img::SupportedLevel();
+    variants.push_back(std::move(made));
+  };
+  add.template operator()<WideLevel::Sse2>();
+  add.template operator()<WideLevel::Avx2>();
+  add.template operator()<WideLevel::Avx512>();
+  add.template operator()<WideLevel::Avx512Vbmi>();
+}
+
+/// The variants of a kernel in all sets, the reference first.
+template <class Make, class Scalar, class Mmx, class Wide>
+std::vector<Variant> AllSets(Make variant, Scalar scalar, Mmx mmx, Wide wide) {
+  std::vector<Variant> variants = {variant("scalar", scalar), variant("mmx", mmx)};
+  AddLevels(variants, wide, variant);
+  return variants;
+}
+
 /// A variant of a kernel whose record is {groups, source, destination, …}.
-template <class Args, class Kernel>
-Variant SourceToDestination(std::string set, Kernel kernel) {
+template <class Args>
+constexpr auto SourceToDestination = [](std::string set, auto kernel) -> Variant {
   return {std::move(set), [kernel](Call& call) {
             Args args{};
             args.groups = call.groups;
@@ -76,6 +101,6 @@ Variant SourceToDestination(std::string set, Kernel kernel) {
             call.inputs[0] = args.source;
             call.outputs[0] = args.destination;
           }};
-}
+};
 
 }  // namespace kv_check

@@ -1,4 +1,4 @@
-#include "algorithms/parity/kernels/average_lines.h"
+#include "algorithms/parity/kernels/kernel_sets.h"
 #include "check/kernel_case.h"
 
 namespace kv_check {
@@ -6,7 +6,7 @@ namespace {
 
 using namespace kv_img::parity;
 
-Variant AverageVariant(std::string set, void (*kernel)(AverageLinesArgs&) noexcept) {
+constexpr auto AverageVariant = [](std::string set, auto kernel) -> Variant {
   return {std::move(set), [kernel](Call& call) {
             AverageLinesArgs args{call.groups, call.inputs[0], call.inputs[1], call.outputs[0]};
             kernel(args);
@@ -14,7 +14,7 @@ Variant AverageVariant(std::string set, void (*kernel)(AverageLinesArgs&) noexce
             call.inputs[1] = args.lower;
             call.outputs[0] = args.destination;
           }};
-}
+};
 
 }  // namespace
 
@@ -24,12 +24,12 @@ void AddParityKernels(std::vector<KernelCase>& list) {
       {"parity/AverageLines",
        lines,
        {{.perGroup = 8}},
-       {AverageVariant("scalar", scalar::AverageLines), AverageVariant("mmx", mmx::AverageLines)}});
+       AllSets(AverageVariant, scalar::AverageLines, mmx::AverageLines, WideKernels::AverageLines)});
   list.push_back({"parity/AverageLinesSwapped",
                   lines,
                   {{.perGroup = 8}},
-                  {AverageVariant("scalar", scalar::AverageLinesSwapped),
-                   AverageVariant("mmx", mmx::AverageLinesSwapped)}});
+                  AllSets(AverageVariant, scalar::AverageLinesSwapped, mmx::AverageLinesSwapped,
+                          WideKernels::AverageLinesSwapped)});
 }
 
 }  // namespace kv_check

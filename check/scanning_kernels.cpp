@@ -1,14 +1,13 @@
-#include "algorithms/scanning/kernels/pan_row.h"
+#include "algorithms/scanning/kernels/kernel_sets.h"
 #include "check/kernel_case.h"
 
 namespace kv_check {
 namespace {
 
 using namespace kv_img::scanning;
-using Kernel = void (*)(PanRowArgs&) noexcept;
 
 /// Of one input row the kernel gets the same row twice.
-Variant PanVariant(std::string set, Kernel kernel, std::size_t rows) {
+constexpr auto PanVariant = [](std::string set, auto kernel, std::size_t rows) -> Variant {
   return {std::move(set), [kernel, rows](Call& call) {
             // Weights as a pan makes them, the extremes as often as random ones.
             const std::uint32_t extremes[] = {0, 1, 0x3FFFFF, 0x400000, 0x400001, 0x7FFF00, 0x7FFFFF, 0x100};
@@ -26,27 +25,34 @@ Variant PanVariant(std::string set, Kernel kernel, std::size_t rows) {
             call.inputs[rows - 1] = args.lower;
             call.outputs[0] = args.destination;
           }};
-}
+};
 
-void AddPan(std::vector<KernelCase>& list, const std::string& name, bool isShifted, Kernel scalarKernel,
-            Kernel mmxKernel) {
+template <class Wide>
+void AddPan(std::vector<KernelCase>& list, const std::string& name, bool isShifted,
+            void (*scalarKernel)(PanRowArgs&) noexcept, void (*mmxKernel)(PanRowArgs&) noexcept,
+            Wide wideKernel) {
   const Stream row{.perGroup = 8, .before = isShifted ? std::size_t{2} : 0, .behind = 2};
   for (const std::size_t rows : {2, 1}) {
-    list.push_back({name + (rows == 1 ? "/one row" : ""),
-                    std::vector<Stream>(rows, row),
-                    {{.perGroup = 8}},
-                    {PanVariant("scalar", scalarKernel, rows), PanVariant("mmx", mmxKernel, rows)}});
+    list.push_back(
+        {name + (rows == 1 ? "/one row" : ""),
+         std::vector<Stream>(rows, row),
+         {{.perGroup = 8}},
+         AllSets([rows](std::string set, auto kernel) { return PanVariant(std::move(set), kernel, rows); },
+                 scalarKernel, mmxKernel, wideKernel)});
   }
 }
 
 }  // namespace
 
 void AddScanningKernels(std::vector<KernelCase>& list) {
-  AddPan(list, "scanning/PanChromaFirst", false, scalar::PanChromaFirst, mmx::PanChromaFirst);
+  AddPan(list, "scanning/PanChromaFirst", false, scalar::PanChromaFirst, mmx::PanChromaFirst,
+         WideKernels::PanChromaFirst);
   AddPan(list, "scanning/PanChromaFirstShifted", true, scalar::PanChromaFirstShifted,
-         mmx::PanChromaFirstShifted);
-  AddPan(list, "scanning/PanLumaFirst", false, scalar::PanLumaFirst, mmx::PanLumaFirst);
-  AddPan(list, "scanning/PanLumaFirstShifted", true, scalar::PanLumaFirstShifted, mmx::PanLumaFirstShifted);
+         mmx::PanChromaFirstShifted, WideKernels::PanChromaFirstShifted);
+  AddPan(list, "scanning/PanLumaFirst", false, scalar::PanLumaFirst, mmx::PanLumaFirst,
+         WideKernels::PanLumaFirst);
+  AddPan(list, "scanning/PanLumaFirstShifted", true, scalar::PanLumaFirstShifted, mmx::PanLumaFirstShifted,
+         WideKernels::PanLumaFirstShifted);
 }
 
 }  // namespace kv_check

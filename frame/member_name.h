@@ -16,6 +16,9 @@ struct MemberC {
 struct MemberMMX {
   static constexpr std::wstring_view suffix = L"MMX";
 };
+struct MemberSSE2 {
+  static constexpr std::wstring_view suffix = L"SSE2";
+};
 
 /// Throws AlgoMMXException `code` in the name of an operation: "Copy" of the MMX member says "CopyMMX",
 /// followed by `tail`; `detail` is the second argument of the message.

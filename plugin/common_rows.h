@@ -1,5 +1,8 @@
 #pragma once
 
+#include <array>
+#include <cstddef>
+
 #include "image/image.h"
 #include "plugin/dispatch.h"
 
@@ -82,5 +85,23 @@ struct CommonRows {
       FeatureFindRow<DIB32>(),
   };
 };
+
+/// The rows of one table behind those of another.
+template <std::size_t first, std::size_t second>
+constexpr std::array<Row, first + second> Join(const Row (&a)[first], const Row (&b)[second]) {
+  std::array<Row, first + second> joined{};
+  for (std::size_t i = 0; i < first; ++i) joined[i] = a[i];
+  for (std::size_t i = 0; i < second; ++i) joined[first + i] = b[i];
+  return joined;
+}
+
+/// The averaging filter also under the identifier of the image type: so the algorithm manager is asked for
+/// it.
+template <class Classes>
+constexpr auto FilterRows() {
+  using Grey = kv_img::Image<kv_img::PixelNoColor<unsigned char>>;
+  constexpr Row underImageType[] = {For<Grey, typename Classes::template AverageFilter<Grey>>()};
+  return Join(CommonRows<Classes>::averageFilter, underImageType);
+}
 
 }  // namespace kv_plugin

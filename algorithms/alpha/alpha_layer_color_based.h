@@ -103,4 +103,7 @@ class AlphaLayerColorBasedC final : public AlphaLayerColorBased<alpha::ScalarKer
 template <class ImageType>
 class AlphaLayerColorBasedMMX final : public AlphaLayerColorBased<alpha::MmxKernels, ImageType> {};
 
+template <class ImageType>
+class AlphaLayerColorBasedSSE2 final : public AlphaLayerColorBased<alpha::WideKernels, ImageType> {};
+
 }  // namespace kv_img

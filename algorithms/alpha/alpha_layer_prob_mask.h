@@ -100,4 +100,7 @@ class AlphaLayerProbMaskC final : public AlphaLayerProbMask<alpha::ScalarKernels
 template <class ImageType>
 class AlphaLayerProbMaskMMX final : public AlphaLayerProbMask<alpha::MmxKernels, ImageType> {};
 
+template <class ImageType>
+class AlphaLayerProbMaskSSE2 final : public AlphaLayerProbMask<alpha::WideKernels, ImageType> {};
+
 }  // namespace kv_img

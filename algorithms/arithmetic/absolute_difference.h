@@ -64,4 +64,7 @@ class AbsoluteDifferenceC final : public AbsoluteDifference<arithmetic::ScalarKe
 template <class ImageIn, class ImageOut>
 class AbsoluteDifferenceMMX final : public AbsoluteDifference<arithmetic::MmxKernels, ImageIn, ImageOut> {};
 
+template <class ImageIn, class ImageOut>
+class AbsoluteDifferenceSSE2 final : public AbsoluteDifference<arithmetic::WideKernels, ImageIn, ImageOut> {};
+
 }  // namespace kv_img

@@ -88,4 +88,7 @@ class AverageC final : public Average<arithmetic::ScalarKernels, ImageType> {};
 template <class ImageType>
 class AverageMMX final : public Average<arithmetic::MmxKernels, ImageType> {};
 
+template <class ImageType>
+class AverageSSE2 final : public Average<arithmetic::WideKernels, ImageType> {};
+
 }  // namespace kv_img

@@ -121,4 +121,7 @@ class AverageFilterC final : public AverageFilter<arithmetic::ScalarKernels, Ima
 template <class ImageType>
 class AverageFilterMMX final : public AverageFilter<arithmetic::MmxKernels, ImageType> {};
 
+template <class ImageType>
+class AverageFilterSSE2 final : public AverageFilter<arithmetic::WideKernels, ImageType> {};
+
 }  // namespace kv_img

@@ -61,4 +61,7 @@ class BlendBoostC final : public BlendBoost<arithmetic::ScalarKernels, ImageType
 template <class ImageType>
 class BlendBoostMMX final : public BlendBoost<arithmetic::MmxKernels, ImageType> {};
 
+template <class ImageType>
+class BlendBoostSSE2 final : public BlendBoost<arithmetic::WideKernels, ImageType> {};
+
 }  // namespace kv_img

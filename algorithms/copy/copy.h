@@ -100,4 +100,7 @@ class CopyC final : public Copy<copy::ScalarKernels, ImageIn, ImageOut> {};
 template <class ImageIn, class ImageOut>
 class CopyMMX final : public Copy<copy::MmxKernels, ImageIn, ImageOut> {};
 
+template <class ImageIn, class ImageOut>
+class CopySSE2 final : public Copy<copy::WideKernels, ImageIn, ImageOut> {};
+
 }  // namespace kv_img

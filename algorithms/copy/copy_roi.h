@@ -72,4 +72,7 @@ class CopyROIC final : public CopyROI<copy::ScalarKernels, ImageIn, ImageOut> {}
 template <class ImageIn, class ImageOut>
 class CopyROIMMX final : public CopyROI<copy::MmxKernels, ImageIn, ImageOut> {};
 
+template <class ImageIn, class ImageOut>
+class CopyROISSE2 final : public CopyROI<copy::WideKernels, ImageIn, ImageOut> {};
+
 }  // namespace kv_img

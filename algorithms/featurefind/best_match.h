@@ -41,13 +41,17 @@ class BestMatch {
   Coordinate y_;
 };
 
+/// Rows to add up before a sum is held against `limit`. Without one as many as stay in the nearest cache:
+/// kernels go down the columns.
+constexpr std::int32_t RowsAtOnce(std::uint64_t limit) {
+  return limit == unlimited ? 64 : 8;
+}
+
 /// Runs a kernel that adds up differences over `rows` rows, a few at a time, until the sum reaches `limit`.
 template <auto kernel, class Args>
 std::uint32_t SumOfRows(Args& args, std::int32_t rows, std::uint64_t limit) {
-  // Without a limit as many as stay in the nearest cache: kernels go down the columns.
-  const std::int32_t rowsAtOnce = limit == unlimited ? 64 : 8;
   for (; rows > 0 && args.sum < limit; rows -= args.rows) {
-    args.rows = std::min(rows, rowsAtOnce);
+    args.rows = std::min(rows, RowsAtOnce(limit));
     kernel(args);
   }
   return args.sum;

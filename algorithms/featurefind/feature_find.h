@@ -151,4 +151,7 @@ class FeatureFindC final : public FeatureFind<featurefind::ScalarKernels, ImageT
 template <class ImageType>
 class FeatureFindMMX final : public FeatureFind<featurefind::MmxKernels, ImageType> {};
 
+template <class ImageType>
+class FeatureFindSSE2 final : public FeatureFind<featurefind::WideKernels, ImageType> {};
+
 }  // namespace kv_img

@@ -67,7 +67,7 @@ class SampleReader<Kernels, Image<PixelClass>> {
 
 /// The samples of a rectangle of an image, read once for all the positions that compare them.
 ///
-/// Behind each row lie spare bytes, so that kernels may read whole groups from any column on.
+/// Behind each row lie spare bytes, so that kernels may read whole registers from any column on.
 class SampleBlock {
  public:
   /// No samples.
@@ -75,7 +75,7 @@ class SampleBlock {
   /// Columns `left` on and rows `top` on, all of them inside the image.
   template <class Reader>
   SampleBlock(const Reader& reader, int left, int top, int width, int height)
-      : stride_(width + spareBytes),
+      : stride_(width + spareColumns),
         bytes_(static_cast<std::size_t>(stride_) * static_cast<std::size_t>(height)) {
     for (int row = 0; row < height; ++row) reader.Read(top + row, left, width, bytes_.data() + row * stride_);
   }
@@ -87,8 +87,6 @@ class SampleBlock {
   std::ptrdiff_t Stride() const { return stride_; }
 
  private:
-  static constexpr std::ptrdiff_t spareBytes = 8;
-
   std::ptrdiff_t stride_ = 0;
   std::vector<std::uint8_t> bytes_;
 };

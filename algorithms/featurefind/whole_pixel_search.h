@@ -39,27 +39,41 @@ class WholePixelSearch {
   /// Leaves the best position in `best` and the score of every position in `map`, if there is one.
   void Run(BestMatch<std::int64_t>& best, MatchScoreMap* map) const {
     for (std::int64_t y = rows_.first; y <= rows_.last; ++y) {
-      for (std::int64_t x = columns_.first; x <= columns_.last; ++x) {
-        const std::uint32_t sum = SumAt(x, y, best.Limit());
-        best.Offer(sum, x, y);
-        if (map != nullptr) {
-          map->Store(static_cast<int>(x + patch_.OffsetX()), static_cast<int>(y + patch_.OffsetY()),
-                     patch_.MeanOf(sum));
+      for (std::int64_t x = columns_.first; x <= columns_.last; x += positionsAtOnce) {
+        std::uint32_t sums[positionsAtOnce] = {};
+        const auto positions =
+            static_cast<int>(std::min<std::int64_t>(columns_.last - x + 1, positionsAtOnce));
+        SumUp(x, y, positions, best.Limit(), sums);
+        for (int position = 0; position < positions; ++position) {
+          best.Offer(sums[position], x + position, y);
+          if (map != nullptr) {
+            map->Store(static_cast<int>(x + position + patch_.OffsetX()),
+                       static_cast<int>(y + patch_.OffsetY()), patch_.MeanOf(sums[position]));
+          }
         }
       }
     }
   }
 
  private:
-  std::uint32_t SumAt(std::int64_t x, std::int64_t y, std::uint64_t limit) const {
-    if (!patch_.HasSamples()) return 0;
+  static constexpr int positionsAtOnce = Kernels::searchPositions;
+
+  /// The sums of positions side by side; those that reach `limit` may be cut short.
+  void SumUp(std::int64_t x, std::int64_t y, int positions, std::uint64_t limit, std::uint32_t* sums) const {
+    if (!patch_.HasSamples()) return;
     BlockSadArgs args{};
     args.columns = static_cast<std::int32_t>(patch_.Width());
+    args.positions = positions;
+    args.sums = sums;
     args.reference = patch_.Samples().At(0, 0);
     args.referenceStride = patch_.Samples().Stride();
     args.searched = searched_.At(x - columns_.first, y - rows_.first);
     args.searchedStride = searched_.Stride();
-    return SumOfRows<Kernels::BlockSad>(args, static_cast<std::int32_t>(patch_.Height()), limit);
+    auto rows = static_cast<std::int32_t>(patch_.Height());
+    for (; rows > 0 && *std::min_element(sums, sums + positions) < limit; rows -= args.rows) {
+      args.rows = std::min(rows, RowsAtOnce(limit));
+      Kernels::BlockSad(args);
+    }
   }
 
   const Patch& patch_;

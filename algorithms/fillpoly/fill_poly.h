@@ -87,4 +87,7 @@ class FillPolyC final : public FillPoly<MemberC, ImageType> {};
 template <class ImageType>
 class FillPolyMMX final : public FillPoly<MemberMMX, ImageType> {};
 
+template <class ImageType>
+class FillPolySSE2 final : public FillPoly<MemberSSE2, ImageType> {};
+
 }  // namespace kv_img

@@ -102,8 +102,8 @@ class ParityChange : public ParityChangeAlgorithmInterface<ImageIn, ImageOut> {
   using AverageKernel = void (*)(parity::AverageLinesArgs&) noexcept;
 
   static AverageKernel KernelFor(const ImageIn& source, const ImageOut& destination) {
-    return source.GetPixelLayout() == destination.GetPixelLayout() ? Kernels::AverageLines
-                                                                   : Kernels::AverageLinesSwapped;
+    const bool isSameLayout = source.GetPixelLayout() == destination.GetPixelLayout();
+    return isSameLayout ? AverageKernel(Kernels::AverageLines) : AverageKernel(Kernels::AverageLinesSwapped);
   }
 
   static void CheckLayouts(const ImageIn& source, const ImageOut& destination) {
@@ -155,5 +155,8 @@ class ParityChangeC final : public ParityChange<parity::ScalarKernels, ImageIn, 
 
 template <class ImageIn, class ImageOut>
 class ParityChangeMMX final : public ParityChange<parity::MmxKernels, ImageIn, ImageOut> {};
+
+template <class ImageIn, class ImageOut>
+class ParityChangeSSE2 final : public ParityChange<parity::WideKernels, ImageIn, ImageOut> {};
 
 }  // namespace kv_img

@@ -115,10 +115,10 @@ class HorizontalPan {
   Kernel KernelFor(std::int32_t source, std::int32_t destination) const {
     if (source != destination) return nullptr;
     if (source == PixelLayout::chromaFirst) {
-      return IsShifted() ? Kernels::PanChromaFirstShifted : Kernels::PanChromaFirst;
+      return IsShifted() ? Kernel(Kernels::PanChromaFirstShifted) : Kernel(Kernels::PanChromaFirst);
     }
     if (source == PixelLayout::lumaFirst) {
-      return IsShifted() ? Kernels::PanLumaFirstShifted : Kernels::PanLumaFirst;
+      return IsShifted() ? Kernel(Kernels::PanLumaFirstShifted) : Kernel(Kernels::PanLumaFirst);
     }
     return nullptr;
   }

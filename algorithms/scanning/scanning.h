@@ -125,4 +125,7 @@ class ScanningC final : public Scanning<scanning::ScalarKernels, ImageIn, ImageO
 template <class ImageIn, class ImageOut>
 class ScanningMMX final : public Scanning<scanning::MmxKernels, ImageIn, ImageOut> {};
 
+template <class ImageIn, class ImageOut>
+class ScanningSSE2 final : public Scanning<scanning::WideKernels, ImageIn, ImageOut> {};
+
 }  // namespace kv_img

@@ -1,9 +1,5 @@
 #pragma once
 
-#include <array>
-#include <cstddef>
-
-#include "algorithms/arithmetic/average_filter.h"
 #include "algorithms/copy/portable/portable_copy.h"
 #include "plugin/dispatch.h"
 
@@ -47,20 +43,6 @@ inline constexpr Row copy[] = {
     CopyRow<NoColor, NoColor>(),
 };
 
-/// The averaging filter under the identifier of the image type: so the algorithm manager is asked for it.
-inline constexpr Row averageFilter[] = {
-    For<kv_img::Image<NoColor>, kv_img::AverageFilterC<kv_img::Image<NoColor>>>(),
-};
-
 }  // namespace portable_rows
-
-/// The rows of one table behind those of another.
-template <std::size_t first, std::size_t second>
-constexpr std::array<Row, first + second> Join(const Row (&a)[first], const Row (&b)[second]) {
-  std::array<Row, first + second> joined{};
-  for (std::size_t i = 0; i < first; ++i) joined[i] = a[i];
-  for (std::size_t i = 0; i < second; ++i) joined[first + i] = b[i];
-  return joined;
-}
 
 }  // namespace kv_plugin

@@ -150,7 +150,7 @@ TEST_P(AlphaLayerColorBased, WrongSizesAreRefusedBeforeLayouts) {
   EXPECT_EQ(small.use_count(), 1);
 }
 
-TEST_P(AlphaLayerColorBased, TheFilterIsASiblingsThatAnswersForTheImageType) {
+TEST_P(AlphaLayerColorBased, TheFilterIsTheBestThatAnswersForTheImageType) {
   // Only the portable member does; what it refuses passes through unchanged.
   const Yuv422 image(8, 4);
   Grey8 destination(8, 4);
@@ -158,7 +158,7 @@ TEST_P(AlphaLayerColorBased, TheFilterIsASiblingsThatAnswersForTheImageType) {
   kv_std::SpinBarrier barrier(1);
   ExpectError<AlgoMMXException>(
       [&] { layer_->Apply(image, image, destination, ImageRect(image), 0, intermediate, barrier, 0); }, 4,
-      L"AverageFilterC", L"window size");
+      L"AverageFilterSSE2", L"window size");
   EXPECT_EQ(intermediate.use_count(), 1);
 }
 

@@ -116,14 +116,14 @@ TEST_P(AlphaLayerProbMask, WrongSizesAreRefused) {
   EXPECT_EQ(small.use_count(), 1);
 }
 
-TEST_P(AlphaLayerProbMask, TheFilterIsASiblingsThatAnswersForTheImageType) {
+TEST_P(AlphaLayerProbMask, TheFilterIsTheBestThatAnswersForTheImageType) {
   const Grey8 image(8, 4);
   Grey8 destination(8, 4);
   const auto intermediate = std::make_shared<Grey8>(8, 4);
   kv_std::SpinBarrier barrier(1);
   ExpectError<AlgoMMXException>(
       [&] { Call(image, image, destination, ImageRect(image), {}, 0, intermediate, barrier, 0); }, 4,
-      L"AverageFilterC", L"window size");
+      L"AverageFilterSSE2", L"window size");
   EXPECT_EQ(intermediate.use_count(), 1);
 }
 

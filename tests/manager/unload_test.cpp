@@ -92,10 +92,10 @@ TEST(UnloadedMember, DoesNotKeepItselfLoaded) {
   const auto file = mmx.module.file;
   mmx.LookUpFilter();
   EXPECT_TRUE(IsModuleLoaded(file));
-  EXPECT_TRUE(IsModuleLoaded(file.parent_path() / "kv_algoC.so"));
+  EXPECT_TRUE(IsModuleLoaded(file.parent_path() / "kv_algoSSE2.so"));
   mmx.Unload();
   EXPECT_FALSE(IsModuleLoaded(file));
-  EXPECT_FALSE(IsModuleLoaded(file.parent_path() / "kv_algoC.so")) << "left behind by a manager that is gone";
+  EXPECT_FALSE(IsModuleLoaded(file.parent_path() / "kv_algoSSE2.so")) << "left behind by a manager that is gone";
 }
 
 }  // namespace

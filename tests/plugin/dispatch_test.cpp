@@ -154,19 +154,24 @@ TEST(DispatchMMX, PortablePairsAreNull) {
   for (const Request& request : PortableRequests()) EXPECT_EQ(Ask(mmx, request), nullptr);
 }
 
-TEST(DispatchC, AnswersTheFilterUnderBothIdentifiersWithOneObject) {
-  const Member& c = Members()[0];
-  ASSERT_EQ(c.Name(), "kv_algoC");
-  EXPECT_NE(Ask(c, "AverageFilter", {noColorImage}), nullptr);
-  EXPECT_EQ(Ask(c, "AverageFilter", {noColorImage}), Ask(c, "AverageFilter", {noColor}));
+TEST(DispatchOfSiblings, AnswersTheFilterUnderBothIdentifiersWithOneObject) {
+  for (const Member& member : Members()) {
+    if (member.Name() == "kv_algoMMX") continue;
+    EXPECT_NE(Ask(member, "AverageFilter", {noColorImage}), nullptr) << member.Name();
+    EXPECT_EQ(Ask(member, "AverageFilter", {noColorImage}), Ask(member, "AverageFilter", {noColor}));
+  }
 }
 
 TEST(Rank, IsConstant) {
   const Member& c = Members()[0];
   const Member& mmx = Members()[1];
+  const Member& sse2 = Members()[2];
+  ASSERT_EQ(sse2.Name(), "kv_algoSSE2");
   for (int call = 0; call < 3; ++call) {
     EXPECT_EQ(mmx.Priority(), 3U);
     EXPECT_EQ(mmx.Feature(), 0x800000U);
+    EXPECT_EQ(sse2.Priority(), 5U);
+    EXPECT_EQ(sse2.Feature(), 0x4000000U);
     EXPECT_EQ(c.Priority(), 1U);
     EXPECT_EQ(c.Feature(), 1U);
   }

@@ -22,7 +22,7 @@ TEST_P(ExportedSymbols, AreTheThree) {
   kv_platform::UnloadModule(module.handle);
 }
 
-INSTANTIATE_TEST_SUITE_P(Members, ExportedSymbols, testing::Values(L"kv_algoC", L"kv_algoMMX"),
+INSTANTIATE_TEST_SUITE_P(Members, ExportedSymbols, testing::Values(L"kv_algoC", L"kv_algoMMX", L"kv_algoSSE2"),
                          [](const auto& info) {
                            const std::wstring name = info.param;
                            return std::string(name.begin(), name.end());

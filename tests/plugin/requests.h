@@ -98,6 +98,7 @@ inline std::set<Request> PortableRequests() {
 inline std::set<Request> RequestsOf(const std::string& member) {
   std::set<Request> requests = CommonRequests();
   if (member == "kv_algoC") requests.merge(PortableRequests());
+  if (member.starts_with("kv_algoSSE2")) requests.insert({"AverageFilter", {noColorImage}});
   return requests;
 }
 

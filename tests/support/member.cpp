@@ -18,7 +18,9 @@ void Find(void* module, const std::string& member, const char* name, Function& f
 
 }  // namespace
 
-Member::Member(const std::string& name) : name_(name) {
+Member::Member(const std::string& family, const std::string& level)
+    : name_(family + level), suffix_(family.substr(std::string("kv_algo").size())) {
+  const std::string& name = name_;
   void* module = kv_platform::LoadModule(std::wstring(name.begin(), name.end())).handle;
   if (module == nullptr) {
     std::fprintf(stderr, "%s cannot be loaded from the folder of this program\n", name.c_str());
@@ -30,12 +32,18 @@ Member::Member(const std::string& name) : name_(name) {
 }
 
 std::wstring Member::Suffix() const {
-  const std::string suffix = name_.substr(std::string("kv_algo").size());
-  return {suffix.begin(), suffix.end()};
+  return {suffix_.begin(), suffix_.end()};
 }
 
 const std::vector<Member>& Members() {
-  static const std::vector<Member> members = {Member("kv_algoC"), Member("kv_algoMMX")};
+  static const std::vector<Member> members = {
+      Member("kv_algoC"),
+      Member("kv_algoMMX"),
+      Member("kv_algoSSE2"),
+      Member("kv_algoSSE2", "_sse2"),
+      Member("kv_algoSSE2", "_avx2"),
+      Member("kv_algoSSE2", "_avx512"),
+  };
   return members;
 }
 

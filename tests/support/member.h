@@ -13,9 +13,9 @@ namespace kv_test {
 /// A family member, loaded at run time as a host loads it.
 class Member {
  public:
-  /// Loads `name` ("kv_algoMMX") from the folder of the test program; ends the test program when it is not
-  /// there.
-  explicit Member(const std::string& name);
+  /// Loads a member ("kv_algoMMX") from the folder of the test program; ends the test program when it is not
+  /// there. With a level ("_avx2") the module that stops there.
+  explicit Member(const std::string& family, const std::string& level = {});
 
   const std::string& Name() const { return name_; }
   /// What the member's messages end their algorithm names with: "MMX".
@@ -34,6 +34,7 @@ class Member {
 
  private:
   std::string name_;
+  std::string suffix_;
   kv_img::AlgorithmInterface* (*loadAlgorithm_)(const char*, const int*, int) = nullptr;
   std::uint32_t (*getCpuFeature_)() = nullptr;
   std::uint32_t (*getLibraryPriority_)() = nullptr;

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "algorithms/simd/wide_level.h"
+
 namespace kv_img::alpha {
 
 /// clamp(p - q + 128, 0, 255) of every pixel of two 8-bit rows.
@@ -22,5 +24,9 @@ void CentredDifference(CentredDifferenceArgs& args) noexcept;
 namespace mmx {
 void CentredDifference(CentredDifferenceArgs& args) noexcept;
 }
+namespace wide {
+template <WideLevel>
+void CentredDifference(CentredDifferenceArgs& args) noexcept;
+}  // namespace wide
 
 }  // namespace kv_img::alpha

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "algorithms/simd/wide_level.h"
+
 namespace kv_img::alpha {
 
 /// The raw mask of two 4:2:2 rows. For every pixel pair s = |U1 - U2| + |V1 - V2|, and both pixels get
@@ -26,5 +28,9 @@ void ChromaDistance(ChromaDistanceArgs& args) noexcept;
 namespace mmx {
 void ChromaDistance(ChromaDistanceArgs& args) noexcept;
 }
+namespace wide {
+template <WideLevel>
+void ChromaDistance(ChromaDistanceArgs& args) noexcept;
+}  // namespace wide
 
 }  // namespace kv_img::alpha

@@ -18,4 +18,12 @@ struct MmxKernels : MemberMMX {
   static constexpr auto CentredDifference = mmx::CentredDifference;
 };
 
+/// The widest registers of processor and system.
+struct WideKernels : MemberSSE2 {
+  static constexpr auto ChromaDistance =
+      ByLevel([]<WideLevel level>(auto& args) noexcept { wide::ChromaDistance<level>(args); });
+  static constexpr auto CentredDifference =
+      ByLevel([]<WideLevel level>(auto& args) noexcept { wide::CentredDifference<level>(args); });
+};
+
 }  // namespace kv_img::alpha

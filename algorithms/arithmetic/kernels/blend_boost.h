@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "algorithms/simd/wide_level.h"
+
 namespace kv_img::arithmetic {
 
 /// The weight of `b`, 0 to 127: the mask, raised where `a` is brighter than `b` and lowered where it is
@@ -42,5 +44,9 @@ void BlendBoost(BlendBoostArgs& args) noexcept;
 namespace mmx {
 void BlendBoost(BlendBoostArgs& args) noexcept;
 }
+namespace wide {
+template <WideLevel>
+void BlendBoost(BlendBoostArgs& args) noexcept;
+}  // namespace wide
 
 }  // namespace kv_img::arithmetic

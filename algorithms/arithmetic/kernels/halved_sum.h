@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "algorithms/simd/wide_level.h"
+
 namespace kv_img::arithmetic {
 
 /// The mean of whole groups: both bytes are halved before they are added, so two odd bytes lose one.
@@ -34,5 +36,9 @@ void HalvedSum(HalvedSumArgs& args) noexcept;
 namespace mmx {
 void HalvedSum(HalvedSumArgs& args) noexcept;
 }
+namespace wide {
+template <WideLevel>
+void HalvedSum(HalvedSumArgs& args) noexcept;
+}  // namespace wide
 
 }  // namespace kv_img::arithmetic

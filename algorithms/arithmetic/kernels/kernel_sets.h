@@ -27,4 +27,18 @@ struct MmxKernels : MemberMMX {
   static constexpr auto BlendBoost = mmx::BlendBoost;
 };
 
+/// The widest registers of processor and system.
+struct WideKernels : MemberSSE2 {
+  static constexpr auto LumaDifference =
+      ByLevel([]<WideLevel level>(auto& args) noexcept { wide::LumaDifference<level>(args); });
+  static constexpr auto HalvedSum =
+      ByLevel([]<WideLevel level>(auto& args) noexcept { wide::HalvedSum<level>(args); });
+  static constexpr auto ReplaceRow =
+      ByLevel([]<WideLevel level>(auto& args) noexcept { wide::ReplaceRow<level>(args); });
+  static constexpr auto WindowMeans =
+      ByLevel([]<WideLevel level>(auto& args) noexcept { wide::WindowMeans<level>(args); });
+  static constexpr auto BlendBoost =
+      ByLevel([]<WideLevel level>(auto& args) noexcept { wide::BlendBoost<level>(args); });
+};
+
 }  // namespace kv_img::arithmetic

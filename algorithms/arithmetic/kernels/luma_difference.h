@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "algorithms/simd/wide_level.h"
+
 namespace kv_img::arithmetic {
 
 constexpr std::uint8_t AbsoluteDifferenceOf(std::uint8_t a, std::uint8_t b) {
@@ -29,5 +31,9 @@ void LumaDifference(LumaDifferenceArgs& args) noexcept;
 namespace mmx {
 void LumaDifference(LumaDifferenceArgs& args) noexcept;
 }
+namespace wide {
+template <WideLevel>
+void LumaDifference(LumaDifferenceArgs& args) noexcept;
+}  // namespace wide
 
 }  // namespace kv_img::arithmetic

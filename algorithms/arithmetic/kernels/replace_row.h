@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "algorithms/simd/wide_level.h"
+
 namespace kv_img::arithmetic {
 
 /// Moves the column sums of a window down by one row: each sum gains the pixel of the row that enters the
@@ -24,5 +26,9 @@ void ReplaceRow(ReplaceRowArgs& args) noexcept;
 namespace mmx {
 void ReplaceRow(ReplaceRowArgs& args) noexcept;
 }
+namespace wide {
+template <WideLevel>
+void ReplaceRow(ReplaceRowArgs& args) noexcept;
+}  // namespace wide
 
 }  // namespace kv_img::arithmetic

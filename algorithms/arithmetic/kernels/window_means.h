@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "algorithms/simd/wide_level.h"
+
 namespace kv_img::arithmetic {
 
 /// Largest window: 255 rows of 255 are the most that a 16-bit column sum holds.
@@ -35,5 +37,9 @@ namespace mmx {
 /// Windows of 3 and of 4 columns in 16-bit lanes, without a division.
 void WindowMeans(WindowMeansArgs& args) noexcept;
 }  // namespace mmx
+namespace wide {
+template <WideLevel>
+void WindowMeans(WindowMeansArgs& args) noexcept;
+}  // namespace wide
 
 }  // namespace kv_img::arithmetic

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "algorithms/simd/wide_level.h"
+
 namespace kv_img::copy {
 
 /// Interleaves a luma row and two chroma rows into a packed 4:2:2 row: Y0 Cb0 Y1 Cr0 Y2 Cb1 … (luma-first) or
@@ -26,5 +28,11 @@ namespace mmx {
 void InterleaveLumaFirst(InterleaveArgs& args) noexcept;
 void InterleaveChromaFirst(InterleaveArgs& args) noexcept;
 }  // namespace mmx
+namespace wide {
+template <WideLevel>
+void InterleaveLumaFirst(InterleaveArgs& args) noexcept;
+template <WideLevel>
+void InterleaveChromaFirst(InterleaveArgs& args) noexcept;
+}  // namespace wide
 
 }  // namespace kv_img::copy

@@ -37,4 +37,28 @@ struct MmxKernels : MemberMMX {
   static constexpr auto Yuv422ToDib24 = mmx::Yuv422ToDib24;
 };
 
+/// The widest registers of processor and system.
+struct WideKernels : MemberSSE2 {
+  static constexpr auto Dib24ToYuv422 =
+      ByLevel([]<WideLevel level>(auto& args) noexcept { wide::Dib24ToYuv422<level>(args); });
+  static constexpr auto Dib32ToYuv422 =
+      ByLevel([]<WideLevel level>(auto& args) noexcept { wide::Dib32ToYuv422<level>(args); });
+  static constexpr auto Dib32ToYuva422 =
+      ByLevel([]<WideLevel level>(auto& args) noexcept { wide::Dib32ToYuva422<level>(args); });
+  static constexpr auto InterleaveChromaFirst =
+      ByLevel([]<WideLevel level>(auto& args) noexcept { wide::InterleaveChromaFirst<level>(args); });
+  static constexpr auto InterleaveLumaFirst =
+      ByLevel([]<WideLevel level>(auto& args) noexcept { wide::InterleaveLumaFirst<level>(args); });
+  static constexpr auto RegroupPairs =
+      ByLevel([]<WideLevel level>(auto& args) noexcept { wide::RegroupPairs<level>(args); });
+  static constexpr auto SwapBytes =
+      ByLevel([]<WideLevel level>(auto& args) noexcept { wide::SwapBytes<level>(args); });
+  static constexpr auto Yuv422ToDib15 =
+      ByLevel([]<WideLevel level>(auto& args) noexcept { wide::Yuv422ToDib15<level>(args); });
+  static constexpr auto Yuv422ToDib16 =
+      ByLevel([]<WideLevel level>(auto& args) noexcept { wide::Yuv422ToDib16<level>(args); });
+  static constexpr auto Yuv422ToDib24 =
+      ByLevel([]<WideLevel level>(auto& args) noexcept { wide::Yuv422ToDib24<level>(args); });
+};
+
 }  // namespace kv_img::copy

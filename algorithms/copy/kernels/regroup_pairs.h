@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "algorithms/copy/kernels/packed_order.h"
+#include "algorithms/simd/wide_level.h"
 
 namespace kv_img::copy {
 
@@ -28,5 +29,9 @@ void RegroupPairs(RegroupPairsArgs& args) noexcept;
 namespace mmx {
 void RegroupPairs(RegroupPairsArgs& args) noexcept;
 }
+namespace wide {
+template <WideLevel>
+void RegroupPairs(RegroupPairsArgs& args) noexcept;
+}  // namespace wide
 
 }  // namespace kv_img::copy

@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "algorithms/copy/kernels/packed_order.h"
+#include "algorithms/simd/wide_level.h"
 
 namespace kv_img::copy {
 
@@ -57,5 +58,13 @@ void Dib24ToYuv422(RgbToYuvArgs& args) noexcept;
 void Dib32ToYuv422(RgbToYuvArgs& args) noexcept;
 void Dib32ToYuva422(RgbToYuvaArgs& args) noexcept;
 }  // namespace mmx
+namespace wide {
+template <WideLevel>
+void Dib24ToYuv422(RgbToYuvArgs& args) noexcept;
+template <WideLevel>
+void Dib32ToYuv422(RgbToYuvArgs& args) noexcept;
+template <WideLevel>
+void Dib32ToYuva422(RgbToYuvaArgs& args) noexcept;
+}  // namespace wide
 
 }  // namespace kv_img::copy

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "algorithms/simd/wide_level.h"
+
 namespace kv_img::copy {
 
 /// Exchanges the two bytes of every 16-bit word of a 4:2:2 row (luma-first becomes chroma-first and back).
@@ -21,5 +23,9 @@ void SwapBytes(SwapBytesArgs& args) noexcept;
 namespace mmx {
 void SwapBytes(SwapBytesArgs& args) noexcept;
 }
+namespace wide {
+template <WideLevel>
+void SwapBytes(SwapBytesArgs& args) noexcept;
+}  // namespace wide
 
 }  // namespace kv_img::copy

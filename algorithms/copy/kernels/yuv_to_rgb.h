@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "algorithms/copy/kernels/packed_order.h"
+#include "algorithms/simd/wide_level.h"
 
 namespace kv_img::copy {
 
@@ -47,5 +48,13 @@ void Yuv422ToDib15(YuvToRgbArgs& args) noexcept;
 void Yuv422ToDib16(YuvToRgbArgs& args) noexcept;
 void Yuv422ToDib24(YuvToRgbArgs& args) noexcept;
 }  // namespace mmx
+namespace wide {
+template <WideLevel>
+void Yuv422ToDib15(YuvToRgbArgs& args) noexcept;
+template <WideLevel>
+void Yuv422ToDib16(YuvToRgbArgs& args) noexcept;
+template <WideLevel>
+void Yuv422ToDib24(YuvToRgbArgs& args) noexcept;
+}  // namespace wide
 
 }  // namespace kv_img::copy

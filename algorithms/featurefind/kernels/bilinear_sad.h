@@ -3,6 +3,9 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "algorithms/featurefind/kernels/block_sad.h"
+#include "algorithms/simd/wide_level.h"
+
 namespace kv_img::featurefind {
 
 /// Weights of four neighbouring samples in 1/65536; together at most 65535.
@@ -40,10 +43,9 @@ static_assert(InterpolateTruncated(255, 255, 255, 255, {65535, 0, 0, 0}) == 255)
 /// between a byte of `searched`, its right neighbour and the two below them. The first `truncatedColumns`
 /// columns, a multiple of four, take InterpolateTruncated, the others InterpolateRounded.
 ///
-/// A group is four columns: rows are read in whole groups, (columns + 3) / 4 * 4 bytes of each of `rows` rows
-/// of `reference`, one byte more of each of rows + 1 rows of `searched`; bytes behind the last column (of
-/// `searched`: and its right neighbour) do not count. Without rows or columns nothing is read. Any alignment.
-/// The kernel leaves both pointers at rows * stride, the SIMD state clean, and keeps no state.
+/// `columns` bytes of each of `rows` rows of `reference` count, and one byte more of each of rows + 1 rows of
+/// `searched`; up to spareColumns bytes behind them may be read too. Without rows or columns nothing is read.
+/// Any alignment. The kernel leaves both pointers at rows * stride, the SIMD state clean, and keeps no state.
 struct BilinearSadArgs {
   std::int32_t columns;
   std::int32_t truncatedColumns;
@@ -62,5 +64,9 @@ void BilinearSad(BilinearSadArgs& args) noexcept;
 namespace mmx {
 void BilinearSad(BilinearSadArgs& args) noexcept;
 }
+namespace wide {
+template <WideLevel>
+void BilinearSad(BilinearSadArgs& args) noexcept;
+}  // namespace wide
 
 }  // namespace kv_img::featurefind

@@ -31,9 +31,10 @@ __m64 AbsoluteDifferences(const std::uint8_t* reference, const std::uint8_t* sea
 
 /// Adds one group of every row to two 32-bit sums; `count` leaves of its differences those that count.
 template <class Count>
-__m64 AddGroup(__m64 sums, const BlockSadArgs& args, std::ptrdiff_t column, Count count) {
+__m64 AddGroup(__m64 sums, const BlockSadArgs& args, const std::uint8_t* searched, std::ptrdiff_t column,
+               Count count) {
   const std::uint8_t* reference = args.reference + column;
-  const std::uint8_t* searched = args.searched + column;
+  searched += column;
   for (std::int32_t left = args.rows; left > 0; left -= ColumnSums::mostRows) {
     const std::int32_t rows = left < ColumnSums::mostRows ? left : ColumnSums::mostRows;
     ColumnSums columns;
@@ -54,22 +55,29 @@ __m64 AddGroup(__m64 sums, const BlockSadArgs& args, std::ptrdiff_t column, Coun
   return sums;
 }
 
-}  // namespace
-
-void BlockSad(BlockSadArgs& args) noexcept {
+std::uint32_t SumAt(const BlockSadArgs& args, const std::uint8_t* searched) {
   const std::int32_t whole = args.columns & ~7;
   const std::int32_t rest = args.columns & 7;
   __m64 sums = _mm_setzero_si64();
   for (std::int32_t column = 0; column < whole; column += 8) {
-    sums = AddGroup(sums, args, column, [](__m64 differences) { return differences; });
+    sums = AddGroup(sums, args, searched, column, [](__m64 differences) { return differences; });
   }
   if (rest != 0) {
     const __m64 mask = _mm_srl_si64(_mm_set1_pi8(-1), _mm_cvtsi32_si64(64 - 8 * rest));
-    sums = AddGroup(sums, args, whole, [mask](__m64 differences) { return _mm_and_si64(differences, mask); });
+    sums = AddGroup(sums, args, searched, whole,
+                    [mask](__m64 differences) { return _mm_and_si64(differences, mask); });
+  }
+  return static_cast<std::uint32_t>(_mm_cvtsi64_si32(_mm_add_pi32(sums, _mm_srli_si64(sums, 32))));
+}
+
+}  // namespace
+
+void BlockSad(BlockSadArgs& args) noexcept {
+  for (std::int32_t position = 0; position < args.positions; ++position) {
+    args.sums[position] += SumAt(args, args.searched + position);
   }
   args.reference += args.rows * args.referenceStride;
   args.searched += args.rows * args.searchedStride;
-  args.sum += static_cast<std::uint32_t>(_mm_cvtsi64_si32(_mm_add_pi32(sums, _mm_srli_si64(sums, 32))));
   _mm_empty();
 }
 

@@ -9,6 +9,8 @@ namespace kv_img::featurefind {
 
 /// Plain C++, the reference.
 struct ScalarKernels : MemberC {
+  /// Positions side by side that a search compares at a time.
+  static constexpr int searchPositions = 1;
   static constexpr auto LumaBytes = scalar::LumaBytes;
   static constexpr auto BlockSad = scalar::BlockSad;
   static constexpr auto BilinearSad = scalar::BilinearSad;
@@ -16,9 +18,21 @@ struct ScalarKernels : MemberC {
 
 /// 64-bit words.
 struct MmxKernels : MemberMMX {
+  static constexpr int searchPositions = 1;
   static constexpr auto LumaBytes = mmx::LumaBytes;
   static constexpr auto BlockSad = mmx::BlockSad;
   static constexpr auto BilinearSad = mmx::BilinearSad;
+};
+
+/// The widest registers of processor and system.
+struct WideKernels : MemberSSE2 {
+  static constexpr int searchPositions = 32;
+  static constexpr auto LumaBytes =
+      ByLevel([]<WideLevel level>(auto& args) noexcept { wide::LumaBytes<level>(args); });
+  static constexpr auto BlockSad =
+      ByLevel([]<WideLevel level>(auto& args) noexcept { wide::BlockSad<level>(args); });
+  static constexpr auto BilinearSad =
+      ByLevel([]<WideLevel level>(auto& args) noexcept { wide::BilinearSad<level>(args); });
 };
 
 }  // namespace kv_img::featurefind

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "algorithms/simd/wide_level.h"
+
 namespace kv_img::featurefind {
 
 /// Gathers the luma of a 4:2:2 row, one byte per pixel.
@@ -23,5 +25,9 @@ void LumaBytes(LumaBytesArgs& args) noexcept;
 namespace mmx {
 void LumaBytes(LumaBytesArgs& args) noexcept;
 }
+namespace wide {
+template <WideLevel>
+void LumaBytes(LumaBytesArgs& args) noexcept;
+}  // namespace wide
 
 }  // namespace kv_img::featurefind

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "algorithms/simd/wide_level.h"
+
 namespace kv_img::parity {
 
 /// Mean of two bytes, each halved first: one less than (a + b) >> 1 when both are odd.
@@ -31,5 +33,11 @@ namespace mmx {
 void AverageLines(AverageLinesArgs& args) noexcept;
 void AverageLinesSwapped(AverageLinesArgs& args) noexcept;
 }  // namespace mmx
+namespace wide {
+template <WideLevel>
+void AverageLines(AverageLinesArgs& args) noexcept;
+template <WideLevel>
+void AverageLinesSwapped(AverageLinesArgs& args) noexcept;
+}  // namespace wide
 
 }  // namespace kv_img::parity

@@ -17,4 +17,12 @@ struct MmxKernels : MemberMMX {
   static constexpr auto AverageLinesSwapped = mmx::AverageLinesSwapped;
 };
 
+/// The widest registers of processor and system.
+struct WideKernels : MemberSSE2 {
+  static constexpr auto AverageLines =
+      ByLevel([]<WideLevel level>(auto& args) noexcept { wide::AverageLines<level>(args); });
+  static constexpr auto AverageLinesSwapped =
+      ByLevel([]<WideLevel level>(auto& args) noexcept { wide::AverageLinesSwapped<level>(args); });
+};
+
 }  // namespace kv_img::parity

@@ -21,4 +21,16 @@ struct MmxKernels : MemberMMX {
   static constexpr auto PanLumaFirstShifted = mmx::PanLumaFirstShifted;
 };
 
+/// The widest registers of processor and system.
+struct WideKernels : MemberSSE2 {
+  static constexpr auto PanChromaFirst =
+      ByLevel([]<WideLevel level>(auto& args) noexcept { wide::PanChromaFirst<level>(args); });
+  static constexpr auto PanChromaFirstShifted =
+      ByLevel([]<WideLevel level>(auto& args) noexcept { wide::PanChromaFirstShifted<level>(args); });
+  static constexpr auto PanLumaFirst =
+      ByLevel([]<WideLevel level>(auto& args) noexcept { wide::PanLumaFirst<level>(args); });
+  static constexpr auto PanLumaFirstShifted =
+      ByLevel([]<WideLevel level>(auto& args) noexcept { wide::PanLumaFirstShifted<level>(args); });
+};
+
 }  // namespace kv_img::scanning

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "algorithms/simd/wide_level.h"
+
 namespace kv_img::scanning {
 
 /// A row of a horizontal pan: every output sample is blended from two rows and two neighbours of the source.
@@ -56,5 +58,15 @@ void PanChromaFirstShifted(PanRowArgs& args) noexcept;
 void PanLumaFirst(PanRowArgs& args) noexcept;
 void PanLumaFirstShifted(PanRowArgs& args) noexcept;
 }  // namespace mmx
+namespace wide {
+template <WideLevel>
+void PanChromaFirst(PanRowArgs& args) noexcept;
+template <WideLevel>
+void PanChromaFirstShifted(PanRowArgs& args) noexcept;
+template <WideLevel>
+void PanLumaFirst(PanRowArgs& args) noexcept;
+template <WideLevel>
+void PanLumaFirstShifted(PanRowArgs& args) noexcept;
+}  // namespace wide
 
 }  // namespace kv_img::scanning

@@ -1,0 +1,39 @@
+#include "algorithms/arithmetic/kernels/blend_boost.h"
+#include "algorithms/simd/wide.h"
+
+namespace kv_img::arithmetic::wide {
+namespace {
+
+KV_INLINE Vector Blend(Vector a, Vector b, Vector weight) {
+  return Add16(a, ShiftRightSigned16<7>(Multiply16(Sub16(b, a), weight)));
+}
+
+template <int lumaByte>
+void BlendRow(BlendBoostArgs& args) {
+  Walk<width / 8>(
+      args.groups,
+      [](const std::uint8_t* b, const std::uint8_t* a, const std::uint8_t* mask, std::uint8_t* destination) {
+        const Vector pixelsA = Load(a);
+        const Vector pixelsB = Load(b);
+        const Vector lumaA = lumaByte == 0 ? LowerBytes16(pixelsA) : UpperBytes16(pixelsA);
+        const Vector lumaB = lumaByte == 0 ? LowerBytes16(pixelsB) : UpperBytes16(pixelsB);
+        const Vector chromaA = lumaByte == 0 ? UpperBytes16(pixelsA) : LowerBytes16(pixelsA);
+        const Vector chromaB = lumaByte == 0 ? UpperBytes16(pixelsB) : LowerBytes16(pixelsB);
+        const Vector boosted = Add16(Widen8To16(mask), Sub16(lumaA, lumaB));
+        const Vector weight = ShiftRight16<1>(Clamp16(boosted));
+        const Vector luma = Blend(lumaA, lumaB, weight);
+        const Vector chroma = Blend(chromaA, chromaB, RepeatLower16(weight));
+        Store(destination,
+              lumaByte == 0 ? Or(luma, ShiftLeft16<8>(chroma)) : Or(ShiftLeft16<8>(luma), chroma));
+      },
+      In<8>{args.b}, In<8>{args.a}, In<4>{args.mask}, Out<8>{args.destination});
+}
+
+}  // namespace
+
+template <>
+void BlendBoost<level>(BlendBoostArgs& args) noexcept {
+  args.lumaByte == 0 ? BlendRow<0>(args) : BlendRow<1>(args);
+}
+
+}  // namespace kv_img::arithmetic::wide

@@ -1,0 +1,31 @@
+#include "algorithms/arithmetic/kernels/luma_difference.h"
+#include "algorithms/simd/wide.h"
+
+namespace kv_img::arithmetic::wide {
+namespace {
+
+template <int lumaByte>
+void Differences(LumaDifferenceArgs& args) {
+  Walk<width / 4>(
+      args.groups,
+      [](const std::uint8_t* first, const std::uint8_t* second, std::uint8_t* destination) {
+        // Both in the order that a pack leaves: their difference is put right once.
+        const auto luma = [](const std::uint8_t* packed) {
+          const Vector a = Load(packed);
+          const Vector b = Load(packed + width);
+          return lumaByte == 0 ? KV_SIMD(packus_epi16)(LowerBytes16(a), LowerBytes16(b))
+                               : KV_SIMD(packus_epi16)(UpperBytes16(a), UpperBytes16(b));
+        };
+        Store(destination, OrderOfPack(AbsoluteDifferenceU8(luma(first), luma(second))));
+      },
+      In<8>{args.first}, In<8>{args.second}, Out<4>{args.destination});
+}
+
+}  // namespace
+
+template <>
+void LumaDifference<level>(LumaDifferenceArgs& args) noexcept {
+  args.lumaByte == 0 ? Differences<0>(args) : Differences<1>(args);
+}
+
+}  // namespace kv_img::arithmetic::wide

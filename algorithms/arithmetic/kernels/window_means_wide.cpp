@@ -1,0 +1,252 @@
+#include "algorithms/arithmetic/kernels/window_means.h"
+#include "algorithms/simd/wide.h"
+
+namespace kv_img::arithmetic::wide {
+namespace {
+
+// A window's sum is the difference of two running sums along the row, whatever its size. Running sums wrap;
+// their differences are right as long as a window's sum fits into the lane.
+
+/// Windows whose running sums are kept at a time, in the nearest cache.
+constexpr std::int32_t windowsAtOnce = 1024;
+static_assert(windowsAtOnce % width == 0);
+
+/// The last lane of each sixteen bytes: what it holds replaces the others.
+template <class Lane>
+KV_INLINE Vector SpreadLast(Vector sums) {
+  if constexpr (sizeof(Lane) == 4) {
+#if KV_WIDE_LEVEL >= 2
+    return _mm512_shuffle_epi32(sums, _MM_PERM_DDDD);
+#else
+    return KV_SIMD(shuffle_epi32)(sums, 0xFF);
+#endif
+  } else {
+#if KV_WIDE_LEVEL >= 1
+    return KV_SIMD(shuffle_epi8)(sums, Set16(0x0F0E));
+#else
+    const Vector upper = _mm_shufflehi_epi16(sums, 0xFF);
+    return _mm_unpackhi_epi64(upper, upper);
+#endif
+  }
+}
+
+template <int bytes>
+KV_INLINE Vector MoveUp(Vector a) {
+#if KV_WIDE_LEVEL >= 2
+  return _mm512_bslli_epi128(a, bytes);
+#elif KV_WIDE_LEVEL == 1
+  return _mm256_slli_si256(a, bytes);
+#else
+  return _mm_slli_si128(a, bytes);
+#endif
+}
+
+template <class Lane>
+KV_INLINE Vector Add(Vector a, Vector b) {
+  return sizeof(Lane) == 4 ? Add32(a, b) : Add16(a, b);
+}
+
+/// A register of running sums: of the lanes up to and with each one, and behind them the sum of all.
+struct Running {
+  Vector sums;
+  Vector all;
+};
+
+template <class Lane>
+KV_INLINE Running RunningSums(Vector sums) {
+  if constexpr (sizeof(Lane) == 2) sums = Add16(sums, MoveUp<2>(sums));
+  sums = Add<Lane>(sums, MoveUp<4>(sums));
+  sums = Add<Lane>(sums, MoveUp<8>(sums));
+  const Vector totals = SpreadLast<Lane>(sums);
+#if KV_WIDE_LEVEL >= 2
+  const Vector one = _mm512_alignr_epi64(totals, Zero(), 6);
+  const Vector before =
+      Add<Lane>(Add<Lane>(one, _mm512_alignr_epi64(one, Zero(), 6)), _mm512_alignr_epi64(one, Zero(), 4));
+  const Vector upTo = Add<Lane>(totals, before);
+  return {Add<Lane>(sums, before), _mm512_shuffle_i64x2(upTo, upTo, 0xFF)};
+#elif KV_WIDE_LEVEL == 1
+  const Vector before = _mm256_permute2x128_si256(totals, totals, 0x08);
+  const Vector upTo = Add<Lane>(totals, before);
+  return {Add<Lane>(sums, before), _mm256_permute2x128_si256(upTo, upTo, 0x11)};
+#else
+  return {sums, totals};
+#endif
+}
+
+/// As lanes of the running sums.
+template <class Lane>
+KV_INLINE Vector Columns(const std::uint16_t* columns) {
+  return sizeof(Lane) == 4 ? Widen16To32(columns) : Load(columns);
+}
+
+/// Writes the running sums of `count` columns behind a zero; a register more may be written.
+template <class Lane>
+KV_INLINE void SumUp(const std::uint16_t* columns, std::int32_t count, Lane* running) {
+  constexpr int step = width / static_cast<int>(sizeof(Lane));
+  *running++ = 0;
+  Vector before = Zero();
+  const auto next = [&](const std::uint16_t* from) {
+    const Running sums = RunningSums<Lane>(Columns<Lane>(from));
+    Store(running, Add<Lane>(before, sums.sums));
+    before = Add<Lane>(before, sums.all);
+    running += step;
+  };
+  for (; count >= step; count -= step) {
+    next(columns);
+    columns += step;
+  }
+  if (count > 0) {
+    std::uint16_t rest[step] = {};
+    std::memcpy(rest, columns, sizeof *columns * static_cast<std::size_t>(count));
+    next(rest);
+  }
+}
+
+// Division of 16-bit sums by an area as a product: with m = ceil(2^t / area) and the excess e = m * area -
+// 2^t, sum * m / 2^t is sum / area + sum * e / (area * 2^t). The second term stays below 1 / area, the least
+// by which sum / area misses the next whole number, as long as sum * e < 2^t.
+struct Reciprocal {
+  std::uint32_t factor;
+  int shift;  // behind the upper 16 bits of the product
+  bool isExact;
+};
+constexpr Reciprocal ReciprocalOf(std::uint32_t area) {
+  for (int shift = 8; shift >= 0; --shift) {
+    const std::uint32_t power = std::uint32_t{1} << (16 + shift);
+    const std::uint32_t factor = (power + area - 1) / area;
+    const std::uint64_t excess = std::uint64_t{factor} * area - power;
+    if (factor <= 0xFFFF && 255 * area <= 0xFFFF && excess * (255 * area) < power) {
+      return {factor, shift, true};
+    }
+  }
+  return {0, 0, false};
+}
+static_assert(ReciprocalOf(9).isExact && ReciprocalOf(25).isExact && ReciprocalOf(81).isExact &&
+              ReciprocalOf(225).isExact && ReciprocalOf(256).isExact && !ReciprocalOf(196).isExact &&
+              !ReciprocalOf(289).isExact);
+
+class Means16 {
+ public:
+  using Lane = std::uint16_t;
+
+  explicit Means16(const Reciprocal& reciprocal)
+      : factor_(Set16(static_cast<std::int16_t>(reciprocal.factor))),
+        shift_(_mm_cvtsi32_si128(reciprocal.shift)) {}
+
+  /// Means of a register of windows as bytes.
+  template <class SumsAt>
+  KV_INLINE Vector Of(SumsAt sumsAt) const {
+    return Narrow16To8(Divide(sumsAt(0)), Divide(sumsAt(width / 2)));
+  }
+
+ private:
+  KV_INLINE Vector Divide(Vector sums) const {
+    return KV_SIMD(srl_epi16)(MultiplyHighU16(sums, factor_), shift_);
+  }
+
+  Vector factor_;
+  __m128i shift_;
+};
+
+// Sums below 2^24 are exact in single precision. Up to mostMultiplied the error of a product with the
+// reciprocal, at most 2^-23 of a mean below 256, stays below the half of 1 / area by which sum + 1/2 misses
+// whole numbers. Beyond, a quotient is rounded to a multiple of 2^-16 at most, and misses the next whole
+// number by 1 / area, which is more than the half of that.
+constexpr std::uint32_t mostMultiplied = 127;
+static_assert(2 * 256 * mostMultiplied * mostMultiplied < 1U << 23);
+static_assert(maxWindowSize * maxWindowSize < 1U << 17);
+
+template <bool multiplies>
+class Means32 {
+ public:
+  using Lane = std::uint32_t;
+
+  explicit Means32(std::uint32_t area)
+      : divisor_(KV_SIMD(set1_ps)(multiplies ? 1.0F / static_cast<float>(area) : static_cast<float>(area))) {}
+
+  template <class SumsAt>
+  KV_INLINE Vector Of(SumsAt sumsAt) const {
+    const auto words = [&](int window) {
+      return Narrow32To16(Divide(sumsAt(window)), Divide(sumsAt(window + width / 4)));
+    };
+    return Narrow16To8(words(0), words(width / 2));
+  }
+
+ private:
+  KV_INLINE Vector Divide(Vector sums) const {
+    const auto exact = KV_SIMD(cvtepi32_ps)(sums);
+    if constexpr (multiplies) {
+      const auto half = KV_SIMD(set1_ps)(0.5F);
+      return KV_SIMD(cvttps_epi32)(KV_SIMD(mul_ps)(KV_SIMD(add_ps)(exact, half), divisor_));
+    } else {
+      return KV_SIMD(cvttps_epi32)(KV_SIMD(div_ps)(exact, divisor_));
+    }
+  }
+
+  decltype(KV_SIMD(setzero_ps)()) divisor_;
+};
+
+template <class Means>
+void SlideWindows(WindowMeansArgs& args, const Means& means) {
+  using Lane = typename Means::Lane;
+  const auto windowSize = static_cast<std::int32_t>(args.windowSize);
+  alignas(64) Lane running[windowsAtOnce + maxWindowSize + 2 * 64];
+  for (std::int32_t left = 8 * args.groups; left > 0; left -= windowsAtOnce) {
+    const std::int32_t count = left < windowsAtOnce ? left : windowsAtOnce;
+    SumUp(args.columns, count + windowSize - 1, running);
+    std::int32_t window = 0;
+    const auto sumsAt = [&](std::int32_t offset) {
+      const Lane* first = running + window + offset;
+      const Vector leaving = Load(first);
+      const Vector entering = Load(first + windowSize);
+      return sizeof(Lane) == 4 ? Sub32(entering, leaving) : Sub16(entering, leaving);
+    };
+    for (; window + width <= count; window += width) Store(args.destination + window, means.Of(sumsAt));
+    if (window < count) {
+      alignas(64) std::uint8_t rest[width];
+      Store(rest, means.Of(sumsAt));
+      std::memcpy(args.destination + window, rest, static_cast<std::size_t>(count - window));
+    }
+    args.columns += count;
+    args.destination += count;
+  }
+}
+
+/// Sums of few columns, without running sums.
+template <int windowSize>
+void AddColumns(WindowMeansArgs& args) {
+  const Means16 means(ReciprocalOf(windowSize * windowSize));
+  const auto* bytes = reinterpret_cast<const std::uint8_t*>(args.columns);
+  Walk<width / 8>(
+      args.groups,
+      [&means](const std::uint8_t* columns, std::uint8_t* destination) {
+        Store(destination, means.Of([columns](int offset) {
+          Vector sums = Load(columns + 2 * offset);
+          for (int next = 1; next < windowSize; ++next)
+            sums = Add16(sums, Load(columns + 2 * (offset + next)));
+          return sums;
+        }));
+      },
+      In<16, 0, 2 * (windowSize - 1)>{bytes}, Out<8>{args.destination});
+  args.columns = reinterpret_cast<const std::uint16_t*>(bytes);
+}
+
+}  // namespace
+
+template <>
+void WindowMeans<level>(WindowMeansArgs& args) noexcept {
+  if (args.groups <= 0) return;
+  if (args.windowSize == 3) return AddColumns<3>(args);
+  if (args.windowSize == 4) return AddColumns<4>(args);
+  const std::uint32_t area = args.windowSize * args.windowSize;
+  const Reciprocal reciprocal = ReciprocalOf(area);
+  if (reciprocal.isExact) {
+    SlideWindows(args, Means16(reciprocal));
+  } else if (args.windowSize <= mostMultiplied) {
+    SlideWindows(args, Means32<true>(area));
+  } else {
+    SlideWindows(args, Means32<false>(area));
+  }
+}
+
+}  // namespace kv_img::arithmetic::wide

@@ -1,0 +1,191 @@
+#include "algorithms/copy/kernels/yuv_to_rgb.h"
+#include "algorithms/simd/wide.h"
+
+namespace kv_img::copy::wide {
+namespace {
+
+/// Components of consecutive pixels in 16-bit lanes.
+struct Rgb {
+  Vector red;
+  Vector green;
+  Vector blue;
+};
+
+template <bool isLumaFirst>
+class Converter {
+ public:
+  explicit Converter(const YuvToRgbMatrix& matrix)
+      : luma_(Set16(matrix.luma)),
+        blueAndRed_(SetPair16(matrix.cbToBlue, matrix.crToRed)),
+        green_(SetPair16(matrix.cbToGreen, matrix.crToGreen)),
+        lumaOffset_(Set16(matrix.lumaOffset)),
+        chromaOffset_(Set16(matrix.chromaOffset)) {}
+
+  /// Components of a register of packed 4:2:2, not yet clamped.
+  Rgb Convert(Vector packed) const {
+    const Vector y = isLumaFirst ? LowerBytes16(packed) : UpperBytes16(packed);
+    const Vector c = isLumaFirst ? UpperBytes16(packed) : LowerBytes16(packed);
+    const Vector luma = Scale(Sub16(y, lumaOffset_), luma_);
+    const Vector chroma = Sub16(c, chromaOffset_);
+    const Vector blueAndRed = Scale(chroma, blueAndRed_);
+    const Vector green = ShiftRightSigned32<13>(MultiplyAdd16(chroma, green_));
+    return {Add16(luma, RepeatUpper16(blueAndRed)), Add16(luma, RepeatLower16(green)),
+            Add16(luma, RepeatLower16(blueAndRed))};
+  }
+
+ private:
+  /// floor(value * gain / 8192) of values up to 4095.
+  static Vector Scale(Vector value, Vector gain) { return MultiplyHigh16(ShiftLeft16<3>(value), gain); }
+
+  Vector luma_;
+  Vector blueAndRed_;
+  Vector green_;
+  Vector lumaOffset_;
+  Vector chromaOffset_;
+};
+
+struct Dib15Word {
+  static Vector Of(const Rgb& rgb) {
+    return Or(Or(ShiftLeft16<7>(And(Clamp16(rgb.red), Set16(0xF8))),
+                 ShiftLeft16<2>(And(Clamp16(rgb.green), Set16(0xF8)))),
+              ShiftRight16<3>(Clamp16(rgb.blue)));
+  }
+};
+struct Dib16Word {
+  static Vector Of(const Rgb& rgb) {
+    return Or(Or(ShiftLeft16<8>(And(Clamp16(rgb.red), Set16(0xF8))),
+                 ShiftLeft16<3>(And(Clamp16(rgb.green), Set16(0xFC)))),
+              ShiftRight16<3>(Clamp16(rgb.blue)));
+  }
+};
+
+template <class Word, bool isLumaFirst>
+void ConvertToWords(YuvToRgbArgs& args) {
+  const Converter<isLumaFirst> converter(args.matrix);
+  Walk<width / 8>(
+      args.groups,
+      [&converter](const std::uint8_t* source, std::uint8_t* destination) {
+        Store(destination, Word::Of(converter.Convert(Load(source))));
+      },
+      In<8>{args.source}, Out<8>{args.destination});
+}
+
+#if KV_WIDE_LEVEL >= 3
+
+/// Where the bytes of 64 pixels go: 192 bytes of blue, green and red in turn, in three registers.
+struct Places {
+  alignas(64) std::uint8_t blueGreen[3][64];
+  alignas(64) std::uint8_t red[3][64];
+  std::uint64_t isRed[3];
+};
+constexpr Places places = [] {
+  Places made{};
+  for (int byte = 0; byte < 192; ++byte) {
+    const int pixel = byte / 3;
+    // A pack leaves eight pixels of its first and eight of its second register in every lane.
+    const int packed = pixel % 32 / 8 * 16 + pixel / 32 * 8 + pixel % 8;
+    made.blueGreen[byte / 64][byte % 64] = static_cast<std::uint8_t>(packed + (byte % 3 == 1 ? 64 : 0));
+    made.red[byte / 64][byte % 64] = static_cast<std::uint8_t>(packed);
+    if (byte % 3 == 2) made.isRed[byte / 64] |= std::uint64_t{1} << (byte % 64);
+  }
+  return made;
+}();
+
+constexpr int groupsPerStep24 = 8;
+
+template <bool isLumaFirst>
+void ConvertStep24(const Converter<isLumaFirst>& converter, const std::uint8_t* source,
+                   std::uint8_t* destination) {
+  const Rgb first = converter.Convert(Load(source));
+  const Rgb second = converter.Convert(Load(source + width));
+  const Vector blue = _mm512_packus_epi16(first.blue, second.blue);
+  const Vector green = _mm512_packus_epi16(first.green, second.green);
+  const Vector red = _mm512_packus_epi16(first.red, second.red);
+  for (int part = 0; part < 3; ++part) {
+    const Vector blueGreen = _mm512_permutex2var_epi8(blue, Load(places.blueGreen[part]), green);
+    Store(destination + part * width,
+          _mm512_mask_permutexvar_epi8(blueGreen, places.isRed[part], Load(places.red[part]), red));
+  }
+}
+
+#else
+
+constexpr int groupsPerStep24 = width / 16;
+
+/// The three bytes of four 32-bit pixels side by side in every lane, four zeros behind them.
+KV_INLINE Vector CloseUp(Vector pixels) {
+#if KV_WIDE_LEVEL >= 1
+  return KV_SIMD(shuffle_epi8)(
+      pixels, RepeatInLanes(_mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1)));
+#else
+  const Vector sixes = Or(And(pixels, _mm_set1_epi64x(0x0000000000FFFFFF)),
+                          And(ShiftRight64<8>(pixels), _mm_set1_epi64x(0x0000FFFFFF000000)));
+  return Or(_mm_move_epi64(sixes), _mm_srli_si128(_mm_slli_si128(_mm_srli_si128(sixes, 8), 8), 2));
+#endif
+}
+
+/// 24 bytes: a lane of `front` and the lower half of one of `back`.
+KV_INLINE void StoreLane(std::uint8_t* destination, __m128i front, __m128i back) {
+  Store128(destination, front);
+  _mm_storel_epi64(reinterpret_cast<__m128i*>(destination + 16), back);
+}
+
+template <bool isLumaFirst>
+KV_INLINE void ConvertStep24(const Converter<isLumaFirst>& converter, const std::uint8_t* source,
+                             std::uint8_t* destination) {
+  const Rgb rgb = converter.Convert(Load(source));
+  const Vector blueGreen = Or(Clamp16(rgb.blue), ShiftLeft16<8>(Clamp16(rgb.green)));
+  const Vector red = Clamp16(rgb.red);
+  // Eight pixels a lane: four and four.
+  const Vector lower = CloseUp(KV_SIMD(unpacklo_epi16)(blueGreen, red));
+  const Vector upper = CloseUp(KV_SIMD(unpackhi_epi16)(blueGreen, red));
+#if KV_WIDE_LEVEL >= 2
+  const Vector front = Or(lower, _mm512_bslli_epi128(upper, 12));
+  const Vector back = _mm512_bsrli_epi128(upper, 4);
+  StoreLane(destination, _mm512_castsi512_si128(front), _mm512_castsi512_si128(back));
+  StoreLane(destination + 24, _mm512_extracti32x4_epi32(front, 1), _mm512_extracti32x4_epi32(back, 1));
+  StoreLane(destination + 48, _mm512_extracti32x4_epi32(front, 2), _mm512_extracti32x4_epi32(back, 2));
+  StoreLane(destination + 72, _mm512_extracti32x4_epi32(front, 3), _mm512_extracti32x4_epi32(back, 3));
+#elif KV_WIDE_LEVEL == 1
+  const Vector front = Or(lower, _mm256_slli_si256(upper, 12));
+  const Vector back = _mm256_srli_si256(upper, 4);
+  StoreLane(destination, _mm256_castsi256_si128(front), _mm256_castsi256_si128(back));
+  StoreLane(destination + 24, _mm256_extracti128_si256(front, 1), _mm256_extracti128_si256(back, 1));
+#else
+  StoreLane(destination, Or(lower, _mm_slli_si128(upper, 12)), _mm_srli_si128(upper, 4));
+#endif
+}
+
+#endif
+
+template <bool isLumaFirst>
+void ConvertTo24(YuvToRgbArgs& args) {
+  const Converter<isLumaFirst> converter(args.matrix);
+  Walk<groupsPerStep24>(
+      args.groups,
+      [&converter](const std::uint8_t* source, std::uint8_t* destination) {
+        ConvertStep24(converter, source, destination);
+      },
+      In<16>{args.source}, Out<24>{args.destination});
+}
+
+}  // namespace
+
+template <>
+void Yuv422ToDib15<level>(YuvToRgbArgs& args) noexcept {
+  args.order == PackedOrder::LumaFirst ? ConvertToWords<Dib15Word, true>(args)
+                                       : ConvertToWords<Dib15Word, false>(args);
+}
+
+template <>
+void Yuv422ToDib16<level>(YuvToRgbArgs& args) noexcept {
+  args.order == PackedOrder::LumaFirst ? ConvertToWords<Dib16Word, true>(args)
+                                       : ConvertToWords<Dib16Word, false>(args);
+}
+
+template <>
+void Yuv422ToDib24<level>(YuvToRgbArgs& args) noexcept {
+  args.order == PackedOrder::LumaFirst ? ConvertTo24<true>(args) : ConvertTo24<false>(args);
+}
+
+}  // namespace kv_img::copy::wide

@@ -1,0 +1,135 @@
+#include "algorithms/featurefind/kernels/block_sad.h"
+#include "algorithms/simd/wide.h"
+
+namespace kv_img::featurefind::wide {
+namespace {
+
+/// One position, eight differences to a 64-bit sum.
+std::uint32_t SumAt(const BlockSadArgs& args, const std::uint8_t* searched) {
+  Vector sums = Zero();
+  for (std::int32_t column = 0; column < args.columns; column += width) {
+    const Vector counted = LowestBytes(args.columns - column);
+    const std::uint8_t* a = args.reference + column;
+    const std::uint8_t* b = searched + column;
+    for (std::int32_t row = 0; row < args.rows; ++row) {
+      sums = Add32(sums, SumDifferences(And(Load(a), counted), And(Load(b), counted)));
+      a += args.referenceStride;
+      b += args.searchedStride;
+    }
+  }
+  return SumOf32(sums);
+}
+
+#if KV_WIDE_LEVEL >= 1
+
+// Instructions that take the differences of four bytes to four bytes at several places, each place a 16-bit
+// lane: a register holds the sums of positionsAtOnce positions side by side.
+constexpr std::int32_t positionsAtOnce = width / 2;
+/// Fewer are as quickly taken one by one.
+constexpr std::int32_t leastPositions = width / 8;
+/// 64 fours of differences fit into a 16-bit lane.
+constexpr std::int32_t foursInLane = 64;
+constexpr std::int32_t columnsAtOnce = 128;
+
+/// Searched bytes, so that every lane of sixteen bytes has those of its own eight positions and eight behind.
+KV_INLINE Vector Windows(const std::uint8_t* searched) {
+#if KV_WIDE_LEVEL >= 2
+  return _mm512_permutexvar_epi64(_mm512_setr_epi64(0, 1, 1, 2, 2, 3, 3, 4), Load(searched));
+#else
+  return _mm256_permute4x64_epi64(Load(searched), 0x94);
+#endif
+}
+
+/// Differences of four bytes to those at every position; with `second` from four bytes further on.
+template <bool second>
+KV_INLINE Vector FourDifferences(Vector windows, const std::uint8_t* four) {
+  std::uint32_t bytes = 0;
+  std::memcpy(&bytes, four, sizeof bytes);
+#if KV_WIDE_LEVEL >= 2
+  return _mm512_dbsad_epu8(Set32(bytes), windows, second ? 0xE9 : 0x94);
+#else
+  return _mm256_mpsadbw_epu8(windows, Set32(bytes), second ? 0x24 : 0x00);
+#endif
+}
+
+/// Differences of one byte to that at every position.
+KV_INLINE Vector OneDifference(const std::uint8_t* searched, const std::uint8_t* one) {
+  return AbsoluteDifferenceU8(Widen8To16(searched), Set16(*one));
+}
+
+/// Differences of up to columnsAtOnce bytes of one row at every position.
+KV_INLINE Vector RowDifferences(const std::uint8_t* searched, const std::uint8_t* reference,
+                                std::int32_t columns) {
+  Vector sums = Zero();
+  std::int32_t column = 0;
+  for (; column + 8 <= columns; column += 8) {
+    const Vector windows = Windows(searched + column);
+    sums = Add16(sums, FourDifferences<false>(windows, reference + column));
+    sums = Add16(sums, FourDifferences<true>(windows, reference + column + 4));
+  }
+  // Seven or three columns are a whole four with one that does not count.
+  const Vector windows = Windows(searched + column);
+  if (columns - column >= 3) {
+    sums = Add16(sums, FourDifferences<false>(windows, reference + column));
+    column += 4;
+  }
+  if (columns - column == 3) {
+    sums = Add16(sums, FourDifferences<true>(windows, reference + column));
+    column += 4;
+  }
+  if (column > columns) return Sub16(sums, OneDifference(searched + columns, reference + columns));
+  for (; column < columns; ++column) sums = Add16(sums, OneDifference(searched + column, reference + column));
+  return sums;
+}
+
+/// Adds the differences at up to positionsAtOnce positions to as many sums.
+void AddPositions(const BlockSadArgs& args, const std::uint8_t* searched, std::int32_t positions,
+                  std::uint32_t* sums) {
+  Vector lower = Zero();
+  Vector upper = Zero();
+  for (std::int32_t first = 0; first < args.columns; first += columnsAtOnce) {
+    const std::int32_t left = args.columns - first;
+    const std::int32_t columns = left < columnsAtOnce ? left : columnsAtOnce;
+    const std::int32_t rowsInLane = foursInLane / (columns / 4 + 3);
+    const std::uint8_t* a = args.reference + first;
+    const std::uint8_t* b = searched + first;
+    for (std::int32_t rows = args.rows; rows > 0; rows -= rowsInLane) {
+      Vector lane = Zero();
+      for (std::int32_t row = rows < rowsInLane ? rows : rowsInLane; row > 0; --row) {
+        lane = Add16(lane, RowDifferences(b, a, columns));
+        a += args.referenceStride;
+        b += args.searchedStride;
+      }
+      alignas(64) std::uint16_t lanes[positionsAtOnce];
+      Store(lanes, lane);
+      lower = Add32(lower, Widen16To32(lanes));
+      upper = Add32(upper, Widen16To32(lanes + positionsAtOnce / 2));
+    }
+  }
+  alignas(64) std::uint32_t added[positionsAtOnce];
+  Store(added, lower);
+  Store(added + positionsAtOnce / 2, upper);
+  for (std::int32_t position = 0; position < positions; ++position) sums[position] += added[position];
+}
+
+#endif
+
+}  // namespace
+
+template <>
+void BlockSad<level>(BlockSadArgs& args) noexcept {
+  std::int32_t position = 0;
+#if KV_WIDE_LEVEL >= 1
+  while (args.positions - position >= leastPositions) {
+    const std::int32_t left = args.positions - position;
+    const std::int32_t positions = left < positionsAtOnce ? left : positionsAtOnce;
+    AddPositions(args, args.searched + position, positions, args.sums + position);
+    position += positions;
+  }
+#endif
+  for (; position < args.positions; ++position) args.sums[position] += SumAt(args, args.searched + position);
+  args.reference += args.rows * args.referenceStride;
+  args.searched += args.rows * args.searchedStride;
+}
+
+}  // namespace kv_img::featurefind::wide

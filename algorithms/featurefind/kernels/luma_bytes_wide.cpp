@@ -1,0 +1,20 @@
+#include "algorithms/featurefind/kernels/luma_bytes.h"
+#include "algorithms/simd/wide.h"
+
+namespace kv_img::featurefind::wide {
+
+template <>
+void LumaBytes<level>(LumaBytesArgs& args) noexcept {
+  const __m128i shift = _mm_cvtsi32_si128(args.shift);
+  Walk<width / 8>(
+      args.groups,
+      [shift](const std::uint8_t* source, std::uint8_t* destination) {
+        const auto luma = [&](int offset) {
+          return LowerBytes16(KV_SIMD(srl_epi16)(Load(source + offset), shift));
+        };
+        Store(destination, Narrow16To8(luma(0), luma(width)));
+      },
+      In<16>{args.source}, Out<8>{args.destination});
+}
+
+}  // namespace kv_img::featurefind::wide

@@ -1,0 +1,72 @@
+#include "algorithms/scanning/kernels/pan_row.h"
+#include "algorithms/simd/wide.h"
+
+namespace kv_img::scanning::wide {
+namespace {
+
+/// Samples of both rows at one place, blended with one weight; as the upper bytes of 16-bit lanes.
+KV_INLINE Vector Weigh(Vector upper, Vector lower, Vector weight) {
+  return Add16(MultiplyHighU16(upper, weight), MultiplyHighU16(lower, weight));
+}
+
+/// The byte of every 16-bit lane, as its upper byte.
+template <int byte>
+KV_INLINE Vector Raise(Vector pixels) {
+  return byte == 0 ? ShiftLeft16<8>(pixels) : AndNot(Set16(0xFF), pixels);
+}
+
+template <int lumaAt, bool isShifted>
+void Pan(PanRowArgs& args) {
+  constexpr int chromaAt = 1 - lumaAt;
+  const Vector leftWeight = Set16(args.leftWeight);
+  const Vector rightWeight = Set16(args.rightWeight);
+  Walk<width / 8>(
+      args.groups,
+      [leftWeight, rightWeight](const std::uint8_t* upper, const std::uint8_t* lower,
+                                std::uint8_t* destination) {
+        const Vector upperHere = Load(upper);
+        const Vector lowerHere = Load(lower);
+        const Vector upperNext = Load(upper + 2);
+        const Vector lowerNext = Load(lower + 2);
+        const Vector luma = Add16(Weigh(Raise<lumaAt>(upperHere), Raise<lumaAt>(lowerHere), leftWeight),
+                                  Weigh(Raise<lumaAt>(upperNext), Raise<lumaAt>(lowerNext), rightWeight));
+        Vector chroma;  // as the lower bytes, or with a fraction as the upper ones
+        if constexpr (isShifted) {
+          chroma = UpperBytes16(
+              Add16(Weigh(Raise<chromaAt>(Load(upper - 2)), Raise<chromaAt>(Load(lower - 2)), leftWeight),
+                    Weigh(Raise<chromaAt>(upperNext), Raise<chromaAt>(lowerNext), rightWeight)));
+        } else if constexpr (chromaAt == 0) {
+          chroma = ShiftRight16<1>(Add16(LowerBytes16(upperHere), LowerBytes16(lowerHere)));
+        } else {
+          chroma = ShiftRight16<1>(Add16(UpperBytes16(upperHere), UpperBytes16(lowerHere)));
+        }
+        Store(destination, lumaAt == 0 ? Or(UpperBytes16(luma), ShiftLeft16<8>(chroma))
+                                       : Or(AndNot(Set16(0xFF), luma), chroma));
+      },
+      In < 8, isShifted ? 2 : 0, 2 > {args.upper}, In < 8, isShifted ? 2 : 0, 2 > {args.lower},
+      Out<8>{args.destination});
+}
+
+}  // namespace
+
+template <>
+void PanChromaFirst<level>(PanRowArgs& args) noexcept {
+  Pan<1, false>(args);
+}
+
+template <>
+void PanChromaFirstShifted<level>(PanRowArgs& args) noexcept {
+  Pan<1, true>(args);
+}
+
+template <>
+void PanLumaFirst<level>(PanRowArgs& args) noexcept {
+  Pan<0, false>(args);
+}
+
+template <>
+void PanLumaFirstShifted<level>(PanRowArgs& args) noexcept {
+  Pan<0, true>(args);
+}
+
+}  // namespace kv_img::scanning::wide

@@ -1,0 +1,10 @@
+# Fails on weak or unique symbols that OBJECTS define, as NM lists them.
+if(NOT OBJECTS)
+  message(FATAL_ERROR "no objects")
+endif()
+foreach(object IN LISTS OBJECTS)
+  execute_process(COMMAND ${NM} --defined-only ${object} OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)
+  if(symbols MATCHES "[0-9a-f]+ [VvWwu] ([^\n]+)")
+    message(FATAL_ERROR "${object}: ${CMAKE_MATCH_1} may be shared between instruction sets")
+  endif()
+endforeach()
