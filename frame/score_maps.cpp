@@ -28,11 +28,17 @@ void MatchScoreMap::Reset(const ImageRect& rect) {
 }
 
 void MatchScoreMap::Store(int x, int y, double score) {
-  if (scores_.empty()) return;
-  if (x < rect_.GetLeft() || x > rect_.GetRight() || y < rect_.GetTop() || y > rect_.GetBottom()) return;
-  const std::int64_t column = std::int64_t{x} - rect_.GetLeft();
+  StoreRow(x, y, {&score, 1});
+}
+
+void MatchScoreMap::StoreRow(int x, int y, std::span<const double> scores) {
+  if (scores_.empty() || y < rect_.GetTop() || y > rect_.GetBottom()) return;
   const std::int64_t row = std::int64_t{y} - rect_.GetTop();
-  scores_[static_cast<std::size_t>(row * columns_ + column)] = score;
+  const std::int64_t first = std::int64_t{x} - rect_.GetLeft();
+  const std::int64_t begin = std::max<std::int64_t>(first, 0);
+  const std::int64_t end = std::min(first + std::ssize(scores), columns_);
+  if (begin >= end) return;
+  std::copy_n(scores.begin() + (begin - first), end - begin, scores_.begin() + (row * columns_ + begin));
 }
 
 void SubPixelScoreMap::Reset(const DoubleRect& rect, double stepX, double stepY) {

@@ -24,6 +24,9 @@ class MatchScoreMap {
   /// Records a score; a position outside the rectangle is dropped.
   void Store(int x, int y, double score);
 
+  /// Records the scores of positions side by side, the first at (x, y).
+  void StoreRow(int x, int y, std::span<const double> scores);
+
   /// The positions that the map covers.
   const ImageRect& Rect() const { return rect_; }
   /// One score for every position, row after row; empty when the map has none.

@@ -51,9 +51,22 @@ class WindowRow {
 
   /// Divides by the counts, in any column of the run.
   void FilterBorder(const ColumnRun& part) const {
-    if (part.IsEmpty()) return;
-    std::uint32_t sum = 0;
-    std::uint32_t count = 0;
+    constexpr std::int32_t columnsAtOnce = 256;
+    std::int32_t sums[columnsAtOnce];
+    std::int32_t counts[columnsAtOnce];
+    for (std::int32_t first = part.first; first <= part.last; first += columnsAtOnce) {
+      const ColumnRun some = {first, std::min(part.last, first + columnsAtOnce - 1)};
+      SumWindows(some, sums, counts);
+      // A loop of its own, for compilers to make vectors of.
+      for (std::int32_t i = 0; i < some.Width(); ++i)
+        destination_[first + i] = FloatMeanOf(sums[i], counts[i]);
+    }
+  }
+
+  /// Sums and counts of the windows of some columns.
+  void SumWindows(const ColumnRun& part, std::int32_t* sums, std::int32_t* counts) const {
+    std::int32_t sum = 0;
+    std::int32_t count = 0;
     const ColumnRun start = Intersection(run_, {part.first - before_, part.first + behind_ - 1});
     for (std::int32_t column = start.first; column <= start.last; ++column) {
       sum += sums_[column];
@@ -64,7 +77,8 @@ class WindowRow {
         sum += sums_[entering];
         count += counts_[entering];
       }
-      destination_[column] = MeanOf(sum, count);
+      *sums++ = sum;
+      *counts++ = count;
       if (const std::int32_t leaving = column - before_; leaving >= run_.first) {
         sum -= sums_[leaving];
         count -= counts_[leaving];

@@ -24,6 +24,8 @@ class BestMatch {
   /// Sums from here on cannot win, whatever is added to them. Sums that may grow beyond 31 bits have no
   /// limit: they are compared as signed values, and a larger one may win again.
   std::uint64_t Limit() const { return mayStopEarly_ ? static_cast<std::uint64_t>(score_) : unlimited; }
+  /// Whether a score would be the best.
+  bool IsBeatenBy(std::int32_t score) const { return score < score_; }
   void Offer(std::uint32_t sum, Coordinate x, Coordinate y) {
     const auto score = static_cast<std::int32_t>(sum);
     if (score >= score_) return;
@@ -45,6 +47,13 @@ class BestMatch {
 /// kernels go down the columns.
 constexpr std::int32_t RowsAtOnce(std::uint64_t limit) {
   return limit == unlimited ? 64 : 8;
+}
+
+/// The least of several sums, as they are compared.
+inline std::int32_t LeastScore(const std::uint32_t* sums, int count) {
+  std::int32_t least = std::numeric_limits<std::int32_t>::max();
+  for (int i = 0; i < count; ++i) least = std::min(least, static_cast<std::int32_t>(sums[i]));
+  return least;
 }
 
 /// Runs a kernel that adds up differences over `rows` rows, a few at a time, until the sum reaches `limit`.

@@ -44,12 +44,17 @@ class WholePixelSearch {
         const auto positions =
             static_cast<int>(std::min<std::int64_t>(columns_.last - x + 1, positionsAtOnce));
         SumUp(x, y, positions, best.Limit(), sums);
-        for (int position = 0; position < positions; ++position) {
-          best.Offer(sums[position], x + position, y);
-          if (map != nullptr) {
-            map->Store(static_cast<int>(x + position + patch_.OffsetX()),
-                       static_cast<int>(y + patch_.OffsetY()), patch_.MeanOf(sums[position]));
+        if (best.IsBeatenBy(LeastScore(sums, positions))) {
+          for (int position = 0; position < positions; ++position)
+            best.Offer(sums[position], x + position, y);
+        }
+        if (map != nullptr) {
+          double means[positionsAtOnce];
+          for (int position = 0; position < positions; ++position) {
+            means[position] = patch_.MeanOf(sums[position]);
           }
+          map->StoreRow(static_cast<int>(x + patch_.OffsetX()), static_cast<int>(y + patch_.OffsetY()),
+                        {means, static_cast<std::size_t>(positions)});
         }
       }
     }
@@ -70,7 +75,10 @@ class WholePixelSearch {
     args.searched = searched_.At(x - columns_.first, y - rows_.first);
     args.searchedStride = searched_.Stride();
     auto rows = static_cast<std::int32_t>(patch_.Height());
-    for (; rows > 0 && *std::min_element(sums, sums + positions) < limit; rows -= args.rows) {
+    const auto mayStillWin = [&] {
+      return limit == unlimited || LeastScore(sums, positions) < static_cast<std::int64_t>(limit);
+    };
+    for (; rows > 0 && mayStillWin(); rows -= args.rows) {
       args.rows = std::min(rows, RowsAtOnce(limit));
       Kernels::BlockSad(args);
     }

@@ -15,6 +15,16 @@ constexpr std::uint8_t MeanOf(std::uint32_t sum, std::uint32_t count) {
 }
 static_assert(MeanOf(35, 9) == 3 && MeanOf(255U * 255U * 255U, 255U * 255U) == 255);
 
+/// The same in single precision, for up to maxWindowSize * maxWindowSize pixels: sums below 2^24 are exact,
+/// and a quotient, rounded to a multiple of 2^-16 at most, misses the next whole number by 1 / count, more
+/// than the half of that.
+constexpr std::uint8_t FloatMeanOf(std::int32_t sum, std::int32_t count) {
+  return static_cast<std::uint8_t>(
+      static_cast<std::int32_t>(static_cast<float>(sum) / static_cast<float>(count)));
+}
+static_assert(FloatMeanOf(255 * 65025 - 1, 65025) == 254 && FloatMeanOf(128 * 65024 - 1, 65024) == 127 &&
+              FloatMeanOf(35, 9) == 3);
+
 /// Means of square windows that slide along a row of column sums, one column at a time.
 ///
 /// A window is `windowSize` columns, 1 to maxWindowSize, of as many rows each: its mean is the sum of its

@@ -11,18 +11,64 @@ namespace {
 constexpr std::int32_t windowsAtOnce = 1024;
 static_assert(windowsAtOnce % width == 0);
 
-/// The last lane of each sixteen bytes: what it holds replaces the others.
+template <class Lane>
+KV_INLINE Vector Add(Vector a, Vector b) {
+  return sizeof(Lane) == 4 ? Add32(a, b) : Add16(a, b);
+}
+
+/// A register of running sums: of the lanes up to and with each one, and in every lane the sum of all.
+struct Running {
+  Vector sums;
+  Vector all;
+};
+
+#if KV_WIDE_LEVEL >= 2
+
+/// Lanes moved up by `words` of 32 bits, zeros behind them.
+template <int words>
+KV_INLINE Vector MoveUp(Vector a) {
+  return _mm512_alignr_epi32(a, Zero(), 16 - words);
+}
+
+template <class Lane>
+KV_INLINE Running RunningSums(Vector sums) {
+  if constexpr (sizeof(Lane) == 2) {
+    sums = Add16(sums, _mm512_bslli_epi128(sums, 2));
+    sums = Add16(sums, _mm512_bslli_epi128(sums, 4));
+    sums = Add16(sums, _mm512_bslli_epi128(sums, 8));
+    const Vector totals = _mm512_shuffle_epi8(sums, Set16(0x0F0E));
+    const Vector one = MoveUp<4>(totals);
+    const Vector two = Add16(one, MoveUp<4>(one));
+    sums = Add16(sums, Add16(two, MoveUp<8>(one)));
+    return {sums, _mm512_permutexvar_epi16(Set16(31), sums)};
+  } else {
+    sums = Add32(sums, MoveUp<1>(sums));
+    sums = Add32(sums, MoveUp<2>(sums));
+    sums = Add32(sums, MoveUp<4>(sums));
+    sums = Add32(sums, MoveUp<8>(sums));
+    return {sums, _mm512_permutexvar_epi32(Set32(15), sums)};
+  }
+}
+
+#else
+
+template <int bytes>
+KV_INLINE Vector MoveUp(Vector a) {
+#if KV_WIDE_LEVEL == 1
+  return _mm256_slli_si256(a, bytes);
+#else
+  return _mm_slli_si128(a, bytes);
+#endif
+}
+
+/// The last lane of each sixteen bytes in all of their lanes.
 template <class Lane>
 KV_INLINE Vector SpreadLast(Vector sums) {
   if constexpr (sizeof(Lane) == 4) {
-#if KV_WIDE_LEVEL >= 2
-    return _mm512_shuffle_epi32(sums, _MM_PERM_DDDD);
-#else
     return KV_SIMD(shuffle_epi32)(sums, 0xFF);
-#endif
   } else {
-#if KV_WIDE_LEVEL >= 1
-    return KV_SIMD(shuffle_epi8)(sums, Set16(0x0F0E));
+#if KV_WIDE_LEVEL == 1
+    return _mm256_shuffle_epi8(sums, Set16(0x0F0E));
 #else
     const Vector upper = _mm_shufflehi_epi16(sums, 0xFF);
     return _mm_unpackhi_epi64(upper, upper);
@@ -30,41 +76,13 @@ KV_INLINE Vector SpreadLast(Vector sums) {
   }
 }
 
-template <int bytes>
-KV_INLINE Vector MoveUp(Vector a) {
-#if KV_WIDE_LEVEL >= 2
-  return _mm512_bslli_epi128(a, bytes);
-#elif KV_WIDE_LEVEL == 1
-  return _mm256_slli_si256(a, bytes);
-#else
-  return _mm_slli_si128(a, bytes);
-#endif
-}
-
-template <class Lane>
-KV_INLINE Vector Add(Vector a, Vector b) {
-  return sizeof(Lane) == 4 ? Add32(a, b) : Add16(a, b);
-}
-
-/// A register of running sums: of the lanes up to and with each one, and behind them the sum of all.
-struct Running {
-  Vector sums;
-  Vector all;
-};
-
 template <class Lane>
 KV_INLINE Running RunningSums(Vector sums) {
   if constexpr (sizeof(Lane) == 2) sums = Add16(sums, MoveUp<2>(sums));
   sums = Add<Lane>(sums, MoveUp<4>(sums));
   sums = Add<Lane>(sums, MoveUp<8>(sums));
   const Vector totals = SpreadLast<Lane>(sums);
-#if KV_WIDE_LEVEL >= 2
-  const Vector one = _mm512_alignr_epi64(totals, Zero(), 6);
-  const Vector before =
-      Add<Lane>(Add<Lane>(one, _mm512_alignr_epi64(one, Zero(), 6)), _mm512_alignr_epi64(one, Zero(), 4));
-  const Vector upTo = Add<Lane>(totals, before);
-  return {Add<Lane>(sums, before), _mm512_shuffle_i64x2(upTo, upTo, 0xFF)};
-#elif KV_WIDE_LEVEL == 1
+#if KV_WIDE_LEVEL == 1
   const Vector before = _mm256_permute2x128_si256(totals, totals, 0x08);
   const Vector upTo = Add<Lane>(totals, before);
   return {Add<Lane>(sums, before), _mm256_permute2x128_si256(upTo, upTo, 0x11)};
@@ -72,6 +90,8 @@ KV_INLINE Running RunningSums(Vector sums) {
   return {sums, totals};
 #endif
 }
+
+#endif
 
 /// As lanes of the running sums.
 template <class Lane>
@@ -111,7 +131,7 @@ struct Reciprocal {
   bool isExact;
 };
 constexpr Reciprocal ReciprocalOf(std::uint32_t area) {
-  for (int shift = 8; shift >= 0; --shift) {
+  for (int shift = 0; shift <= 8; ++shift) {
     const std::uint32_t power = std::uint32_t{1} << (16 + shift);
     const std::uint32_t factor = (power + area - 1) / area;
     const std::uint64_t excess = std::uint64_t{factor} * area - power;
@@ -125,6 +145,7 @@ static_assert(ReciprocalOf(9).isExact && ReciprocalOf(25).isExact && ReciprocalO
               ReciprocalOf(225).isExact && ReciprocalOf(256).isExact && !ReciprocalOf(196).isExact &&
               !ReciprocalOf(289).isExact);
 
+template <bool shifts>
 class Means16 {
  public:
   using Lane = std::uint16_t;
@@ -141,7 +162,8 @@ class Means16 {
 
  private:
   KV_INLINE Vector Divide(Vector sums) const {
-    return KV_SIMD(srl_epi16)(MultiplyHighU16(sums, factor_), shift_);
+    const Vector quotients = MultiplyHighU16(sums, factor_);
+    return shifts ? KV_SIMD(srl_epi16)(quotients, shift_) : quotients;
   }
 
   Vector factor_;
@@ -150,8 +172,9 @@ class Means16 {
 
 // Sums below 2^24 are exact in single precision. Up to mostMultiplied the error of a product with the
 // reciprocal, at most 2^-23 of a mean below 256, stays below the half of 1 / area by which sum + 1/2 misses
-// whole numbers. Beyond, a quotient is rounded to a multiple of 2^-16 at most, and misses the next whole
-// number by 1 / area, which is more than the half of that.
+// whole numbers, whether sum + 1/2 is multiplied or half the reciprocal added to the product before it is
+// rounded. Beyond, a quotient is rounded to a multiple of 2^-16 at most, and misses the next whole number by
+// 1 / area, which is more than the half of that.
 constexpr std::uint32_t mostMultiplied = 127;
 static_assert(2 * 256 * mostMultiplied * mostMultiplied < 1U << 23);
 static_assert(maxWindowSize * maxWindowSize < 1U << 17);
@@ -175,6 +198,9 @@ class Means32 {
  private:
   KV_INLINE Vector Divide(Vector sums) const {
     const auto exact = KV_SIMD(cvtepi32_ps)(sums);
+#if KV_WIDE_LEVEL >= 2
+    if constexpr (multiplies) return _mm512_cvttps_epi32(_mm512_fmadd_ps(exact, divisor_, half_));
+#endif
     if constexpr (multiplies) {
       const auto half = KV_SIMD(set1_ps)(0.5F);
       return KV_SIMD(cvttps_epi32)(KV_SIMD(mul_ps)(KV_SIMD(add_ps)(exact, half), divisor_));
@@ -184,6 +210,9 @@ class Means32 {
   }
 
   decltype(KV_SIMD(setzero_ps)()) divisor_;
+#if KV_WIDE_LEVEL >= 2
+  __m512 half_ = _mm512_mul_ps(divisor_, _mm512_set1_ps(0.5F));
+#endif
 };
 
 template <class Means>
@@ -215,7 +244,8 @@ void SlideWindows(WindowMeansArgs& args, const Means& means) {
 /// Sums of few columns, without running sums.
 template <int windowSize>
 void AddColumns(WindowMeansArgs& args) {
-  const Means16 means(ReciprocalOf(windowSize * windowSize));
+  constexpr Reciprocal reciprocal = ReciprocalOf(windowSize * windowSize);
+  const Means16<reciprocal.shift != 0> means(reciprocal);
   const auto* bytes = reinterpret_cast<const std::uint8_t*>(args.columns);
   Walk<width / 8>(
       args.groups,
@@ -240,8 +270,10 @@ void WindowMeans<level>(WindowMeansArgs& args) noexcept {
   if (args.windowSize == 4) return AddColumns<4>(args);
   const std::uint32_t area = args.windowSize * args.windowSize;
   const Reciprocal reciprocal = ReciprocalOf(area);
-  if (reciprocal.isExact) {
-    SlideWindows(args, Means16(reciprocal));
+  if (reciprocal.isExact && reciprocal.shift == 0) {
+    SlideWindows(args, Means16<false>(reciprocal));
+  } else if (reciprocal.isExact) {
+    SlideWindows(args, Means16<true>(reciprocal));
   } else if (args.windowSize <= mostMultiplied) {
     SlideWindows(args, Means32<true>(area));
   } else {

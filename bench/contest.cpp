@@ -1,0 +1,89 @@
+#include "bench/contest.h"
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+#include "host/worker_pool.h"
+
+namespace kv_bench {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+/// Long enough for the clock, short enough that the machine's moods meet all contenders alike.
+constexpr double sampleSeconds = 0.004;
+
+double Median(std::vector<double> values) {
+  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+  std::nth_element(values.begin(), middle, values.end());
+  return *middle;
+}
+
+double SecondsFor(const Contender& contender, std::vector<std::unique_ptr<Scene>>& scenes, int calls) {
+  const auto start = Clock::now();
+  kv_std::SpinBarrier alone(1);
+  for (int call = 0; call < calls; ++call) {
+    contender.run(*scenes[static_cast<std::size_t>(call) % scenes.size()], alone, 0);
+  }
+  return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+}  // namespace
+
+Operation& Contest::Add(std::string name, double bytesPerPixel, double differences) {
+  operations_.push_back({std::move(name), bytesPerPixel, differences});
+  return operations_.back();
+}
+
+void Contest::Enter(const std::string& operation, std::string contender, std::function<void(Scene&)> run) {
+  Enter(operation, std::move(contender),
+        Part([run = std::move(run)](Scene& scene, auto& /*barrier*/, auto /*threadIndex*/) { run(scene); }));
+}
+
+void Contest::Enter(const std::string& operation, std::string contender, Part run) {
+  const auto found = std::ranges::find(operations_, operation, &Operation::name);
+  if (found != operations_.end()) found->contenders.push_back({std::move(contender), std::move(run)});
+}
+
+std::vector<Timing> Time(const Operation& operation, std::vector<std::unique_ptr<Scene>>& scenes,
+                         int rounds) {
+  const std::size_t count = operation.contenders.size();
+  std::vector<int> calls(count);
+  for (std::size_t i = 0; i < count; ++i) {
+    const auto all = static_cast<int>(scenes.size());
+    // Makes the images too.
+    SecondsFor(operation.contenders[i], scenes, all);
+    const double once = SecondsFor(operation.contenders[i], scenes, all) / all;
+    const int enough = static_cast<int>(sampleSeconds / std::max(once, 1e-7)) + 1;
+    // Whole passes over the scenes: every sample leaves the caches as it found them.
+    calls[i] = all == 1 ? enough : all;
+  }
+  std::vector<std::vector<double>> samples(count);
+  for (int round = 0; round < rounds; ++round) {
+    for (std::size_t turn = 0; turn < count; ++turn) {
+      const std::size_t i = (turn + static_cast<std::size_t>(round)) % count;
+      samples[i].push_back(SecondsFor(operation.contenders[i], scenes, calls[i]) / calls[i]);
+    }
+  }
+  std::vector<Timing> medians;
+  for (std::size_t i = 0; i < count; ++i) {
+    medians.push_back({operation.contenders[i].name, Median(samples[i])});
+  }
+  return medians;
+}
+
+double TimeOnThreads(const Contender& contender, Scene& scene, int threads, int rounds) {
+  const kv_host::WorkerPool pool(threads);
+  std::vector<double> samples;
+  // The first round fills the caches.
+  for (int round = 0; round <= rounds; ++round) {
+    const auto start = Clock::now();
+    pool.Run(
+        [&](kv_std::SpinBarrier& barrier, std::uint32_t index) { contender.run(scene, barrier, index); });
+    if (round > 0) samples.push_back(std::chrono::duration<double>(Clock::now() - start).count());
+  }
+  return Median(samples);
+}
+
+}  // namespace kv_bench

@@ -1,0 +1,84 @@
+extern "C" {
+#include <libavutil/pixelutils.h>
+#include <libswscale/swscale.h>
+}
+
+#include "bench/contest.h"
+
+namespace kv_bench {
+namespace {
+
+template <class In, class Out>
+void EnterConversion(Contest& contest, const std::string& operation, AVPixelFormat from, AVPixelFormat to) {
+  contest.Enter(operation, "swscale",
+                [from, to, context = static_cast<SwsContext*>(nullptr), width = 0](Scene& scene) mutable {
+                  if (width != scene.width) {
+                    sws_freeContext(context);
+                    width = scene.width;
+                    context = sws_getContext(scene.width, scene.height, from, scene.width, scene.height, to,
+                                             SWS_POINT, nullptr, nullptr, nullptr);
+                  }
+                  auto& source = scene.Picture<In>();
+                  auto& destination = scene.Picture<Out, 1>(std::is_same_v<In, Out>);
+                  const std::uint8_t* sourcePlanes[4] = {Start(source)};
+                  int sourceStrides[4] = {Stride(source)};
+                  if constexpr (std::is_same_v<In, PixelYUV411P>) {
+                    using kv_img::PixelComponent;
+                    const PixelComponent::COMPONENT planes[] = {PixelComponent::Luma, PixelComponent::Cb,
+                                                                PixelComponent::Cr};
+                    for (int plane = 0; plane < 3; ++plane) {
+                      sourcePlanes[plane] = source.PlaneRow(planes[plane], 0).data();
+                      sourceStrides[plane] =
+                          static_cast<int>(source.PlaneRow(planes[plane], 1).data() - sourcePlanes[plane]);
+                    }
+                  }
+                  std::uint8_t* destinationPlanes[4] = {Start(destination)};
+                  const int destinationStrides[4] = {Stride(destination)};
+                  sws_scale(context, sourcePlanes, sourceStrides, 0, scene.height, destinationPlanes,
+                            destinationStrides);
+                });
+}
+
+void EnterSad(Contest& contest, int size, int bits) {
+  const std::string operation =
+      "FeatureFind " + std::to_string(size) + "x" + std::to_string(size) + " +-" + std::to_string(size);
+  const av_pixelutils_sad_fn sad = av_pixelutils_get_sad_fn(bits, bits, 0, nullptr);
+  if (sad == nullptr) return;
+  // On 8-bit images: there is no such function for packed luma.
+  contest.Enter(operation, "libavutil", [size, sad](Scene& scene) {
+    auto& first = scene.Picture<PixelGrey>();
+    auto& second = scene.Picture<PixelGrey, 1>();
+    int least = 1 << 30;
+    for (int y = -size; y <= size; ++y) {
+      const std::uint8_t* row =
+          Start(second) + (scene.height / 2 + y) * Stride(second) + scene.width / 2 - size;
+      for (int x = 0; x <= 2 * size; ++x) {
+        least = std::min(least, sad(Start(first), Stride(first), row + x, Stride(second)));
+      }
+    }
+    scene.Bytes(0, sizeof least)[0] = static_cast<std::uint8_t>(least);
+  });
+}
+
+}  // namespace
+
+void EnterSwscale(Contest& contest) {
+  EnterConversion<PixelYUV422, PixelYUV422>(contest, "Copy YUV422, bytes swapped", AV_PIX_FMT_YUYV422,
+                                            AV_PIX_FMT_UYVY422);
+  EnterConversion<PixelYUV411P, PixelYUV422>(contest, "Copy YUV411P to YUV422", AV_PIX_FMT_YUV422P,
+                                             AV_PIX_FMT_YUYV422);
+  EnterConversion<PixelYUV422, PixelDIB24>(contest, "Copy YUV422 to DIB24", AV_PIX_FMT_YUYV422,
+                                           AV_PIX_FMT_BGR24);
+  EnterConversion<PixelYUV422, PixelDIB16>(contest, "Copy YUV422 to DIB16", AV_PIX_FMT_YUYV422,
+                                           AV_PIX_FMT_RGB565LE);
+  EnterConversion<PixelYUV422, PixelDIB15>(contest, "Copy YUV422 to DIB15", AV_PIX_FMT_YUYV422,
+                                           AV_PIX_FMT_RGB555LE);
+  EnterConversion<PixelDIB32, PixelYUV422>(contest, "Copy DIB32 to YUV422", AV_PIX_FMT_BGRA,
+                                           AV_PIX_FMT_YUYV422);
+  EnterConversion<PixelDIB24, PixelYUV422>(contest, "Copy DIB24 to YUV422", AV_PIX_FMT_BGR24,
+                                           AV_PIX_FMT_YUYV422);
+  EnterSad(contest, 16, 4);
+  EnterSad(contest, 32, 5);
+}
+
+}  // namespace kv_bench
