@@ -31,7 +31,7 @@ class MovingColumns {
         region_(region),
         above_(static_cast<std::int32_t>(windowSize / 2)),
         below_(static_cast<std::int32_t>(windowSize - windowSize / 2 - 1)),
-        sums_(new (std::nothrow) std::uint16_t[static_cast<std::size_t>(source.width)]()),
+        sums_(new (std::nothrow) std::uint16_t[static_cast<std::size_t>(source.width) + alignment]()),
         counts_(new (std::nothrow) std::uint8_t[static_cast<std::size_t>(source.width)]()) {}
 
   /// False when there was no memory; nothing else may be called then.
@@ -66,17 +66,24 @@ class MovingColumns {
   }
 
   /// By column of the image; no sum is above 255 * windowSize.
-  const std::uint16_t* Sums() const { return sums_.get(); }
+  const std::uint16_t* Sums() const { return Aligned(sums_.get()); }
   const std::uint8_t* Counts() const { return counts_.get(); }
 
  private:
+  /// Sums start on a boundary of the widest registers: 32 of them.
+  static constexpr std::size_t alignment = 32;
+  static std::uint16_t* Aligned(std::uint16_t* sums) {
+    const auto misplaced = reinterpret_cast<std::uintptr_t>(sums) / sizeof *sums % alignment;
+    return misplaced == 0 ? sums : sums + (alignment - misplaced);
+  }
+
   std::int32_t NearestRow(std::int32_t row) const {
     return std::max(region_.GetTop(), std::min(region_.GetBottom(), row));
   }
 
   void Add(std::int32_t row, const ColumnRun& run) {
     const std::uint8_t* pixels = source_.rows[row];
-    std::uint16_t* sums = sums_.get();
+    std::uint16_t* sums = Aligned(sums_.get());
     std::uint8_t* counts = counts_.get();
     for (std::int32_t column = run.first; column <= run.last; ++column)
       sums[column] = static_cast<std::uint16_t>(sums[column] + pixels[column]);
@@ -85,7 +92,7 @@ class MovingColumns {
 
   void Remove(std::int32_t row, const ColumnRun& run) {
     const std::uint8_t* pixels = source_.rows[row];
-    std::uint16_t* sums = sums_.get();
+    std::uint16_t* sums = Aligned(sums_.get());
     std::uint8_t* counts = counts_.get();
     for (std::int32_t column = run.first; column <= run.last; ++column)
       sums[column] = static_cast<std::uint16_t>(sums[column] - pixels[column]);
@@ -96,12 +103,13 @@ class MovingColumns {
   void Replace(std::int32_t leaving, std::int32_t entering, const ColumnRun& run) {
     const std::uint8_t* leavingPixels = source_.rows[leaving];
     const std::uint8_t* enteringPixels = source_.rows[entering];
+    std::uint16_t* sums = Aligned(sums_.get());
     ReplaceRowArgs args{run.Width() / 8, enteringPixels + run.first, leavingPixels + run.first,
-                        sums_.get() + run.first};
+                        sums + run.first};
     Kernels::ReplaceRow(args);
     for (std::int32_t column = run.first + 8 * args.groups; column <= run.last; ++column) {
-      sums_[column] =
-          static_cast<std::uint16_t>(sums_[column] + enteringPixels[column] - leavingPixels[column]);
+      sums[column] =
+          static_cast<std::uint16_t>(sums[column] + enteringPixels[column] - leavingPixels[column]);
     }
   }
 

@@ -45,8 +45,9 @@ class BestMatch {
 
 /// Rows to add up before a sum is held against `limit`. Without one as many as stay in the nearest cache:
 /// kernels go down the columns.
+template <class Kernels>
 constexpr std::int32_t RowsAtOnce(std::uint64_t limit) {
-  return limit == unlimited ? 64 : 8;
+  return limit == unlimited ? 64 : Kernels::searchRows;
 }
 
 /// The least of several sums, as they are compared.
@@ -57,10 +58,10 @@ inline std::int32_t LeastScore(const std::uint32_t* sums, int count) {
 }
 
 /// Runs a kernel that adds up differences over `rows` rows, a few at a time, until the sum reaches `limit`.
-template <auto kernel, class Args>
+template <class Kernels, auto kernel, class Args>
 std::uint32_t SumOfRows(Args& args, std::int32_t rows, std::uint64_t limit) {
   for (; rows > 0 && args.sum < limit; rows -= args.rows) {
-    args.rows = std::min(rows, RowsAtOnce(limit));
+    args.rows = std::min(rows, RowsAtOnce<Kernels>(limit));
     kernel(args);
   }
   return args.sum;

@@ -44,7 +44,7 @@ struct InterpolatedSad<Kernels, Image<PixelYUV422>> {
     args.searchedStride = stride;
     args.weights = {weight((1 - at.right) * (1 - at.down)), weight(at.right * (1 - at.down)),
                     weight((1 - at.right) * at.down), weight(at.right * at.down)};
-    return SumOfRows<Kernels::BilinearSad>(args, static_cast<std::int32_t>(patch.Height()), limit);
+    return SumOfRows<Kernels, Kernels::BilinearSad>(args, static_cast<std::int32_t>(patch.Height()), limit);
   }
 };
 

@@ -79,7 +79,7 @@ class WholePixelSearch {
       return limit == unlimited || LeastScore(sums, positions) < static_cast<std::int64_t>(limit);
     };
     for (; rows > 0 && mayStillWin(); rows -= args.rows) {
-      args.rows = std::min(rows, RowsAtOnce(limit));
+      args.rows = std::min(rows, RowsAtOnce<Kernels>(limit));
       Kernels::BlockSad(args);
     }
   }

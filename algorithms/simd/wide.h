@@ -10,8 +10,8 @@
 
 // The widest register of the level that a kernel file is compiled for, under names that do not depend on it.
 // For kernel files of the wide set only: they are compiled once per level, with KV_WIDE_LEVEL set to 0
-// (SSE2), 1 (AVX2), 2 (AVX-512) or 3 (and VBMI). Everything here has internal linkage, so that no function
-// compiled for a wide level can become the copy that others call.
+// (SSE2), 1 (AVX2), 2 (AVX-512) or 3 (VBMI and VNNI too). Everything here has internal linkage, so that no
+// function compiled for a wide level can become the copy that others call.
 
 #if KV_WIDE_LEVEL >= 2
 #define KV_SIMD(operation) _mm512_##operation
@@ -115,6 +115,14 @@ KV_INLINE Vector MultiplyHighU16(Vector a, Vector b) {
 KV_INLINE Vector MultiplyAdd16(Vector a, Vector b) {
   return KV_SIMD(madd_epi16)(a, b);
 }
+/// The same, added to 32-bit sums.
+KV_INLINE Vector MultiplyAddTo32(Vector sums, Vector a, Vector b) {
+#if KV_WIDE_LEVEL >= 3
+  return _mm512_dpwssd_epi32(sums, a, b);
+#else
+  return Add32(sums, MultiplyAdd16(a, b));
+#endif
+}
 /// (a + b + 1) / 2
 KV_INLINE Vector AverageUpU8(Vector a, Vector b) {
   return KV_SIMD(avg_epu8)(a, b);
@@ -205,7 +213,7 @@ KV_INLINE Vector Xor(Vector a, Vector b) {
   return _mm256_xor_si256(a, b);
 }
 KV_INLINE Vector Select(Vector mask, Vector a, Vector b) {
-  return _mm256_blendv_epi8(a, b, mask);
+  return _mm256_or_si256(_mm256_and_si256(mask, b), _mm256_andnot_si256(mask, a));
 }
 #else
 KV_INLINE Vector Zero() {

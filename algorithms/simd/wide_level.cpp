@@ -19,7 +19,8 @@ WideLevel SupportedLevel() {
       !__builtin_cpu_supports("avx512vl") || !__builtin_cpu_supports("avx512dq")) {
     return WideLevel::Avx2;
   }
-  return __builtin_cpu_supports("avx512vbmi") ? WideLevel::Avx512Vbmi : WideLevel::Avx512;
+  const bool hasVbmi = __builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("avx512vnni");
+  return hasVbmi ? WideLevel::Avx512Vbmi : WideLevel::Avx512;
 }
 
 const WideLevel currentLevel = std::min(SupportedLevel(), levelCap);

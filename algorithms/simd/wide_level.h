@@ -9,7 +9,7 @@ enum class WideLevel : std::uint8_t {
   Sse2,       ///< what every x86-64 processor has
   Avx2,       ///< 256 bits
   Avx512,     ///< 512 bits: F, BW, VL and DQ
-  Avx512Vbmi  ///< and bytes exchanged across the whole register
+  Avx512Vbmi  ///< VBMI, bytes exchanged across the whole register, and VNNI, sums of products
 };
 
 inline constexpr WideLevel wideLevels[] = {WideLevel::Sse2, WideLevel::Avx2, WideLevel::Avx512,

@@ -93,33 +93,41 @@ KV_INLINE Running RunningSums(Vector sums) {
 
 #endif
 
-/// As lanes of the running sums.
-template <class Lane>
-KV_INLINE Vector Columns(const std::uint16_t* columns) {
-  return sizeof(Lane) == 4 ? Widen16To32(columns) : Load(columns);
-}
-
-/// Writes the running sums of `count` columns behind a zero; a register more may be written.
-template <class Lane>
-KV_INLINE void SumUp(const std::uint16_t* columns, std::int32_t count, Lane* running) {
-  constexpr int step = width / static_cast<int>(sizeof(Lane));
-  *running++ = 0;
-  Vector before = Zero();
-  const auto next = [&](const std::uint16_t* from) {
-    const Running sums = RunningSums<Lane>(Columns<Lane>(from));
-    Store(running, Add<Lane>(before, sums.sums));
-    before = Add<Lane>(before, sums.all);
-    running += step;
-  };
+/// Calls `next` with registers of columns, the last of them completed with zeros.
+template <class Next>
+KV_INLINE void ForEachRegister(const std::uint16_t* columns, std::int32_t count, Next next) {
+  constexpr int step = width / 2;
   for (; count >= step; count -= step) {
-    next(columns);
+    next(Load(columns));
     columns += step;
   }
   if (count > 0) {
-    std::uint16_t rest[step] = {};
+    alignas(64) std::uint16_t rest[step] = {};
     std::memcpy(rest, columns, sizeof *columns * static_cast<std::size_t>(count));
-    next(rest);
+    next(Load(rest));
   }
+}
+
+KV_INLINE Vector EvenColumns(Vector columns) {
+  return And(columns, Set32(0xFFFF));
+}
+KV_INLINE Vector OddColumns(Vector columns) {
+  return ShiftRight32<16>(columns);
+}
+
+/// Writes the running sums of columns, or with 32-bit lanes of pairs of columns, behind a zero; a register
+/// more may be written.
+template <class Lane>
+KV_INLINE void SumUp(const std::uint16_t* columns, std::int32_t count, Lane* running) {
+  *running++ = 0;
+  Vector before = Zero();
+  ForEachRegister(columns, count, [&](Vector some) {
+    if constexpr (sizeof(Lane) == 4) some = Add32(EvenColumns(some), OddColumns(some));
+    const Running sums = RunningSums<Lane>(some);
+    Store(running, Add<Lane>(before, sums.sums));
+    before = Add<Lane>(before, sums.all);
+    running += width / static_cast<int>(sizeof(Lane));
+  });
 }
 
 // Division of 16-bit sums by an area as a product: with m = ceil(2^t / area) and the excess e = m * area -
@@ -154,18 +162,17 @@ class Means16 {
       : factor_(Set16(static_cast<std::int16_t>(reciprocal.factor))),
         shift_(_mm_cvtsi32_si128(reciprocal.shift)) {}
 
-  /// Means of a register of windows as bytes.
-  template <class SumsAt>
-  KV_INLINE Vector Of(SumsAt sumsAt) const {
-    return Narrow16To8(Divide(sumsAt(0)), Divide(sumsAt(width / 2)));
+  /// Means of half a register of windows in 16-bit lanes, from where the running sums of the first window
+  /// start.
+  KV_INLINE Vector Of(const Lane* running, const std::uint16_t* /*columns*/, std::int32_t windowSize) const {
+    return Divide(Sub16(Load(running + windowSize), Load(running)));
   }
-
- private:
   KV_INLINE Vector Divide(Vector sums) const {
     const Vector quotients = MultiplyHighU16(sums, factor_);
     return shifts ? KV_SIMD(srl_epi16)(quotients, shift_) : quotients;
   }
 
+ private:
   Vector factor_;
   __m128i shift_;
 };
@@ -187,12 +194,16 @@ class Means32 {
   explicit Means32(std::uint32_t area)
       : divisor_(KV_SIMD(set1_ps)(multiplies ? 1.0F / static_cast<float>(area) : static_cast<float>(area))) {}
 
-  template <class SumsAt>
-  KV_INLINE Vector Of(SumsAt sumsAt) const {
-    const auto words = [&](int window) {
-      return Narrow32To16(Divide(sumsAt(window)), Divide(sumsAt(window + width / 4)));
-    };
-    return Narrow16To8(words(0), words(width / 2));
+  /// Windows that start at even columns start with a pair and those at odd ones with half of one. They end
+  /// alike when their size is even, the other way round when it is odd.
+  KV_INLINE Vector Of(const Lane* running, const std::uint16_t* columns, std::int32_t windowSize) const {
+    const std::int32_t pairs = windowSize / 2;
+    const bool isOdd = windowSize % 2 != 0;
+    const Vector last = EvenColumns(Load(columns + 2 * pairs));
+    Vector even = Sub32(Load(running + pairs), Load(running));
+    Vector odd = Add32(Sub32(Load(running + pairs + isOdd), Load(running + 1)), OddColumns(Load(columns)));
+    isOdd ? even = Add32(even, last) : odd = Add32(odd, last);
+    return Or(Divide(even), ShiftLeft32<16>(Divide(odd)));
   }
 
  private:
@@ -218,23 +229,33 @@ class Means32 {
 template <class Means>
 void SlideWindows(WindowMeansArgs& args, const Means& means) {
   using Lane = typename Means::Lane;
+  // Lanes of running sums per column.
+  constexpr int columnsPerLane = sizeof(Lane) == 4 ? 2 : 1;
   const auto windowSize = static_cast<std::int32_t>(args.windowSize);
   alignas(64) Lane running[windowsAtOnce + maxWindowSize + 2 * 64];
   for (std::int32_t left = 8 * args.groups; left > 0; left -= windowsAtOnce) {
     const std::int32_t count = left < windowsAtOnce ? left : windowsAtOnce;
-    SumUp(args.columns, count + windowSize - 1, running);
-    std::int32_t window = 0;
-    const auto sumsAt = [&](std::int32_t offset) {
-      const Lane* first = running + window + offset;
-      const Vector leaving = Load(first);
-      const Vector entering = Load(first + windowSize);
-      return sizeof(Lane) == 4 ? Sub32(entering, leaving) : Sub16(entering, leaving);
+    const std::int32_t columnCount = count + windowSize - 1;
+    SumUp(args.columns, columnCount, running);
+    const auto meansOf = [&](const std::uint16_t* columns, std::int32_t window) {
+      const auto half = [&](int offset) {
+        return means.Of(running + (window + offset) / columnsPerLane, columns + offset, windowSize);
+      };
+      return Narrow16To8(half(0), half(width / 2));
     };
-    for (; window + width <= count; window += width) Store(args.destination + window, means.Of(sumsAt));
-    if (window < count) {
-      alignas(64) std::uint8_t rest[width];
-      Store(rest, means.Of(sumsAt));
-      std::memcpy(args.destination + window, rest, static_cast<std::size_t>(count - window));
+    std::int32_t window = 0;
+    // Windows at odd columns look at one column more.
+    for (; window + width + 1 <= count; window += width) {
+      Store(args.destination + window, meansOf(args.columns + window, window));
+    }
+    for (; window < count; window += width) {
+      const std::int32_t rest = count - window < width ? count - window : width;
+      alignas(64) std::uint16_t columns[2 * width + maxWindowSize + 1] = {};
+      std::memcpy(columns, args.columns + window,
+                  sizeof *columns * static_cast<std::size_t>(rest + windowSize - 1));
+      alignas(64) std::uint8_t bytes[width];
+      Store(bytes, meansOf(columns, window));
+      std::memcpy(args.destination + window, bytes, static_cast<std::size_t>(rest));
     }
     args.columns += count;
     args.destination += count;
@@ -250,12 +271,13 @@ void AddColumns(WindowMeansArgs& args) {
   Walk<width / 8>(
       args.groups,
       [&means](const std::uint8_t* columns, std::uint8_t* destination) {
-        Store(destination, means.Of([columns](int offset) {
+        const auto half = [&](int offset) {
           Vector sums = Load(columns + 2 * offset);
           for (int next = 1; next < windowSize; ++next)
             sums = Add16(sums, Load(columns + 2 * (offset + next)));
-          return sums;
-        }));
+          return means.Divide(sums);
+        };
+        Store(destination, Narrow16To8(half(0), half(width / 2)));
       },
       In<16, 0, 2 * (windowSize - 1)>{bytes}, Out<8>{args.destination});
   args.columns = reinterpret_cast<const std::uint16_t*>(bytes);

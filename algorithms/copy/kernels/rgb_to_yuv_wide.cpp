@@ -27,7 +27,7 @@ struct Sums {
   explicit Sums(Vector pixels) : blueRed(LowerBytes16(pixels)), green(UpperBytes16(pixels)) {}
 
   Vector Of(const LaneWeights& weights) const {
-    return Add32(MultiplyAdd16(blueRed, weights.blueRed), MultiplyAdd16(green, weights.green));
+    return MultiplyAddTo32(MultiplyAdd16(blueRed, weights.blueRed), green, weights.green);
   }
 };
 
@@ -73,9 +73,30 @@ class Converter {
   Vector chromaOffset_;
 };
 
+#if KV_WIDE_LEVEL >= 3
+/// Where the bytes of 16 pixels lie, from the first byte of 48, and from the seventeenth.
+struct Apart {
+  alignas(64) std::uint8_t fromStart[64];
+  alignas(64) std::uint8_t fromEnd[64];
+};
+constexpr Apart apart = [] {
+  Apart made{};
+  for (int byte = 0; byte < 64; ++byte) {
+    // What lands in the fourth byte does not count.
+    const int from = byte / 4 * 3 + byte % 4 % 3;
+    made.fromStart[byte] = static_cast<std::uint8_t>(from);
+    made.fromEnd[byte] = static_cast<std::uint8_t>(from + 16);
+  }
+  return made;
+}();
+#endif
+
 /// Two registers of pixels from the 24 * lanes bytes of a step, nothing beyond them read.
 TwoVectors Read24(const std::uint8_t* source) {
-#if KV_WIDE_LEVEL >= 1
+#if KV_WIDE_LEVEL >= 3
+  return {_mm512_permutexvar_epi8(Load(apart.fromStart), Load(source)),
+          _mm512_permutexvar_epi8(Load(apart.fromEnd), Load(source + 32))};
+#elif KV_WIDE_LEVEL >= 1
   // Four pixels, 12 bytes, to every lane; then their bytes apart.
   const Vector apart = RepeatInLanes(_mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1));
 #if KV_WIDE_LEVEL >= 2

@@ -25,18 +25,17 @@ class Converter {
   Rgb Convert(Vector packed) const {
     const Vector y = isLumaFirst ? LowerBytes16(packed) : UpperBytes16(packed);
     const Vector c = isLumaFirst ? UpperBytes16(packed) : LowerBytes16(packed);
-    const Vector luma = Scale(Sub16(y, lumaOffset_), luma_);
-    const Vector chroma = Sub16(c, chromaOffset_);
-    const Vector blueAndRed = Scale(chroma, blueAndRed_);
-    const Vector green = ShiftRightSigned32<13>(MultiplyAdd16(chroma, green_));
-    return {Add16(luma, RepeatUpper16(blueAndRed)), Add16(luma, RepeatLower16(green)),
+    // Times 8, so that the upper half of a product with a gain is in units of 1 / 8192.
+    const Vector luma = MultiplyHigh16(ShiftLeft16<3>(Sub16(y, lumaOffset_)), luma_);
+    const Vector chroma = ShiftLeft16<3>(Sub16(c, chromaOffset_));
+    const Vector blueAndRed = MultiplyHigh16(chroma, blueAndRed_);
+    // The upper halves of the 32-bit sums.
+    const Vector green = MultiplyAdd16(chroma, green_);
+    return {Add16(luma, RepeatUpper16(blueAndRed)), Add16(luma, RepeatUpper16(green)),
             Add16(luma, RepeatLower16(blueAndRed))};
   }
 
  private:
-  /// floor(value * gain / 8192) of values up to 4095.
-  static Vector Scale(Vector value, Vector gain) { return MultiplyHigh16(ShiftLeft16<3>(value), gain); }
-
   Vector luma_;
   Vector blueAndRed_;
   Vector green_;
@@ -44,28 +43,41 @@ class Converter {
   Vector chromaOffset_;
 };
 
+// Words of 15 and 16 bits from the bytes of sixteen pixels a lane. Shifts go across bytes: what comes over
+// from a neighbour lies where the other component is taken.
 struct Dib15Word {
-  static Vector Of(const Rgb& rgb) {
-    return Or(Or(ShiftLeft16<7>(And(Clamp16(rgb.red), Set16(0xF8))),
-                 ShiftLeft16<2>(And(Clamp16(rgb.green), Set16(0xF8)))),
-              ShiftRight16<3>(Clamp16(rgb.blue)));
+  KV_INLINE static Vector LowerByte(Vector green, Vector blue) {
+    return Select(Set8(0xE0), ShiftRight16<3>(blue), ShiftLeft16<2>(green));
+  }
+  KV_INLINE static Vector UpperByte(Vector red, Vector green) {
+    return And(Select(Set8(0x7C), ShiftRight16<6>(green), ShiftRight16<1>(red)), Set8(0x7F));
   }
 };
 struct Dib16Word {
-  static Vector Of(const Rgb& rgb) {
-    return Or(Or(ShiftLeft16<8>(And(Clamp16(rgb.red), Set16(0xF8))),
-                 ShiftLeft16<3>(And(Clamp16(rgb.green), Set16(0xFC)))),
-              ShiftRight16<3>(Clamp16(rgb.blue)));
+  KV_INLINE static Vector LowerByte(Vector green, Vector blue) {
+    return Select(Set8(0xE0), ShiftRight16<3>(blue), ShiftLeft16<3>(green));
+  }
+  KV_INLINE static Vector UpperByte(Vector red, Vector green) {
+    return Select(Set8(0xF8), ShiftRight16<5>(green), red);
   }
 };
 
 template <class Word, bool isLumaFirst>
 void ConvertToWords(YuvToRgbArgs& args) {
   const Converter<isLumaFirst> converter(args.matrix);
-  Walk<width / 8>(
+  Walk<width / 4>(
       args.groups,
       [&converter](const std::uint8_t* source, std::uint8_t* destination) {
-        Store(destination, Word::Of(converter.Convert(Load(source))));
+        const Rgb first = converter.Convert(Load(source));
+        const Rgb second = converter.Convert(Load(source + width));
+        // Packing clamps, and the order that it leaves is undone below.
+        const Vector red = KV_SIMD(packus_epi16)(first.red, second.red);
+        const Vector green = KV_SIMD(packus_epi16)(first.green, second.green);
+        const Vector blue = KV_SIMD(packus_epi16)(first.blue, second.blue);
+        const Vector lower = Word::LowerByte(green, blue);
+        const Vector upper = Word::UpperByte(red, green);
+        Store(destination, KV_SIMD(unpacklo_epi8)(lower, upper));
+        Store(destination + width, KV_SIMD(unpackhi_epi8)(lower, upper));
       },
       In<8>{args.source}, Out<8>{args.destination});
 }

@@ -90,7 +90,7 @@ void AddPositions(const BlockSadArgs& args, const std::uint8_t* searched, std::i
   for (std::int32_t first = 0; first < args.columns; first += columnsAtOnce) {
     const std::int32_t left = args.columns - first;
     const std::int32_t columns = left < columnsAtOnce ? left : columnsAtOnce;
-    const std::int32_t rowsInLane = foursInLane / (columns / 4 + 3);
+    const std::int32_t rowsInLane = foursInLane / ((columns + 3) / 4);
     const std::uint8_t* a = args.reference + first;
     const std::uint8_t* b = searched + first;
     for (std::int32_t rows = args.rows; rows > 0; rows -= rowsInLane) {

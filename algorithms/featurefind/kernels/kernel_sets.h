@@ -11,6 +11,8 @@ namespace kv_img::featurefind {
 struct ScalarKernels : MemberC {
   /// Positions side by side that a search compares at a time.
   static constexpr int searchPositions = 1;
+  /// Rows that are added up before sums are held against the best so far.
+  static constexpr int searchRows = 8;
   static constexpr auto LumaBytes = scalar::LumaBytes;
   static constexpr auto BlockSad = scalar::BlockSad;
   static constexpr auto BilinearSad = scalar::BilinearSad;
@@ -19,6 +21,7 @@ struct ScalarKernels : MemberC {
 /// 64-bit words.
 struct MmxKernels : MemberMMX {
   static constexpr int searchPositions = 1;
+  static constexpr int searchRows = 8;
   static constexpr auto LumaBytes = mmx::LumaBytes;
   static constexpr auto BlockSad = mmx::BlockSad;
   static constexpr auto BilinearSad = mmx::BilinearSad;
@@ -27,6 +30,7 @@ struct MmxKernels : MemberMMX {
 /// The widest registers of processor and system.
 struct WideKernels : MemberSSE2 {
   static constexpr int searchPositions = 32;
+  static constexpr int searchRows = 16;
   static constexpr auto LumaBytes =
       ByLevel([]<WideLevel level>(auto& args) noexcept { wide::LumaBytes<level>(args); });
   static constexpr auto BlockSad =
