@@ -95,7 +95,7 @@ void AddArithmeticKernels(std::vector<KernelCase>& list) {
                   {{.perGroup = 8}, {.perGroup = 8}},
                   {{.perGroup = 16, .element = sizeof(std::uint16_t)}},
                   AllSets(ReplaceRowVariant, scalar::ReplaceRow, mmx::ReplaceRow, WideKernels::ReplaceRow)});
-  for (const std::uint32_t windowSize : {1U, 2U, 3U, 4U, 5U, 9U, 14U, 15U, 16U, 17U, 31U, 127U, 128U, 255U})
+  for (const std::uint32_t windowSize : {1U, 2U, 3U, 4U, 5U, 6U, 7U, 8U, 9U, 14U, 15U, 16U, 17U, 31U, 127U, 128U, 255U})
     list.push_back(WindowMeansCase(windowSize));
   list.push_back({"arithmetic/BlendBoost",
                   {{.perGroup = 8}, {.perGroup = 8}, {.perGroup = 4}},

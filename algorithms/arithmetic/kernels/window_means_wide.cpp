@@ -288,8 +288,21 @@ void AddColumns(WindowMeansArgs& args) {
 template <>
 void WindowMeans<level>(WindowMeansArgs& args) noexcept {
   if (args.groups <= 0) return;
-  if (args.windowSize == 3) return AddColumns<3>(args);
-  if (args.windowSize == 4) return AddColumns<4>(args);
+  // Up to seven columns are sooner added than taken from running sums.
+  switch (args.windowSize) {
+    case 3:
+      return AddColumns<3>(args);
+    case 4:
+      return AddColumns<4>(args);
+    case 5:
+      return AddColumns<5>(args);
+    case 6:
+      return AddColumns<6>(args);
+    case 7:
+      return AddColumns<7>(args);
+    default:
+      break;
+  }
   const std::uint32_t area = args.windowSize * args.windowSize;
   const Reciprocal reciprocal = ReciprocalOf(area);
   if (reciprocal.isExact && reciprocal.shift == 0) {
