@@ -183,6 +183,8 @@ class KV_IMAGE_API Image final : public IImage {
   bool isOwner_;
 };
 
+// On Windows a library exports no inline member of a template: there each module makes the small ones above itself.
+#if !defined(_WIN32)
 extern template class Image<PixelYUV422>;
 extern template class Image<PixelYUVA422>;
 extern template class Image<PixelYUV411P>;
@@ -193,5 +195,6 @@ extern template class Image<PixelDIB32>;
 extern template class Image<PixelDIB15>;
 extern template class Image<PixelDIB16>;
 extern template class Image<PixelNoColor<unsigned char>>;
+#endif
 
 }  // namespace kv_img

@@ -57,6 +57,8 @@ PixelDescriptorDIB::PixelDescriptorDIB(std::int32_t layout) : PixelDescriptor(la
 }
 PixelDescriptorDIB::~PixelDescriptorDIB() = default;
 
+// Said again, so that Windows, too, has the constant in this library for whoever takes its address.
+constexpr std::uint32_t PixelDescriptorDIB::secondRowMask;
 const unsigned int PixelDescriptorDIB::m_position[2][4] = {{0, 1, 2, 3}, {2, 1, 0, 3}};
 
 }  // namespace kv_img

@@ -17,6 +17,9 @@ unsigned Count(int first, int last) {
 
 }  // namespace
 
+// Said again, so that Windows, too, has the constant in this library for whoever takes its address.
+constexpr int RunRegion::regionType;
+
 RegionOfSupport::~RegionOfSupport() = default;
 
 const int ImageRect::ClassID = 1;

@@ -13,8 +13,9 @@ namespace kv_plugin {
 /// One combination of pixel classes that a member implements.
 struct Row {
   // Identifiers are read from the image library at the moment of the call; the second is null for one image.
-  const std::int32_t* sourceClass;
-  const std::int32_t* destinationClass;
+  // Functions, for on Windows the address of another library's variable is no constant.
+  std::int32_t (*sourceClass)();
+  std::int32_t (*destinationClass)();
   kv_img::AlgorithmInterface* (*instance)();
 };
 
@@ -34,14 +35,19 @@ kv_img::AlgorithmInterface* Instance() {
   return &object;
 }
 
+template <class PixelClass>
+std::int32_t ClassIdOf() {
+  return PixelClass::ClassID;
+}
+
 template <class PixelClass, class Implementation>
 constexpr Row For() {
-  return {&PixelClass::ClassID, nullptr, &Instance<Implementation>};
+  return {&ClassIdOf<PixelClass>, nullptr, &Instance<Implementation>};
 }
 
 template <class PixelIn, class PixelOut, class Implementation>
 constexpr Row For() {
-  return {&PixelIn::ClassID, &PixelOut::ClassID, &Instance<Implementation>};
+  return {&ClassIdOf<PixelIn>, &ClassIdOf<PixelOut>, &Instance<Implementation>};
 }
 
 /// What a member answers: the first equal name decides, then the number of classes, then the first row whose
@@ -52,8 +58,8 @@ inline kv_img::AlgorithmInterface* Dispatch(std::span<const Algorithm> table, co
     if (std::strcmp(name, algorithm.name) != 0) continue;
     if (count != algorithm.count) return nullptr;
     for (const Row& row : algorithm.rows) {
-      if (pixelClassIds[0] != *row.sourceClass) continue;
-      if (row.destinationClass != nullptr && pixelClassIds[1] != *row.destinationClass) continue;
+      if (pixelClassIds[0] != row.sourceClass()) continue;
+      if (row.destinationClass != nullptr && pixelClassIds[1] != row.destinationClass()) continue;
       return row.instance();
     }
     return nullptr;

@@ -1,4 +1,3 @@
-#include <cpuid.h>
 #include <dlfcn.h>
 #include <link.h>
 
@@ -48,16 +47,6 @@ const std::filesystem::path& OwnFolder() {
   return folder;
 }
 [[maybe_unused]] const bool isOwnFolderKnown = !OwnFolder().empty();
-
-Processor ReadProcessor() {
-  unsigned eax = 0;
-  unsigned ebx = 0;
-  unsigned ecx = 0;
-  unsigned edx = 0;
-  if (__get_cpuid(1, &eax, &ebx, &ecx, &edx) == 0) return {};
-  return {edx, eax >> 4 & 0xFU, eax >> 8 & 0xFU, eax >> 12 & 0x3U};
-}
-[[maybe_unused]] const std::uint32_t featuresReadAtStart = ThisProcessor().features;
 
 ModuleHandle Open(const std::string& file) {
   return dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
@@ -128,11 +117,6 @@ void KeepOwnModule() {
   const link_map* entry = OwnEntry();
   // The program itself, which has no name, stays anyway.
   if (entry != nullptr && *entry->l_name != '\0') dlopen(entry->l_name, RTLD_LAZY | RTLD_NOLOAD);
-}
-
-const Processor& ThisProcessor() {
-  static const Processor processor = ReadProcessor();
-  return processor;
 }
 
 std::wstring Widen(const char* text) {
