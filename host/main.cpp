@@ -1,16 +1,17 @@
 // kv: pictures and video through the plug-in family.
 
 #include <algorithm>
-#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <new>
 #include <string>
+#include <vector>
 
 #include "errors/kv_exception.h"
 #include "host/commands/command.h"
 #include "host/errors.h"
 #include "host/formats/format_error.h"
+#include "host/platform/platform.h"
 
 namespace {
 
@@ -19,7 +20,7 @@ int Complain(const std::string& problem, int status) {
   return status;
 }
 
-int Run(int argc, char** argv) {
+int Run(std::vector<std::string> arguments) {
   CLI::App app("Pictures and video in packed YUV 4:2:2, through the best plug-in that can do it.", "kv");
   app.require_subcommand(1);
   app.set_version_flag("--version", std::string("kv ") + KV_VERSION);
@@ -36,14 +37,15 @@ int Run(int argc, char** argv) {
   kv_host::AddPanCommand(app, status);
   kv_host::AddFindCommand(app, status);
   const auto commands = app.get_subcommands([](const CLI::App*) { return true; });
-  if (argc > 1 && *argv[1] != '-' && std::ranges::none_of(commands, [&](const CLI::App* command) {
-        return command->get_name() == argv[1];
-      })) {
-    return Complain(std::string(argv[1]) + ": no such command (kv --help shows what there is)",
-                    kv_host::BadInput);
+  if (!arguments.empty() && !arguments[0].starts_with('-') &&
+      std::ranges::none_of(commands,
+                           [&](const CLI::App* command) { return command->get_name() == arguments[0]; })) {
+    return Complain(arguments[0] + ": no such command (kv --help shows what there is)", kv_host::BadInput);
   }
   try {
-    app.parse(argc, argv);
+    // It takes them from the back.
+    std::ranges::reverse(arguments);
+    app.parse(std::move(arguments));
     return status;
   } catch (const CLI::Success& success) {
     return app.exit(success);
@@ -63,7 +65,6 @@ int Run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  // A closed pipe is a write error like any other, with a message.
-  std::signal(SIGPIPE, SIG_IGN);
-  return Run(argc, argv);
+  kv_host::PrepareProcess();
+  return Run(kv_host::Arguments(argc, argv));
 }

@@ -1,14 +1,14 @@
 #include "host/progress.h"
 
-#include <unistd.h>
-
 #include <cstdio>
 #include <utility>
+
+#include "host/platform/platform.h"
 
 namespace kv_host {
 
 Progress::Progress(std::string what, std::int64_t total)
-    : what_(std::move(what)), total_(total), isShown_(isatty(STDERR_FILENO) != 0) {
+    : what_(std::move(what)), total_(total), isShown_(IsErrorTerminal()) {
   if (isShown_) Show();
 }
 

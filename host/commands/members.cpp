@@ -4,6 +4,7 @@
 
 #include "host/combinations.h"
 #include "host/commands/command.h"
+#include "host/formats/file_name.h"
 
 namespace kv_host {
 namespace {
@@ -47,7 +48,7 @@ void PrintText(const Family& family, bool showsAll) {
     std::printf(" %s\n", StateOf(probe).c_str());
     if (probe.finding != MemberProbe::Finding::Usable) continue;
     const auto offered = OfferedBy(family, probe);
-    std::printf("  %s\n  %zu combinations", probe.file.c_str(), offered.size());
+    std::printf("  %s\n  %zu combinations", Utf8Name(probe.file).c_str(), offered.size());
     if (showsAll) {
       for (const std::string& combination : offered) std::printf("\n    %s", combination.c_str());
     }
@@ -61,7 +62,7 @@ void PrintJson(const Family& family) {
     nlohmann::ordered_json one = {
         {"name", Narrow(probe.name)}, {"found", IsFound(probe)}, {"state", StateOf(probe)}};
     if (IsFound(probe)) {
-      one["file"] = probe.file.string();
+      one["file"] = Utf8Name(probe.file);
       one["priority"] = probe.priority;
       one["featureMask"] = probe.featureMask;
     }

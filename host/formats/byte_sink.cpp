@@ -4,7 +4,9 @@
 #include <random>
 #include <system_error>
 
+#include "host/formats/file_name.h"
 #include "host/formats/format_error.h"
+#include "host/platform/platform.h"
 
 namespace kv_host {
 namespace fs = std::filesystem;
@@ -12,10 +14,11 @@ namespace {
 
 /// Where the bytes of `name` shall end up: a link stays and its goal is replaced.
 fs::path Resolve(const std::string& name) {
+  const fs::path path = PathOf(name);
   std::error_code error;
-  if (!fs::is_symlink(name, error)) return name;
-  const fs::path goal = fs::weakly_canonical(name, error);
-  return error ? fs::path(name) : goal;
+  if (!fs::is_symlink(path, error)) return path;
+  const fs::path goal = fs::weakly_canonical(path, error);
+  return error ? path : goal;
 }
 
 /// A rename would replace a file that its owner has made read-only; asking to open it does not.
@@ -24,7 +27,7 @@ void RequireWritable(const std::string& name, const fs::path& target) {
   const fs::file_status status = fs::status(target, error);
   if (fs::is_directory(status)) throw FileError(name, "cannot be written: it is a folder");
   if (!fs::is_regular_file(status)) return;
-  std::FILE* const file = std::fopen(target.c_str(), "r+b");
+  std::FILE* const file = OpenFile(target, "r+b");
   if (file == nullptr) throw FileError(name, "cannot be written: " + SystemText(errno));
   std::fclose(file);
 }
@@ -58,7 +61,7 @@ ByteSink::ByteSink(const std::string& name) : name_(name) {
   RequireWritable(name_, target_);
   writesThrough_ = IsPipeOrDevice(target_);
   if (writesThrough_) {
-    file_.reset(std::fopen(target_.c_str(), "wb"));
+    file_.reset(OpenFile(target_, "wb"));
     if (file_ == nullptr) FailToWrite(errno);
   } else {
     OpenTemporary();
@@ -76,7 +79,7 @@ void ByteSink::OpenTemporary() {
   // The short name fits wherever the target's own does; "x" refuses a file that is already there.
   for (int attempt = 0; attempt < 10 && file_ == nullptr; ++attempt) {
     auto path = std::make_unique<const fs::path>(target_.parent_path() / (".kv-" + RandomDigits() + ".part"));
-    file_.reset(std::fopen(path->c_str(), "wbx"));
+    file_.reset(OpenFile(*path, "wbx"));
     if (file_ != nullptr) {
       temporary_ = std::move(path);
     } else if (errno != EEXIST) {
@@ -129,7 +132,7 @@ void ByteSink::Commit() {
   Finish();
   if (temporary_ == nullptr) return;
   std::error_code error;
-  fs::rename(*temporary_, target_, error);
+  Replace(*temporary_, target_, error);
   if (error) throw FileError(name_, "cannot be written: " + error.message());
   temporary_.reset();
 }

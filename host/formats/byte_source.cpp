@@ -6,7 +6,9 @@
 #include <filesystem>
 #include <system_error>
 
+#include "host/formats/file_name.h"
 #include "host/formats/format_error.h"
+#include "host/platform/platform.h"
 
 namespace kv_host {
 
@@ -20,12 +22,13 @@ ByteSource::ByteSource(const std::string& name) : name_(name) {
     file_.reset(stdin);
     return;
   }
+  const std::filesystem::path path = PathOf(name);
   std::error_code error;
-  if (std::filesystem::is_directory(name, error)) throw FileError(name, "cannot be read: it is a folder");
-  file_.reset(std::fopen(name.c_str(), "rb"));
+  if (std::filesystem::is_directory(path, error)) throw FileError(name, "cannot be read: it is a folder");
+  file_.reset(OpenFile(path, "rb"));
   if (file_ == nullptr) throw FileError(name, "cannot be opened: " + SystemText(errno));
-  if (std::filesystem::is_regular_file(name, error)) {
-    const std::uintmax_t size = std::filesystem::file_size(name, error);
+  if (std::filesystem::is_regular_file(path, error)) {
+    const std::uintmax_t size = std::filesystem::file_size(path, error);
     if (!error) size_ = size;
   }
 }

@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
-#include <filesystem>
+
+#include "host/formats/file_name.h"
 
 namespace kv_host {
 namespace {
@@ -55,7 +56,7 @@ std::optional<FileFormat> FormatNamed(std::string_view name) {
 }
 
 std::optional<FileFormat> FormatOfExtension(const std::string& fileName) {
-  const std::string extension = std::filesystem::path(fileName).extension().string();
+  const std::string extension = Utf8Name(PathOf(fileName).extension());
   if (extension.size() < 2) return std::nullopt;
   return FormatNamed(std::string_view(extension).substr(1));
 }

@@ -1,9 +1,9 @@
 #include "host/formats/picture_writer.h"
 
 #include <algorithm>
-#include <filesystem>
 
 #include "host/formats/bmp.h"
+#include "host/formats/file_name.h"
 #include "host/formats/format_error.h"
 #include "host/formats/png_file.h"
 #include "host/formats/pnm.h"
@@ -21,10 +21,10 @@ FileFormat Decide(const std::string& name, const WriteOptions& options) {
 
 /// out.png, 7, 4 → out-0007.png
 std::string Numbered(const std::string& name, std::size_t number, std::size_t digits) {
-  const std::filesystem::path path(name);
+  const std::filesystem::path path = PathOf(name);
   std::string text = std::to_string(number);
   text.insert(0, digits - std::min(digits, text.size()), '0');
-  return (path.parent_path() / path.stem()).string() + "-" + text + path.extension().string();
+  return Utf8Name(path.parent_path() / path.stem()) + "-" + text + Utf8Name(path.extension());
 }
 
 }  // namespace

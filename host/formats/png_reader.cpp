@@ -164,6 +164,10 @@ void RequireMagic(ByteSource& source) {
 
 }  // namespace
 
+bool HasPng() {
+  return true;
+}
+
 Raster ReadPng(ByteSource& source) {
   RequireMagic(source);
   return Decoder(source).Read();

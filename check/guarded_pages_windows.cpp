@@ -1,0 +1,27 @@
+#include <windows.h>
+
+#include <new>
+
+#include "check/guarded_pages.h"
+
+namespace kv_check {
+
+GuardedPages::GuardedPages(std::size_t bytes) {
+  SYSTEM_INFO system;
+  GetSystemInfo(&system);
+  const std::size_t page = system.dwPageSize;
+  const std::size_t usable = (bytes + page - 1) / page * page;
+  mapped_ = usable + page;
+  void* memory = VirtualAlloc(nullptr, mapped_, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE);
+  if (memory == nullptr) throw std::bad_alloc();
+  begin_ = static_cast<std::uint8_t*>(memory);
+  end_ = begin_ + usable;
+  DWORD before = 0;
+  if (VirtualProtect(end_, page, PAGE_NOACCESS, &before) == 0) throw std::bad_alloc();
+}
+
+GuardedPages::~GuardedPages() {
+  VirtualFree(begin_, 0, MEM_RELEASE);
+}
+
+}  // namespace kv_check
