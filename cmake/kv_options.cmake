@@ -4,7 +4,9 @@ set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)
-set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+if(NOT WIN32)  # There it would keep the inline parts of exported classes out of their library.
+  set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+endif()
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
 # Programs, libraries and members lie in one folder, as they do for a user: a member is found beside what loads it.
@@ -18,7 +20,13 @@ if(KV_WERROR)
 endif()
 # The same bytes from every compiler: products and sums are rounded one by one, never fused.
 add_compile_options(-ffp-contract=off)
-if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+if(WIN32)
+  # By default the linker would offer everything to everybody.
+  add_link_options(-Wl,--exclude-all-symbols)
+  add_compile_definitions(UNICODE NOMINMAX WIN32_LEAN_AND_MEAN)
+  file(MAKE_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
+  include(kv_runtime_windows)
+elseif(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # Unique symbols would keep a member in memory for ever: unloading must unload.
   add_compile_options(-fno-gnu-unique)
 endif()

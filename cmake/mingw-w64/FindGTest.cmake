@@ -1,0 +1,11 @@
+# From the sources of package googletest.
+if(NOT TARGET GTest::gtest)
+  set(source /usr/src/googletest/googletest)
+  if(NOT EXISTS ${source})
+    message(FATAL_ERROR "${source} is missing: script/bootstrap installs it")
+  endif()
+  set(INSTALL_GTEST OFF)
+  set(BUILD_SHARED_LIBS OFF)
+  add_subdirectory(${source} ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
+endif()
+set(GTest_FOUND TRUE)
