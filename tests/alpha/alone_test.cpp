@@ -8,6 +8,7 @@
 #include "frame/platform/platform.h"
 #include "tests/alpha/layer_test.h"
 #include "tests/support/expect_error.h"
+#include "tests/support/loaded_module.h"
 #include "tests/support/member.h"
 
 namespace {
@@ -25,7 +26,7 @@ TEST(AloneInItsFolder, IsHowItWasFound) {
   const kv_platform::LoadedModule mmx = kv_platform::LoadModule(L"kv_algoMMX");
   ASSERT_NE(mmx.handle, nullptr) << mmx.problem;
   EXPECT_EQ(mmx.file.parent_path().filename(), "alone");
-  EXPECT_FALSE(std::filesystem::exists(mmx.file.parent_path() / "kv_algoC.so"));
+  EXPECT_FALSE(std::filesystem::exists(mmx.file.parent_path() / (std::string("kv_algoC") + moduleExtension)));
   kv_platform::UnloadModule(mmx.handle);
 }
 

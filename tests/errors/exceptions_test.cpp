@@ -65,6 +65,15 @@ TEST(MessageText, StopsAfter299Characters) {
   EXPECT_EQ(Format(full.c_str()), std::wstring(298, L'y') + L"%");
 }
 
+TEST(MessageText, CountsUnitsOfWideText) {
+  // One unit of 32 bits, or two of 16.
+  const std::wstring letter = L"\U0001F33E";
+  EXPECT_EQ(letter.size(), sizeof(wchar_t) == 2 ? 2U : 1U);
+  std::wstring text;
+  while (text.size() < 400) text += letter;
+  EXPECT_EQ(Format(text.c_str()), text.substr(0, 299));
+}
+
 TEST(MessageText, NullTemplateIsEmpty) {
   EXPECT_EQ(Format(nullptr, L"x"), L"");
 }

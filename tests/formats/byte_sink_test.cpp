@@ -3,9 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <csignal>
 #include <filesystem>
 
+#include "host/platform/platform.h"
 #include "tests/formats/support.h"
 
 namespace kv_host {
@@ -51,17 +51,21 @@ TEST(ByteSink, OlderFileIsReplacedAndKeepsItsPermissions) {
   const TestFolder folder;
   WriteFile(folder / "out", ToBytes("old"));
   fs::permissions(folder / "out", fs::perms::owner_read | fs::perms::owner_write);
+  const fs::perms before = fs::status(folder / "out").permissions();
   ByteSink sink(folder / "out");
   sink.Write("new");
   sink.Commit();
   EXPECT_EQ(FileBytes(folder / "out"), ToBytes("new"));
-  EXPECT_EQ(fs::status(folder / "out").permissions(), fs::perms::owner_read | fs::perms::owner_write);
+  EXPECT_EQ(fs::status(folder / "out").permissions(), before);
 }
 
 TEST(ByteSink, LinkStaysAndItsGoalIsReplaced) {
   const TestFolder folder;
   WriteFile(folder / "goal", ToBytes("old"));
-  fs::create_symlink("goal", folder / "link");
+  std::error_code error;
+  fs::create_symlink("goal", folder / "link", error);
+  if (error == std::errc::function_not_supported) GTEST_SKIP() << "links cannot be made here";
+  ASSERT_FALSE(error) << error.message();
   ByteSink sink(folder / "link");
   sink.Write("new");
   sink.Commit();
@@ -81,6 +85,9 @@ TEST(ByteSink, RelativeNameInTheCurrentFolder) {
 }
 
 TEST(ByteSink, LongestFileNameWorks) {
+#if defined(_WIN32)
+  GTEST_SKIP() << "the whole path is limited to 259 letters";
+#endif
   const TestFolder folder;
   const std::string name(255, 'n');
   ByteSink sink(folder / name);
@@ -110,6 +117,7 @@ TEST(ByteSink, FolderThatTakesTheNameMeanwhileIsAnErrorAndNothingIsLeft) {
 }
 
 TEST(ByteSink, FullDiskIsReported) {
+  KV_NEEDS_NAMED_PIPES();
   ByteSink sink("/dev/full");
   EXPECT_TRUE(sink.WritesThrough());
   const std::string text = FileErrorText([&] {
@@ -121,6 +129,7 @@ TEST(ByteSink, FullDiskIsReported) {
 }
 
 TEST(ByteSink, DeviceIsWrittenNotReplaced) {
+  KV_NEEDS_NAMED_PIPES();
   ByteSink sink("/dev/null");
   sink.Write("abc");
   sink.Commit();
@@ -128,7 +137,8 @@ TEST(ByteSink, DeviceIsWrittenNotReplaced) {
 }
 
 TEST(ByteSink, ClosedPipeIsReported) {
-  std::signal(SIGPIPE, SIG_IGN);
+  KV_NEEDS_NAMED_PIPES();
+  PrepareProcess();  // it ignores the signal
   TestPipe pipe;
   ByteSink sink(pipe.WriteName());
   pipe.CloseReader();

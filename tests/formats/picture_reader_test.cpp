@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "host/formats/png_file.h"
 #include "tests/formats/support.h"
 
 namespace kv_host {
@@ -29,6 +30,7 @@ TEST(PictureReader, OptionGoesBeforeTheContent) {
 TEST(PictureReader, WrongSignaturesAreRefused) {
   const TestFolder folder;
   for (const std::string name : {"x.png", "x.bmp", "x.y4m", "x.pgm", "x.ppm", "x.pnm"}) {
+    if (name == "x.png" && !HasPng()) continue;
     WriteFile(folder / name, ToBytes("GIF89a, or so"));
     EXPECT_NE(FormatErrorText([&] { ReadAll(folder / name); }).find("byte 0: not a "), std::string::npos)
         << name;
@@ -59,8 +61,9 @@ TEST(PictureReader, BytesBehindAPictureAreLeftAlone) {
 }
 
 TEST(PictureReader, UnprintableNamesStayOnOneLine) {
-  EXPECT_EQ(FileErrorText([] { PictureReader("/none/a\nb\x1B"); }),
-            "/none/a?b?: cannot be opened: No such file or directory");
+  // Why not is the system's to say: some allow no such name.
+  const std::string text = FileErrorText([] { PictureReader("/none/a\nb\x1B"); });
+  EXPECT_TRUE(text.starts_with("/none/a?b?: cannot be opened: ")) << text;
 }
 
 }  // namespace

@@ -2,9 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <csignal>
-
 #include "host/formats/picture_reader.h"
+#include "host/formats/png_file.h"
+#include "host/platform/platform.h"
 #include "tests/formats/support.h"
 
 namespace kv_host {
@@ -14,11 +14,11 @@ using Names = std::vector<std::string>;
 
 TEST(PictureWriter, OnePictureBecomesTheNamedFile) {
   const TestFolder folder;
-  PictureWriter writer(folder / "out.png");
+  PictureWriter writer(folder / "out.bmp");
   writer.Write(MakeRaster(RasterKind::Dib24, 3, 2));
   writer.Commit();
-  EXPECT_EQ(folder.Names(), Names{"out.png"});
-  EXPECT_EQ(writer.Names(), Names{folder / "out.png"});
+  EXPECT_EQ(folder.Names(), Names{"out.bmp"});
+  EXPECT_EQ(writer.Names(), Names{folder / "out.bmp"});
 }
 
 TEST(PictureWriter, SeveralPicturesBecomeNumberedFiles) {
@@ -40,6 +40,10 @@ TEST(PictureWriter, NumbersGoBeforeTheLastExtensionOnly) {
 }
 
 TEST(PictureWriter, FromTenThousandFilesOnNumbersStillSort) {
+#if defined(_WIN32)
+  GTEST_SKIP()
+      << "with so many files in a folder Wine takes minutes, and the numbers are those of every system";
+#endif
   const TestFolder folder;
   WriteAll(folder / "o.pgm", std::vector<Raster>(10000, MakeRaster(RasterKind::Grey8, 1, 1)));
   const Names names = folder.Names();
@@ -49,13 +53,13 @@ TEST(PictureWriter, FromTenThousandFilesOnNumbersStillSort) {
 }
 
 TEST(PictureWriter, NothingStandsBeforeCommitAndNothingIsLeftWithoutIt) {
-  for (const std::string name : {"out.png", "out.y4m", "out.uyvy"}) {
+  for (const std::string name : {"out.bmp", "out.y4m", "out.uyvy"}) {
     const TestFolder folder;
     {
       PictureWriter writer(folder / name);
-      const bool png = name == "out.png";
+      const bool bitmap = name == "out.bmp";
       const Raster frame =
-          png ? MakeRaster(RasterKind::Dib24, 3, 2) : MakeRaster(RasterKind::Yuv422Planar, 3, 2);
+          bitmap ? MakeRaster(RasterKind::Dib24, 3, 2) : MakeRaster(RasterKind::Yuv422Planar, 3, 2);
       for (int i = 0; i < 3; ++i) writer.Write(frame);
       for (const std::string& found : folder.Names()) EXPECT_TRUE(found.ends_with(".part")) << found;
     }
@@ -92,6 +96,7 @@ TEST(PictureWriter, KindsThatDoNotFitAreRefused) {
                                        MakeRaster(RasterKind::Grey8, 2, 2)};
   for (const std::string name :
        {"y4m", "uyvy", "yuy2", "uyvya", "yuy2a", "bmp", "pgm", "ppm", "pnm", "png"}) {
+    if (name == "png" && !HasPng()) continue;
     const auto& kinds = TraitsOf(*FormatNamed(name)).writableRasters;
     for (const Raster& raster : rasters) {
       PictureWriter writer(folder / ("x." + name));
@@ -110,14 +115,15 @@ TEST(PictureWriter, UnknownExtensionsAreRefusedUnlessTheFormatIsNamed) {
             std::string::npos);
   EXPECT_NE(FormatErrorText([] { PictureWriter writer("-"); }).find("standard output: the format"),
             std::string::npos);
-  PictureWriter writer(folder / "out.gif", {.format = FileFormat::Png});
+  PictureWriter writer(folder / "out.gif", {.format = FileFormat::Bmp});
   writer.Write(MakeRaster(RasterKind::Dib24, 3, 2));
   writer.Commit();
   EXPECT_EQ(FormatOfExtension(folder.Names().at(0)), std::nullopt);
-  EXPECT_EQ(PictureReader(folder / "out.gif").Format(), FileFormat::Png);
+  EXPECT_EQ(PictureReader(folder / "out.gif").Format(), FileFormat::Bmp);
 }
 
 TEST(PictureWriter, FullDiskIsReportedByEveryFormat) {
+  KV_NEEDS_NAMED_PIPES();
   for (const FileFormat format :
        {FileFormat::Y4m, FileFormat::Uyvy, FileFormat::Bmp, FileFormat::Ppm, FileFormat::Png}) {
     const Raster frame =
@@ -132,6 +138,7 @@ TEST(PictureWriter, FullDiskIsReportedByEveryFormat) {
 }
 
 TEST(PictureWriter, PipesShowEveryPictureAtOnce) {
+  KV_NEEDS_NAMED_PIPES();
   const TestPipe pipe;
   PictureWriter writer(pipe.WriteName(), {.format = FileFormat::Png});
   std::optional<PictureReader> reader;
@@ -145,7 +152,8 @@ TEST(PictureWriter, PipesShowEveryPictureAtOnce) {
 }
 
 TEST(PictureWriter, ClosedPipeIsReported) {
-  std::signal(SIGPIPE, SIG_IGN);
+  KV_NEEDS_NAMED_PIPES();
+  PrepareProcess();  // it ignores the signal
   TestPipe pipe;
   PictureWriter writer(pipe.WriteName(), {.format = FileFormat::Y4m});
   writer.Write(MakeRaster(RasterKind::Yuv422Planar, 3, 2));

@@ -33,7 +33,19 @@ class TestFolder {
   std::filesystem::path path_;
 };
 
-/// A pipe whose reading end can be opened by name.
+/// Whether devices and the ends of a pipe have names that can be opened like files. Where they have none the
+/// tests of kv_host::ByteSource and its kin do without them; those of the program `kv` use pipes everywhere.
+#if defined(_WIN32)
+inline constexpr bool hasNamedPipes = false;
+#else
+inline constexpr bool hasNamedPipes = true;
+#endif
+
+/// For the first line of a test that needs TestPipe or a device.
+#define KV_NEEDS_NAMED_PIPES() \
+  if (!hasNamedPipes) GTEST_SKIP() << "pipes and devices have no names here"
+
+/// A pipe whose ends can be opened by name.
 class TestPipe {
  public:
   TestPipe();

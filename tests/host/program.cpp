@@ -1,9 +1,6 @@
 #include "tests/host/program.h"
 
-#include <sys/wait.h>
-
 #include <algorithm>
-#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
@@ -14,24 +11,6 @@ namespace fs = std::filesystem;
 
 int Outcome::ErrorLines() const {
   return static_cast<int>(std::ranges::count(err, '\n'));
-}
-
-Outcome RunKv(const fs::path& folder, const std::string& arguments) {
-  return RunShell(folder, "\"$KV\" " + arguments);
-}
-
-Outcome RunShell(const fs::path& folder, const std::string& command) {
-  const fs::path kv = fs::read_symlink("/proc/self/exe").parent_path() / "kv";
-  const fs::path out = folder / ".out";
-  const fs::path err = folder / ".err";
-  const std::string line = "cd '" + folder.string() + "' && KV='" + kv.string() + "' && { " + command +
-                           "\n} >'" + out.string() + "' 2>'" + err.string() + "'";
-  const int status = std::system(line.c_str());  // NOLINT: the tests run a program
-  Outcome outcome{WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), ReadFile(out),
-                  ReadFile(err)};
-  fs::remove(out);
-  fs::remove(err);
-  return outcome;
 }
 
 std::string ReadFile(const fs::path& file) {

@@ -1,10 +1,11 @@
-# Fails on weak or unique symbols that OBJECTS define, as NM lists them.
+# Fails on weak or unique symbols that OBJECTS define, as NM lists them; in objects for Windows those have sections of their
+# own, named after them.
 if(NOT OBJECTS)
   message(FATAL_ERROR "no objects")
 endif()
 foreach(object IN LISTS OBJECTS)
   execute_process(COMMAND ${NM} --defined-only ${object} OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)
-  if(symbols MATCHES "[0-9a-f]+ [VvWwu] ([^\n]+)")
-    message(FATAL_ERROR "${object}: ${CMAKE_MATCH_1} may be shared between instruction sets")
+  if(symbols MATCHES "[0-9a-f]+ [VvWwu] ([^\n]+)" OR symbols MATCHES " [.](text|rdata|data|bss)[$]_Z[^\n]+")
+    message(FATAL_ERROR "${object}: ${CMAKE_MATCH_0} may be shared between instruction sets")
   endif()
 endforeach()

@@ -137,11 +137,12 @@ TEST(LookUp, ASecondLookUpDoesNothing) {
 
 TEST(LookUp, AMemberThatVanishedAfterProbingIsPassedOver) {
   const TempFolder folder;
-  std::filesystem::copy_file(ModuleFile("answers_5"), folder.Path() / "vanishing.so");
+  const auto file = folder.Path() / (std::string("vanishing") + moduleExtension);
+  std::filesystem::copy_file(ModuleFile("answers_5"), file);
   kv_img::ManagerSetup setup = Family({L"vanishing", L"answers_3"});
   setup.folders.push_back(folder.Path());
   AlgorithmManagerImpl manager(setup);
-  std::filesystem::remove(folder.Path() / "vanishing.so");
+  std::filesystem::remove(file);
   Holder holder;
   LookUp(manager, holder);
   EXPECT_EQ(PriorityOf(holder.current), 3);

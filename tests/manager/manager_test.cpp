@@ -58,19 +58,20 @@ TEST(ManagerProbing, AMissingFileIsSkippedAndTheProbeSaysWhere) {
   const MemberProbe& probe = manager.Probes().at(0);
   EXPECT_EQ(probe.finding, NotLoaded);
   EXPECT_NE(probe.problem.find("not in " + moduleFolder.string()), std::string::npos) << probe.problem;
-  EXPECT_NE(probe.problem.find("nowhere.so"), std::string::npos) << probe.problem;
+  EXPECT_NE(probe.problem.find(std::string("nowhere") + moduleExtension), std::string::npos) << probe.problem;
   EXPECT_TRUE(probe.file.empty());
 }
 
 TEST(ManagerProbing, AFileThatIsNoModuleIsSkippedAndTheProbeSaysWhy) {
   const TempFolder folder;
-  std::ofstream(folder.Path() / "broken.so") << "no module";
+  const auto file = folder.Path() / (std::string("broken") + moduleExtension);
+  std::ofstream(file) << "no module";
   kv_img::ManagerSetup setup = Family({L"broken"});
   setup.folders = {folder.Path()};
   const AlgorithmManagerImpl manager(setup);
   EXPECT_TRUE(manager.Libraries().empty());
   EXPECT_EQ(manager.Probes().at(0).finding, NotLoaded);
-  EXPECT_NE(manager.Probes()[0].problem.find((folder.Path() / "broken.so").string()), std::string::npos);
+  EXPECT_NE(manager.Probes()[0].problem.find(file.string()), std::string::npos);
 }
 
 TEST(ManagerProbing, WithoutExportsItIsNoMember) {
@@ -173,7 +174,7 @@ void FindMemberInFurtherFolder() {
   bool found = false;
   {
     const TempFolder folder;
-    const auto member = folder.Path() / "kv_algoSSE.so";
+    const auto member = folder.Path() / (std::string("kv_algoSSE") + moduleExtension);
     std::filesystem::copy_file(ModuleFile("answers_5"), member);
     std::filesystem::current_path(folder.Path().parent_path());
     AlgorithmManager::LookAlsoIn(folder.Path().filename());

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "frame/algorithm_manager.h"
+#include "tests/support/loaded_module.h"
 
 namespace kv_test {
 
@@ -11,7 +12,7 @@ namespace kv_test {
 inline const std::filesystem::path moduleFolder = KV_TEST_MODULES;
 
 inline std::filesystem::path ModuleFile(const std::filesystem::path& name) {
-  return moduleFolder / (name.string() + ".so");
+  return moduleFolder / (name.string() + moduleExtension);
 }
 
 /// A family of small modules on a processor that has feature bit 0 alone.

@@ -90,12 +90,13 @@ TEST(UnloadingDeathTest, EndsCleanlyBesideTheManagerOfTheHost) {
 TEST(UnloadedMember, DoesNotKeepItselfLoaded) {
   const HostModule mmx(L"kv_algoMMX");
   const auto file = mmx.module.file;
+  const auto filterFile = file.parent_path() / (std::string("kv_algoSSE2") + moduleExtension);
   mmx.LookUpFilter();
   EXPECT_TRUE(IsModuleLoaded(file));
-  EXPECT_TRUE(IsModuleLoaded(file.parent_path() / "kv_algoSSE2.so"));
+  EXPECT_TRUE(IsModuleLoaded(filterFile));
   mmx.Unload();
   EXPECT_FALSE(IsModuleLoaded(file));
-  EXPECT_FALSE(IsModuleLoaded(file.parent_path() / "kv_algoSSE2.so")) << "left behind by a manager that is gone";
+  EXPECT_FALSE(IsModuleLoaded(filterFile)) << "left behind by a manager that is gone";
 }
 
 }  // namespace
