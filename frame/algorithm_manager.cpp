@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "errors/exceptions.h"
+#include "image/library_address.h"
 
 namespace kv_img {
 namespace {
@@ -36,6 +37,15 @@ ProcessWide& Global() {
   return global;
 }
 
+/// Where an installation keeps the members: the folder kv_algo beside the image library, which program and
+/// members share.
+const std::filesystem::path& InstalledFolder() {
+  static const std::filesystem::path folder = kv_platform::FolderOf(AddressInImageLibrary()) / "kv_algo";
+  return folder;
+}
+// Found while the module is loaded, when a relative name still means what it meant to the loader.
+[[maybe_unused]] const bool isInstalledFolderKnown = InstalledFolder().is_absolute();
+
 }  // namespace
 
 AlgorithmManager::~AlgorithmManager() = default;
@@ -50,6 +60,8 @@ AlgorithmManagerImpl* AlgorithmManagerImpl::GetInstance() {
   if (global.manager == nullptr) {
     ManagerSetup setup;
     setup.folders = global.folders;
+    std::error_code error;
+    if (std::filesystem::is_directory(InstalledFolder(), error)) setup.folders.push_back(InstalledFolder());
     global.manager = std::make_shared<AlgorithmManagerImpl>(std::move(setup));
   }
   return global.manager.get();

@@ -29,9 +29,10 @@ class AlgorithmManager {
   /// end of the process, or until the module is unloaded.
   static AlgorithmManager* GetInstance();
 
-  /// A further folder to look for members in, after the folder of this program or module and before the
-  /// system's search; several are searched in the order they were told. Throws AlgoException code 2 for an
-  /// empty path and once the manager exists, for it has probed already.
+  /// A further folder to look for members in. The folder of this program or module comes first, then those
+  /// told here in their order, then the folder kv_algo beside the image library (where an installation keeps
+  /// the members), last the system's search. Throws AlgoException code 2 for an empty path and once the
+  /// manager exists, for it has probed already.
   static void LookAlsoIn(const std::filesystem::path& folder);
 
   /// Fills `data` with the implementation of `algorithmName` for `count` pixel classes, sources before

@@ -47,6 +47,9 @@ LoadedModule LoadModule(std::wstring_view name, std::span<const std::filesystem:
 void* FindFunction(ModuleHandle module, const char* name);
 void UnloadModule(ModuleHandle module);
 
+/// The folder of the module that holds this address; empty when the system cannot tell.
+std::filesystem::path FolderOf(const void* address);
+
 /// Keeps the module that this code is part of in memory from now on. For code that runs at the end of the
 /// process and unloads modules that may hold the last reference to its own.
 void KeepOwnModule();

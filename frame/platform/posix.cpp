@@ -13,12 +13,21 @@ namespace {
 
 constexpr std::size_t maxWideLength = 256;
 
-// The loader's entry of the module that this code is part of, the program itself or a shared object.
-link_map* OwnEntry() {
-  static const char anchor = 0;
+// The loader's entry of the module that holds an address, the program itself or a shared object.
+link_map* EntryAround(const void* address) {
   Dl_info info{};
   void* entry = nullptr;
-  return dladdr1(&anchor, &info, &entry, RTLD_DL_LINKMAP) == 0 ? nullptr : static_cast<link_map*>(entry);
+  return dladdr1(address, &info, &entry, RTLD_DL_LINKMAP) == 0 ? nullptr : static_cast<link_map*>(entry);
+}
+
+// An address in the module that this code is part of.
+const void* OwnAddress() {
+  static const char anchor = 0;
+  return &anchor;
+}
+
+link_map* OwnEntry() {
+  return EntryAround(OwnAddress());
 }
 
 link_map* EntryOf(ModuleHandle module) {
@@ -30,20 +39,9 @@ bool IsOwn(ModuleHandle module) {
   return EntryOf(module) == OwnEntry();
 }
 
-std::filesystem::path FindOwnFolder() {
-  const link_map* entry = OwnEntry();
-  if (entry == nullptr) return {};
-  std::error_code error;
-  // The program's own entry has no name: what it was called with may lead anywhere.
-  const std::filesystem::path file = *entry->l_name == '\0'
-                                         ? std::filesystem::read_symlink("/proc/self/exe", error)
-                                         : std::filesystem::canonical(entry->l_name, error);
-  return file.parent_path();
-}
-
 // Found while the module is loaded, when a relative name still means what it meant to the loader.
 const std::filesystem::path& OwnFolder() {
-  static const std::filesystem::path folder = FindOwnFolder();
+  static const std::filesystem::path folder = FolderOf(OwnAddress());
   return folder;
 }
 [[maybe_unused]] const bool isOwnFolderKnown = !OwnFolder().empty();
@@ -111,6 +109,17 @@ void* FindFunction(ModuleHandle module, const char* name) {
 
 void UnloadModule(ModuleHandle module) {
   if (!IsOwn(module)) dlclose(module);
+}
+
+std::filesystem::path FolderOf(const void* address) {
+  const link_map* entry = EntryAround(address);
+  if (entry == nullptr) return {};
+  std::error_code error;
+  // The program's own entry has no name: what it was called with may lead anywhere.
+  const std::filesystem::path file = *entry->l_name == '\0'
+                                         ? std::filesystem::read_symlink("/proc/self/exe", error)
+                                         : std::filesystem::canonical(entry->l_name, error);
+  return file.parent_path();
 }
 
 void KeepOwnModule() {
