@@ -7,6 +7,7 @@
 
 #include "errors/exceptions.h"
 #include "frame/algorithm_manager.h"
+#include "host/runner.h"
 
 namespace kv_host {
 
@@ -39,11 +40,6 @@ class Family {
   std::string ForcedNote() const;
 
  private:
-  template <class InterfaceClass>
-  struct LookUp {
-    using Interface = InterfaceClass;
-  };
-
   [[noreturn]] void ThrowNoMember(const char* algorithm) const;
 
   kv_img::AlgorithmManagerImpl& manager_;

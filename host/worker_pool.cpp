@@ -12,8 +12,16 @@ WorkerPool::WorkerPool(int threads)
     : threads_(threads > 0 ? threads : std::max(1, static_cast<int>(std::thread::hardware_concurrency()))) {}
 
 void WorkerPool::Run(const Work& work, int limit) const {
-  const int count = std::clamp(limit, 1, threads_);
+  Run(work, std::clamp(limit, 1, threads_), std::stop_token());
+}
+
+void WorkerPool::Run(const Work& work, const std::stop_token& stop) const {
+  Run(work, threads_, stop);
+}
+
+void WorkerPool::Run(const Work& work, int count, const std::stop_token& stop) const {
   kv_std::SpinBarrier barrier(count);
+  const std::stop_callback onStop(stop, [&barrier] { barrier.RequestStop(); });
   std::mutex firstLock;
   std::exception_ptr first;
   const auto runOne = [&](std::uint32_t index) {

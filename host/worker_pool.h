@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <stop_token>
 
 #include "frame/spin_barrier.h"
 
@@ -22,8 +23,13 @@ class WorkerPool {
   void Run(const Work& work) const { Run(work, threads_); }
   /// The same on at most `limit` threads.
   void Run(const Work& work, int limit) const;
+  /// The same on every thread, until somebody asks for a stop: threads that wait at the barrier, or come to
+  /// it, then throw SpinBarrierException code 12603, which is passed on.
+  void Run(const Work& work, const std::stop_token& stop) const;
 
  private:
+  void Run(const Work& work, int count, const std::stop_token& stop) const;
+
   int threads_;
 };
 

@@ -60,4 +60,34 @@ TEST(WorkerPoolThreads, FirstExceptionStopsTheOthersAndIsPassedOn) {
   }
 }
 
+TEST(WorkerPoolThreads, StopReachesThreadsAtTheBarrier) {
+  std::stop_source source;
+  std::atomic<int> rounds = 0;
+  const auto run = [&] {
+    WorkerPool(3).Run(
+        [&](SpinBarrier& barrier, std::uint32_t index) {
+          for (;;) {
+            barrier.Wait();
+            if (index == 0 && ++rounds == 10) source.request_stop();
+          }
+        },
+        source.get_token());
+  };
+  try {
+    run();
+    FAIL() << "nothing was thrown";
+  } catch (const kv_std::SpinBarrierException& error) {
+    EXPECT_EQ(error.Code(), 12603U);
+  }
+  EXPECT_EQ(rounds, 10);
+}
+
+TEST(WorkerPoolThreads, StopBeforeTheCallIsKept) {
+  std::stop_source source;
+  source.request_stop();
+  EXPECT_THROW(
+      WorkerPool(2).Run([](SpinBarrier& barrier, std::uint32_t) { barrier.Wait(); }, source.get_token()),
+      kv_std::SpinBarrierException);
+}
+
 }  // namespace
