@@ -37,4 +37,14 @@ if(KV_SANITIZE)
   add_link_options(-fsanitize=${KV_SANITIZE})
 endif()
 
-include_directories(${CMAKE_SOURCE_DIR})
+include_directories(${PROJECT_SOURCE_DIR})
+
+# kv_offer(TARGET NAME): a library that others build on, as kv::NAME from this tree and from the installed package.
+function(kv_offer target name)
+  add_library(kv::${name} ALIAS ${target})
+  set_target_properties(${target} PROPERTIES
+    EXPORT_NAME ${name} VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+  target_compile_features(${target} PUBLIC cxx_std_20)
+  target_include_directories(${target} INTERFACE
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:${KV_INSTALL_INCLUDEDIR}>)
+endfunction()

@@ -1,0 +1,58 @@
+# cmake --install: three components, runtime (libraries and members), dev (to build on them) and tools (kv). The tree
+# may be moved as a whole: nothing in it knows its prefix.
+include(CMakePackageConfigHelpers)
+get_property(KV_MEMBERS GLOBAL PROPERTY KV_MEMBERS)
+
+if(NOT WIN32)
+  file(RELATIVE_PATH toLibraries /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
+  set_target_properties(kv PROPERTIES INSTALL_RPATH $ORIGIN/${toLibraries})
+  set_target_properties(kv_Image kv_Math PROPERTIES INSTALL_RPATH $ORIGIN)
+  foreach(member IN LISTS KV_MEMBERS)
+    # As installed, or copied beside a program with the libraries.
+    set_target_properties(${member} PROPERTIES INSTALL_RPATH "$ORIGIN/..;$ORIGIN")
+  endforeach()
+endif()
+
+install(TARGETS kv_Image kv_Math kv_frame kv_host EXPORT kv_algo
+  RUNTIME COMPONENT runtime
+  LIBRARY COMPONENT runtime NAMELINK_COMPONENT dev
+  ARCHIVE COMPONENT dev)
+install(TARGETS ${KV_MEMBERS} DESTINATION ${KV_INSTALL_MEMBERDIR} COMPONENT runtime)
+install(TARGETS kv RUNTIME COMPONENT tools)
+
+foreach(room errors geometry image frame)
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/${room} DESTINATION ${KV_INSTALL_INCLUDEDIR} COMPONENT dev
+    FILES_MATCHING PATTERN "*.h" PATTERN half_plane.h EXCLUDE PATTERN degenerate.h EXCLUDE)
+endforeach()
+install(FILES host/worker_pool.h host/runner.h host/opencv_view.h
+  DESTINATION ${KV_INSTALL_INCLUDEDIR}/host COMPONENT dev)
+
+set(packageFolder ${CMAKE_INSTALL_LIBDIR}/cmake/kv_algo)
+install(EXPORT kv_algo NAMESPACE kv:: FILE kv_algo-targets.cmake DESTINATION ${packageFolder} COMPONENT dev)
+configure_package_config_file(cmake/kv_algo-config.cmake.in kv_algo-config.cmake INSTALL_DESTINATION ${packageFolder}
+  PATH_VARS KV_INSTALL_MEMBERDIR)
+write_basic_package_version_file(kv_algo-config-version.cmake COMPATIBILITY SameMinorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/kv_algo-config.cmake ${PROJECT_BINARY_DIR}/kv_algo-config-version.cmake
+  DESTINATION ${packageFolder} COMPONENT dev)
+
+# kv_add_pkg_config(NAME DESCRIPTION REQUIRES LIBS): NAME.pc, which finds the prefix from its own place.
+file(RELATIVE_PATH KV_PC_TO_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+string(REGEX REPLACE "/$" "" KV_PC_TO_PREFIX "${KV_PC_TO_PREFIX}")
+function(kv_add_pkg_config name description requires libs)
+  if(requires)
+    string(PREPEND requires "Requires: ")
+    string(APPEND requires "\n")
+  endif()
+  configure_file(cmake/kv_algo.pc.in ${name}.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/${name}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)
+endfunction()
+kv_add_pkg_config(kv_Math "Vectors, rectangles, polygons and their intersections" "" "-lkv_Math")
+kv_add_pkg_config(kv_Image "Images of packed YUV 4:2:2, bitmaps and masks" "" "-lkv_Image")
+kv_add_pkg_config(kv_frame "Interfaces of the kv_algo family, its barrier and its algorithm manager" "kv_Image kv_Math"
+  "-lkv_frame -lkv_Image -lkv_Math")
+kv_add_pkg_config(kv_host "Worker pool that calls the kv_algo family on several threads" "kv_frame" "-lkv_host -pthread")
+
+install(FILES docs/man/kv.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
+install(FILES completion/kv.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME kv
+  COMPONENT tools)
+install(FILES completion/_kv DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions COMPONENT tools)

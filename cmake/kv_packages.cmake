@@ -1,0 +1,60 @@
+# cpack: Debian packages, one for each component.
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME kv-algo)
+set(CPACK_PACKAGE_VENDOR "kv_algo")
+set(CPACK_PACKAGE_CONTACT "kv_algo maintainers <developers@kv-algo.invalid>")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR}/packages)
+set(CPACK_COMPONENTS_ALL runtime dev tools)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_LIST_DIR}/debian_finish.cmake)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS OFF)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
+set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
+set(CPACK_DEBIAN_DEBUGINFO_PACKAGE OFF)
+
+set(runtime libkv-algo${PROJECT_VERSION_MAJOR})
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${runtime})
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "image-processing plug-ins for packed YUV 4:2:2 video
+ The libraries kv_Image and kv_Math, and the members of the plug-in family that
+ this processor or that one can run: copies between 4:2:2 and bitmaps,
+ differences, averages, masks, blends, field parity, pans and template search.")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${PROJECT_BINARY_DIR}/debian/shlibs ${PROJECT_BINARY_DIR}/debian/triggers)
+set(CPACK_DEBIAN_DEV_PACKAGE_NAME libkv-algo-dev)
+set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "${runtime} (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_DEV_DESCRIPTION "image-processing plug-ins for video, development files
+ Headers, static libraries, the CMake package kv_algo and pkg-config files for
+ programs that load the plug-ins.")
+set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME kv-algo-tools)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION video)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${runtime} (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_TOOLS_DESCRIPTION "image-processing plug-ins for video, command line
+ The program kv converts, compares, filters, blends, pans and searches pictures
+ and video through the best plug-in that the processor can run.")
+
+# The papers that every Debian package carries.
+set(papers ${PROJECT_BINARY_DIR}/debian)
+set(CPACK_KV_PAPERS ${papers})
+file(READ ${PROJECT_SOURCE_DIR}/LICENSE KV_LICENSE)
+file(WRITE ${papers}/copyright "${KV_LICENSE}")
+file(WRITE ${papers}/triggers "activate-noawait ldconfig\n")
+set(dependency "${PROJECT_VERSION_MAJOR} ${runtime} (>= ${PROJECT_VERSION})")
+file(WRITE ${papers}/shlibs "libkv_Image ${dependency}\nlibkv_Math ${dependency}\n")
+string(TIMESTAMP now "%a, %d %b %Y %H:%M:%S +0000" UTC)
+file(WRITE ${papers}/changelog "kv-algo (${PROJECT_VERSION}) unstable; urgency=medium
+
+  * See the project's CHANGELOG.md.
+
+ -- ${CPACK_PACKAGE_CONTACT}  ${now}
+")
+foreach(component runtime dev tools)
+  string(TOUPPER ${component} upper)
+  install(FILES ${papers}/copyright DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_${upper}_PACKAGE_NAME}
+    COMPONENT ${component})
+endforeach()
+include(CPack)

@@ -1,0 +1,50 @@
+#!/usr/bin/env bash
+# install_test.sh SOURCE BUILD COMPILER: installs into a prefix, moves the prefix, builds the examples against it out of
+# tree, by CMake and by pkg-config, and runs them.
+set -euo pipefail
+source=$1 build=$2 compiler=$3
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+fail() { echo "install_test: $*" >&2; exit 1; }
+
+cmake --install "$build" --prefix "$work/first" >"$work/log" || { cat "$work/log"; fail "cmake --install"; }
+mv "$work/first" "$work/moved"
+prefix=$work/moved
+libraries=$(dirname "$(find "$prefix" -name 'libkv_Image.so')")
+grep -rlIF -e "$work/first" -e "$source" -e "$build" "$prefix" && fail "these files know where they were made"
+[ "$(objdump -p "$libraries/libkv_Image.so" | awk '/SONAME/ { print $2 }')" = libkv_Image.so.0 ] || fail "SONAME"
+
+echo "== kv"
+"$prefix/bin/kv" --version
+"$prefix/bin/kv" members --for Copy:yuv422:dib24
+"$prefix/bin/kv" members | grep -qF "$libraries/kv_algo/kv_algoMMX.so" || fail "members are not taken from $libraries/kv_algo"
+
+run_examples() {
+  (cd "$1" && ./host picture.ppm && ./stop && if [ -e opencv ]; then ./opencv; fi)
+  [ "$(head -c 15 "$1/picture.ppm" | tr '\n' ' ')" = "P6 720 576 255 " ] || fail "$1: no picture"
+  [ "$(stat -c %s "$1/picture.ppm")" = $((15 + 720 * 576 * 3)) ] || fail "$1: picture of a wrong size"
+}
+
+echo "== by CMake"
+cmake -S "$source/examples" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_COMPILER="$compiler" \
+  -DCMAKE_CXX_FLAGS="-Wall -Wextra -Wpedantic -Werror" >"$work/log" || { cat "$work/log"; fail "configuring"; }
+cmake --build "$work/cmake" >"$work/log" || { cat "$work/log"; fail "building"; }
+run_examples "$work/cmake"
+
+echo "== by pkg-config"
+mkdir "$work/pkg"
+export PKG_CONFIG_PATH=$libraries/pkgconfig
+for example in host stop; do
+  # shellcheck disable=SC2046
+  "$compiler" -std=c++20 "$source/examples/$example/main.cpp" -o "$work/pkg/$example" $(pkg-config --cflags --libs kv_host)
+done
+LD_LIBRARY_PATH=$libraries run_examples "$work/pkg"
+cmp "$work/cmake/picture.ppm" "$work/pkg/picture.ppm"
+
+echo "== the host's own folder comes first"
+cp "$libraries/kv_algo/kv_algoC.so" "$libraries/libkv_Math.so.0" "$work/cmake/"
+loaded=$(LD_DEBUG=files "$work/cmake/host" "$work/cmake/again.ppm" 2>&1 | grep 'calling init.*kv_algo' || true)
+grep -q "$work/cmake/kv_algoC.so" <<<"$loaded" || fail "kv_algoC beside the program was not loaded"
+grep -q "$libraries/kv_algo/kv_algoMMX.so" <<<"$loaded" || fail "kv_algoMMX was not found in $libraries/kv_algo"
+cmp "$work/cmake/picture.ppm" "$work/cmake/again.ppm"
+echo "all is well"

@@ -1,0 +1,46 @@
+#!/usr/bin/env bash
+# packages_test.sh SOURCE BUILD COMPILER: makes the Debian packages, has lintian judge them, installs them, runs what
+# they brought and removes them.
+set -euo pipefail
+source=$1 build=$2 compiler=$3
+fail() { echo "packages_test: $*" >&2; exit 1; }
+for tool in dpkg-shlibdeps lintian; do
+  command -v $tool >/dev/null || { echo "skipped: $tool is missing, script/bootstrap installs it"; exit 77; }
+done
+
+work=$(mktemp -d)
+names=(kv-algo-tools libkv-algo-dev libkv-algo0)
+installed=no
+finish() {
+  [ $installed = no ] || dpkg --purge "${names[@]}" >/dev/null 2>&1 || true
+  rm -rf "$work"
+}
+trap finish EXIT
+
+cpack --config "$build/CPackConfig.cmake" -B "$work" >"$work/log" 2>&1 || { cat "$work/log"; fail "cpack"; }
+cd "$work"
+[ "$(ls -- *.deb | wc -l)" = 3 ] || fail "three packages were expected: $(ls)"
+echo "== lintian"
+lintian --fail-on error --suppress-tags bad-distribution-in-changes-file ./*.deb
+
+if [ "$(id -u)" -ne 0 ]; then
+  echo "installing is skipped: only root may"
+  exit 77
+fi
+for name in "${names[@]}"; do
+  dpkg-query -W -f='${Status}' "$name" 2>/dev/null | grep -q 'ok installed' && { echo "skipped: $name is installed"; exit 77; }
+done
+echo "== install, run, remove"
+installed=yes
+dpkg -i ./*.deb >"$work/log" 2>&1 || { cat "$work/log"; fail "dpkg -i"; }
+/usr/bin/kv --version
+/usr/bin/kv convert "$source/assets/seeding-720x576.y4m" photo.png --threads 2
+file photo.png | grep -q '720 x 576' || fail "no picture"
+man -w kv >/dev/null 2>&1 || [ -e /usr/share/man/man1/kv.1.gz ] || [ -e /etc/dpkg/dpkg.cfg.d/docker ] || fail "no manual page"
+# shellcheck disable=SC2046
+"$compiler" -std=c++20 "$source/examples/host/main.cpp" -o host $(pkg-config --cflags --libs kv_host)
+./host picture.ppm
+dpkg --purge "${names[@]}" >"$work/log" 2>&1 || { cat "$work/log"; fail "dpkg --purge"; }
+installed=no
+[ ! -e /usr/bin/kv ] && [ ! -e /usr/lib/kv_algo ] || fail "something was left behind"
+echo "all is well"
