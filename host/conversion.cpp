@@ -32,7 +32,7 @@ std::optional<Raster> ConvertDirectly(const Raster& source, RasterKind kind, int
       kv_img::ImageOptions options;
       if (IsPacked(kind)) options.layout = layout;
       const auto to = MakeWorkingImage<Out>(source.width, source.height, options);
-      engine.pool.Run([&](kv_std::SpinBarrier& barrier, std::uint32_t index) {
+      engine.Run("Copy", [&](kv_std::SpinBarrier& barrier, std::uint32_t index) {
         copy->Apply(*from, *to, barrier, index);
       });
       return ToRaster(*to, source);

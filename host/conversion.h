@@ -2,17 +2,10 @@
 
 #include <string>
 
-#include "host/family.h"
+#include "host/engine.h"
 #include "host/formats/raster.h"
-#include "host/worker_pool.h"
 
 namespace kv_host {
-
-/// What converts and with what.
-struct Engine {
-  const Family& family;
-  const WorkerPool& pool;
-};
 
 /// The picture as another kind, by the family's "Copy": directly where a member offers the pair, else through
 /// packed 4:2:2. `layout` is the byte order of packed kinds (0: that of the source if it is packed, else luma

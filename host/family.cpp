@@ -34,6 +34,11 @@ std::string Family::WhoAnswers(const char* algorithm, const std::vector<int>& id
   return {};
 }
 
+std::string Family::AnsweredBy(const std::string& algorithm) const {
+  const auto chosen = chosen_.find(algorithm);
+  return chosen == chosen_.end() ? std::string() : Narrow(chosen->second);
+}
+
 std::string Family::ForcedNote() const {
   return onlyMember_.empty() ? "" : " (only " + Narrow(onlyMember_) + " was asked)";
 }

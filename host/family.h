@@ -1,6 +1,7 @@
 #pragma once
 
 #include <initializer_list>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -19,7 +20,8 @@ class Family {
   /// there is no usable member of this name.
   explicit Family(const std::string& onlyMember = {});
 
-  /// The implementation of an interface; null when no member, or not the one asked for, has it.
+  /// The implementation of an interface; null when no member, or not the one asked for, has it. One thread at
+  /// a time.
   template <class Interface>
   const Interface* Find(const char* algorithm, std::initializer_list<int> ids) const;
 
@@ -30,6 +32,8 @@ class Family {
     ThrowNoMember(algorithm);
   }
 
+  /// The member that the last Find of this algorithm chose; empty when it found none.
+  std::string AnsweredBy(const std::string& algorithm) const;
   /// The member that answers a request; empty when none does.
   std::string WhoAnswers(const char* algorithm, const std::vector<int>& ids) const;
   /// What probing found, in the order of the family table.
@@ -44,6 +48,7 @@ class Family {
 
   kv_img::AlgorithmManagerImpl& manager_;
   std::wstring onlyMember_;
+  mutable std::map<std::string, std::wstring> chosen_;
 };
 
 /// A member's name or a message's text for the terminal.
@@ -53,6 +58,7 @@ template <class Interface>
 const Interface* Family::Find(const char* algorithm, std::initializer_list<int> ids) const {
   const int count = static_cast<int>(ids.size());
   if (!onlyMember_.empty()) {
+    chosen_[algorithm] = onlyMember_;
     return static_cast<const Interface*>(manager_.AskMember(onlyMember_, algorithm, ids.begin(), count));
   }
   kv_img::ImplementationData<LookUp<Interface>> data;
@@ -61,6 +67,7 @@ const Interface* Family::Find(const char* algorithm, std::initializer_list<int> 
   } catch (const kv_img::AlgoException&) {
     return nullptr;
   }
+  chosen_[algorithm] = manager_.UsableLibraries()[static_cast<std::size_t>(data.selectedIndex)].name;
   return data.current;
 }
 

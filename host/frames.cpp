@@ -7,13 +7,18 @@
 
 namespace kv_host {
 
+CompanionInput::CompanionInput(const std::string& name, const ReadOptions& options)
+    : reader_(name, {options.format, options.width, options.height, {}}) {}
+
 const Raster& CompanionInput::FrameBeside(std::int64_t number) {
-  if (number >= count_) {
+  while (number >= count_) {
     auto next = reader_.Next();
     if (next) {
       current_ = std::move(next);
       ++count_;
-    } else if (count_ != 1) {
+    } else if (count_ == 1) {
+      break;
+    } else {
       throw UsageError(Name() + ": has " + std::to_string(count_) +
                        " frames, fewer than the other input; give as many, or one for all");
     }
@@ -45,7 +50,10 @@ void WriteConverted(PictureWriter& writer, const Raster& frame, const Engine& en
 
 void ForEachFrame(PictureReader& reader, const std::function<void(const Raster&, std::int64_t)>& work) {
   Progress progress("frames");
-  for (std::int64_t number = 0; const auto frame = reader.Next(); ++number) {
+  for (;;) {
+    const std::int64_t number = reader.NextNumber();
+    const auto frame = reader.Next();
+    if (!frame) return;
     work(*frame, number);
     progress.Advance();
   }

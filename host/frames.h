@@ -14,7 +14,7 @@ namespace kv_host {
 /// them.
 class CompanionInput {
  public:
-  CompanionInput(const std::string& name, const ReadOptions& options) : reader_(name, options) {}
+  CompanionInput(const std::string& name, const ReadOptions& options);
 
   const std::string& Name() const { return reader_.Name(); }
   /// The frame beside frame `number` (from 0) of the other input. Throws UsageError when the frames run out.
@@ -36,7 +36,8 @@ RasterKind KindToWrite(const FormatTraits& format, RasterKind source);
 /// Writes a frame, converted to what the file's format holds. `layout` 0: the format's, or the frame's own.
 void WriteConverted(PictureWriter& writer, const Raster& frame, const Engine& engine, int layout = 0);
 
-/// Calls `work(frame, number)` for every frame of a file, with progress on a terminal.
+/// Calls `work(frame, number)` for every frame that is read of a file, numbered as in the file, with progress
+/// on a terminal.
 void ForEachFrame(PictureReader& reader, const std::function<void(const Raster&, std::int64_t)>& work);
 
 }  // namespace kv_host

@@ -24,18 +24,8 @@ int Run(std::vector<std::string> arguments) {
   CLI::App app("Pictures and video in packed YUV 4:2:2, through the best plug-in that can do it.", "kv");
   app.require_subcommand(1);
   app.set_version_flag("--version", std::string("kv ") + KV_VERSION);
-  int status = kv_host::Done;
-  kv_host::AddMembersCommand(app, status);
-  kv_host::AddConvertCommand(app, status);
-  kv_host::AddCopyRoiCommand(app, status);
-  kv_host::AddDifferenceCommand(app, status);
-  kv_host::AddAverageCommand(app, status);
-  kv_host::AddFilterCommand(app, status);
-  kv_host::AddBlendCommand(app, status);
-  kv_host::AddAlphaCommands(app, status);
-  kv_host::AddParityCommand(app, status);
-  kv_host::AddPanCommand(app, status);
-  kv_host::AddFindCommand(app, status);
+  kv_host::Session session;
+  kv_host::AddAllCommands(app, session);
   const auto commands = app.get_subcommands([](const CLI::App*) { return true; });
   if (!arguments.empty() && !arguments[0].starts_with('-') &&
       std::ranges::none_of(commands,
@@ -46,7 +36,7 @@ int Run(std::vector<std::string> arguments) {
     // It takes them from the back.
     std::ranges::reverse(arguments);
     app.parse(std::move(arguments));
-    return status;
+    return session.status;
   } catch (const CLI::Success& success) {
     return app.exit(success);
   } catch (const CLI::ParseError& error) {

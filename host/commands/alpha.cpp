@@ -25,21 +25,23 @@ struct AlphaOptions {
   EngineOptions engine;
   RegionOptions region;
 
-  void AddTo(CLI::App& command) {
+  void AddTo(CLI::App& command, Session& session) {
     command.add_option("OUT", output, "mask to write, such as mask.pgm")->required();
     command.add_option("--window", window, "side of the box that smooths the mask, 1 to 255")
         ->required()
         ->check(CLI::Range(1, 255))
         ->type_name("K");
-    input.AddTo(command);
-    engine.AddTo(command);
+    input.AddWithFramesTo(command);
+    engine.AddTo(command, session);
     region.AddTo(command, "--region", "where to make the mask");
   }
 
-  template <class PixelClass, class Apply>
-  int ForEachPair(Apply apply) const {
+  /// `Interface` is that of the algorithm; `apply` calls the operation on one thread.
+  template <class PixelClass, class Interface, class Apply>
+  int ForEachPair(const char* algorithm, Apply apply) const {
     const OwnedEngine owned(engine);
     const Engine with = owned.Get();
+    const auto& operation = with.family.Require<Interface>(algorithm, {PixelClass::ClassID});
     PictureReader reader(first, input.Get());
     CompanionInput companion(second, input.Get());
     PictureWriter writer(output);
@@ -52,63 +54,60 @@ struct AlphaOptions {
       const auto to = MakeWorkingImage<GreyPixel>(frame.width, frame.height);
       // One raw mask for all threads: each smooths rows that others made.
       const std::shared_ptr<Grey> raw = MakeWorkingImage<GreyPixel>(frame.width, frame.height);
-      with.pool.Run([&](kv_std::SpinBarrier& barrier, std::uint32_t index) {
-        apply(with.family, *a, *b, *to, where, raw, barrier, index);
+      with.Run(algorithm, [&](kv_std::SpinBarrier& barrier, std::uint32_t index) {
+        apply(operation, *a, *b, *to, where, raw, barrier, index);
       });
       WriteConverted(writer, ToRaster(*to, frame), with);
     });
-    writer.Commit();
-    return Done;
+    return owned.Finish(writer);
   }
 
   int RunColor() const {
-    return ForEachPair<kv_img::PixelYUV422>([&](const Family& family, const Frame422& a, const Frame422& b,
-                                                Grey& to, const kv_img::RegionOfSupport& where,
-                                                const std::shared_ptr<Grey>& raw,
-                                                kv_std::SpinBarrier& barrier, std::uint32_t index) {
-      family
-          .Require<kv_img::AlphaLayerColorBasedAlgorithmInterface<Frame422>>("AlphaLayerColorBased",
-                                                                             {kv_img::PixelYUV422::ClassID})
-          .Apply(a, b, to, where, window, raw, barrier, index);
-    });
+    using Interface = kv_img::AlphaLayerColorBasedAlgorithmInterface<Frame422>;
+    return ForEachPair<kv_img::PixelYUV422, Interface>(
+        "AlphaLayerColorBased",
+        [&](const Interface& operation, const Frame422& a, const Frame422& b, Grey& to,
+            const kv_img::RegionOfSupport& where, const std::shared_ptr<Grey>& raw,
+            kv_std::SpinBarrier& barrier,
+            std::uint32_t index) { operation.Apply(a, b, to, where, window, raw, barrier, index); });
   }
 
   int RunProbability() const {
-    return ForEachPair<GreyPixel>([&](const Family& family, const Grey& p, const Grey& q, Grey& to,
-                                      const kv_img::RegionOfSupport& where, const std::shared_ptr<Grey>& raw,
-                                      kv_std::SpinBarrier& barrier, std::uint32_t index) {
-      const auto& operation = family.Require<kv_img::AlphaLayerProbMaskAlgorithmInterface<Grey>>(
-          "AlphaLayerProbMask", {GreyPixel::ClassID});
-      if (gain) {
-        operation.Apply(p, q, to, where, *gain, window, raw, barrier, index);
-      } else {
-        operation.Apply(p, q, to, where, window, raw, barrier, index);
-      }
-    });
+    using Interface = kv_img::AlphaLayerProbMaskAlgorithmInterface<Grey>;
+    return ForEachPair<GreyPixel, Interface>(
+        "AlphaLayerProbMask", [&](const Interface& operation, const Grey& p, const Grey& q, Grey& to,
+                                  const kv_img::RegionOfSupport& where, const std::shared_ptr<Grey>& raw,
+                                  kv_std::SpinBarrier& barrier, std::uint32_t index) {
+          if (gain) {
+            operation.Apply(p, q, to, where, *gain, window, raw, barrier, index);
+          } else {
+            operation.Apply(p, q, to, where, window, raw, barrier, index);
+          }
+        });
   }
 };
 
 }  // namespace
 
-void AddAlphaCommands(CLI::App& app, int& status) {
+void AddAlphaCommands(CLI::App& app, Session& session) {
   auto colour = std::make_shared<AlphaOptions>();
   CLI::App* command =
       app.add_subcommand("alpha-color", "Mask from the chroma distance of two pictures, smoothed");
   command->add_option("A", colour->first, "picture or video; - is standard input")->required();
   command->add_option("B", colour->second, "colour reference of the same size")->required();
-  colour->AddTo(*command);
+  colour->AddTo(*command, session);
   command->footer("Example: kv alpha-color scene.png background.png mask.pgm --window 5");
-  command->callback([colour, &status] { status = colour->RunColor(); });
+  command->callback([colour, &session] { session.status = colour->RunColor(); });
 
   auto probability = std::make_shared<AlphaOptions>();
   command =
       app.add_subcommand("alpha-prob", "Mask from the difference of two probability pictures, smoothed");
   command->add_option("P", probability->first, "8-bit picture; - is standard input")->required();
   command->add_option("Q", probability->second, "8-bit picture of the same size")->required();
-  probability->AddTo(*command);
+  probability->AddTo(*command, session);
   command->add_option("--gain", probability->gain, "factor of the difference")->type_name("G");
   command->footer("Example: kv alpha-prob foreground.pgm background.pgm mask.pgm --window 3 --gain 2");
-  command->callback([probability, &status] { status = probability->RunProbability(); });
+  command->callback([probability, &session] { session.status = probability->RunProbability(); });
 }
 
 }  // namespace kv_host

@@ -24,13 +24,13 @@ struct TwoInputs {
   InputOptions input;
   EngineOptions engine;
 
-  void AddTo(CLI::App& command) {
+  void AddTo(CLI::App& command, Session& session) {
     command.add_option("A", a, "first picture or video; - is standard input")->required();
     command.add_option("B", b, "second one, of the same size: a frame for each of A's, or one for all")
         ->required();
     command.add_option("OUT", output, "8-bit picture to write, such as out.pgm or out.png")->required();
-    input.AddTo(command);
-    engine.AddTo(command);
+    input.AddWithFramesTo(command);
+    engine.AddTo(command, session);
   }
 
   /// Calls `work(a, b)` for each pair of frames, converted to `kind`, and writes what it answers.
@@ -47,8 +47,7 @@ struct TwoInputs {
                                  Convert(other, kind, LayoutLumaFirst, owned.Get()), owned.Get());
       WriteConverted(writer, result, owned.Get());
     });
-    writer.Commit();
-    return Done;
+    return owned.Finish(writer);
   }
 };
 
@@ -56,20 +55,20 @@ struct DifferenceOptions : TwoInputs {
   RegionOptions region;
 
   int Run() const {
-    return ForEachPair(RasterKind::Yuv422,
-                       [&](const Raster& first, const Raster& second, const Engine& with) {
-                         using Interface = kv_img::AbsoluteDifferenceAlgorithmInterface<Frame422, Grey>;
-                         const auto& operation = with.family.Require<Interface>(
-                             "AbsoluteDifference", {kv_img::PixelYUV422::ClassID, GreyPixel::ClassID});
-                         const auto where = MakeRegion(region.text, first.width, first.height);
-                         const auto from = ToImage<kv_img::PixelYUV422>(first);
-                         const auto against = ToImage<kv_img::PixelYUV422>(second);
-                         const auto to = MakeWorkingImage<GreyPixel>(first.width, first.height);
-                         with.pool.Run([&](kv_std::SpinBarrier& barrier, std::uint32_t index) {
-                           operation.Apply(*from, *against, *to, where, barrier, index);
-                         });
-                         return ToRaster(*to, first);
-                       });
+    return ForEachPair(
+        RasterKind::Yuv422, [&](const Raster& first, const Raster& second, const Engine& with) {
+          using Interface = kv_img::AbsoluteDifferenceAlgorithmInterface<Frame422, Grey>;
+          const auto& operation = with.family.Require<Interface>(
+              "AbsoluteDifference", {kv_img::PixelYUV422::ClassID, GreyPixel::ClassID});
+          const auto where = MakeRegion(region.text, first.width, first.height);
+          const auto from = ToImage<kv_img::PixelYUV422>(first);
+          const auto against = ToImage<kv_img::PixelYUV422>(second);
+          const auto to = MakeWorkingImage<GreyPixel>(first.width, first.height);
+          with.Run("AbsoluteDifference", [&](kv_std::SpinBarrier& barrier, std::uint32_t index) {
+            operation.Apply(*from, *against, *to, where, barrier, index);
+          });
+          return ToRaster(*to, first);
+        });
   }
 };
 
@@ -88,7 +87,7 @@ struct AverageOptions : TwoInputs {
       const auto a = ToImage<GreyPixel>(first);
       const auto b = ToImage<GreyPixel>(second);
       const auto to = MakeWorkingImage<GreyPixel>(first.width, first.height);
-      with.pool.Run([&](kv_std::SpinBarrier& barrier, std::uint32_t index) {
+      with.Run("Average", [&](kv_std::SpinBarrier& barrier, std::uint32_t index) {
         operation.Apply(*a, *b, *to, ofFirst, ofSecond, where, barrier, index);
       });
       return ToRaster(*to, first);
@@ -117,41 +116,40 @@ struct FilterOptions {
       const auto from = ToImage<GreyPixel>(grey);
       // What lies outside the region stays as it is in the picture.
       const auto to = ToImage<GreyPixel>(grey);
-      with.pool.Run([&](kv_std::SpinBarrier& barrier, std::uint32_t index) {
+      with.Run("AverageFilter", [&](kv_std::SpinBarrier& barrier, std::uint32_t index) {
         operation.Apply(*from, *to, where, window, barrier, index);
       });
       WriteConverted(writer, ToRaster(*to, grey), with);
     });
-    writer.Commit();
-    return Done;
+    return owned.Finish(writer);
   }
 };
 
 }  // namespace
 
-void AddDifferenceCommand(CLI::App& app, int& status) {
+void AddDifferenceCommand(CLI::App& app, Session& session) {
   auto options = std::make_shared<DifferenceOptions>();
   CLI::App* command = app.add_subcommand("diff", "Absolute difference of the luma of two pictures");
-  options->AddTo(*command);
+  options->AddTo(*command, session);
   options->region.AddTo(*command, "--region", "where to compare");
   command->footer("Example: kv diff before.png after.png difference.pgm");
-  command->callback([options, &status] { status = options->Run(); });
+  command->callback([options, &session] { session.status = options->Run(); });
 }
 
-void AddAverageCommand(CLI::App& app, int& status) {
+void AddAverageCommand(CLI::App& app, Session& session) {
   auto options = std::make_shared<AverageOptions>();
   CLI::App* command = app.add_subcommand(
       "average", "Mean of two 8-bit pictures, each valid in its own region; colour becomes grey");
-  options->AddTo(*command);
+  options->AddTo(*command, session);
   options->firstRegion.AddTo(*command, "--region-a", "where A is valid");
   options->secondRegion.AddTo(*command, "--region-b", "where B is valid");
   options->region.AddTo(*command, "--region", "where to write");
   command->footer(
       "Example: kv average left.pgm right.pgm both.pgm --region-a 0,0,400,576 --region-b 320,0,400,576");
-  command->callback([options, &status] { status = options->Run(); });
+  command->callback([options, &session] { session.status = options->Run(); });
 }
 
-void AddFilterCommand(CLI::App& app, int& status) {
+void AddFilterCommand(CLI::App& app, Session& session) {
   auto options = std::make_shared<FilterOptions>();
   CLI::App* command = app.add_subcommand("filter", "Box filter of an 8-bit picture; colour becomes grey");
   command->add_option("IN", options->input, "picture or video; - is standard input")->required();
@@ -161,11 +159,11 @@ void AddFilterCommand(CLI::App& app, int& status) {
       ->required()
       ->check(CLI::Range(1, 255))
       ->type_name("K");
-  options->inputOptions.AddTo(*command);
-  options->engine.AddTo(*command);
+  options->inputOptions.AddWithFramesTo(*command);
+  options->engine.AddTo(*command, session);
   options->region.AddTo(*command, "--region", "where to filter");
   command->footer("Example: kv filter photo.png soft.pgm --window 9");
-  command->callback([options, &status] { status = options->Run(); });
+  command->callback([options, &session] { session.status = options->Run(); });
 }
 
 }  // namespace kv_host

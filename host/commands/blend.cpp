@@ -43,13 +43,12 @@ struct BlendOptions {
       // Outside the region the result is A.
       const auto to = ToImage<kv_img::PixelYUV422>(below);
       const auto where = RegionOf(frame);
-      with.pool.Run([&](kv_std::SpinBarrier& barrier, std::uint32_t index) {
+      with.Run("BlendBoost", [&](kv_std::SpinBarrier& barrier, std::uint32_t index) {
         operation.Apply(*over, *from, *alpha, *to, where, barrier, index);
       });
       WriteConverted(writer, ToRaster(*to, frame), with);
     });
-    writer.Commit();
-    return Done;
+    return owned.Finish(writer);
   }
 
  private:
@@ -71,7 +70,7 @@ struct BlendOptions {
 
 }  // namespace
 
-void AddBlendCommand(CLI::App& app, int& status) {
+void AddBlendCommand(CLI::App& app, Session& session) {
   auto options = std::make_shared<BlendOptions>();
   CLI::App* command =
       app.add_subcommand("blend", "Blend B over A under a mask, more strongly where A is brighter than B");
@@ -80,11 +79,11 @@ void AddBlendCommand(CLI::App& app, int& status) {
       ->required();
   command->add_option("MASK", options->mask, "8-bit mask of the same size")->required();
   command->add_option("OUT", options->output, "file to write")->required();
-  options->input.AddTo(*command);
-  options->engine.AddTo(*command);
+  options->input.AddWithFramesTo(*command);
+  options->engine.AddTo(*command, session);
   options->region.AddTo(*command, "--region", "where to blend, in runs of multiples of 4 pixels");
   command->footer("Example: kv blend title.png scene.png mask.pgm out.png");
-  command->callback([options, &status] { status = options->Run(); });
+  command->callback([options, &session] { session.status = options->Run(); });
 }
 
 }  // namespace kv_host

@@ -1,19 +1,44 @@
 #include "host/commands/command.h"
 
 #include <charconv>
+#include <cstdio>
 
 #include "host/errors.h"
 #include "host/formats/format_error.h"
 
 namespace kv_host {
 
-void EngineOptions::AddTo(CLI::App& command) {
+void EngineOptions::AddTo(CLI::App& command, Session& of, const std::string& result) {
+  session = &of;
+  command.add_flag("--json", json, result);
   command.add_option("--threads", threads, "threads to work on (default: what the machine runs at once)")
       ->check(CLI::Range(1, 1024))
       ->type_name("N");
   command
       .add_option("--member", member, "family member to use, such as kv_algoMMX (default: the best that can)")
       ->type_name("NAME");
+}
+
+int OwnedEngine::Finish(PictureWriter& writer) const {
+  writer.Commit();
+  Session& session = *options_.session;
+  session.files.insert(session.files.end(), writer.Names().begin(), writer.Names().end());
+  if (options_.json) {
+    std::fprintf(writer.WritesToStandardOutput() ? stderr : stdout, "%s\n",
+                 ReportOf(session).dump(2).c_str());
+  }
+  return Done;
+}
+
+nlohmann::ordered_json ReportOf(const Session& session) {
+  nlohmann::ordered_json operations = nlohmann::ordered_json::array();
+  for (const OperationTally& tally : session.log.Tallies()) {
+    operations.push_back({{"algorithm", tally.algorithm},
+                          {"member", tally.member},
+                          {"calls", tally.calls},
+                          {"millisecondsPerCall", tally.MillisecondsPerCall()}});
+  }
+  return {{"files", session.files}, {"operations", std::move(operations)}};
 }
 
 void RegionOptions::AddTo(CLI::App& command, const std::string& option, const std::string& what) {
@@ -36,8 +61,15 @@ void InputOptions::AddTo(CLI::App& command, bool mayBeRaw) {
       ->type_name("FORMAT");
 }
 
+void InputOptions::AddWithFramesTo(CLI::App& command) {
+  AddTo(command);
+  command.add_option("--frames", frames, "work on COUNT frames from FIRST on, counted from 0 (default: all)")
+      ->type_name("FIRST:COUNT");
+}
+
 ReadOptions InputOptions::Get() const {
   ReadOptions options;
+  if (!frames.empty()) options.frames = ParseFrameRange(frames, "--frames");
   if (!size.empty()) {
     const Size parsed = ParseSize(size, "--size");
     options.width = parsed.width;
@@ -57,6 +89,20 @@ Size ParseSize(const std::string& text, const std::string& option) {
   }
   throw UsageError(option + ": " + Quoted(text) +
                    " is no size; write width and height in pixels, such as 720x576");
+}
+
+FrameRange ParseFrameRange(const std::string& text, const std::string& option) {
+  FrameRange range;
+  std::int64_t count = 0;
+  const char* end = text.data() + text.size();
+  const auto first = std::from_chars(text.data(), end, range.first);
+  if (first.ec == std::errc{} && first.ptr != end && *first.ptr == ':') {
+    const auto second = std::from_chars(first.ptr + 1, end, count);
+    range.count = count;
+    if (second.ec == std::errc{} && second.ptr == end && range.first >= 0 && count > 0) return range;
+  }
+  throw UsageError(option + ": " + Quoted(text) +
+                   " is no range of frames; write the first, from 0, and how many, such as 100:25");
 }
 
 FileFormat ParseFormat(const std::string& name, const std::string& option) {

@@ -43,19 +43,18 @@ int ConvertFrames(const ConvertOptions& options) {
     if (options.depth == 0) return WriteConverted(writer, frame, engine.Get(), layout);
     writer.Write(Convert(frame, KindOfDepth(format, options.depth), layout, engine.Get()));
   });
-  writer.Commit();
-  return Done;
+  return engine.Finish(writer);
 }
 
 }  // namespace
 
-void AddConvertCommand(CLI::App& app, int& status) {
+void AddConvertCommand(CLI::App& app, Session& session) {
   auto options = std::make_shared<ConvertOptions>();
   CLI::App* command = app.add_subcommand("convert", "Convert pictures and video between formats");
   command->add_option("IN", options->input, "picture or video; - is standard input")->required();
   command->add_option("OUT", options->output, "file to write; - is standard output")->required();
-  options->inputOptions.AddTo(*command);
-  options->engine.AddTo(*command);
+  options->inputOptions.AddWithFramesTo(*command);
+  options->engine.AddTo(*command, session);
   command->add_option("--to-format", options->format, "format of the output (default: by its extension)")
       ->type_name("FORMAT");
   command->add_option("--layout", options->layout, "byte order of packed 4:2:2: uyvy or yuy2")
@@ -64,7 +63,7 @@ void AddConvertCommand(CLI::App& app, int& status) {
       ->check(CLI::IsMember({8, 15, 16, 24, 32}))
       ->type_name("BITS");
   command->footer("Example: ffmpeg -i clip.mp4 -pix_fmt yuv422p -f yuv4mpegpipe - | kv convert - frame.png");
-  command->callback([options, &status] { status = ConvertFrames(*options); });
+  command->callback([options, &session] { session.status = ConvertFrames(*options); });
 }
 
 }  // namespace kv_host

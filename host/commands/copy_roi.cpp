@@ -35,13 +35,15 @@ struct CopyRoiOptions {
     const auto a = ToImage<kv_img::PixelYUV422>(Convert(image, RasterKind::Yuv422, layout, with));
     const auto b = ToImage<kv_img::PixelYUV422>(Convert(canvas, RasterKind::Yuv422, layout, with));
     // One thread: where both regions span their images the threads would write over one another's rows.
-    with.pool.Run([&](kv_std::SpinBarrier& barrier,
-                      std::uint32_t index) { operation.Apply(*a, *b, what, where, barrier, index); },
-                  1);
+    with.Run(
+        "CopyROI",
+        [&](kv_std::SpinBarrier& barrier, std::uint32_t index) {
+          operation.Apply(*a, *b, what, where, barrier, index);
+        },
+        1);
     PictureWriter writer(output.empty() ? destination : output);
     WriteConverted(writer, ToRaster(*b, canvas), with);
-    writer.Commit();
-    return Done;
+    return owned.Finish(writer);
   }
 
  private:
@@ -80,7 +82,7 @@ struct CopyRoiOptions {
 
 }  // namespace
 
-void AddCopyRoiCommand(CLI::App& app, int& status) {
+void AddCopyRoiCommand(CLI::App& app, Session& session) {
   auto options = std::make_shared<CopyRoiOptions>();
   CLI::App* command = app.add_subcommand("copy-roi", "Copy a region of one picture into another");
   command->add_option("SRC", options->source, "picture to copy from")->required();
@@ -98,9 +100,9 @@ void AddCopyRoiCommand(CLI::App& app, int& status) {
       ->add_option("--to", options->to, "where its left top corner goes in DST (default: where it is in SRC)")
       ->type_name("X,Y");
   options->input.AddTo(*command);
-  options->engine.AddTo(*command);
+  options->engine.AddTo(*command, session);
   command->footer("Example: kv copy-roi face.png frame.png --from 100,80,64,64 --to 16,16 --output both.png");
-  command->callback([options, &status] { status = options->Run(); });
+  command->callback([options, &session] { session.status = options->Run(); });
 }
 
 }  // namespace kv_host

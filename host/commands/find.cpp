@@ -30,9 +30,9 @@ struct Surface {
 };
 
 struct Match {
-  double x;
-  double y;
-  double score;
+  double x = 0;
+  double y = 0;
+  double score = 0;
   Surface surface;
 };
 
@@ -47,7 +47,7 @@ struct FindOptions {
   int levels = 1;
   std::string map;
   std::string annotate;
-  bool json = false;
+  std::int64_t frame = 0;
   InputOptions input;
   EngineOptions engine;
 
@@ -62,7 +62,6 @@ struct FindOptions {
   };
 
   Request Parse() const;
-  Raster OnlyPicture(const std::string& name) const;
   template <class PixelClass>
   std::optional<Match> Search(const Raster& first, const Raster& second, const Request& request,
                               const Engine& with) const;
@@ -76,11 +75,6 @@ struct FindOptions {
   void WriteAnnotated(const Raster& first, const Raster& second, const Request& request, const Match& match,
                       const Engine& with) const;
 };
-
-Raster FindOptions::OnlyPicture(const std::string& name) const {
-  PictureReader reader(name, input.Get());
-  return *reader.Next();
-}
 
 FindOptions::Request FindOptions::Parse() const {
   Request request;
@@ -169,8 +163,11 @@ std::optional<Match> FindOptions::Search(const Raster& first, const Raster& seco
   const Raster b = Convert(second, kindOf<PixelClass>, LayoutLumaFirst, with);
   const auto from = ToImageOfWidth<PixelClass>(a.width, a);
   const auto in = ToImageOfWidth<PixelClass>(b.width, b);
-  Match match =
-      subpixel ? SearchFine(operation, *from, *in, request) : SearchWhole(operation, *from, *in, request);
+  Match match;
+  with.Time("FeatureFind", [&] {
+    match =
+        subpixel ? SearchFine(operation, *from, *in, request) : SearchWhole(operation, *from, *in, request);
+  });
   if (match.score == kv_img::unscored) return std::nullopt;
   return match;
 }
@@ -234,8 +231,12 @@ int FindOptions::Run() const {
   }
   const OwnedEngine owned(engine);
   const Engine with = owned.Get();
-  const Raster first = OnlyPicture(templateImage);
-  const Raster second = OnlyPicture(searchImage);
+  ReadOptions read = input.Get();
+  read.frames.first = frame;
+  PictureReader searched(searchImage, read);
+  CompanionInput templates(templateImage, input.Get());
+  const Raster second = *searched.Next();
+  const Raster& first = templates.FrameBeside(frame);
   if (request.at[0] < 0 || request.at[1] < 0 || request.at[0] >= first.width ||
       request.at[1] >= first.height) {
     throw UsageError("--at: " + at + " lies outside " + templateImage + ", which is " +
@@ -260,12 +261,13 @@ int FindOptions::Run() const {
   }
   if (!map.empty()) WriteMap(match->surface, with);
   if (!annotate.empty()) WriteAnnotated(first, second, request, *match, with);
-  if (json) {
-    const nlohmann::ordered_json result = {{"x", match->x},
-                                           {"y", match->y},
-                                           {"score", match->score},
-                                           {"at", request.at},
-                                           {"half", request.half}};
+  for (const std::string& file : {map, annotate}) {
+    if (!file.empty()) engine.session->files.push_back(file);
+  }
+  if (engine.json) {
+    const nlohmann::ordered_json result = {
+        {"x", match->x},    {"y", match->y},        {"score", match->score},
+        {"at", request.at}, {"half", request.half}, {"member", with.family.AnsweredBy("FeatureFind")}};
     std::printf("%s\n", result.dump(2).c_str());
   } else {
     std::printf("found at %g,%g with a mean difference of %g\n", match->x, match->y, match->score);
@@ -275,7 +277,7 @@ int FindOptions::Run() const {
 
 }  // namespace
 
-void AddFindCommand(CLI::App& app, int& status) {
+void AddFindCommand(CLI::App& app, Session& session) {
   auto options = std::make_shared<FindOptions>();
   CLI::App* command = app.add_subcommand("find", "Find a small part of one picture in another");
   command->add_option("TEMPLATE", options->templateImage, "picture that holds the feature")->required();
@@ -302,11 +304,15 @@ void AddFindCommand(CLI::App& app, int& status) {
       ->add_option("--annotate", options->annotate,
                    "write both pictures with the feature and the match framed")
       ->type_name("FILE");
-  command->add_flag("--json", options->json, "answer as JSON");
   options->input.AddTo(*command);
-  options->engine.AddTo(*command);
+  command
+      ->add_option("--frame", options->frame,
+                   "frame of SEARCH, and of TEMPLATE if it has several, from 0 (default: 0)")
+      ->check(CLI::Range(0, 1'000'000'000))
+      ->type_name("NUMBER");
+  options->engine.AddTo(*command, session, "answer as JSON");
   command->footer("Example: kv find a.png b.png --at 120,80 --half 16x16 --range 32x32 --annotate found.png");
-  command->callback([options, &status] { status = options->Run(); });
+  command->callback([options, &session] { session.status = options->Run(); });
 }
 
 }  // namespace kv_host

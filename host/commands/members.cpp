@@ -104,7 +104,7 @@ int ShowWhoAnswers(const Family& family, const std::string& text, bool json) {
 
 }  // namespace
 
-void AddMembersCommand(CLI::App& app, int& status) {
+void AddMembersCommand(CLI::App& app, Session& session) {
   struct Options {
     bool json = false;
     bool all = false;
@@ -117,10 +117,10 @@ void AddMembersCommand(CLI::App& app, int& status) {
   command->add_option("--for", options->request, "show who would answer a request, such as Copy:yuv422:dib32")
       ->type_name("REQUEST");
   command->footer("Example: kv members --for Copy:yuv422:dib24");
-  command->callback([options, &status] {
+  command->callback([options, &session] {
     const Family family;
     if (!options->request.empty()) {
-      status = ShowWhoAnswers(family, options->request, options->json);
+      session.status = ShowWhoAnswers(family, options->request, options->json);
     } else if (options->json) {
       PrintJson(family);
     } else {

@@ -20,6 +20,7 @@ struct PanOptions {
   std::string output;
   std::string size;
   std::string direction;
+  std::string only;
   int frames = 0;
   bool isInterlaced = false;
   InputOptions input;
@@ -39,13 +40,19 @@ struct PanOptions {
         "Scanning", {kv_img::PixelYUV422::ClassID, kv_img::PixelYUV422::ClassID});
     const auto from = ToImage<kv_img::PixelYUV422>(picture);
     PictureWriter writer(output);
-    Progress progress("frames", frames);
-    for (int frame = 0; frame < frames; ++frame) {
-      WriteConverted(writer, RenderFrame(operation, with.pool, *from, picture, view, frame), with);
+    const FrameRange range = only.empty() ? FrameRange() : ParseFrameRange(only, "--only");
+    if (range.first >= frames) {
+      throw UsageError("--only: " + only + " begins behind the last of " + std::to_string(frames) +
+                       " frames (the first is 0)");
+    }
+    const auto first = static_cast<int>(range.first);
+    const auto count = static_cast<int>(std::min<std::int64_t>(range.count.value_or(frames), frames - first));
+    Progress progress("frames", count);
+    for (int frame = first; frame < first + count; ++frame) {
+      WriteConverted(writer, RenderFrame(operation, with, *from, picture, view, frame), with);
       progress.Advance();
     }
-    writer.Commit();
-    return Done;
+    return owned.Finish(writer);
   }
 
  private:
@@ -67,23 +74,23 @@ struct PanOptions {
     return {left, 0, left + view.width - 1, picture.height - 1};
   }
 
-  Raster RenderFrame(const Operation& operation, const WorkerPool& pool, const Frame422& from,
+  Raster RenderFrame(const Operation& operation, const Engine& with, const Frame422& from,
                      const Raster& picture, Size view, int frame) const {
     Raster shape = MakeEmptyRaster(RasterKind::Yuv422, view.width, view.height, LayoutLumaFirst);
     shape.range = picture.range;
     shape.pixelAspect = picture.pixelAspect;
     shape.interlace = isInterlaced ? Interlace::TopFieldFirst : Interlace::Progressive;
-    if (!isInterlaced) return RenderStep(operation, pool, from, picture, shape, frames, frame);
+    if (!isInterlaced) return RenderStep(operation, with, from, picture, shape, frames, frame);
     // Each field at its own time, a step apart, woven into one frame with the top field first.
-    Raster woven = RenderStep(operation, pool, from, picture, shape, 2 * frames, 2 * frame);
-    const Raster later = RenderStep(operation, pool, from, picture, shape, 2 * frames, 2 * frame + 1);
+    Raster woven = RenderStep(operation, with, from, picture, shape, 2 * frames, 2 * frame);
+    const Raster later = RenderStep(operation, with, from, picture, shape, 2 * frames, 2 * frame + 1);
     for (int row = 1; row < view.height; row += 2) {
       std::ranges::copy(later.planes[0].Row(row), woven.planes[0].Row(row).begin());
     }
     return woven;
   }
 
-  Raster RenderStep(const Operation& operation, const WorkerPool& pool, const Frame422& from,
+  Raster RenderStep(const Operation& operation, const Engine& with, const Frame422& from,
                     const Raster& picture, const Raster& shape, int steps, int step) const {
     kv_img::ImageOptions options;
     options.layout = LayoutLumaFirst;
@@ -93,7 +100,8 @@ struct PanOptions {
     Frame422 to(shape.width, shape.height, options);
     const ImageRect path = Path(picture, {shape.width, shape.height});
     const ImageRect view(0, 0, shape.width - 1, shape.height - 1);
-    pool.Run(
+    with.Run(
+        "Scanning",
         [&](kv_std::SpinBarrier& barrier, std::uint32_t index) {
           operation.Apply(from, to, path, view, ModeFlags(), steps, static_cast<std::uint32_t>(step), barrier,
                           static_cast<std::int32_t>(index));
@@ -105,7 +113,7 @@ struct PanOptions {
 
 }  // namespace
 
-void AddPanCommand(CLI::App& app, int& status) {
+void AddPanCommand(CLI::App& app, Session& session) {
   auto options = std::make_shared<PanOptions>();
   CLI::App* command = app.add_subcommand("pan", "Make a movie that moves across a photograph");
   command->add_option("PHOTO", options->photo, "picture to move across; - is standard input")->required();
@@ -122,11 +130,14 @@ void AddPanCommand(CLI::App& app, int& status) {
       ->required()
       ->check(CLI::IsMember({"left", "right", "up", "down"}))
       ->type_name("DIRECTION");
+  command
+      ->add_option("--only", options->only, "write COUNT frames from FIRST on, counted from 0 (default: all)")
+      ->type_name("FIRST:COUNT");
   command->add_flag("--interlaced", options->isInterlaced, "two fields in a frame, each at its own time");
   options->input.AddTo(*command, false);
-  options->engine.AddTo(*command);
+  options->engine.AddTo(*command, session);
   command->footer("Example: kv pan photo.png pan.y4m --size 720x576 --frames 100 --direction right");
-  command->callback([options, &status] { status = options->Run(); });
+  command->callback([options, &session] { session.status = options->Run(); });
 }
 
 }  // namespace kv_host

@@ -31,34 +31,35 @@ struct ParityOptions {
       const auto from = ToImage<kv_img::PixelYUV422>(packed, properties);
       // Outside the region the picture stays as it is.
       const auto to = ToImage<kv_img::PixelYUV422>(packed, properties);
-      if (region.empty()) {
-        operation.Apply(*from, *to);
-      } else {
-        operation.Apply(*from, *to, ParseRect(region, "--region", frame.width, frame.height));
-      }
+      with.Time("ParityChange", [&] {
+        if (region.empty()) {
+          operation.Apply(*from, *to);
+        } else {
+          operation.Apply(*from, *to, ParseRect(region, "--region", frame.width, frame.height));
+        }
+      });
       Raster result = ToRaster(*to, frame);
       result.interlace =
           to->GetProperties().fieldOrder != 0 ? Interlace::BottomFieldFirst : Interlace::TopFieldFirst;
       WriteConverted(writer, result, with);
     });
-    writer.Commit();
-    return Done;
+    return owned.Finish(writer);
   }
 };
 
 }  // namespace
 
-void AddParityCommand(CLI::App& app, int& status) {
+void AddParityCommand(CLI::App& app, Session& session) {
   auto options = std::make_shared<ParityOptions>();
   CLI::App* command = app.add_subcommand("parity", "Move frames by half a line to the other field parity");
   command->add_option("IN", options->input, "picture or video; - is standard input")->required();
   command->add_option("OUT", options->output, "file to write; - is standard output")->required();
   command->add_option("--region", options->region, "work only inside the rectangle x,y,w,h")
       ->type_name("RECT");
-  options->inputOptions.AddTo(*command);
-  options->engine.AddTo(*command);
+  options->inputOptions.AddWithFramesTo(*command);
+  options->engine.AddTo(*command, session);
   command->footer("Example: kv parity top-first.y4m bottom-first.y4m");
-  command->callback([options, &status] { status = options->Run(); });
+  command->callback([options, &session] { session.status = options->Run(); });
 }
 
 }  // namespace kv_host

@@ -1,5 +1,8 @@
 #include "host/formats/picture_reader.h"
 
+#include <algorithm>
+#include <string>
+
 #include "host/formats/bmp.h"
 #include "host/formats/format_error.h"
 #include "host/formats/png_file.h"
@@ -76,9 +79,27 @@ std::unique_ptr<FrameReader> MakeFrameReader(ByteSource& source, FileFormat form
 PictureReader::PictureReader(const std::string& name, const ReadOptions& options)
     : source_(name),
       format_(Decide(source_, name, options)),
-      frames_(MakeFrameReader(source_, format_, options)) {}
+      frames_(MakeFrameReader(source_, format_, options)),
+      range_(options.frames) {}
+
+std::int64_t PictureReader::NextNumber() const {
+  return std::max(count_, range_.first);
+}
 
 std::optional<Raster> PictureReader::Next() {
+  if (range_.count && count_ - range_.first >= *range_.count) return std::nullopt;
+  while (count_ < range_.first && NextOfFile()) {
+  }
+  const bool isFirst = count_ <= range_.first;
+  std::optional<Raster> frame = NextOfFile();
+  if (!frame && isFirst) {
+    source_.Fail("the file holds " + std::to_string(count_) + " frames, so there is no frame " +
+                 std::to_string(range_.first) + " (the first is 0)");
+  }
+  return frame;
+}
+
+std::optional<Raster> PictureReader::NextOfFile() {
   std::optional<Raster> frame = frames_->Next();
   if (frame) {
     ++count_;

@@ -11,10 +11,17 @@
 
 namespace kv_host {
 
+/// Some of the pictures of a file, one behind the other.
+struct FrameRange {
+  std::int64_t first = 0;             ///< From 0.
+  std::optional<std::int64_t> count;  ///< None: to the last one. A file may end earlier.
+};
+
 struct ReadOptions {
   std::optional<FileFormat> format;  ///< Overrides what content and name say.
   int width = 0;                     ///< Pixels and rows of raw frames; other files state their own.
   int height = 0;
+  FrameRange frames = {};  ///< Which of its pictures are read.
 };
 
 /// The pictures of a file or of standard input, in any format that FileFormat lists. The format is the
@@ -30,15 +37,20 @@ class PictureReader {
   const std::string& Name() const { return source_.Name(); }
   FileFormat Format() const { return format_; }
 
-  /// The next picture; empty after the last. Throws FileError or FormatError, also for a file without any
-  /// picture.
+  /// Number of the picture that Next gives next, from 0 for the file's first.
+  std::int64_t NextNumber() const;
+  /// The next picture of the range; empty after the last. Throws FileError or FormatError, also for a file
+  /// without any picture and for one that ends before the range begins.
   std::optional<Raster> Next();
 
  private:
+  std::optional<Raster> NextOfFile();
+
   ByteSource source_;
   FileFormat format_;
   std::unique_ptr<FrameReader> frames_;
-  std::int64_t count_ = 0;
+  std::int64_t count_ = 0;  // pictures read, those before the range too
+  FrameRange range_;
 };
 
 }  // namespace kv_host

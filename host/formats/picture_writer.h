@@ -25,6 +25,7 @@ class PictureWriter {
   explicit PictureWriter(const std::string& name, const WriteOptions& options = {});
 
   FileFormat Format() const { return format_; }
+  bool WritesToStandardOutput() const { return name_ == "-"; }
 
   /// Throws FileError, or FormatError for a raster that TraitsOf(Format()).writableRasters does not list.
   void Write(const Raster& frame);

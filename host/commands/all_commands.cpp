@@ -1,0 +1,20 @@
+#include "host/commands/command.h"
+
+namespace kv_host {
+
+void AddAllCommands(CLI::App& app, Session& session) {
+  AddMembersCommand(app, session);
+  AddConvertCommand(app, session);
+  AddCopyRoiCommand(app, session);
+  AddDifferenceCommand(app, session);
+  AddAverageCommand(app, session);
+  AddFilterCommand(app, session);
+  AddBlendCommand(app, session);
+  AddAlphaCommands(app, session);
+  AddParityCommand(app, session);
+  AddPanCommand(app, session);
+  AddFindCommand(app, session);
+  AddJoinCommand(app, session);
+}
+
+}  // namespace kv_host

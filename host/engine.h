@@ -1,0 +1,36 @@
+#pragma once
+
+#include <chrono>
+#include <limits>
+
+#include "host/family.h"
+#include "host/operation_log.h"
+#include "host/worker_pool.h"
+
+namespace kv_host {
+
+/// What calls operations and with what.
+struct Engine {
+  const Family& family;
+  const WorkerPool& pool;
+  OperationLog* log = nullptr;  ///< Where calls are noted, if anywhere.
+
+  /// Calls `work` on at most `limit` threads of the pool and notes the call under the algorithm's name.
+  void Run(const char* algorithm, const WorkerPool::Work& work,
+           int limit = std::numeric_limits<int>::max()) const {
+    Time(algorithm, [&] { pool.Run(work, limit); });
+  }
+
+  /// Calls `work` on this thread and notes the call.
+  template <class Work>
+  void Time(const char* algorithm, Work work) const {
+    using Clock = std::chrono::steady_clock;
+    const auto begin = Clock::now();
+    work();
+    if (log == nullptr) return;
+    const std::chrono::duration<double, std::milli> taken = Clock::now() - begin;
+    log->Add(algorithm, family.AnsweredBy(algorithm), taken.count());
+  }
+};
+
+}  // namespace kv_host
