@@ -19,6 +19,7 @@ install(TARGETS kv_Image kv_Math kv_frame kv_host EXPORT kv_algo
   ARCHIVE COMPONENT dev)
 install(TARGETS ${KV_MEMBERS} DESTINATION ${KV_INSTALL_MEMBERDIR} COMPONENT runtime)
 install(TARGETS kv RUNTIME COMPONENT tools)
+install(FILES assets/seeding-720x576.y4m assets/README.md DESTINATION ${CMAKE_INSTALL_DATADIR}/kv_algo COMPONENT tools)
 
 foreach(room errors geometry image frame)
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/${room} DESTINATION ${KV_INSTALL_INCLUDEDIR} COMPONENT dev

@@ -3,6 +3,7 @@
 namespace kv_host {
 
 void AddAllCommands(CLI::App& app, Session& session) {
+  AddDemoCommand(app, session);
   AddMembersCommand(app, session);
   AddConvertCommand(app, session);
   AddCopyRoiCommand(app, session);
@@ -14,6 +15,7 @@ void AddAllCommands(CLI::App& app, Session& session) {
   AddParityCommand(app, session);
   AddPanCommand(app, session);
   AddFindCommand(app, session);
+  AddClipCommand(app, session);
   AddJoinCommand(app, session);
 }
 

@@ -8,6 +8,11 @@
 
 namespace kv_host {
 
+void Session::Answer(const std::string& text) {
+  answer += text;
+  if (!isQuiet) std::fputs(text.c_str(), stdout);
+}
+
 void EngineOptions::AddTo(CLI::App& command, Session& of, const std::string& result) {
   session = &of;
   command.add_flag("--json", json, result);

@@ -27,6 +27,10 @@ struct Session {
   int status = Done;
   OperationLog log;
   std::vector<std::string> files;  ///< Written, under their final names.
+  std::string answer;              ///< What the command says on standard output.
+  bool isQuiet = false;            ///< The answer is kept for whoever runs the command, and not printed.
+
+  void Answer(const std::string& text);
 };
 
 /// Options that every command with an engine takes.
@@ -112,6 +116,7 @@ void AddAlphaCommands(CLI::App& app, Session& session);
 void AddParityCommand(CLI::App& app, Session& session);
 void AddPanCommand(CLI::App& app, Session& session);
 void AddFindCommand(CLI::App& app, Session& session);
+void AddClipCommand(CLI::App& app, Session& session);
 void AddJoinCommand(CLI::App& app, Session& session);
 void AddDemoCommand(CLI::App& app, Session& session);
 

@@ -268,9 +268,12 @@ int FindOptions::Run() const {
     const nlohmann::ordered_json result = {
         {"x", match->x},    {"y", match->y},        {"score", match->score},
         {"at", request.at}, {"half", request.half}, {"member", with.family.AnsweredBy("FeatureFind")}};
-    std::printf("%s\n", result.dump(2).c_str());
+    engine.session->Answer(result.dump(2) + "\n");
   } else {
-    std::printf("found at %g,%g with a mean difference of %g\n", match->x, match->y, match->score);
+    std::ostringstream text;
+    text << "found at " << match->x << ',' << match->y << " with a mean difference of " << match->score
+         << '\n';
+    engine.session->Answer(text.str());
   }
   return Done;
 }

@@ -259,7 +259,7 @@ TEST_F(CommandLine, AClosedPipeIsReported) {
 TEST_F(CommandLine, HelpShowsAnExampleForEachCommand) {
   EXPECT_EQ(Kv("--help").status, 0);
   for (const char* command : {"convert", "members", "copy-roi", "diff", "average", "filter", "blend",
-                              "alpha-color", "alpha-prob", "parity", "pan", "find"}) {
+                              "alpha-color", "alpha-prob", "parity", "pan", "find", "clip", "join", "demo"}) {
     const Outcome help = Kv(std::string(command) + " --help");
     EXPECT_EQ(help.status, 0) << command;
     EXPECT_NE(help.out.find("Example: "), std::string::npos) << command;

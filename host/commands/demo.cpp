@@ -1,0 +1,102 @@
+#include <algorithm>
+#include <filesystem>
+#include <memory>
+
+#include "frame/platform/platform.h"
+#include "host/commands/command.h"
+#include "host/errors.h"
+#include "host/formats/byte_sink.h"
+#include "host/gallery/page.h"
+#include "host/gallery/tour.h"
+#include "host/progress.h"
+
+namespace kv_host {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// The pictures that come with the program, in the folder share/kv_algo beside its own.
+std::vector<std::string> OwnPictures() {
+  static const char inProgram = 0;
+  const fs::path folder = kv_platform::FolderOf(&inProgram).parent_path() / "share" / "kv_algo";
+  std::vector<std::string> pictures;
+  std::error_code error;
+  for (const auto& entry : fs::directory_iterator(folder, error)) {
+    if (entry.path().extension() == ".y4m") pictures.push_back(entry.path().string());
+  }
+  std::ranges::sort(pictures);
+  if (pictures.empty()) {
+    throw UsageError("no picture lies in " + folder.string() +
+                     "; name some, as in kv demo photo.png -o gallery");
+  }
+  return pictures;
+}
+
+CommandResult RunInProcess(const std::vector<std::string>& arguments, const std::string& algorithm) {
+  CLI::App app("", "kv");
+  Session session;
+  session.isQuiet = true;
+  AddAllCommands(app, session);
+  std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
+  app.parse(reversed);
+  CommandResult result{.answer = session.answer, .member = {}};
+  while (result.answer.ends_with('\n')) result.answer.pop_back();
+  const auto& tallies = session.log.Tallies();
+  const auto tally = std::ranges::find(tallies, algorithm, &OperationTally::algorithm);
+  if (tally != tallies.end()) {
+    result.member = tally->member;
+    result.milliseconds = tally->MillisecondsPerCall();
+  }
+  return result;
+}
+
+struct DemoOptions {
+  std::vector<std::string> pictures;
+  std::string output;
+  int threads = 0;
+
+  int Run(Session& session) const {
+    const auto shown = pictures.empty() ? OwnPictures() : pictures;
+    const WorkerPool pool(threads);
+    std::error_code error;
+    fs::create_directories(output, error);
+    if (!fs::is_directory(output)) throw UsageError("--output: " + output + " cannot be made a folder");
+    std::vector<Room> rooms;
+    Progress progress("pictures", static_cast<std::int64_t>(shown.size()));
+    for (std::size_t i = 0; i < shown.size(); ++i) {
+      const std::string prefix = shown.size() == 1 ? "" : std::to_string(i + 1) + "-";
+      rooms.push_back(MakeTour(shown[i], {output, prefix, pool.ThreadCount(), RunInProcess}));
+      progress.Advance();
+    }
+    const int count = pool.ThreadCount();
+    ByteSink page((fs::path(output) / "index.html").string());
+    page.Write(GalleryPage(rooms, "Times are of the operation alone, without files, on " +
+                                      std::to_string(count) + (count == 1 ? " thread" : " threads") +
+                                      ", the best of three runs."));
+    page.Commit();
+    session.files.push_back(page.Name());
+    session.Answer("open " + page.Name() + "\n");
+    return Done;
+  }
+};
+
+}  // namespace
+
+void AddDemoCommand(CLI::App& app, Session& session) {
+  auto options = std::make_shared<DemoOptions>();
+  CLI::App* command = app.add_subcommand("demo", "Write a gallery: every algorithm on your pictures");
+  command->add_option("PICTURES", options->pictures,
+                      "pictures to show (default: the one that comes with kv)");
+  command->add_option("-o,--output", options->output, "folder to write index.html and its pictures into")
+      ->required()
+      ->type_name("DIR");
+  command
+      ->add_option("--threads", options->threads,
+                   "threads to work on (default: what the machine runs at once)")
+      ->check(CLI::Range(1, 1024))
+      ->type_name("N");
+  command->footer("Example: kv demo photo.png -o gallery");
+  command->callback([options, &session] { session.status = options->Run(session); });
+}
+
+}  // namespace kv_host
