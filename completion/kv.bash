@@ -1,0 +1,29 @@
+# bash completion for kv. Commands and options are read from kv's own help, so they are always those it has.
+_kv() {
+  local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} program=${COMP_WORDS[0]}
+  local command='' word
+  for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
+    [[ $word == -* ]] || { command=$word; break; }
+  done
+  local words
+  if [[ -z $command && $current != -* ]]; then
+    words=$("$program" --help 2>/dev/null | sed -n '/^Subcommands:/,$ s/^  \([a-z][a-z-]*\) .*/\1/p')
+  elif [[ $current == -* ]]; then
+    words=$("$program" ${command:+"$command"} --help 2>/dev/null | grep -o '^  -[^ ]*' | tr ', ' '\n\n' | grep '^-')
+  else
+    case $previous in
+      --member) words=$("$program" members 2>/dev/null | awk '/ usable/ { print $1 }') ;;
+      --from-format | --to-format) words='y4m uyvy yuy2 uyvya yuy2a bmp pgm ppm png' ;;
+      --layout) words='uyvy yuy2' ;;
+      --depth) words='8 15 16 24 32' ;;
+      --direction) words='left right up down' ;;
+      *)
+        compopt -o default 2>/dev/null
+        COMPREPLY=()
+        return
+        ;;
+    esac
+  fi
+  mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
+}
+complete -F _kv kv

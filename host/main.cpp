@@ -24,6 +24,10 @@ int Run(std::vector<std::string> arguments) {
   CLI::App app("Pictures and video in packed YUV 4:2:2, through the best plug-in that can do it.", "kv");
   app.require_subcommand(1);
   app.set_version_flag("--version", std::string("kv ") + KV_VERSION);
+  app.footer(
+      "kv COMMAND --help shows a command's options and an example.\n"
+      "Exit status: 0 done, 1 nothing found where something was sought, 2 bad input or usage, 3 no member "
+      "can do it.");
   kv_host::Session session;
   kv_host::AddAllCommands(app, session);
   const auto commands = app.get_subcommands([](const CLI::App*) { return true; });
