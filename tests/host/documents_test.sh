@@ -20,7 +20,7 @@ complete() { # WORDS…: what bash would offer for the last one
 offers() { # WORD WORDS…
   local wanted=$1
   shift
-  complete "$@" | grep -qxe "$wanted" || fail "completing '$*' does not offer $wanted: $(complete "$@" | tr '\n' ' ')"
+  grep -qxe "$wanted" <<<"$(complete "$@")" || fail "completing '$*' does not offer $wanted: $(complete "$@" | tr '\n' ' ')"
 }
 for command in $("$kv" --help | sed -n '/^Subcommands:/,/^$/ s/^  \([a-z][a-z-]*\) .*/\1/p'); do
   offers "$command" "$kv" "${command:0:1}"
