@@ -52,7 +52,7 @@ void AddConvertCommand(CLI::App& app, Session& session) {
   auto options = std::make_shared<ConvertOptions>();
   CLI::App* command = app.add_subcommand("convert", "Convert pictures and video between formats");
   command->add_option("IN", options->input, "picture or video; - is standard input")->required();
-  command->add_option("OUT", options->output, "file to write; - is standard output")->required();
+  command->add_option("OUT", options->output, "file to write; - is standard output (Y4M)")->required();
   options->inputOptions.AddWithFramesTo(*command);
   options->engine.AddTo(*command, session);
   command->add_option("--to-format", options->format, "format of the output (default: by its extension)")

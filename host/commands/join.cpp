@@ -42,7 +42,7 @@ void AddJoinCommand(CLI::App& app, Session& session) {
   auto options = std::make_shared<JoinOptions>();
   CLI::App* command = app.add_subcommand("join", "Put the parts of a recording one behind the other");
   command->add_option("PARTS", options->parts, "files in their order; - is standard input")->required();
-  command->add_option("-o,--output", options->output, "file to write; - is standard output")
+  command->add_option("-o,--output", options->output, "file to write; - is standard output (Y4M)")
       ->required()
       ->type_name("FILE");
   command->add_option("--to-format", options->format, "format of the output (default: by its extension)")

@@ -15,8 +15,9 @@ namespace {
 FileFormat Decide(const std::string& name, const WriteOptions& options) {
   if (options.format) return *options.format;
   if (const auto named = FormatOfExtension(name)) return *named;
-  throw FormatError(name == "-" ? "standard output" : name,
-                    "the format is not known; name it: " + FormatNames());
+  // The format that programs for video pass on to one another.
+  if (name == "-") return FileFormat::Y4m;
+  throw FormatError(name, "the format is not known; name it: " + FormatNames());
 }
 
 /// out.png, 7, 4 → out-0007.png

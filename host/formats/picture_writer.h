@@ -20,8 +20,8 @@ struct WriteOptions {
 /// never called. Standard output, pipes and devices show each frame at once, pictures one behind the other.
 class PictureWriter {
  public:
-  /// `-` is standard output. Throws FileError if the file cannot be written, FormatError if its format is not
-  /// known.
+  /// `-` is standard output, and Y4M when nothing else is said. Throws FileError if the file cannot be
+  /// written, FormatError if its format is not known.
   explicit PictureWriter(const std::string& name, const WriteOptions& options = {});
 
   FileFormat Format() const { return format_; }

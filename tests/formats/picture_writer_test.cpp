@@ -113,8 +113,7 @@ TEST(PictureWriter, UnknownExtensionsAreRefusedUnlessTheFormatIsNamed) {
   const TestFolder folder;
   EXPECT_NE(FormatErrorText([&] { PictureWriter writer(folder / "out.gif"); }).find("y4m, uyvy"),
             std::string::npos);
-  EXPECT_NE(FormatErrorText([] { PictureWriter writer("-"); }).find("standard output: the format"),
-            std::string::npos);
+  EXPECT_EQ(PictureWriter("-").Format(), FileFormat::Y4m);
   PictureWriter writer(folder / "out.gif", {.format = FileFormat::Bmp});
   writer.Write(MakeRaster(RasterKind::Dib24, 3, 2));
   writer.Commit();
