@@ -28,6 +28,8 @@ endforeach()
 install(FILES host/worker_pool.h host/runner.h host/opencv_view.h
   DESTINATION ${KV_INSTALL_INCLUDEDIR}/host COMPONENT dev)
 
+install(FILES plugin/exports.h plugin/dispatch.h DESTINATION ${KV_INSTALL_INCLUDEDIR}/plugin COMPONENT dev)
+
 set(packageFolder ${CMAKE_INSTALL_LIBDIR}/cmake/kv_algo)
 install(EXPORT kv_algo NAMESPACE kv:: FILE kv_algo-targets.cmake DESTINATION ${packageFolder} COMPONENT dev)
 configure_package_config_file(cmake/kv_algo-config.cmake.in kv_algo-config.cmake INSTALL_DESTINATION ${packageFolder}

@@ -31,6 +31,16 @@ cmake -S "$source/examples" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$prefix" -DCMA
 cmake --build "$work/cmake" >"$work/log" || { cat "$work/log"; fail "building"; }
 run_examples "$work/cmake"
 
+echo "== a member from outside"
+photo=$source/assets/seeding-720x576.y4m
+"$prefix/bin/kv" parity "$photo" "$work/other.y4m"
+"$prefix/bin/kv" diff "$photo" "$work/other.y4m" "$work/before.pgm"
+cp "$work/cmake/kv_algoSSE.so" "$libraries/kv_algo/"
+grep -q '"member": "kv_algoSSE"' <<<"$("$prefix/bin/kv" diff "$photo" "$work/other.y4m" "$work/after.pgm" --json)" ||
+  fail "the member was not asked"
+cmp "$work/before.pgm" "$work/after.pgm"
+rm "$libraries/kv_algo/kv_algoSSE.so"
+
 echo "== by pkg-config"
 mkdir "$work/pkg"
 export PKG_CONFIG_PATH=$libraries/pkgconfig
