@@ -10,15 +10,19 @@ namespace {
 
 constexpr std::size_t maxWideLength = 256;
 
-// The module that this code is part of, the program itself or a DLL.
-HMODULE OwnModule() {
-  static const char anchor = 0;
+// The module that holds an address, the program itself or a DLL.
+HMODULE ModuleAround(const void* address) {
   HMODULE module = nullptr;
   return GetModuleHandleExW(
              GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
-             reinterpret_cast<const wchar_t*>(&anchor), &module) != 0
+             static_cast<const wchar_t*>(address), &module) != 0
              ? module
              : nullptr;
+}
+
+HMODULE OwnModule() {
+  static const char anchor = 0;
+  return ModuleAround(&anchor);
 }
 
 HMODULE Native(ModuleHandle module) {
@@ -114,6 +118,11 @@ LoadedModule LoadModule(std::wstring_view name, std::span<const std::filesystem:
 
 void* FindFunction(ModuleHandle module, const char* name) {
   return reinterpret_cast<void*>(GetProcAddress(Native(module), name));
+}
+
+std::filesystem::path FolderOf(const void* address) {
+  const HMODULE module = ModuleAround(address);
+  return module == nullptr ? std::filesystem::path() : FileOf(module).parent_path();
 }
 
 void UnloadModule(ModuleHandle module) {
