@@ -1,0 +1,67 @@
+// A reader of the program on any bytes: frames that are whole, or one of its own errors.
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <new>
+
+#include "fuzz/check_input.h"
+#include "host/formats/format_error.h"
+#include "host/formats/picture_reader.h"
+
+namespace {
+
+/// A file in memory that holds the input.
+class InputFile {
+ public:
+  InputFile() : file_(memfd_create("kv_fuzz", 0)), name_("/proc/self/fd/" + std::to_string(file_)) {}
+
+  const std::string& Hold(const std::uint8_t* data, std::size_t size) const {
+    const bool isHeld =
+        ftruncate(file_, 0) == 0 && pwrite(file_, data, size, 0) == static_cast<ssize_t>(size);
+    kv_fuzz::Require(isHeld, "no file in memory");
+    return name_;
+  }
+
+ private:
+  int file_;
+  std::string name_;
+};
+
+void RequireWhole(const kv_host::Raster& frame) {
+  using kv_fuzz::Require;
+  Require(kv_host::SizeProblem(frame.width, frame.height).empty(), "a picture of a size that is refused");
+  const kv_host::Raster shape = kv_host::MakeEmptyRaster(frame.kind, frame.width, frame.height, frame.layout);
+  Require(shape.planes.size() == frame.planes.size(), "another number of planes than its kind has");
+  for (std::size_t i = 0; i < frame.planes.size(); ++i) {
+    const kv_host::Plane& plane = frame.planes[i];
+    Require(plane.stride == shape.planes[i].stride && plane.rows == shape.planes[i].rows &&
+                plane.bytes.size() == plane.stride * static_cast<std::size_t>(plane.rows),
+            "a plane that is not whole");
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static const InputFile file;
+  kv_host::ReadOptions options;
+  options.format = kv_host::FormatNamed(KV_FUZZ_FORMAT);
+  if (!options.format) {
+    // Raw frames: the first bytes say what is told on the command line.
+    if (size < 3) return 0;
+    constexpr const char* names[] = {"uyvy", "yuy2", "uyvya", "yuy2a"};
+    options.format = kv_host::FormatNamed(names[data[0] % 4]);
+    options.width = data[1];
+    options.height = data[2];
+    data += 3;
+    size -= 3;
+  }
+  try {
+    kv_host::PictureReader reader(file.Hold(data, size), options);
+    while (const auto frame = reader.Next()) RequireWhole(*frame);
+  } catch (const kv_host::FileError& error) {
+    kv_fuzz::Require(std::string(error.what()).find('\n') == std::string::npos, "an error of several lines");
+  }
+  return 0;
+}
