@@ -11,14 +11,18 @@ namespace kv_check {
 class Random {
  public:
   explicit Random(std::uint64_t seed) : engine_(seed) {}
+  /// Values that the bytes decide, a choice among up to 256 by one byte; when they are used up, as of seed 0.
+  /// The bytes must outlive this object.
+  explicit Random(std::span<const std::uint8_t> choices) : engine_(0), choices_(choices) {}
 
-  std::uint64_t Next() { return engine_(); }
+  std::uint64_t Next() { return choices_.empty() ? engine_() : Chosen(~std::uint64_t{0}); }
   /// A value from `low` to `high`, both included.
   int Between(int low, int high) {
-    return low + static_cast<int>(engine_() % (static_cast<std::uint64_t>(std::int64_t{high} - low) + 1));
+    const std::uint64_t span = static_cast<std::uint64_t>(std::int64_t{high} - low);
+    return low + static_cast<int>((choices_.empty() ? engine_() : Chosen(span)) % (span + 1));
   }
   bool OneIn(int n) { return Between(1, n) == 1; }
-  double Unit() { return static_cast<double>(engine_() >> 11) * 0x1p-53; }
+  double Unit() { return static_cast<double>(Next() >> 11) * 0x1p-53; }
   template <class T>
   const T& Pick(std::span<const T> values) {
     return values[static_cast<std::size_t>(Between(0, static_cast<int>(values.size()) - 1))];
@@ -31,7 +35,11 @@ class Random {
   void Fill(std::span<std::uint8_t> bytes);
 
  private:
+  /// A value out of as many bytes as one up to `highest` takes.
+  std::uint64_t Chosen(std::uint64_t highest);
+
   std::mt19937_64 engine_;
+  std::span<const std::uint8_t> choices_;
 };
 
 }  // namespace kv_check

@@ -5,18 +5,20 @@
 #include <exception>
 #include <new>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "errors/kv_exception.h"
 #include "host/commands/command.h"
 #include "host/errors.h"
 #include "host/formats/format_error.h"
+#include "host/formats/unfinished_files.h"
 #include "host/platform/platform.h"
 
 namespace {
 
-int Complain(const std::string& problem, int status) {
-  std::fprintf(stderr, "kv: %s\n", problem.c_str());
+int Complain(std::string_view problem, int status) {
+  std::fprintf(stderr, "kv: %.*s\n", static_cast<int>(problem.size()), problem.data());
   return status;
 }
 
@@ -60,5 +62,10 @@ int Run(std::vector<std::string> arguments) {
 
 int main(int argc, char** argv) {
   kv_host::PrepareProcess();
-  return Run(kv_host::Arguments(argc, argv));
+  kv_host::RemoveUnfinishedFilesWhenInterrupted();
+  try {
+    return Run(kv_host::Arguments(argc, argv));
+  } catch (const std::bad_alloc&) {
+    return Complain("out of memory", kv_host::BadInput);
+  }
 }

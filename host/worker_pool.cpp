@@ -38,8 +38,15 @@ void WorkerPool::Run(const Work& work, int count, const std::stop_token& stop) c
   };
   {
     std::vector<std::jthread> others;
-    for (int index = 1; index < count; ++index) {
-      others.emplace_back(runOne, static_cast<std::uint32_t>(index));
+    try {
+      others.reserve(static_cast<std::size_t>(count));
+      for (int index = 1; index < count; ++index) {
+        others.emplace_back(runOne, static_cast<std::uint32_t>(index));
+      }
+    } catch (...) {
+      // Those that run would wait for the threads that the system did not give.
+      barrier.RequestErrorStop();
+      throw;
     }
     runOne(0);
   }

@@ -17,6 +17,7 @@ void AddAllCommands(CLI::App& app, Session& session) {
   AddFindCommand(app, session);
   AddClipCommand(app, session);
   AddJoinCommand(app, session);
+  AddSelfTestCommand(app, session);
 }
 
 }  // namespace kv_host

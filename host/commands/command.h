@@ -17,7 +17,7 @@ namespace kv_host {
 /// Exit statuses of the program.
 enum ExitStatus : int {
   Done = 0,
-  NothingFound = 1,  ///< something was sought and not found
+  NothingFound = 1,  ///< something was sought and not found, or compared and not equal
   BadInput = 2,      ///< bad input or usage
   NoMember = 3       ///< no member of the family can do it
 };
@@ -101,10 +101,10 @@ FileFormat ParseFormat(const std::string& name, const std::string& option);
 /// Byte order out of "uyvy" or "yuy2"; 0 for an empty text.
 int ParseLayout(const std::string& name);
 
-/// Each adds one command to the program. The session tells what a call came to.
-/// All commands, in the order of the help.
+/// All commands, in the order of the help. The session tells what a call came to.
 void AddAllCommands(CLI::App& app, Session& session);
 
+// Each adds one command to the program.
 void AddMembersCommand(CLI::App& app, Session& session);
 void AddConvertCommand(CLI::App& app, Session& session);
 void AddCopyRoiCommand(CLI::App& app, Session& session);
@@ -119,5 +119,6 @@ void AddFindCommand(CLI::App& app, Session& session);
 void AddClipCommand(CLI::App& app, Session& session);
 void AddJoinCommand(CLI::App& app, Session& session);
 void AddDemoCommand(CLI::App& app, Session& session);
+void AddSelfTestCommand(CLI::App& app, Session& session);
 
 }  // namespace kv_host

@@ -6,6 +6,7 @@
 
 #include "host/formats/file_name.h"
 #include "host/formats/format_error.h"
+#include "host/formats/unfinished_files.h"
 #include "host/platform/platform.h"
 
 namespace kv_host {
@@ -73,18 +74,22 @@ ByteSink::~ByteSink() {
   if (temporary_ == nullptr) return;
   std::error_code error;
   fs::remove(*temporary_, error);
+  DropUnfinishedFile(*temporary_);
 }
 
 void ByteSink::OpenTemporary() {
   // The short name fits wherever the target's own does; "x" refuses a file that is already there.
   for (int attempt = 0; attempt < 10 && file_ == nullptr; ++attempt) {
     auto path = std::make_unique<const fs::path>(target_.parent_path() / (".kv-" + RandomDigits() + ".part"));
+    AddUnfinishedFile(*path);
     file_.reset(OpenFile(*path, "wbx"));
     if (file_ != nullptr) {
       temporary_ = std::move(path);
-    } else if (errno != EEXIST) {
-      FailToWrite(errno);
+      continue;
     }
+    const int error = errno;
+    DropUnfinishedFile(*path);
+    if (error != EEXIST) FailToWrite(error);
   }
   if (file_ == nullptr) FailToWrite(EEXIST);
   std::error_code error;
@@ -134,6 +139,7 @@ void ByteSink::Commit() {
   std::error_code error;
   Replace(*temporary_, target_, error);
   if (error) throw FileError(name_, "cannot be written: " + error.message());
+  DropUnfinishedFile(*temporary_);
   temporary_.reset();
 }
 

@@ -257,6 +257,20 @@ TEST_F(CommandLine, AClosedPipeIsReported) {
   EXPECT_EQ(ReadFile(folder_ / "message").find("kv: "), 0U) << ReadFile(folder_ / "message");
 }
 
+TEST_F(CommandLine, ATerminalSeesHowFarItIs) {
+  KV_NEEDS_SHELL();
+  RunShell(folder_, "script -qec \"$KV pan " + photo_ +
+                        " out.y4m --size 360x576 --frames 3 --direction right\" transcript >/dev/null");
+  EXPECT_NE(ReadFile(folder_ / "transcript").find("3/3"), std::string::npos);
+}
+
+TEST_F(CommandLine, ASecondVideoOfFewerFramesIsRefused) {
+  const std::string pan = "pan " + photo_ + " --size 360x576 --direction right";
+  ExpectDone(pan + " three.y4m --frames 3");
+  ExpectDone(pan + " two.y4m --frames 2");
+  ExpectRefused("diff three.y4m two.y4m out.png", "two.y4m: has 2 frames, fewer than the other input");
+}
+
 TEST_F(CommandLine, HelpShowsAnExampleForEachCommand) {
   EXPECT_EQ(Kv("--help").status, 0);
   for (const char* command : {"convert", "members", "copy-roi", "diff", "average", "filter", "blend",

@@ -18,7 +18,7 @@ struct RgbPixel {
   int red = 0, green = 0, blue = 0, alpha = 255;
 };
 
-inline int FloorDivide(int value, int divisor) {
+inline int DividedDown(int value, int divisor) {
   int quotient = value / divisor;
   if (quotient * divisor > value) --quotient;
   return quotient;
@@ -28,22 +28,22 @@ inline int Limit(int value) {
 }
 
 inline RgbPixel RgbOf(const YuvPixel& p) {
-  const int luma = FloorDivide(9539 * (p.y - 16), 8192);
+  const int luma = DividedDown(9539 * (p.y - 16), 8192);
   const int u = p.cb - 128;
   const int v = p.cr - 128;
-  return {Limit(luma + FloorDivide(13075 * v, 8192)), Limit(luma + FloorDivide(-3209 * u - 6660 * v, 8192)),
-          Limit(luma + FloorDivide(16525 * u, 8192)), p.alpha};
+  return {Limit(luma + DividedDown(13075 * v, 8192)), Limit(luma + DividedDown(-3209 * u - 6660 * v, 8192)),
+          Limit(luma + DividedDown(16525 * u, 8192)), p.alpha};
 }
 
 /// The pixel pair's chroma is that of both pixels' mean; `other` is the pair's other pixel, or the same.
 inline YuvPixel YuvOf(const RgbPixel& p, const RgbPixel& other) {
   const auto weigh = [](const RgbPixel& c, int red, int green, int blue) {
-    return FloorDivide(red * c.red + green * c.green + blue * c.blue, 32768);
+    return DividedDown(red * c.red + green * c.green + blue * c.blue, 32768);
   };
   const int cb = weigh(p, -4857, -9535, 14392) + weigh(other, -4857, -9535, 14392);
   const int cr = weigh(p, 14392, -12052, -2341) + weigh(other, 14392, -12052, -2341);
-  return {Limit(Limit(weigh(p, 8414, 16519, 3208)) + 16), Limit(FloorDivide(cb, 2) + 128),
-          Limit(FloorDivide(cr, 2) + 128), p.alpha};
+  return {Limit(Limit(weigh(p, 8414, 16519, 3208)) + 16), Limit(DividedDown(cb, 2) + 128),
+          Limit(DividedDown(cr, 2) + 128), p.alpha};
 }
 
 /// Four bytes of a 4:2:2 pair: where its luma, Cb and Cr start.

@@ -1,8 +1,8 @@
-#include "tests/support/random.h"
+#include "check/random_regions.h"
 
 #include <vector>
 
-namespace kv_test {
+namespace kv_check {
 
 kv_img::ImageRect RandomRect(Random& random, const kv_img::ImageRect& bounds) {
   const int left = random.Between(bounds.GetLeft(), bounds.GetRight());
@@ -26,4 +26,4 @@ kv_img::RunRegion RandomRuns(Random& random, const kv_img::ImageRect& bounds, bo
   return {top, first, last};
 }
 
-}  // namespace kv_test
+}  // namespace kv_check

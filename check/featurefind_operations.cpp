@@ -1,0 +1,114 @@
+#include "check/operation_call.h"
+#include "frame/interfaces/feature_find.h"
+
+namespace kv_check {
+namespace {
+
+using kv_img::AlgorithmInterface;
+using kv_img::Image;
+
+/// The arguments of a search, of any of the four operations.
+struct Search {
+  int operation;
+  int whole1[2];
+  int whole2[2];
+  double point1[2];
+  double point2[2];
+  int hw;
+  int hh;
+  int rangeX;
+  int rangeY;
+  double stepX;
+  double stepY;
+  int levels;
+
+  Search(Random& random, int width, int height) : operation(random.Between(0, 3)) {
+    // Anywhere around an axis of `size` pixels, mostly inside.
+    const auto anyPosition = [&](int size) {
+      return random.OneIn(5) ? random.Between(-12, size + 12) : random.Between(0, size - 1);
+    };
+    for (int* point : {whole1, whole2}) {
+      point[0] = anyPosition(width);
+      point[1] = anyPosition(height);
+    }
+    for (int axis = 0; axis < 2; ++axis) {
+      point1[axis] = whole1[axis] + random.Pick({0.0, 0.25, 0.5, 0.7});
+      point2[axis] = whole2[axis] + random.Pick({0.0, 0.25, 0.5, 0.7});
+    }
+    hw = random.Between(0, 9);
+    hh = random.Between(0, 6);
+    rangeX = random.Between(0, 5);
+    rangeY = random.Between(0, 4);
+    stepX = random.Pick({1.0, 0.5, 1.0 / 3, 0.3});
+    stepY = random.Pick({1.0, 0.5, 0.25});
+    levels = random.Between(0, 3);
+  }
+};
+
+/// A search by one operation: the result, the map's shape and its scores.
+template <class PixelClass>
+void Run(const Search& search, const kv_img::FeatureFindAlgorithmInterface<Image<PixelClass>>& find,
+         const Image<PixelClass>& image1, const Image<PixelClass>& image2, std::vector<double>& values) {
+  kv_std::SpinBarrier barrier(1);
+  double result[2] = {-7, -9};
+  int wholeResult[2] = {-7, -9};
+  kv_img::MatchScoreMap wholeMap;
+  kv_img::SubPixelScoreMap map;
+  const Search& s = search;
+  switch (s.operation) {
+    case 0:
+      find.LocateFeatureSubPixel(image1, image2, s.point1, s.point2, result, s.hw, s.hh, s.rangeX, s.rangeY,
+                                 s.stepX, s.stepY, s.levels, &map, barrier, 0);
+      break;
+    case 1:
+      find.LocateFeature(image1, image2, s.whole1, s.whole2, wholeResult, s.hw, s.hh, s.rangeX, s.rangeY,
+                         &wholeMap, barrier, 0);
+      break;
+    case 2:
+      find.LocateFeatureNoMap(image1, image2, s.whole1, s.whole2, wholeResult, s.hw, s.hh, s.rangeX, s.rangeY,
+                              barrier, 0);
+      break;
+    default:
+      find.RefineFeature(image1, image2, s.point1, s.point2, result, s.hw, s.hh, s.rangeX, s.rangeY, s.stepX,
+                         s.stepY, 0, s.levels, &map, barrier, 0);
+  }
+  values = {result[0], result[1], static_cast<double>(wholeResult[0]), static_cast<double>(wholeResult[1])};
+  // A score is no number where the template has no pixels; as a number it can be compared.
+  for (const double score : wholeMap.Scores()) values.push_back(score == score ? score : -1);
+  for (const double score : map.Scores()) values.push_back(score == score ? score : -1);
+}
+
+template <class PixelClass>
+Comparison CompareSearches(Random& random, const AlgorithmInterface& reference,
+                           const AlgorithmInterface& other) {
+  const int width = random.Between(4, 44);
+  const int height = random.Between(4, 24);
+  const Search search(random, width, height);
+  auto image1 = AnyImage<PixelClass>(random, random.OneIn(4) ? random.Between(4, 44) : width, height, 0);
+  auto image2 = AnyImage<PixelClass>(random, width, height, 0);
+  if (random.OneIn(4)) {
+    // Few values, so that many positions score alike.
+    for (std::uint8_t& byte : image1.Arena()) byte &= 1;
+    for (std::uint8_t& byte : image2.Arena()) byte &= 1;
+  }
+  return CompareCalls<kv_img::FeatureFindAlgorithmInterface<Image<PixelClass>>>(
+      reference, other,
+      [&](const auto& find, std::vector<double>& values, Image<PixelClass>& first,
+          Image<PixelClass>& second) { Run(search, find, first, second, values); },
+      image1, image2);
+}
+
+template <class PixelClass>
+void Add(std::vector<OperationCase>& list) {
+  list.push_back({"FeatureFind", {PixelClass::ClassID}, CompareSearches<PixelClass>});
+}
+
+}  // namespace
+
+void AddFeatureFindOperations(std::vector<OperationCase>& list) {
+  Add<kv_img::PixelYUV422>(list);
+  Add<kv_img::PixelDIB24>(list);
+  Add<kv_img::PixelDIB32>(list);
+}
+
+}  // namespace kv_check

@@ -1,0 +1,109 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <tuple>
+#include <type_traits>
+#include <typeinfo>
+#include <vector>
+
+#include "check/operation_case.h"
+#include "check/random_regions.h"
+#include "check/test_image.h"
+#include "errors/kv_exception.h"
+#include "frame/spin_barrier.h"
+
+// What the random calls of operation_case.h are made with.
+namespace kv_check {
+
+/// What a call gave beside pixels.
+struct CallResult {
+  /// Class and code of the exception; empty: none.
+  std::string error;
+  std::vector<double> values;
+
+  bool operator==(const CallResult&) const = default;
+};
+
+/// Makes `call(operation, values, images…)` with images equal to these.
+template <class Interface, class Call, class... Classes>
+CallResult MakeCall(const kv_img::AlgorithmInterface& operation, Call& call,
+                    std::tuple<TestImage<Classes>...>& images) {
+  CallResult result;
+  try {
+    std::apply(
+        [&](auto&... image) { call(static_cast<const Interface&>(operation), result.values, *image...); },
+        images);
+  } catch (const kv_std::KVException& error) {
+    result.error = std::string(typeid(error).name()) + " " + std::to_string(error.Code());
+  }
+  return result;
+}
+
+/// Makes the same call on both objects.
+template <class Interface, class Call, class... Classes>
+Comparison CompareCalls(const kv_img::AlgorithmInterface& reference, const kv_img::AlgorithmInterface& other,
+                        Call call, const TestImage<Classes>&... images) {
+  std::tuple<TestImage<Classes>...> expected(images...);
+  std::tuple<TestImage<Classes>...> actual(images...);
+  const CallResult expectedResult = MakeCall<Interface>(reference, call, expected);
+  const CallResult result = MakeCall<Interface>(other, call, actual);
+  Comparison comparison;
+  comparison.wasRefused = !expectedResult.error.empty();
+  if (result.error != expectedResult.error) {
+    const auto named = [](const std::string& error) { return error.empty() ? "nothing" : error; };
+    comparison.difference = "throws " + named(result.error) + ", not " + named(expectedResult.error);
+  } else if (result.values != expectedResult.values) {
+    comparison.difference = "gives other values";
+  } else {
+    std::apply(
+        [&](const auto&... image) {
+          std::apply([&](const auto&... as) { ((comparison.difference += image.DifferenceFrom(as)), ...); },
+                     expected);
+        },
+        actual);
+  }
+  return comparison;
+}
+
+/// Calls `work(barrier, index)` for the threads of a call in turn: for operations that never wait.
+template <class Work>
+void InTurn(int threads, Work work) {
+  kv_std::SpinBarrier barrier(threads);
+  for (int index = 0; index < threads; ++index) work(barrier, static_cast<std::uint32_t>(index));
+}
+
+template <class PixelClass>
+inline constexpr bool isPackedYuv =
+    std::is_same_v<PixelClass, kv_img::PixelYUV422> || std::is_same_v<PixelClass, kv_img::PixelYUVA422>;
+
+/// Options of an image of packed 4:2:2 in either byte order, or of a bitmap in either.
+template <class PixelClass>
+kv_img::ImageOptions AnyOptions(Random& random) {
+  using namespace kv_img::PixelLayout;
+  kv_img::ImageOptions options;
+  const bool isSecond = random.OneIn(2);
+  if (isPackedYuv<PixelClass>) {
+    options.layout = isSecond ? chromaFirst : lumaFirst;
+  } else if (std::is_same_v<typename kv_img::DescriptorOf<PixelClass>::Type, kv_img::PixelDescriptorDIB>) {
+    options.layout = isSecond ? redFirst : blueFirst;
+  }
+  options.properties.fieldParity = static_cast<std::uint8_t>(random.Between(0, 2));
+  options.properties.fieldOrder = static_cast<std::uint8_t>(random.Between(0, 1));
+  // Images in scattered rows are no block.
+  options.properties.propertyFlag = 1;
+  return options;
+}
+
+template <class PixelClass>
+TestImage<PixelClass> AnyImage(Random& random, int width, int height, std::size_t slack = 8) {
+  const kv_img::ImageOptions options = AnyOptions<PixelClass>(random);
+  return {random, width, height, Placement::Any(random, slack), options};
+}
+
+/// `size`, or now and then one that does not fit.
+inline int AlmostAlways(Random& random, int size) {
+  return random.OneIn(40) ? size + 1 : size;
+}
+
+}  // namespace kv_check
