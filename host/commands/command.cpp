@@ -25,13 +25,13 @@ void EngineOptions::AddTo(CLI::App& command, Session& of, const std::string& res
 }
 
 int OwnedEngine::Finish(PictureWriter& writer) const {
-  writer.Commit();
+  // What may fail for want of memory comes before the files take their names: a failure leaves none.
+  writer.NameFiles();
   Session& session = *options_.session;
   session.files.insert(session.files.end(), writer.Names().begin(), writer.Names().end());
-  if (options_.json) {
-    std::fprintf(writer.WritesToStandardOutput() ? stderr : stdout, "%s\n",
-                 ReportOf(session).dump(2).c_str());
-  }
+  const std::string report = options_.json ? ReportOf(session).dump(2) + '\n' : std::string();
+  writer.Commit();
+  std::fputs(report.c_str(), writer.WritesToStandardOutput() ? stderr : stdout);
   return Done;
 }
 

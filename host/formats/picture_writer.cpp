@@ -80,7 +80,7 @@ void PictureWriter::Encode(const Raster& frame, ByteSink& sink) {
   }
 }
 
-void PictureWriter::Commit() {
+void PictureWriter::NameFiles() {
   if (count_ == 0) throw FileError(sinks_.front().Name(), "no picture was written");
   std::vector<std::string> names;
   if (sinks_.size() > 1) {
@@ -93,8 +93,12 @@ void PictureWriter::Commit() {
   } else if (name_ != "-") {
     names.push_back(name_);
   }
-  for (ByteSink& sink : sinks_) sink.Commit();
   names_ = std::move(names);
+}
+
+void PictureWriter::Commit() {
+  if (names_.empty()) NameFiles();
+  for (ByteSink& sink : sinks_) sink.Commit();
 }
 
 }  // namespace kv_host

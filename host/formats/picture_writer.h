@@ -29,9 +29,12 @@ class PictureWriter {
 
   /// Throws FileError, or FormatError for a raster that TraitsOf(Format()).writableRasters does not list.
   void Write(const Raster& frame);
-  /// Gives the files their final names. Throws FileError, also when no frame was written.
+  /// Decides on the final names of the files, which are tried. Throws FileError, also when no frame was
+  /// written.
+  void NameFiles();
+  /// Gives the files their final names. Throws as NameFiles() does.
   void Commit();
-  /// The names that Commit() gave; empty for standard output.
+  /// The names that NameFiles() or Commit() decided on; empty for standard output.
   const std::vector<std::string>& Names() const { return names_; }
 
  private:

@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <stdexcept>
 #include <thread>
 
 #include "tests/host/program.h"
@@ -31,6 +32,8 @@ pid_t StartLongRun(const fs::path& folder) {
   const fs::path program = fs::read_symlink("/proc/self/exe").parent_path() / "kv";
   const std::string photo = Photograph().string();
   const pid_t child = fork();
+  // Nothing may be sent to process -1, which is every one.
+  if (child < 0) throw std::runtime_error("no process can be started");
   if (child != 0) return child;
   fs::current_path(folder);
   execl(program.c_str(), "kv", "pan", photo.c_str(), "out.y4m", "--size", "360x576", "--frames", "60",

@@ -121,7 +121,7 @@ TEST(SelfTest, TheProgramNamesAMemberThatIsWrongAndItsCall) {
   const kv_test::TempFolder temp;
   const Outcome outcome = kv_test::RunShell(
       temp.Path(),
-      "d=$(dirname $KV); cp $KV $d/kv_algo*.so $d/libkv_*.so $d/wrong_member/kv_algoSSE.so . && "
+      "d=$(dirname $KV); cp $KV $d/kv_algo*.so $d/libkv_*.so* $d/wrong_member/kv_algoSSE.so . && "
       "./kv selftest --rounds 3 --seed 5");
   EXPECT_EQ(outcome.status, 1) << outcome.err;
   EXPECT_NE(outcome.out.find("Copy:grey8:grey8 of kv_algoSSE: call 0: byte "), std::string::npos)
@@ -134,7 +134,7 @@ TEST(SelfTest, ACrashIsADifferenceToo) {
   const kv_test::TempFolder temp;
   const Outcome outcome = kv_test::RunShell(
       temp.Path(),
-      "d=$(dirname $KV); cp $KV $d/kv_algoC.so $d/libkv_*.so $d/crashing_member/kv_algoSSE.so . && "
+      "d=$(dirname $KV); cp $KV $d/kv_algoC.so $d/libkv_*.so* $d/crashing_member/kv_algoSSE.so . && "
       "./kv selftest --rounds 1");
   EXPECT_EQ(outcome.status, 1);
   EXPECT_EQ(outcome.ErrorLines(), 1) << outcome.err;
@@ -145,7 +145,7 @@ TEST(SelfTest, WithoutTheReferenceThereIsNothingToCompare) {
   KV_NEEDS_SHELL();
   const kv_test::TempFolder temp;
   const Outcome outcome = kv_test::RunShell(
-      temp.Path(), "d=$(dirname $KV); cp $KV $d/kv_algoMMX.so $d/libkv_*.so . && ./kv selftest --rounds 1");
+      temp.Path(), "d=$(dirname $KV); cp $KV $d/kv_algoMMX.so $d/libkv_*.so* . && ./kv selftest --rounds 1");
   EXPECT_EQ(outcome.status, 3);
   EXPECT_EQ(outcome.ErrorLines(), 1) << outcome.err;
 }
