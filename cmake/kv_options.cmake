@@ -35,6 +35,10 @@ set(KV_SANITIZE "" CACHE STRING "Sanitizers to build with, as for -fsanitize=")
 if(KV_SANITIZE)
   add_compile_options(-fsanitize=${KV_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${KV_SANITIZE})
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    # What sanitizers put in between hides from g++ that values were set.
+    add_compile_options(-Wno-maybe-uninitialized)
+  endif()
 endif()
 
 include_directories(${PROJECT_SOURCE_DIR})

@@ -13,9 +13,17 @@
 // (SSE2), 1 (AVX2), 2 (AVX-512) or 3 (VBMI and VNNI too). Everything here has internal linkage, so that no
 // function compiled for a wide level can become the copy that others call.
 
-#if KV_WIDE_LEVEL >= 2
+// A file whose kernels wait for memory more than for anything defines KV_HALF_REGISTERS first: 256 bits at
+// most are then as good, and better on processors that store 512 bits in two halves.
+#if defined(KV_HALF_REGISTERS) && KV_WIDE_LEVEL >= 2
+#define KV_REGISTER_LEVEL 1
+#else
+#define KV_REGISTER_LEVEL KV_WIDE_LEVEL
+#endif
+
+#if KV_REGISTER_LEVEL >= 2
 #define KV_SIMD(operation) _mm512_##operation
-#elif KV_WIDE_LEVEL == 1
+#elif KV_REGISTER_LEVEL == 1
 #define KV_SIMD(operation) _mm256_##operation
 #else
 #define KV_SIMD(operation) _mm_##operation
@@ -28,9 +36,9 @@ namespace {
 
 constexpr auto level = static_cast<WideLevel>(KV_WIDE_LEVEL);
 
-#if KV_WIDE_LEVEL >= 2
+#if KV_REGISTER_LEVEL >= 2
 using Vector = __m512i;
-#elif KV_WIDE_LEVEL == 1
+#elif KV_REGISTER_LEVEL == 1
 using Vector = __m256i;
 #else
 using Vector = __m128i;
@@ -117,7 +125,7 @@ KV_INLINE Vector MultiplyAdd16(Vector a, Vector b) {
 }
 /// The same, added to 32-bit sums.
 KV_INLINE Vector MultiplyAddTo32(Vector sums, Vector a, Vector b) {
-#if KV_WIDE_LEVEL >= 3
+#if KV_REGISTER_LEVEL >= 3
   return _mm512_dpwssd_epi32(sums, a, b);
 #else
   return Add32(sums, MultiplyAdd16(a, b));
@@ -167,16 +175,16 @@ KV_INLINE Vector ShiftRight64(Vector a) {
 
 /// The same sixteen bytes in every lane.
 KV_INLINE Vector RepeatInLanes(__m128i lane) {
-#if KV_WIDE_LEVEL >= 2
+#if KV_REGISTER_LEVEL >= 2
   return _mm512_broadcast_i32x4(lane);
-#elif KV_WIDE_LEVEL == 1
+#elif KV_REGISTER_LEVEL == 1
   return _mm256_broadcastsi128_si256(lane);
 #else
   return lane;
 #endif
 }
 
-#if KV_WIDE_LEVEL >= 2
+#if KV_REGISTER_LEVEL >= 2
 KV_INLINE Vector Zero() {
   return _mm512_setzero_si512();
 }
@@ -196,7 +204,7 @@ KV_INLINE Vector Xor(Vector a, Vector b) {
 KV_INLINE Vector Select(Vector mask, Vector a, Vector b) {
   return _mm512_ternarylogic_epi32(mask, a, b, 0xAC);
 }
-#elif KV_WIDE_LEVEL == 1
+#elif KV_REGISTER_LEVEL == 1
 KV_INLINE Vector Zero() {
   return _mm256_setzero_si256();
 }
@@ -238,7 +246,7 @@ KV_INLINE Vector Select(Vector mask, Vector a, Vector b) {
 
 /// The lower 16 bits of every 32-bit lane in both halves, and the upper 16 bits.
 KV_INLINE Vector RepeatLower16(Vector a) {
-#if KV_WIDE_LEVEL >= 1
+#if KV_REGISTER_LEVEL >= 1
   return KV_SIMD(shuffle_epi8)(
       a, RepeatInLanes(_mm_setr_epi8(0, 1, 0, 1, 4, 5, 4, 5, 8, 9, 8, 9, 12, 13, 12, 13)));
 #else
@@ -246,7 +254,7 @@ KV_INLINE Vector RepeatLower16(Vector a) {
 #endif
 }
 KV_INLINE Vector RepeatUpper16(Vector a) {
-#if KV_WIDE_LEVEL >= 1
+#if KV_REGISTER_LEVEL >= 1
   return KV_SIMD(shuffle_epi8)(
       a, RepeatInLanes(_mm_setr_epi8(2, 3, 2, 3, 6, 7, 6, 7, 10, 11, 10, 11, 14, 15, 14, 15)));
 #else
@@ -276,18 +284,18 @@ KV_INLINE Vector HalvedSumU8(Vector a, Vector b) {
 
 // Widening of consecutive elements, in order; half or a quarter of a register is read.
 KV_INLINE Vector Widen8To16(const void* source) {
-#if KV_WIDE_LEVEL >= 2
+#if KV_REGISTER_LEVEL >= 2
   return _mm512_cvtepu8_epi16(_mm256_loadu_si256(static_cast<const __m256i*>(source)));
-#elif KV_WIDE_LEVEL == 1
+#elif KV_REGISTER_LEVEL == 1
   return _mm256_cvtepu8_epi16(Load128(source));
 #else
   return _mm_unpacklo_epi8(_mm_loadl_epi64(static_cast<const __m128i*>(source)), Zero());
 #endif
 }
 KV_INLINE Vector Widen8To32(const void* source) {
-#if KV_WIDE_LEVEL >= 2
+#if KV_REGISTER_LEVEL >= 2
   return _mm512_cvtepu8_epi32(Load128(source));
-#elif KV_WIDE_LEVEL == 1
+#elif KV_REGISTER_LEVEL == 1
   return _mm256_cvtepu8_epi32(_mm_loadl_epi64(static_cast<const __m128i*>(source)));
 #else
   std::int32_t four = 0;
@@ -296,9 +304,9 @@ KV_INLINE Vector Widen8To32(const void* source) {
 #endif
 }
 KV_INLINE Vector Widen16To32(const void* source) {
-#if KV_WIDE_LEVEL >= 2
+#if KV_REGISTER_LEVEL >= 2
   return _mm512_cvtepu16_epi32(_mm256_loadu_si256(static_cast<const __m256i*>(source)));
-#elif KV_WIDE_LEVEL == 1
+#elif KV_REGISTER_LEVEL == 1
   return _mm256_cvtepu16_epi32(Load128(source));
 #else
   return _mm_unpacklo_epi16(_mm_loadl_epi64(static_cast<const __m128i*>(source)), Zero());
@@ -307,9 +315,9 @@ KV_INLINE Vector Widen16To32(const void* source) {
 
 /// Brings the 64-bit lanes of a pack of two registers into order.
 KV_INLINE Vector OrderOfPack(Vector packed) {
-#if KV_WIDE_LEVEL >= 2
+#if KV_REGISTER_LEVEL >= 2
   return _mm512_permutexvar_epi64(_mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7), packed);
-#elif KV_WIDE_LEVEL == 1
+#elif KV_REGISTER_LEVEL == 1
   return _mm256_permute4x64_epi64(packed, 0xD8);
 #else
   return packed;
@@ -325,10 +333,10 @@ KV_INLINE Vector Narrow32To16(Vector first, Vector second) {
 }
 /// The lower halves of the 64-bit lanes of two registers, in order.
 KV_INLINE Vector Lower32Of64(Vector first, Vector second) {
-#if KV_WIDE_LEVEL >= 2
+#if KV_REGISTER_LEVEL >= 2
   const Vector even = _mm512_setr_epi32(0, 2, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22, 24, 26, 28, 30);
   return _mm512_permutex2var_epi32(first, even, second);
-#elif KV_WIDE_LEVEL == 1
+#elif KV_REGISTER_LEVEL == 1
   return OrderOfPack(
       _mm256_castps_si256(_mm256_shuffle_ps(_mm256_castsi256_ps(first), _mm256_castsi256_ps(second), 0x88)));
 #else
@@ -338,10 +346,10 @@ KV_INLINE Vector Lower32Of64(Vector first, Vector second) {
 
 /// The upper halves of the 64-bit lanes of two registers, in order.
 KV_INLINE Vector Upper32Of64(Vector first, Vector second) {
-#if KV_WIDE_LEVEL >= 2
+#if KV_REGISTER_LEVEL >= 2
   const Vector odd = _mm512_setr_epi32(1, 3, 5, 7, 9, 11, 13, 15, 17, 19, 21, 23, 25, 27, 29, 31);
   return _mm512_permutex2var_epi32(first, odd, second);
-#elif KV_WIDE_LEVEL == 1
+#elif KV_REGISTER_LEVEL == 1
   return OrderOfPack(
       _mm256_castps_si256(_mm256_shuffle_ps(_mm256_castsi256_ps(first), _mm256_castsi256_ps(second), 0xDD)));
 #else
@@ -373,9 +381,9 @@ KV_INLINE std::uint32_t SumOf32(Vector sums) {
 }
 
 KV_INLINE void StoreLowerHalf(void* destination, Vector vector) {
-#if KV_WIDE_LEVEL >= 2
+#if KV_REGISTER_LEVEL >= 2
   _mm256_storeu_si256(static_cast<__m256i*>(destination), _mm512_castsi512_si256(vector));
-#elif KV_WIDE_LEVEL == 1
+#elif KV_REGISTER_LEVEL == 1
   Store128(destination, _mm256_castsi256_si128(vector));
 #else
   _mm_storel_epi64(static_cast<__m128i*>(destination), vector);

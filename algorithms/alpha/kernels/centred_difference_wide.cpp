@@ -1,3 +1,4 @@
+#define KV_HALF_REGISTERS
 #include "algorithms/alpha/kernels/centred_difference.h"
 #include "algorithms/simd/wide.h"
 

@@ -1,3 +1,4 @@
+#define KV_HALF_REGISTERS
 #include "algorithms/arithmetic/kernels/luma_difference.h"
 #include "algorithms/simd/wide.h"
 

@@ -1,3 +1,4 @@
+#define KV_HALF_REGISTERS
 #include "algorithms/copy/kernels/regroup_pairs.h"
 #include "algorithms/simd/wide.h"
 

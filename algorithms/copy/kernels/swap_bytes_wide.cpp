@@ -1,3 +1,4 @@
+#define KV_HALF_REGISTERS
 #include "algorithms/copy/kernels/swap_bytes.h"
 #include "algorithms/simd/wide.h"
 

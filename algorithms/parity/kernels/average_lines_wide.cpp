@@ -1,3 +1,4 @@
+#define KV_HALF_REGISTERS
 #include "algorithms/parity/kernels/average_lines.h"
 #include "algorithms/simd/wide.h"
 
