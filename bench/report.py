@@ -133,7 +133,7 @@ def chart(report):
              ".wide{fill:#2a7de1}.mmx{fill:#9bbfe8}.peer{fill:#e0a43a}.one{stroke:#888;stroke-dasharray:3 3}")
     return (f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 820 {y + 10}" role="img" '
             f'aria-label="Time as a multiple of memcpy of the same bytes"><style>{style}</style>'
-            f'<text x="{left}" y="16">time as a multiple of memcpy (1920x1080, in cache, one thread): '
+            f'<text x="8" y="16">time as a multiple of memcpy (1920x1080, in cache, one thread): '
             'blue kv_algoSSE2, pale blue kv_algoMMX, amber the best peer</text>'
             f'<line class="one" x1="{one:.1f}" y1="26" x2="{one:.1f}" y2="{y}"/>'
             f'<text x="{one - 4:.1f}" y="{y + 8}">1</text>' + "".join(shapes) + "</svg>\n")
