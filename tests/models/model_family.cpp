@@ -313,7 +313,8 @@ class FeatureFindOfModel final : public kv_img::FeatureFindAlgorithmInterface<Im
 };
 
 using Key = std::pair<std::string, std::vector<int>>;
-using Models = std::map<Key, std::unique_ptr<kv_img::AlgorithmInterface>>;
+// Shared pointers know what they delete; the interfaces have no virtual destructor.
+using Models = std::map<Key, std::shared_ptr<kv_img::AlgorithmInterface>>;
 
 template <class... In, class... Out>
 void AddCopies(Models& models, kv_img::PixelPairList<kv_img::PixelPair<In, Out>...> /*pairs*/) {
