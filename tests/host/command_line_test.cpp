@@ -268,7 +268,7 @@ TEST_F(CommandLine, ASecondVideoOfFewerFramesIsRefused) {
   const std::string pan = "pan " + photo_ + " --size 360x576 --direction right";
   ExpectDone(pan + " three.y4m --frames 3");
   ExpectDone(pan + " two.y4m --frames 2");
-  ExpectRefused("diff three.y4m two.y4m out.png", "two.y4m: has 2 frames, fewer than the other input");
+  ExpectRefused("diff three.y4m two.y4m out.bmp", "two.y4m: has 2 frames, fewer than the other input");
 }
 
 TEST_F(CommandLine, HelpShowsAnExampleForEachCommand) {
