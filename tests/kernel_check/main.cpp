@@ -17,7 +17,7 @@ constexpr const char* usage =
     "  --kernel TEXT  only kernels whose name contains TEXT\n"
     "  --set NAME     only this kernel set\n"
     "  --seed N       repeats a run (default 1)\n"
-    "  --rounds N     records per kernel and set (default 500)\n"
+    "  --rounds N     records per kernel and set (default 1500)\n"
     "  --list         names of kernels and sets\n";
 
 [[noreturn]] void ReportCrash(int /*signal*/) {
@@ -74,7 +74,7 @@ int main(int argc, char** argv) {
   std::string kernelFilter;
   std::string setFilter;
   std::uint64_t seed = 1;
-  int rounds = 500;
+  int rounds = 1500;
   bool list = false;
   for (int i = 1; i < argc; ++i) {
     const std::string option = argv[i];
