@@ -31,20 +31,24 @@ constexpr auto HalvedSumVariant = [](std::string set, auto kernel) -> Variant {
 constexpr auto ReplaceRowVariant = [](std::string set, auto kernel) -> Variant {
   return {std::move(set), [kernel](Call& call) {
             ReplaceRowArgs args{call.groups, call.inputs[0], call.inputs[1],
-                                reinterpret_cast<std::uint16_t*>(call.outputs[0])};
+                                reinterpret_cast<std::uint16_t*>(call.outputs[0]),
+                                reinterpret_cast<std::uint16_t*>(call.outputs[1])};
             kernel(args);
             call.inputs[0] = args.entering;
             call.inputs[1] = args.leaving;
-            call.outputs[0] = reinterpret_cast<std::uint8_t*>(args.sums);
+            call.outputs[0] = reinterpret_cast<std::uint8_t*>(args.first);
+            call.outputs[1] = reinterpret_cast<std::uint8_t*>(args.second);
           }};
 };
 
 constexpr auto WindowMeansVariant = [](std::string set, auto kernel, std::uint32_t windowSize) -> Variant {
   return {std::move(set), [kernel, windowSize](Call& call) {
             WindowMeansArgs args{call.groups, reinterpret_cast<const std::uint16_t*>(call.inputs[0]),
-                                 call.outputs[0], windowSize};
+                                 reinterpret_cast<const std::uint16_t*>(call.inputs[1]), call.outputs[0],
+                                 windowSize};
             kernel(args);
-            call.inputs[0] = reinterpret_cast<const std::uint8_t*>(args.columns);
+            call.inputs[0] = reinterpret_cast<const std::uint8_t*>(args.first);
+            call.inputs[1] = reinterpret_cast<const std::uint8_t*>(args.second);
             call.outputs[0] = args.destination;
           }};
 };
@@ -55,12 +59,17 @@ KernelCase WindowMeansCase(std::uint32_t windowSize) {
     for (auto* sum = reinterpret_cast<std::uint16_t*>(begin); sum != last; ++sum)
       *sum = static_cast<std::uint16_t>(*sum % (255 * windowSize + 1));
   };
+  constexpr std::size_t spare = spareSums * sizeof(std::uint16_t);
+  const auto sums = [&](std::size_t behindGroups) -> Stream {
+    return {.perGroup = 8,
+            .before = spare,
+            .behind = behindGroups * sizeof(std::uint16_t) + spare,
+            .element = sizeof(std::uint16_t),
+            .limit = limitSums};
+  };
   return {
       "arithmetic/WindowMeans" + std::to_string(windowSize),
-      {{.perGroup = 16,
-        .behind = sizeof(std::uint16_t) * (windowSize - 1),
-        .element = sizeof(std::uint16_t),
-        .limit = limitSums}},
+      {sums(windowSize / 2), sums((windowSize - 1) / 2)},
       {{.perGroup = 8}},
       AllSets([windowSize](std::string set,
                            auto kernel) { return WindowMeansVariant(std::move(set), kernel, windowSize); },
@@ -91,11 +100,13 @@ void AddArithmeticKernels(std::vector<KernelCase>& list) {
                   {{.perGroup = 4}, {.perGroup = 4}},
                   {{.perGroup = 4}},
                   AllSets(HalvedSumVariant, scalar::HalvedSum, mmx::HalvedSum, WideKernels::HalvedSum)});
-  list.push_back({"arithmetic/ReplaceRow",
-                  {{.perGroup = 8}, {.perGroup = 8}},
-                  {{.perGroup = 16, .element = sizeof(std::uint16_t)}},
-                  AllSets(ReplaceRowVariant, scalar::ReplaceRow, mmx::ReplaceRow, WideKernels::ReplaceRow)});
-  for (const std::uint32_t windowSize : {1U, 2U, 3U, 4U, 5U, 6U, 7U, 8U, 9U, 14U, 15U, 16U, 17U, 31U, 127U, 128U, 255U})
+  list.push_back(
+      {"arithmetic/ReplaceRow",
+       {{.perGroup = 8}, {.perGroup = 8}},
+       {{.perGroup = 8, .element = sizeof(std::uint16_t)}, {.perGroup = 8, .element = sizeof(std::uint16_t)}},
+       AllSets(ReplaceRowVariant, scalar::ReplaceRow, mmx::ReplaceRow, WideKernels::ReplaceRow)});
+  for (const std::uint32_t windowSize : {1U,  2U,  3U,  4U,  5U,  6U,  7U,   8U,   9U,   10U,  11U,  12U, 13U,
+                                         14U, 15U, 16U, 17U, 18U, 31U, 127U, 128U, 129U, 179U, 180U, 255U})
     list.push_back(WindowMeansCase(windowSize));
   list.push_back({"arithmetic/BlendBoost",
                   {{.perGroup = 8}, {.perGroup = 8}, {.perGroup = 4}},

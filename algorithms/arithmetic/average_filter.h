@@ -22,7 +22,8 @@ class WindowRow {
  public:
   WindowRow(const MovingColumns<Kernels>& columns, const ColumnRun& run, std::uint32_t windowSize,
             std::uint8_t* destination)
-      : sums_(columns.Sums()),
+      : columns_(columns),
+        sums_{columns.SumsFrom(0), columns.SumsFrom(1)},
         counts_(columns.Counts()),
         run_(run),
         windowSize_(windowSize),
@@ -34,10 +35,10 @@ class WindowRow {
     const ColumnRun interior = Interior();
     if (interior.Width() < 8) return FilterBorder(run_);
     FilterBorder({run_.first, interior.first - 1});
-    WindowMeansArgs args{interior.Width() / 8, sums_ + interior.first - before_,
-                         destination_ + interior.first, windowSize_};
-    Kernels::WindowMeans(args);
-    FilterBorder({interior.first + 8 * args.groups, run_.last});
+    FilterInterior(interior.first, interior.Width() / 8);
+    // The columns left over once more, with those before them.
+    if (interior.Width() % 8 != 0) FilterInterior(interior.last - 7, 1);
+    FilterBorder({interior.last + 1, run_.last});
   }
 
  private:
@@ -49,44 +50,54 @@ class WindowRow {
     return {full.first + before_, full.last - behind_};
   }
 
+  void FilterInterior(std::int32_t column, std::int32_t groups) const {
+    WindowMeansArgs args{groups, columns_.SumsFrom(column - before_), columns_.SumsFrom(column - before_ + 1),
+                         destination_ + column, windowSize_};
+    Kernels::WindowMeans(args);
+  }
+
   /// Divides by the counts, in any column of the run.
   void FilterBorder(const ColumnRun& part) const {
     constexpr std::int32_t columnsAtOnce = 256;
-    std::int32_t sums[columnsAtOnce];
-    std::int32_t counts[columnsAtOnce];
+    std::int32_t sums[columnsAtOnce + maxWindowSize];
+    std::int32_t counts[columnsAtOnce + maxWindowSize];
+    const auto windowSize = static_cast<std::int32_t>(windowSize_);
     for (std::int32_t first = part.first; first <= part.last; first += columnsAtOnce) {
-      const ColumnRun some = {first, std::min(part.last, first + columnsAtOnce - 1)};
-      SumWindows(some, sums, counts);
+      const std::int32_t width = std::min(part.last - first + 1, columnsAtOnce);
+      AddUp(first - before_, width + windowSize, sums, counts);
       // A loop of its own, for compilers to make vectors of.
-      for (std::int32_t i = 0; i < some.Width(); ++i)
-        destination_[first + i] = FloatMeanOf(sums[i], counts[i]);
+      std::uint8_t* destination = destination_ + first;
+      for (std::int32_t i = 0; i < width; ++i)
+        destination[i] = FloatMeanOf(sums[i + windowSize] - sums[i], counts[i + windowSize] - counts[i]);
     }
   }
 
-  /// Sums and counts of the windows of some columns.
-  void SumWindows(const ColumnRun& part, std::int32_t* sums, std::int32_t* counts) const {
+  /// For each of some columns the sums and counts of the columns before it, from `column` on, that are in the
+  /// run.
+  void AddUp(std::int32_t column, std::int32_t width, std::int32_t* sums, std::int32_t* counts) const {
+    const std::int32_t end = column + width;
+    const std::int32_t behindRun = std::min(end, run_.last + 1);
     std::int32_t sum = 0;
     std::int32_t count = 0;
-    const ColumnRun start = Intersection(run_, {part.first - before_, part.first + behind_ - 1});
-    for (std::int32_t column = start.first; column <= start.last; ++column) {
-      sum += sums_[column];
-      count += counts_[column];
-    }
-    for (std::int32_t column = part.first; column <= part.last; ++column) {
-      if (const std::int32_t entering = column + behind_; entering <= run_.last) {
-        sum += sums_[entering];
-        count += counts_[entering];
-      }
+    const auto next = [&](std::int32_t columnSum, std::int32_t columnCount) {
       *sums++ = sum;
       *counts++ = count;
-      if (const std::int32_t leaving = column - before_; leaving >= run_.first) {
-        sum -= sums_[leaving];
-        count -= counts_[leaving];
-      }
+      sum += columnSum;
+      count += columnCount;
+      ++column;
+    };
+    while (column < std::min(end, run_.first)) next(0, 0);
+    if (column < behindRun && column % 2 != 0) next(sums_[1][column / 2], counts_[column]);
+    while (column + 1 < behindRun) {
+      next(sums_[0][column / 2], counts_[column]);
+      next(sums_[1][column / 2], counts_[column]);
     }
+    if (column < behindRun) next(sums_[0][column / 2], counts_[column]);
+    while (column < end) next(0, 0);
   }
 
-  const std::uint16_t* sums_;
+  const MovingColumns<Kernels>& columns_;
+  const std::uint16_t* sums_[2];
   const std::uint8_t* counts_;
   const ColumnRun run_;
   const std::uint32_t windowSize_;

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <new>
+#include <utility>
 
 #include "algorithms/arithmetic/column_run.h"
 #include "algorithms/arithmetic/kernels/kernel_sets.h"
@@ -31,7 +32,8 @@ class MovingColumns {
         region_(region),
         above_(static_cast<std::int32_t>(windowSize / 2)),
         below_(static_cast<std::int32_t>(windowSize - windowSize / 2 - 1)),
-        sums_(new (std::nothrow) std::uint16_t[static_cast<std::size_t>(source.width) + alignment]()),
+        oddSums_(RoundedUp(static_cast<std::size_t>(source.width) / 2 + 2 * spareSums)),
+        sums_(new (std::nothrow) std::uint16_t[2 * oddSums_ + aligned]()),
         counts_(new (std::nothrow) std::uint8_t[static_cast<std::size_t>(source.width)]()) {}
 
   /// False when there was no memory; nothing else may be called then.
@@ -58,23 +60,35 @@ class MovingColumns {
       Add(entering, enteringRun);
       return;
     }
-    Remove(leaving, {leavingRun.first, shared.first - 1});
-    Remove(leaving, {shared.last + 1, leavingRun.last});
-    Add(entering, {enteringRun.first, shared.first - 1});
-    Add(entering, {shared.last + 1, enteringRun.last});
+    if (leavingRun != enteringRun) {
+      Remove(leaving, {leavingRun.first, shared.first - 1});
+      Remove(leaving, {shared.last + 1, leavingRun.last});
+      Add(entering, {enteringRun.first, shared.first - 1});
+      Add(entering, {shared.last + 1, enteringRun.last});
+    }
     Replace(leaving, entering, shared);
   }
 
-  /// By column of the image; no sum is above 255 * windowSize.
-  const std::uint16_t* Sums() const { return Aligned(sums_.get()); }
+  /// The sum of a column of the image, with those of every second column behind it, and spareSums around all
+  /// of them; no sum is above 255 * windowSize.
+  const std::uint16_t* SumsFrom(std::int32_t column) const {
+    return Aligned(sums_.get()) + spareSums + (column % 2 == 0 ? 0 : oddSums_) + column / 2;
+  }
+  /// By column of the image.
   const std::uint8_t* Counts() const { return counts_.get(); }
 
  private:
-  /// Sums start on a boundary of the widest registers: 32 of them.
-  static constexpr std::size_t alignment = 32;
+  /// Sums start on boundaries of the widest registers: multiples of so many.
+  static constexpr std::size_t aligned = 32;
+  static_assert(spareSums % aligned == 0);
+  static std::size_t RoundedUp(std::size_t sums) { return (sums + aligned - 1) / aligned * aligned; }
   static std::uint16_t* Aligned(std::uint16_t* sums) {
-    const auto misplaced = reinterpret_cast<std::uintptr_t>(sums) / sizeof *sums % alignment;
-    return misplaced == 0 ? sums : sums + (alignment - misplaced);
+    return reinterpret_cast<std::uint16_t*>(RoundedUp(reinterpret_cast<std::uintptr_t>(sums) / sizeof *sums) *
+                                            sizeof *sums);
+  }
+
+  std::uint16_t* SumsFrom(std::int32_t column) {
+    return const_cast<std::uint16_t*>(std::as_const(*this).SumsFrom(column));
   }
 
   std::int32_t NearestRow(std::int32_t row) const {
@@ -82,34 +96,41 @@ class MovingColumns {
   }
 
   void Add(std::int32_t row, const ColumnRun& run) {
-    const std::uint8_t* pixels = source_.rows[row];
-    std::uint16_t* sums = Aligned(sums_.get());
+    AddTimes(1, row, run);
     std::uint8_t* counts = counts_.get();
-    for (std::int32_t column = run.first; column <= run.last; ++column)
-      sums[column] = static_cast<std::uint16_t>(sums[column] + pixels[column]);
     for (std::int32_t column = run.first; column <= run.last; ++column) ++counts[column];
   }
 
   void Remove(std::int32_t row, const ColumnRun& run) {
-    const std::uint8_t* pixels = source_.rows[row];
-    std::uint16_t* sums = Aligned(sums_.get());
+    AddTimes(-1, row, run);
     std::uint8_t* counts = counts_.get();
-    for (std::int32_t column = run.first; column <= run.last; ++column)
-      sums[column] = static_cast<std::uint16_t>(sums[column] - pixels[column]);
     for (std::int32_t column = run.first; column <= run.last; ++column) --counts[column];
+  }
+
+  void AddTimes(int sign, std::int32_t row, const ColumnRun& run) {
+    if (run.IsEmpty()) return;
+    const std::uint8_t* pixels = source_.rows[row] + run.first;
+    std::uint16_t* first = SumsFrom(run.first);
+    std::uint16_t* second = SumsFrom(run.first + 1);
+    const std::int32_t pairs = run.Width() / 2;
+    for (std::int32_t pair = 0; pair < pairs; ++pair) {
+      first[pair] = static_cast<std::uint16_t>(first[pair] + sign * pixels[2 * pair]);
+      second[pair] = static_cast<std::uint16_t>(second[pair] + sign * pixels[2 * pair + 1]);
+    }
+    if (run.Width() % 2 != 0)
+      first[pairs] = static_cast<std::uint16_t>(first[pairs] + sign * pixels[2 * pairs]);
   }
 
   /// One row for another where both have pixels: the counts stay.
   void Replace(std::int32_t leaving, std::int32_t entering, const ColumnRun& run) {
     const std::uint8_t* leavingPixels = source_.rows[leaving];
     const std::uint8_t* enteringPixels = source_.rows[entering];
-    std::uint16_t* sums = Aligned(sums_.get());
     ReplaceRowArgs args{run.Width() / 8, enteringPixels + run.first, leavingPixels + run.first,
-                        sums + run.first};
+                        SumsFrom(run.first), SumsFrom(run.first + 1)};
     Kernels::ReplaceRow(args);
     for (std::int32_t column = run.first + 8 * args.groups; column <= run.last; ++column) {
-      sums[column] =
-          static_cast<std::uint16_t>(sums[column] + enteringPixels[column] - leavingPixels[column]);
+      std::uint16_t& sum = *SumsFrom(column);
+      sum = static_cast<std::uint16_t>(sum + enteringPixels[column] - leavingPixels[column]);
     }
   }
 
@@ -117,6 +138,8 @@ class MovingColumns {
   const RegionOfSupport& region_;
   const std::int32_t above_;
   const std::int32_t below_;
+  /// Where the sums of columns at odd places stand behind those of columns at even ones.
+  const std::size_t oddSums_;
   std::unique_ptr<std::uint16_t[]> sums_;
   std::unique_ptr<std::uint8_t[]> counts_;
 };

@@ -11,10 +11,13 @@ using namespace kv_img::arithmetic;
 /// The first mean of one group whose first window has this sum, spread over columns as evenly as it goes.
 int MeanOfFirstWindow(void (*kernel)(WindowMeansArgs&) noexcept, std::uint32_t windowSize,
                       std::uint32_t sum) {
-  std::vector<std::uint16_t> columns(windowSize + 7, static_cast<std::uint16_t>(sum / windowSize));
-  for (std::uint32_t column = 0; column < sum % windowSize; ++column) ++columns[column];
+  const std::size_t pairs = (windowSize + 8) / 2;
+  std::vector<std::uint16_t> columns(2 * (pairs + 2 * spareSums),
+                                     static_cast<std::uint16_t>(sum / windowSize));
+  std::uint16_t* halves[2] = {columns.data() + spareSums, columns.data() + pairs + 3 * spareSums};
+  for (std::uint32_t column = 0; column < sum % windowSize; ++column) ++halves[column % 2][column / 2];
   std::uint8_t means[8] = {};
-  WindowMeansArgs args{1, columns.data(), means, windowSize};
+  WindowMeansArgs args{1, halves[0], halves[1], means, windowSize};
   kernel(args);
   return means[0];
 }

@@ -3,14 +3,14 @@
 namespace kv_img::arithmetic::scalar {
 
 void ReplaceRow(ReplaceRowArgs& args) noexcept {
-  const std::int32_t columns = 8 * args.groups;
-  for (std::int32_t column = 0; column < columns; ++column) {
-    args.sums[column] =
-        static_cast<std::uint16_t>(args.sums[column] + args.entering[column] - args.leaving[column]);
+  for (std::int32_t pair = 0; pair < 4 * args.groups; ++pair) {
+    *args.first = static_cast<std::uint16_t>(*args.first + args.entering[0] - args.leaving[0]);
+    *args.second = static_cast<std::uint16_t>(*args.second + args.entering[1] - args.leaving[1]);
+    args.entering += 2;
+    args.leaving += 2;
+    ++args.first;
+    ++args.second;
   }
-  args.entering += columns;
-  args.leaving += columns;
-  args.sums += columns;
 }
 
 }  // namespace kv_img::arithmetic::scalar

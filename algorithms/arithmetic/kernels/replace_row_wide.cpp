@@ -5,14 +5,20 @@ namespace kv_img::arithmetic::wide {
 
 template <>
 void ReplaceRow<level>(ReplaceRowArgs& args) noexcept {
-  auto* sumBytes = reinterpret_cast<std::uint8_t*>(args.sums);
-  Walk<width / 16>(
+  auto* firstBytes = reinterpret_cast<std::uint8_t*>(args.first);
+  auto* secondBytes = reinterpret_cast<std::uint8_t*>(args.second);
+  Walk<width / 8>(
       args.groups,
-      [](const std::uint8_t* entering, const std::uint8_t* leaving, std::uint8_t* sums) {
-        Store(sums, Add16(Load(sums), Sub16(Widen8To16(entering), Widen8To16(leaving))));
+      [](const std::uint8_t* enteringBytes, const std::uint8_t* leavingBytes, std::uint8_t* first,
+         std::uint8_t* second) {
+        const Vector entering = Load(enteringBytes);
+        const Vector leaving = Load(leavingBytes);
+        Store(first, Add16(Load(first), Sub16(LowerBytes16(entering), LowerBytes16(leaving))));
+        Store(second, Add16(Load(second), Sub16(UpperBytes16(entering), UpperBytes16(leaving))));
       },
-      In<8>{args.entering}, In<8>{args.leaving}, InOut<16>{sumBytes});
-  args.sums = reinterpret_cast<std::uint16_t*>(sumBytes);
+      In<8>{args.entering}, In<8>{args.leaving}, InOut<8>{firstBytes}, InOut<8>{secondBytes});
+  args.first = reinterpret_cast<std::uint16_t*>(firstBytes);
+  args.second = reinterpret_cast<std::uint16_t*>(secondBytes);
 }
 
 }  // namespace kv_img::arithmetic::wide

@@ -25,17 +25,23 @@ constexpr std::uint8_t FloatMeanOf(std::int32_t sum, std::int32_t count) {
 static_assert(FloatMeanOf(255 * 65025 - 1, 65025) == 254 && FloatMeanOf(128 * 65024 - 1, 65024) == 127 &&
               FloatMeanOf(35, 9) == 3);
 
+/// Sums before the first and behind the last one of a row that a kernel may read, whatever they hold.
+inline constexpr std::int32_t spareSums = 64;
+
 /// Means of square windows that slide along a row of column sums, one column at a time.
 ///
 /// A window is `windowSize` columns, 1 to maxWindowSize, of as many rows each: its mean is the sum of its
-/// column sums, none above 255 * windowSize, divided by windowSize * windowSize and rounded down. `columns`
-/// points to the first column of the first window. One group is eight windows: 8 bytes written at
-/// `destination`; g groups read the 8 * g + windowSize - 1 sums of their windows, and no groups none. Sums
-/// are at their natural alignment; no overlap. The kernel leaves `columns` at the first column of the window
-/// behind the last and `destination` behind what it wrote, the SIMD state clean, and keeps no state.
+/// column sums, none above 255 * windowSize, divided by windowSize * windowSize and rounded down. `first`
+/// points to the sum of the first column of the first window, with that of every second column from there on
+/// behind it, `second` to the sums of the columns between. One group is eight windows: 8 bytes written at
+/// `destination`; g groups read the 8 * g + windowSize - 1 sums of their windows, and on either side of both
+/// arrays up to spareSums more; no groups read none. Sums are at their natural alignment; no overlap. The
+/// kernel leaves `first`, `second` and `destination` at the window behind the last, the SIMD state clean, and
+/// keeps no state.
 struct WindowMeansArgs {
   std::int32_t groups;
-  const std::uint16_t* columns;
+  const std::uint16_t* first;
+  const std::uint16_t* second;
   std::uint8_t* destination;
   std::uint32_t windowSize;
 };

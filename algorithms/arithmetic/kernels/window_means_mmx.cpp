@@ -34,27 +34,34 @@ static_assert([] {
   return true;
 }());
 
-__m64 FourColumns(const std::uint16_t* columns) {
-  return Load64(reinterpret_cast<const std::uint8_t*>(columns));
+__m64 FourSums(const std::uint16_t* sums) {
+  return Load64(reinterpret_cast<const std::uint8_t*>(sums));
 }
 
-__m64 FourMeansOf3(const std::uint16_t* columns) {
-  const __m64 sums =
-      _mm_add_pi16(_mm_add_pi16(FourColumns(columns), FourColumns(columns + 1)), FourColumns(columns + 2));
-  return _mm_mulhi_pi16(sums, _mm_set1_pi16(ninth));
+/// Eight bytes: the first four means at even places, the others at odd ones.
+__m64 InTurn(__m64 first, __m64 second) {
+  return _mm_or_si64(first, _mm_slli_pi16(second, 8));
 }
 
-__m64 FourMeansOf4(const std::uint16_t* columns) {
-  const __m64 sums = _mm_add_pi16(_mm_add_pi16(FourColumns(columns), FourColumns(columns + 1)),
-                                  _mm_add_pi16(FourColumns(columns + 2), FourColumns(columns + 3)));
-  return _mm_srli_pi16(sums, 4);
+__m64 EightMeansOf3(const std::uint16_t* first, const std::uint16_t* second) {
+  const __m64 both = _mm_add_pi16(FourSums(second), FourSums(first + 1));
+  const __m64 factor = _mm_set1_pi16(ninth);
+  return InTurn(_mm_mulhi_pi16(_mm_add_pi16(FourSums(first), both), factor),
+                _mm_mulhi_pi16(_mm_add_pi16(both, FourSums(second + 1)), factor));
 }
 
-template <__m64 (*FourMeans)(const std::uint16_t*)>
+__m64 EightMeansOf4(const std::uint16_t* first, const std::uint16_t* second) {
+  const __m64 three = _mm_add_pi16(_mm_add_pi16(FourSums(second), FourSums(first + 1)), FourSums(second + 1));
+  return InTurn(_mm_srli_pi16(_mm_add_pi16(FourSums(first), three), 4),
+                _mm_srli_pi16(_mm_add_pi16(three, FourSums(first + 2)), 4));
+}
+
+template <__m64 (*EightMeans)(const std::uint16_t*, const std::uint16_t*)>
 void MeansInLanes(WindowMeansArgs& args) {
   for (std::int32_t group = 0; group < args.groups; ++group) {
-    Store64(args.destination, _mm_packs_pu16(FourMeans(args.columns), FourMeans(args.columns + 4)));
-    args.columns += 8;
+    Store64(args.destination, EightMeans(args.first, args.second));
+    args.first += 4;
+    args.second += 4;
     args.destination += 8;
   }
   _mm_empty();
@@ -66,22 +73,25 @@ void MeansInLanes(WindowMeansArgs& args) {
 void MeansOneByOne(WindowMeansArgs& args) {
   if (args.groups <= 0) return;
   const std::uint64_t reciprocal = ReciprocalOf(args.windowSize * args.windowSize);
-  const std::uint16_t* entering = args.columns + args.windowSize - 1;
-  const std::uint16_t* leaving = args.columns;
+  const std::uint32_t pairs = args.windowSize / 2;
+  const bool isOdd = args.windowSize % 2 != 0;
+  const std::uint16_t* entering = isOdd ? args.first + pairs : args.second + pairs - 1;
+  const std::uint16_t* enteringNext = isOdd ? args.second + pairs : args.first + pairs;
+  std::uint32_t sum = isOdd && pairs > 0 ? args.second[pairs - 1] : 0;
+  for (std::uint32_t pair = 0; pair < pairs; ++pair) sum += args.first[pair];
+  for (std::uint32_t pair = 0; pair + 1 < pairs; ++pair) sum += args.second[pair];
   std::uint8_t* destination = args.destination;
-  std::uint32_t sum = 0;
-  for (const std::uint16_t* column = leaving; column < entering; ++column) sum += *column;
-  for (std::int32_t group = args.groups; group > 0; --group) {
-    for (int window = 0; window < 8; ++window) {
-      const std::uint32_t newest = entering[window];
-      destination[window] = static_cast<std::uint8_t>((sum + newest) * reciprocal >> reciprocalBits);
-      sum += newest - leaving[window];
-    }
-    entering += 8;
-    leaving += 8;
-    destination += 8;
+  const auto next = [&](std::uint32_t newest, std::uint32_t leaving) {
+    *destination++ = static_cast<std::uint8_t>((sum + newest) * reciprocal >> reciprocalBits);
+    sum += newest - leaving;
+  };
+  const std::int32_t windowPairs = 4 * args.groups;
+  for (std::int32_t pair = 0; pair < windowPairs; ++pair) {
+    next(entering[pair], args.first[pair]);
+    next(enteringNext[pair], args.second[pair]);
   }
-  args.columns = leaving;
+  args.first += windowPairs;
+  args.second += windowPairs;
   args.destination = destination;
 }
 
@@ -90,9 +100,9 @@ void MeansOneByOne(WindowMeansArgs& args) {
 void WindowMeans(WindowMeansArgs& args) noexcept {
   switch (args.windowSize) {
     case 3:
-      return MeansInLanes<FourMeansOf3>(args);
+      return MeansInLanes<EightMeansOf3>(args);
     case 4:
-      return MeansInLanes<FourMeansOf4>(args);
+      return MeansInLanes<EightMeansOf4>(args);
     default:
       return MeansOneByOne(args);
   }

@@ -3,18 +3,21 @@
 namespace kv_img::arithmetic::scalar {
 
 void WindowMeans(WindowMeansArgs& args) noexcept {
-  if (args.groups <= 0) return;
-  const std::int32_t windows = 8 * args.groups;
   const std::uint32_t area = args.windowSize * args.windowSize;
-  const std::uint16_t* entering = args.columns + args.windowSize - 1;
+  const auto column = [&args](std::uint32_t at) {
+    return at % 2 == 0 ? args.first[at / 2] : args.second[at / 2];
+  };
+  const std::uint32_t windows = 8 * static_cast<std::uint32_t>(args.groups);
+  if (windows == 0) return;
   std::uint32_t sum = 0;
-  for (const std::uint16_t* column = args.columns; column < entering; ++column) sum += *column;
-  for (std::int32_t window = 0; window < windows; ++window) {
-    sum += entering[window];
+  for (std::uint32_t at = 0; at + 1 < args.windowSize; ++at) sum += column(at);
+  for (std::uint32_t window = 0; window < windows; ++window) {
+    sum += column(window + args.windowSize - 1);
     args.destination[window] = MeanOf(sum, area);
-    sum -= args.columns[window];
+    sum -= column(window);
   }
-  args.columns += windows;
+  args.first += windows / 2;
+  args.second += windows / 2;
   args.destination += windows;
 }
 

@@ -1,286 +1,397 @@
+#include <bit>
+
 #include "algorithms/arithmetic/kernels/window_means.h"
 #include "algorithms/simd/wide.h"
 
 namespace kv_img::arithmetic::wide {
 namespace {
 
-// A window's sum is the difference of two running sums along the row, whatever its size. Running sums wrap;
-// their differences are right as long as a window's sum fits into the lane.
+// Columns are taken in pairs, or in quads, so that what a register adds up along the row is half, or a
+// quarter, of it; the windows between are told by the columns in which they differ.
 
-/// Windows whose running sums are kept at a time, in the nearest cache.
-constexpr std::int32_t windowsAtOnce = 1024;
-static_assert(windowsAtOnce % width == 0);
+static_assert(spareSums >= width / 2 + 8);
 
-template <class Lane>
-KV_INLINE Vector Add(Vector a, Vector b) {
-  return sizeof(Lane) == 4 ? Add32(a, b) : Add16(a, b);
+/// Calls `step(window, destination)` for `width` windows at a time. What is left over is done again with
+/// those before it, or, when there are too few, together with windows that nobody asked for.
+template <class Step>
+KV_INLINE void ForEachStep(std::int32_t windows, std::uint8_t* destination, Step step) {
+  alignas(64) std::uint8_t few[width];
+  std::uint8_t* means = windows < width ? few : destination;
+  const std::int32_t last = windows < width ? 0 : windows - width;
+  // One call, for what a step keeps to stay in registers.
+  for (std::int32_t window = 0;; window += width) {
+    if (window > last) window = last;
+    step(window, means + window);
+    if (window == last) break;
+  }
+  if (windows < width) std::memcpy(destination, few, static_cast<std::size_t>(windows));
 }
 
-/// A register of running sums: of the lanes up to and with each one, and in every lane the sum of all.
-struct Running {
-  Vector sums;
-  Vector all;
+/// Numbers of 16-bit lanes, one after another.
+struct Places {
+  alignas(64) std::int16_t lane[32];
 };
+template <int start>
+constexpr Places lanesFrom = [] {
+  Places places = {};
+  for (int lane = 0; lane < 32; ++lane) places.lane[lane] = static_cast<std::int16_t>(start + lane);
+  return places;
+}();
 
-#if KV_WIDE_LEVEL >= 2
-
-/// Lanes moved up by `words` of 32 bits, zeros behind them.
-template <int words>
-KV_INLINE Vector MoveUp(Vector a) {
-  return _mm512_alignr_epi32(a, Zero(), 16 - words);
-}
-
-template <class Lane>
-KV_INLINE Running RunningSums(Vector sums) {
-  if constexpr (sizeof(Lane) == 2) {
-    sums = Add16(sums, _mm512_bslli_epi128(sums, 2));
-    sums = Add16(sums, _mm512_bslli_epi128(sums, 4));
-    sums = Add16(sums, _mm512_bslli_epi128(sums, 8));
-    const Vector totals = _mm512_shuffle_epi8(sums, Set16(0x0F0E));
-    const Vector one = MoveUp<4>(totals);
-    const Vector two = Add16(one, MoveUp<4>(one));
-    sums = Add16(sums, Add16(two, MoveUp<8>(one)));
-    return {sums, _mm512_permutexvar_epi16(Set16(31), sums)};
+/// 16-bit lanes of `current` moved up by `count`, those that `before` ends with behind them.
+template <int count>
+KV_INLINE Vector MoveUp(Vector current, Vector before) {
+  if constexpr (count == 0) {
+    return current;
   } else {
-    sums = Add32(sums, MoveUp<1>(sums));
-    sums = Add32(sums, MoveUp<2>(sums));
-    sums = Add32(sums, MoveUp<4>(sums));
-    sums = Add32(sums, MoveUp<8>(sums));
-    return {sums, _mm512_permutexvar_epi32(Set32(15), sums)};
-  }
-}
-
+#if KV_REGISTER_LEVEL >= 2
+    if constexpr (count % 2 == 0) {
+      return _mm512_alignr_epi32(current, before, 16 - count / 2);
+    } else {
+      return _mm512_permutex2var_epi16(before, Load(lanesFrom<32 - count>.lane), current);
+    }
+#elif KV_REGISTER_LEVEL == 1
+    const Vector between = _mm256_permute2x128_si256(before, current, 0x21);
+    if constexpr (count == 8) return between;
+    return _mm256_alignr_epi8(current, between, 16 - 2 * count);
 #else
-
-template <int bytes>
-KV_INLINE Vector MoveUp(Vector a) {
-#if KV_WIDE_LEVEL == 1
-  return _mm256_slli_si256(a, bytes);
-#else
-  return _mm_slli_si128(a, bytes);
-#endif
-}
-
-/// The last lane of each sixteen bytes in all of their lanes.
-template <class Lane>
-KV_INLINE Vector SpreadLast(Vector sums) {
-  if constexpr (sizeof(Lane) == 4) {
-    return KV_SIMD(shuffle_epi32)(sums, 0xFF);
-  } else {
-#if KV_WIDE_LEVEL == 1
-    return _mm256_shuffle_epi8(sums, Set16(0x0F0E));
-#else
-    const Vector upper = _mm_shufflehi_epi16(sums, 0xFF);
-    return _mm_unpackhi_epi64(upper, upper);
+    if constexpr (count == 8) return before;
+    return _mm_or_si128(_mm_slli_si128(current, 2 * count), _mm_srli_si128(before, 16 - 2 * count));
 #endif
   }
-}
-
-template <class Lane>
-KV_INLINE Running RunningSums(Vector sums) {
-  if constexpr (sizeof(Lane) == 2) sums = Add16(sums, MoveUp<2>(sums));
-  sums = Add<Lane>(sums, MoveUp<4>(sums));
-  sums = Add<Lane>(sums, MoveUp<8>(sums));
-  const Vector totals = SpreadLast<Lane>(sums);
-#if KV_WIDE_LEVEL == 1
-  const Vector before = _mm256_permute2x128_si256(totals, totals, 0x08);
-  const Vector upTo = Add<Lane>(totals, before);
-  return {Add<Lane>(sums, before), _mm256_permute2x128_si256(upTo, upTo, 0x11)};
-#else
-  return {sums, totals};
-#endif
-}
-
-#endif
-
-/// Calls `next` with registers of columns, the last of them completed with zeros.
-template <class Next>
-KV_INLINE void ForEachRegister(const std::uint16_t* columns, std::int32_t count, Next next) {
-  constexpr int step = width / 2;
-  for (; count >= step; count -= step) {
-    next(Load(columns));
-    columns += step;
-  }
-  if (count > 0) {
-    alignas(64) std::uint16_t rest[step] = {};
-    std::memcpy(rest, columns, sizeof *columns * static_cast<std::size_t>(count));
-    next(Load(rest));
-  }
-}
-
-KV_INLINE Vector EvenColumns(Vector columns) {
-  return And(columns, Set32(0xFFFF));
-}
-KV_INLINE Vector OddColumns(Vector columns) {
-  return ShiftRight32<16>(columns);
-}
-
-/// Writes the running sums of columns, or with 32-bit lanes of pairs of columns, behind a zero; a register
-/// more may be written.
-template <class Lane>
-KV_INLINE void SumUp(const std::uint16_t* columns, std::int32_t count, Lane* running) {
-  *running++ = 0;
-  Vector before = Zero();
-  ForEachRegister(columns, count, [&](Vector some) {
-    if constexpr (sizeof(Lane) == 4) some = Add32(EvenColumns(some), OddColumns(some));
-    const Running sums = RunningSums<Lane>(some);
-    Store(running, Add<Lane>(before, sums.sums));
-    before = Add<Lane>(before, sums.all);
-    running += width / static_cast<int>(sizeof(Lane));
-  });
 }
 
 // Division of 16-bit sums by an area as a product: with m = ceil(2^t / area) and the excess e = m * area -
 // 2^t, sum * m / 2^t is sum / area + sum * e / (area * 2^t). The second term stays below 1 / area, the least
-// by which sum / area misses the next whole number, as long as sum * e < 2^t.
+// by which sum / area misses the next whole number, as long as sum * e < 2^t. Areas of even windows are
+// divided by 4 first, and so are the sums.
 struct Reciprocal {
   std::uint32_t factor;
   int shift;  // behind the upper 16 bits of the product
-  bool isExact;
 };
 constexpr Reciprocal ReciprocalOf(std::uint32_t area) {
-  for (int shift = 0; shift <= 8; ++shift) {
+  for (int shift = 0; shift < 8; ++shift) {
     const std::uint32_t power = std::uint32_t{1} << (16 + shift);
     const std::uint32_t factor = (power + area - 1) / area;
     const std::uint64_t excess = std::uint64_t{factor} * area - power;
-    if (factor <= 0xFFFF && 255 * area <= 0xFFFF && excess * (255 * area) < power) {
-      return {factor, shift, true};
-    }
+    if (factor <= 0xFFFF && excess * (255 * area) < power) return {factor, shift};
   }
-  return {0, 0, false};
+  return {0, 0};
 }
-static_assert(ReciprocalOf(9).isExact && ReciprocalOf(25).isExact && ReciprocalOf(81).isExact &&
-              ReciprocalOf(225).isExact && ReciprocalOf(256).isExact && !ReciprocalOf(196).isExact &&
-              !ReciprocalOf(289).isExact);
 
-template <bool shifts>
-class Means16 {
+/// Windows whose sums fit 16 bits.
+constexpr std::uint32_t mostNarrow = 16;
+static_assert(255 * mostNarrow * mostNarrow <= 0xFFFF);
+
+/// Means of the windows that end at the columns of pairs, one register of pairs after another.
+template <int windowSize>
+class NarrowWindows {
  public:
-  using Lane = std::uint16_t;
+  /// Takes the pairs before the first that is asked for.
+  KV_INLINE void Start(Vector lower, Vector upper) { Sum(lower, upper); }
 
-  explicit Means16(const Reciprocal& reciprocal)
-      : factor_(Set16(static_cast<std::int16_t>(reciprocal.factor))),
-        shift_(_mm_cvtsi32_si128(reciprocal.shift)) {}
-
-  /// Means of half a register of windows in 16-bit lanes, from where the running sums of the first window
-  /// start.
-  KV_INLINE Vector Of(const Lane* running, const std::uint16_t* /*columns*/, std::int32_t windowSize) const {
-    return Divide(Sub16(Load(running + windowSize), Load(running)));
-  }
-  KV_INLINE Vector Divide(Vector sums) const {
-    const Vector quotients = MultiplyHighU16(sums, factor_);
-    return shifts ? KV_SIMD(srl_epi16)(quotients, shift_) : quotients;
+  /// The means of the windows that end at the lower and at the upper columns, in turn.
+  KV_INLINE Vector Next(Vector lower, Vector upper) {
+    const Vector upperBefore = upper_;
+    const Vector sumBefore = sum_;
+    Sum(lower, upper);
+    const Vector leaving = MoveUp<pairs>(upper, upperBefore);
+    if constexpr (windowSize % 2 != 0) {
+      return Divide(Add16(MoveUp<1>(sum_, sumBefore), lower), Add16(sum_, leaving));
+    } else {
+      return Divide(Add16(Sub16(sum_, upper), leaving), sum_);
+    }
   }
 
  private:
-  Vector factor_;
-  __m128i shift_;
+  static constexpr int pairs = windowSize / 2;
+
+  /// Adds up as many pairs as a window has, by doubling.
+  KV_INLINE void Sum(Vector lower, Vector upper) {
+    const Vector one = Add16(lower, upper);
+    const Vector two = Add16(one, MoveUp<1>(one, one_));
+    const Vector four = Add16(two, MoveUp<2>(two, two_));
+    if constexpr (pairs == 0) sum_ = Zero();
+    if constexpr (pairs == 1) sum_ = one;
+    if constexpr (pairs == 2) sum_ = two;
+    if constexpr (pairs == 3) sum_ = Add16(two, MoveUp<2>(one, one_));
+    if constexpr (pairs == 4) sum_ = four;
+    if constexpr (pairs == 5) sum_ = Add16(four, MoveUp<4>(one, one_));
+    if constexpr (pairs == 6) sum_ = Add16(four, MoveUp<4>(two, two_));
+    if constexpr (pairs == 7) sum_ = Sub16(Add16(four, MoveUp<3>(four, four_)), MoveUp<3>(one, one_));
+    if constexpr (pairs == 8) sum_ = Add16(four, MoveUp<4>(four, four_));
+    one_ = one;
+    two_ = two;
+    four_ = four;
+    upper_ = upper;
+  }
+
+  /// Means as bytes: of the first sums at even places, of the second at odd ones.
+  KV_INLINE static Vector Divide(Vector first, Vector second) {
+    constexpr int evenShift = windowSize % 2 == 0 ? 2 : 0;
+    constexpr std::uint32_t area = windowSize * windowSize >> evenShift;
+    if constexpr (evenShift != 0) {
+      first = ShiftRight16<evenShift>(first);
+      second = ShiftRight16<evenShift>(second);
+    }
+    if constexpr (area == 1) {
+      return Or(first, ShiftLeft16<8>(second));
+    } else {
+      constexpr Reciprocal reciprocal = ReciprocalOf(area);
+      static_assert(reciprocal.factor != 0);
+      const Vector factor = Set16(static_cast<std::int16_t>(reciprocal.factor));
+      first = MultiplyHighU16(first, factor);
+      second = MultiplyHighU16(second, factor);
+      if constexpr (reciprocal.shift == 0) return Or(first, ShiftLeft16<8>(second));
+      return Select(Set16(0xFF), ShiftLeft16<8 - reciprocal.shift>(second),
+                    ShiftRight16<reciprocal.shift>(first));
+    }
+  }
+
+  // Of the register before.
+  Vector one_;
+  Vector two_;
+  Vector four_;
+  Vector upper_;
+  Vector sum_;
 };
 
-// Sums below 2^24 are exact in single precision. Up to mostMultiplied the error of a product with the
-// reciprocal, at most 2^-23 of a mean below 256, stays below the half of 1 / area by which sum + 1/2 misses
-// whole numbers, whether sum + 1/2 is multiplied or half the reciprocal added to the product before it is
-// rounded. Beyond, a quotient is rounded to a multiple of 2^-16 at most, and misses the next whole number by
-// 1 / area, which is more than the half of that.
-constexpr std::uint32_t mostMultiplied = 127;
-static_assert(2 * 256 * mostMultiplied * mostMultiplied < 1U << 23);
+template <int windowSize>
+void SlideNarrow(const WindowMeansArgs& args) {
+  // Pairs start at columns that make windows start at even ones end at lower columns of pairs.
+  constexpr bool isOdd = windowSize % 2 != 0;
+  const std::uint16_t* lower = (isOdd ? args.first : args.second - 1) + windowSize / 2;
+  const std::uint16_t* upper = (isOdd ? args.second : args.first) + windowSize / 2;
+  constexpr int step = width / 2;
+  NarrowWindows<windowSize> windows;
+  std::int32_t next = -1;
+  ForEachStep(8 * args.groups, args.destination, [&](std::int32_t window, std::uint8_t* destination) {
+    const std::int32_t pair = window / 2;
+    if (window != next) windows.Start(Load(lower + pair - step), Load(upper + pair - step));
+    next = window + width;
+    Store(destination, windows.Next(Load(lower + pair), Load(upper + pair)));
+  });
+}
+
+// Wider windows have sums of 32 bits, at most 255^3, and so do the running sums that they are differences of.
+// Those wrap; their differences are right all the same.
+
+/// Windows whose running sums are kept at a time.
+constexpr std::int32_t windowsAtOnce = 4096;
+static_assert(windowsAtOnce % width == 0);
+
+/// Of the lanes up to and with each one.
+KV_INLINE Vector RunningSums(Vector sums) {
+#if KV_REGISTER_LEVEL >= 2
+  const Vector zero = Zero();
+  sums = Add32(sums, _mm512_alignr_epi32(sums, zero, 15));
+  sums = Add32(sums, _mm512_alignr_epi32(sums, zero, 14));
+  sums = Add32(sums, _mm512_alignr_epi32(sums, zero, 12));
+  return Add32(sums, _mm512_alignr_epi32(sums, zero, 8));
+#elif KV_REGISTER_LEVEL == 1
+  sums = Add32(sums, _mm256_slli_si256(sums, 4));
+  sums = Add32(sums, _mm256_slli_si256(sums, 8));
+  const Vector totals = _mm256_shuffle_epi32(sums, 0xFF);
+  return Add32(sums, _mm256_permute2x128_si256(totals, totals, 0x08));
+#else
+  sums = Add32(sums, _mm_slli_si128(sums, 4));
+  return Add32(sums, _mm_slli_si128(sums, 8));
+#endif
+}
+KV_INLINE Vector LastInAllLanes32(Vector a) {
+#if KV_REGISTER_LEVEL >= 2
+  return _mm512_permutexvar_epi32(Set32(15), a);
+#elif KV_REGISTER_LEVEL == 1
+  return _mm256_permutevar8x32_epi32(a, Set32(7));
+#else
+  return _mm_shuffle_epi32(a, 0xFF);
+#endif
+}
+
+/// Column sums of windows up to this size are no more than a signed lane holds, nor are their differences.
+constexpr std::uint32_t mostSigned = 128;
+static_assert(255 * mostSigned <= 0x7FFF);
+
+/// Adds the lower, the upper or both halves of 32-bit lanes to sums.
+template <bool isSigned>
+KV_INLINE Vector AddLower(Vector sums, Vector halves) {
+  return isSigned ? MultiplyAddTo32(sums, halves, SetPair16(1, 0)) : Add32(sums, And(halves, Set32(0xFFFF)));
+}
+template <bool isSigned>
+KV_INLINE Vector AddUpper(Vector sums, Vector halves) {
+  return isSigned ? MultiplyAddTo32(sums, halves, SetPair16(0, 1)) : Add32(sums, ShiftRight32<16>(halves));
+}
+template <bool isSigned>
+KV_INLINE Vector AddBoth(Vector sums, Vector halves) {
+  return isSigned ? MultiplyAddTo32(sums, halves, SetPair16(1, 1))
+                  : AddUpper<false>(AddLower<false>(sums, halves), halves);
+}
+/// Adds the lower or the upper halves of a difference.
+template <bool isSigned>
+KV_INLINE Vector MoveLower(Vector sums, Vector entering, Vector leaving) {
+  return isSigned ? AddLower<true>(sums, Sub16(entering, leaving))
+                  : Sub32(AddLower<false>(sums, entering), And(leaving, Set32(0xFFFF)));
+}
+template <bool isSigned>
+KV_INLINE Vector MoveUpper(Vector sums, Vector entering, Vector leaving) {
+  return isSigned ? AddUpper<true>(sums, Sub16(entering, leaving))
+                  : Sub32(AddUpper<false>(sums, entering), ShiftRight32<16>(leaving));
+}
+
+/// The least single-precision number that is not below 1 / area.
+constexpr float ReciprocalAbove(std::uint32_t area) {
+  const float nearest = 1.0F / static_cast<float>(area);
+  return double{nearest} * area >= 1 ? nearest
+                                     : std::bit_cast<float>(std::bit_cast<std::uint32_t>(nearest) + 1);
+}
+// Sums below 2^24 are exact in single precision. A product with a reciprocal that is not too small is not too
+// small either; it must miss the next whole number by more than 2^-17, which is what rounding adds below 256.
+// The largest sum comes nearest, in windows up to mostMultiplied not near enough. A quotient is rounded to a
+// multiple of 2^-16 at most, and misses the next whole number by 1 / area, which is more than the half of
+// that.
+constexpr std::uint32_t mostMultiplied = 179;
+static_assert([] {
+  for (std::uint32_t windowSize = mostNarrow + 1; windowSize <= mostMultiplied; ++windowSize) {
+    const std::uint32_t area = windowSize * windowSize;
+    if (256 - (255.0 * area + area - 1) * ReciprocalAbove(area) < 1.0 / (1 << 17)) return false;
+  }
+  return true;
+}());
 static_assert(maxWindowSize * maxWindowSize < 1U << 17);
 
 template <bool multiplies>
-class Means32 {
+class WideMeans {
  public:
-  using Lane = std::uint32_t;
+  explicit WideMeans(std::uint32_t area)
+      : divisor_(KV_SIMD(set1_ps)(multiplies ? ReciprocalAbove(area) : static_cast<float>(area))) {}
 
-  explicit Means32(std::uint32_t area)
-      : divisor_(KV_SIMD(set1_ps)(multiplies ? 1.0F / static_cast<float>(area) : static_cast<float>(area))) {}
-
-  /// Windows that start at even columns start with a pair and those at odd ones with half of one. They end
-  /// alike when their size is even, the other way round when it is odd.
-  KV_INLINE Vector Of(const Lane* running, const std::uint16_t* columns, std::int32_t windowSize) const {
-    const std::int32_t pairs = windowSize / 2;
-    const bool isOdd = windowSize % 2 != 0;
-    const Vector last = EvenColumns(Load(columns + 2 * pairs));
-    Vector even = Sub32(Load(running + pairs), Load(running));
-    Vector odd = Add32(Sub32(Load(running + pairs + isOdd), Load(running + 1)), OddColumns(Load(columns)));
-    isOdd ? even = Add32(even, last) : odd = Add32(odd, last);
-    return Or(Divide(even), ShiftLeft32<16>(Divide(odd)));
+  /// A mean in the lowest byte of each lane. The second byte is zero.
+  KV_INLINE Vector Of(Vector sums) const {
+    const auto exact = KV_SIMD(cvtepi32_ps)(sums);
+#if KV_REGISTER_LEVEL >= 2
+    // In what is added, one is the lowest bit.
+    if constexpr (multiplies) {
+      return _mm512_castps_si512(_mm512_fmadd_round_ps(exact, divisor_, _mm512_set1_ps(1 << 23),
+                                                       _MM_FROUND_TO_NEG_INF | _MM_FROUND_NO_EXC));
+    }
+#endif
+    if constexpr (multiplies) return KV_SIMD(cvttps_epi32)(KV_SIMD(mul_ps)(exact, divisor_));
+    return KV_SIMD(cvttps_epi32)(KV_SIMD(div_ps)(exact, divisor_));
   }
 
  private:
-  KV_INLINE Vector Divide(Vector sums) const {
-    const auto exact = KV_SIMD(cvtepi32_ps)(sums);
-#if KV_WIDE_LEVEL >= 2
-    if constexpr (multiplies) return _mm512_cvttps_epi32(_mm512_fmadd_ps(exact, divisor_, half_));
-#endif
-    if constexpr (multiplies) {
-      const auto half = KV_SIMD(set1_ps)(0.5F);
-      return KV_SIMD(cvttps_epi32)(KV_SIMD(mul_ps)(KV_SIMD(add_ps)(exact, half), divisor_));
-    } else {
-      return KV_SIMD(cvttps_epi32)(KV_SIMD(div_ps)(exact, divisor_));
-    }
-  }
-
   decltype(KV_SIMD(setzero_ps)()) divisor_;
-#if KV_WIDE_LEVEL >= 2
-  __m512 half_ = _mm512_mul_ps(divisor_, _mm512_set1_ps(0.5F));
-#endif
 };
 
-template <class Means>
-void SlideWindows(WindowMeansArgs& args, const Means& means) {
-  using Lane = typename Means::Lane;
-  // Lanes of running sums per column.
-  constexpr int columnsPerLane = sizeof(Lane) == 4 ? 2 : 1;
+/// Windows of 4 * n + rest columns.
+template <bool isSigned, int rest, class Means>
+void SlideWide(const WindowMeansArgs& args, const Means& means) {
   const auto windowSize = static_cast<std::int32_t>(args.windowSize);
-  alignas(64) Lane running[windowsAtOnce + maxWindowSize + 2 * 64];
-  for (std::int32_t left = 8 * args.groups; left > 0; left -= windowsAtOnce) {
+  const std::int32_t quads = windowSize / 4;
+  alignas(64) std::uint32_t running[1 + (windowsAtOnce + maxWindowSize) / 4 + 64];
+  for (std::int32_t done = 0; done < 8 * args.groups; done += windowsAtOnce) {
+    const std::int32_t left = 8 * args.groups - done;
     const std::int32_t count = left < windowsAtOnce ? left : windowsAtOnce;
-    const std::int32_t columnCount = count + windowSize - 1;
-    SumUp(args.columns, columnCount, running);
-    const auto meansOf = [&](const std::uint16_t* columns, std::int32_t window) {
-      const auto half = [&](int offset) {
-        return means.Of(running + (window + offset) / columnsPerLane, columns + offset, windowSize);
-      };
-      return Narrow16To8(half(0), half(width / 2));
-    };
-    std::int32_t window = 0;
-    // Windows at odd columns look at one column more.
-    for (; window + width + 1 <= count; window += width) {
-      Store(args.destination + window, meansOf(args.columns + window, window));
+    const std::uint16_t* first = args.first + done / 2;
+    const std::uint16_t* second = args.second + done / 2;
+
+    // The sums of the quads before each one.
+    running[0] = 0;
+    Vector before = Zero();
+    for (std::int32_t quad = 0; quad <= (count + windowSize) / 4; quad += width / 4) {
+      const Vector four =
+          AddBoth<isSigned>(AddBoth<isSigned>(Zero(), Load(first + 2 * quad)), Load(second + 2 * quad));
+      before = Add32(before, RunningSums(four));
+      Store(running + 1 + quad, before);
+      before = LastInAllLanes32(before);
     }
-    for (; window < count; window += width) {
-      const std::int32_t rest = count - window < width ? count - window : width;
-      alignas(64) std::uint16_t columns[2 * width + maxWindowSize + 1] = {};
-      std::memcpy(columns, args.columns + window,
-                  sizeof *columns * static_cast<std::size_t>(rest + windowSize - 1));
-      alignas(64) std::uint8_t bytes[width];
-      Store(bytes, meansOf(columns, window));
-      std::memcpy(args.destination + window, bytes, static_cast<std::size_t>(rest));
-    }
-    args.columns += count;
-    args.destination += count;
+
+    ForEachStep(count, args.destination + done, [&](std::int32_t window, std::uint8_t* destination) {
+      const std::int32_t quad = window / 4;
+      const std::uint16_t* leavingFirst = first + 2 * quad;
+      const std::uint16_t* leavingSecond = second + 2 * quad;
+      const std::uint16_t* behindFirst = leavingFirst + 2 * quads;
+      const std::uint16_t* behindSecond = leavingSecond + 2 * quads;
+      Vector sums = Sub32(Load(running + quad + quads), Load(running + quad));
+      if constexpr (rest == 1) sums = AddLower<isSigned>(sums, Load(behindFirst));
+      if constexpr (rest == 2) {
+        sums = AddLower<isSigned>(AddLower<isSigned>(sums, Load(behindFirst)), Load(behindSecond));
+      }
+      if constexpr (rest == 3) {
+        sums = AddLower<isSigned>(AddBoth<isSigned>(sums, Load(behindFirst)), Load(behindSecond));
+      }
+      // The columns that enter the windows at the second, third and fourth column of each quad.
+      const Vector entering = Load(rest % 2 == 0 ? behindFirst + rest / 2 : behindSecond + rest / 2);
+      const Vector enteringNext = Load(rest % 2 == 0 ? behindSecond + rest / 2 : behindFirst + rest / 2 + 1);
+      const Vector leaving = Load(leavingFirst);
+      Vector result = means.Of(sums);
+      sums = MoveLower<isSigned>(sums, entering, leaving);
+      const Vector secondMeans = ShiftLeft32<8>(means.Of(sums));
+      sums = MoveLower<isSigned>(sums, enteringNext, Load(leavingSecond));
+      const Vector thirdMeans = ShiftLeft32<16>(means.Of(sums));
+      sums = MoveUpper<isSigned>(sums, entering, leaving);
+      const Vector fourthMeans = ShiftLeft32<24>(means.Of(sums));
+      result = And(result, Set32(0xFF));
+      Store(destination, Or(Or(result, secondMeans), Or(thirdMeans, fourthMeans)));
+    });
   }
 }
 
-/// Sums of few columns, without running sums.
-template <int windowSize>
-void AddColumns(WindowMeansArgs& args) {
-  constexpr Reciprocal reciprocal = ReciprocalOf(windowSize * windowSize);
-  const Means16<reciprocal.shift != 0> means(reciprocal);
-  const auto* bytes = reinterpret_cast<const std::uint8_t*>(args.columns);
-  Walk<width / 8>(
-      args.groups,
-      [&means](const std::uint8_t* columns, std::uint8_t* destination) {
-        const auto half = [&](int offset) {
-          Vector sums = Load(columns + 2 * offset);
-          for (int next = 1; next < windowSize; ++next)
-            sums = Add16(sums, Load(columns + 2 * (offset + next)));
-          return means.Divide(sums);
-        };
-        Store(destination, Narrow16To8(half(0), half(width / 2)));
-      },
-      In<16, 0, 2 * (windowSize - 1)>{bytes}, Out<8>{args.destination});
-  args.columns = reinterpret_cast<const std::uint16_t*>(bytes);
+template <bool isSigned, class Means>
+void SlideWide(const WindowMeansArgs& args, const Means& means) {
+  switch (args.windowSize % 4) {
+    case 0:
+      return SlideWide<isSigned, 0>(args, means);
+    case 1:
+      return SlideWide<isSigned, 1>(args, means);
+    case 2:
+      return SlideWide<isSigned, 2>(args, means);
+    default:
+      return SlideWide<isSigned, 3>(args, means);
+  }
+}
+
+void Slide(const WindowMeansArgs& args) {
+  const std::uint32_t area = args.windowSize * args.windowSize;
+  switch (args.windowSize) {
+    case 1:
+      return SlideNarrow<1>(args);
+    case 2:
+      return SlideNarrow<2>(args);
+    case 3:
+      return SlideNarrow<3>(args);
+    case 4:
+      return SlideNarrow<4>(args);
+    case 5:
+      return SlideNarrow<5>(args);
+    case 6:
+      return SlideNarrow<6>(args);
+    case 7:
+      return SlideNarrow<7>(args);
+    case 8:
+      return SlideNarrow<8>(args);
+    case 9:
+      return SlideNarrow<9>(args);
+    case 10:
+      return SlideNarrow<10>(args);
+    case 11:
+      return SlideNarrow<11>(args);
+    case 12:
+      return SlideNarrow<12>(args);
+    case 13:
+      return SlideNarrow<13>(args);
+    case 14:
+      return SlideNarrow<14>(args);
+    case 15:
+      return SlideNarrow<15>(args);
+    case 16:
+      return SlideNarrow<16>(args);
+    default:
+      break;
+  }
+  if (args.windowSize <= mostSigned) return SlideWide<true>(args, WideMeans<true>(area));
+  if (args.windowSize <= mostMultiplied) return SlideWide<false>(args, WideMeans<true>(area));
+  SlideWide<false>(args, WideMeans<false>(area));
 }
 
 }  // namespace
@@ -288,32 +399,10 @@ void AddColumns(WindowMeansArgs& args) {
 template <>
 void WindowMeans<level>(WindowMeansArgs& args) noexcept {
   if (args.groups <= 0) return;
-  // Up to seven columns are sooner added than taken from running sums.
-  switch (args.windowSize) {
-    case 3:
-      return AddColumns<3>(args);
-    case 4:
-      return AddColumns<4>(args);
-    case 5:
-      return AddColumns<5>(args);
-    case 6:
-      return AddColumns<6>(args);
-    case 7:
-      return AddColumns<7>(args);
-    default:
-      break;
-  }
-  const std::uint32_t area = args.windowSize * args.windowSize;
-  const Reciprocal reciprocal = ReciprocalOf(area);
-  if (reciprocal.isExact && reciprocal.shift == 0) {
-    SlideWindows(args, Means16<false>(reciprocal));
-  } else if (reciprocal.isExact) {
-    SlideWindows(args, Means16<true>(reciprocal));
-  } else if (args.windowSize <= mostMultiplied) {
-    SlideWindows(args, Means32<true>(area));
-  } else {
-    SlideWindows(args, Means32<false>(area));
-  }
+  Slide(args);
+  args.first += 4 * args.groups;
+  args.second += 4 * args.groups;
+  args.destination += 8 * args.groups;
 }
 
 }  // namespace kv_img::arithmetic::wide
