@@ -390,6 +390,20 @@ KV_INLINE void StoreLowerHalf(void* destination, Vector vector) {
 #endif
 }
 
+/// Copies bytes, a few registers at most: sooner done than calling for it.
+KV_INLINE void CopyFew(std::uint8_t* to, const std::uint8_t* from, std::int32_t count) {
+  if (count < 16) {
+    std::memcpy(to, from, static_cast<std::size_t>(count));
+    return;
+  }
+  for (std::int32_t done = 0; done < count - 16; done += 16) Store128(to + done, Load128(from + done));
+  Store128(to + count - 16, Load128(from + count - 16));
+}
+
+// What is left of a stream behind its last whole step, `groups` groups of `most`, is worked on once more
+// together with what is before it; what is written goes through a buffer, so that a stream which is read and
+// written in place stays right. When there was no whole step, what is read goes through a buffer too.
+
 /// A stream that a kernel reads: `perGroup` bytes a group, and `before` and `behind` bytes around all of
 /// them.
 template <int perGroup, int before = 0, int behind = 0>
@@ -397,14 +411,21 @@ struct In {
   static constexpr int bytes = perGroup;
   const std::uint8_t*& pointer;
 
-  /// A step of few groups, padded to one of `most`.
   template <int most>
   struct Rest {
-    alignas(64) std::uint8_t buffer[before + most * perGroup + behind] = {};
-    Rest(const In& in, std::int32_t groups) {
-      std::memcpy(buffer, in.pointer - before, static_cast<std::size_t>(before + groups * perGroup + behind));
+    alignas(64) std::uint8_t buffer[before + most * perGroup + behind];
+    const std::uint8_t* begin;
+    Rest(const In& in, std::int32_t groups, bool isBehindSteps) {
+      if (isBehindSteps) {
+        begin = in.pointer - (most - groups) * perGroup;
+      } else {
+        std::memset(buffer, 0, sizeof buffer);
+        CopyFew(buffer, in.pointer - before, before + groups * perGroup + behind);
+        begin = buffer + before;
+      }
     }
-    const std::uint8_t* Begin() const { return buffer + before; }
+    Rest(const Rest&) = delete;
+    const std::uint8_t* Begin() const { return begin; }
     void Finish(const In& in, std::int32_t groups) const { in.pointer += groups * perGroup; }
   };
 };
@@ -417,10 +438,12 @@ struct Out {
   template <int most>
   struct Rest {
     alignas(64) std::uint8_t buffer[most * perGroup];
-    Rest(const Out& /*out*/, std::int32_t /*groups*/) {}
+    const std::int32_t skipped;
+    Rest(const Out& /*out*/, std::int32_t groups, bool isBehindSteps)
+        : skipped(isBehindSteps ? (most - groups) * perGroup : 0) {}
     std::uint8_t* Begin() { return buffer; }
     void Finish(const Out& out, std::int32_t groups) const {
-      std::memcpy(out.pointer, buffer, static_cast<std::size_t>(groups * perGroup));
+      CopyFew(out.pointer, buffer + skipped, groups * perGroup);
       out.pointer += groups * perGroup;
     }
   };
@@ -434,23 +457,31 @@ struct InOut {
 
   template <int most>
   struct Rest {
-    alignas(64) std::uint8_t buffer[most * perGroup] = {};
-    Rest(const InOut& inOut, std::int32_t groups) {
-      std::memcpy(buffer, inOut.pointer, static_cast<std::size_t>(groups * perGroup));
+    alignas(64) std::uint8_t buffer[most * perGroup];
+    const std::int32_t skipped;
+    Rest(const InOut& inOut, std::int32_t groups, bool isBehindSteps)
+        : skipped(isBehindSteps ? (most - groups) * perGroup : 0) {
+      if (isBehindSteps) {
+        std::memcpy(buffer, inOut.pointer - skipped, sizeof buffer);
+      } else {
+        std::memset(buffer, 0, sizeof buffer);
+        CopyFew(buffer, inOut.pointer, groups * perGroup);
+      }
     }
     std::uint8_t* Begin() { return buffer; }
     void Finish(const InOut& inOut, std::int32_t groups) const {
-      std::memcpy(inOut.pointer, buffer, static_cast<std::size_t>(groups * perGroup));
+      CopyFew(inOut.pointer, buffer + skipped, groups * perGroup);
       inOut.pointer += groups * perGroup;
     }
   };
 };
 
-/// Calls `step` with the pointers of `groupsPerStep` groups at a time; what is left over goes through
-/// buffers, so that a step never touches a byte beyond the groups. Advances the pointers.
+/// Calls `step` with the pointers of `groupsPerStep` groups at a time, and for what is left over with those
+/// of rests, so that a step never touches a byte beyond the groups. Advances the pointers.
 template <int groupsPerStep, class Step, class... Streams>
 KV_INLINE void Walk(std::int32_t groups, Step step, Streams... streams) {
   if (groups <= 0) return;
+  const bool hasSteps = groups >= groupsPerStep;
   [&](auto*... pointers) {
     for (; groups >= groupsPerStep; groups -= groupsPerStep) {
       step(pointers...);
@@ -459,10 +490,10 @@ KV_INLINE void Walk(std::int32_t groups, Step step, Streams... streams) {
     ((streams.pointer = pointers), ...);
   }(streams.pointer...);
   if (groups == 0) return;
-  [&](auto... rests) {
+  [&](auto&&... rests) {
     step(rests.Begin()...);
     (rests.Finish(streams, groups), ...);
-  }(typename Streams::template Rest<groupsPerStep>(streams, groups)...);
+  }(typename Streams::template Rest<groupsPerStep>(streams, groups, hasSteps)...);
 }
 
 }  // namespace
