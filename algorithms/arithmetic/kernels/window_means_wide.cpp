@@ -27,6 +27,7 @@ KV_INLINE void ForEachStep(std::int32_t windows, std::uint8_t* destination, Step
   if (windows < width) std::memcpy(destination, few, static_cast<std::size_t>(windows));
 }
 
+#if KV_REGISTER_LEVEL >= 2
 /// Numbers of 16-bit lanes, one after another.
 struct Places {
   alignas(64) std::int16_t lane[32];
@@ -37,6 +38,7 @@ constexpr Places lanesFrom = [] {
   for (int lane = 0; lane < 32; ++lane) places.lane[lane] = static_cast<std::int16_t>(start + lane);
   return places;
 }();
+#endif
 
 /// 16-bit lanes of `current` moved up by `count`, those that `before` ends with behind them.
 template <int count>
