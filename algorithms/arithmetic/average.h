@@ -54,6 +54,7 @@ class Average : public AverageAlgorithmInterface<ImageType> {
   static void MergeRow(const SourceRow& first, const SourceRow& second, std::uint8_t* destination,
                        const ColumnRun& output) {
     if (output.IsEmpty()) return;
+    if (first.valid == output && second.valid == output) return Merge(first, second, destination);
     std::memset(destination + output.first, 0, static_cast<std::size_t>(output.Width()));
     const bool firstLeads = first.valid.first <= second.valid.first;
     const SourceRow& leading = firstLeads ? first : second;
