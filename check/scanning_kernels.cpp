@@ -42,6 +42,29 @@ void AddPan(std::vector<KernelCase>& list, const std::string& name, bool isShift
   }
 }
 
+constexpr auto BlendVariant = [](std::string set, auto kernel) -> Variant {
+  return {std::move(set), [kernel](Call& call) {
+            // Fractions of all precisions: of up to 24 bits, down to none.
+            const auto bits = static_cast<std::uint32_t>(call.seed % 25);
+            const auto whole = static_cast<float>(std::uint32_t{1} << bits);
+            BlendRowsArgs args{call.groups, call.inputs[0], call.inputs[1], call.outputs[0],
+                               static_cast<float>(call.seed / 25 % ((std::uint32_t{1} << bits) + 1)) / whole};
+            kernel(args);
+            call.inputs[0] = args.upper;
+            call.inputs[1] = args.lower;
+            call.outputs[0] = args.destination;
+          }};
+};
+
+template <class Wide>
+void AddBlend(std::vector<KernelCase>& list, const std::string& name, std::size_t beside,
+              void (*scalarKernel)(BlendRowsArgs&) noexcept, void (*mmxKernel)(BlendRowsArgs&) noexcept,
+              Wide wideKernel) {
+  const Stream row{.perGroup = 8, .before = beside, .behind = beside};
+  list.push_back(
+      {name, {row, row}, {{.perGroup = 8}}, AllSets(BlendVariant, scalarKernel, mmxKernel, wideKernel)});
+}
+
 }  // namespace
 
 void AddScanningKernels(std::vector<KernelCase>& list) {
@@ -53,6 +76,11 @@ void AddScanningKernels(std::vector<KernelCase>& list) {
          WideKernels::PanLumaFirst);
   AddPan(list, "scanning/PanLumaFirstShifted", true, scalar::PanLumaFirstShifted, mmx::PanLumaFirstShifted,
          WideKernels::PanLumaFirstShifted);
+  AddBlend(list, "scanning/BlendAlike", 0, scalar::BlendAlike, mmx::BlendAlike, WideKernels::BlendAlike);
+  AddBlend(list, "scanning/BlendLumaFirst", 2, scalar::BlendLumaFirst, mmx::BlendLumaFirst,
+           WideKernels::BlendLumaFirst);
+  AddBlend(list, "scanning/BlendChromaFirst", 2, scalar::BlendChromaFirst, mmx::BlendChromaFirst,
+           WideKernels::BlendChromaFirst);
 }
 
 }  // namespace kv_check

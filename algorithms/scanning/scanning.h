@@ -98,8 +98,9 @@ class Scanning : public ScanningAlgorithmInterface<ImageIn, ImageOut> {
     const scanning::ViewportStart viewport =
         scanning::StartOfViewport(sourceRegion.GetTop(), sourceRegion.GetHeight(),
                                   destinationRegion.GetHeight(), steps, frame, isOtherField ? 0.5F : 0.0F);
-    const scanning::VerticalPan pan(from, to, destinationRegion.GetLeft(), destinationRegion.GetRight(),
-                                    sourceRegion.GetLeft(), viewport.fraction);
+    const scanning::VerticalPan<Kernels, typename ImageIn::Buffer> pan(
+        from, to, destinationRegion.GetLeft(), destinationRegion.GetRight(), sourceRegion.GetLeft(),
+        viewport.fraction);
     const int offset = viewport.whole - destinationRegion.GetTop();
     const int bottom = destinationRegion.GetBottom();
     for (int row = rows.first; row <= rows.last; ++row) {

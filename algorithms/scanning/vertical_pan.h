@@ -4,29 +4,13 @@
 #include <cstdint>
 
 #include "algorithms/pixels/packed_samples.h"
+#include "algorithms/scanning/kernels/kernel_sets.h"
 #include "algorithms/scanning/viewport.h"
 
 namespace kv_img::scanning {
 
-/// A sample at `fraction` of the way from an upper row to the lower one.
-constexpr std::uint8_t BlendRows(std::uint8_t upper, std::uint8_t lower, float fraction) {
-  return static_cast<std::uint8_t>(static_cast<int>(static_cast<float>(upper) * (1.0F - fraction) +
-                                                    static_cast<float>(lower) * fraction + 0.5F));
-}
-static_assert(BlendRows(10, 20, 0.25F) == 13 && BlendRows(255, 255, 0.3F) == 255);
-
-/// The same of two neighbours in either row.
-constexpr std::uint8_t BlendRows(std::uint8_t upper, std::uint8_t upperNext, std::uint8_t lower,
-                                 std::uint8_t lowerNext, float fraction) {
-  return static_cast<std::uint8_t>(static_cast<int>(static_cast<float>(upper) * (1.0F - fraction) * 0.5F +
-                                                    static_cast<float>(upperNext) * (1.0F - fraction) * 0.5F +
-                                                    static_cast<float>(lower) * fraction * 0.5F +
-                                                    static_cast<float>(lowerNext) * fraction * 0.5F + 0.5F));
-}
-static_assert(BlendRows(10, 20, 30, 41, 0.5F) == 25);
-
 /// Rows of a vertical pan.
-template <class Buffer>
+template <class Kernels, class Buffer>
 class VerticalPan {
  public:
   /// Fills the columns `left` to `right` of the destination from as many of the source, from `sourceLeft` on.
@@ -48,12 +32,14 @@ class VerticalPan {
     }
     SplitRun(left_, right_, fillSamples, [&](int begin, int end) {
       const std::ptrdiff_t from = 2 * std::ptrdiff_t{begin + toSource_};
-      FillPairs(upper + from, lower + from, out + 2 * std::ptrdiff_t{begin}, end - begin);
+      BlendRowsArgs args{(end - begin) / 4, upper + from, lower + from, out + 2 * std::ptrdiff_t{begin},
+                         fraction_};
+      FillGroups(args);
+      fillSamples(begin + (end - begin) / 4 * 4, end - 1);
     });
   }
 
  private:
-  static constexpr std::ptrdiff_t nextPixel = 2;
   static constexpr std::ptrdiff_t nextPair = 4;
 
   bool AreColumnsAlike() const { return toSource_ % 2 == 0; }
@@ -82,34 +68,14 @@ class VerticalPan {
         });
   }
 
-  /// The same of `pixels` that make whole pairs, between equal layouts. The rows start with the first of
-  /// them, at whichever column of a pair the source has it.
-  void FillPairs(const std::uint8_t* upper, const std::uint8_t* lower, std::uint8_t* out, int pixels) const {
+  /// The same of groups of four pixels, between equal layouts.
+  void FillGroups(BlendRowsArgs& args) const {
     if (AreColumnsAlike()) {
-      BlendBytes(upper, lower, out, 2 * pixels, fraction_);
+      Kernels::BlendAlike(args);
     } else if (from_.Luma(0) == 0) {
-      BlendUnlikePixels<0>(upper, lower, out, pixels, fraction_);
+      Kernels::BlendLumaFirst(args);
     } else {
-      BlendUnlikePixels<1>(upper, lower, out, pixels, fraction_);
-    }
-  }
-
-  // Plain loops of their own: compilers make vectors of them.
-  static void BlendBytes(const std::uint8_t* upper, const std::uint8_t* lower, std::uint8_t* out, int bytes,
-                         float fraction) {
-    for (int i = 0; i < bytes; ++i) out[i] = BlendRows(upper[i], lower[i], fraction);
-  }
-  template <int lumaAt>
-  static void BlendUnlikePixels(const std::uint8_t* upper, const std::uint8_t* lower, std::uint8_t* out,
-                                int pixels, float fraction) {
-    // The kind of chroma that the output pixel has lies at the source pixels before and behind it.
-    constexpr std::ptrdiff_t chromaAt = 1 - lumaAt;
-    const std::uint8_t* upperChroma = upper - nextPixel + chromaAt;
-    const std::uint8_t* lowerChroma = lower - nextPixel + chromaAt;
-    for (std::ptrdiff_t i = 0; i < 2 * std::ptrdiff_t{pixels}; i += nextPixel) {
-      out[i + lumaAt] = BlendRows(upper[i + lumaAt], lower[i + lumaAt], fraction);
-      out[i + chromaAt] = BlendRows(upperChroma[i], upperChroma[i + nextPair], lowerChroma[i],
-                                    lowerChroma[i + nextPair], fraction);
+      Kernels::BlendChromaFirst(args);
     }
   }
 

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstddef>
+
+#include "algorithms/scanning/kernels/blend_rows.h"
+
+// Plain loops, of which compilers make vectors: what the scalar set has, and what the set of 64-bit words
+// has, which single precision does not fit. Copies of their own, for each member is made of its own kernels
+// alone.
+
+namespace kv_img::scanning {
+namespace {
+
+constexpr std::ptrdiff_t nextPixel = 2;
+
+/// Calls `fill(upper, lower, out, bytes)`: a plain loop, of which compilers make vectors.
+template <class Fill>
+void FillBytes(BlendRowsArgs& args, Fill fill) {
+  const std::ptrdiff_t bytes = 8 * std::ptrdiff_t{args.groups};
+  fill(args.upper, args.lower, args.destination, bytes);
+  args.upper += bytes;
+  args.lower += bytes;
+  args.destination += bytes;
+}
+
+template <int lumaAt>
+void BlendUnlike(BlendRowsArgs& args) {
+  constexpr std::ptrdiff_t before = 1 - lumaAt - nextPixel;
+  constexpr std::ptrdiff_t behind = 1 - lumaAt + nextPixel;
+  FillBytes(args, [fraction = args.fraction](const std::uint8_t* upper, const std::uint8_t* lower,
+                                             std::uint8_t* out, std::ptrdiff_t bytes) {
+    for (std::ptrdiff_t i = 0; i < bytes; i += nextPixel) {
+      out[i + lumaAt] = BlendRows(upper[i + lumaAt], lower[i + lumaAt], fraction);
+      out[i + 1 - lumaAt] =
+          BlendRows(upper[i + before], upper[i + behind], lower[i + before], lower[i + behind], fraction);
+    }
+  });
+}
+
+/// Every byte from those at its place.
+void BlendInPlace(BlendRowsArgs& args) {
+  FillBytes(args, [fraction = args.fraction](const std::uint8_t* upper, const std::uint8_t* lower,
+                                             std::uint8_t* out, std::ptrdiff_t bytes) {
+    for (std::ptrdiff_t i = 0; i < bytes; ++i) out[i] = BlendRows(upper[i], lower[i], fraction);
+  });
+}
+
+}  // namespace
+}  // namespace kv_img::scanning
