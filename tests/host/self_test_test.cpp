@@ -61,7 +61,12 @@ TEST(SelfTest, AKernelSetThatIsWrongInOneByteIsNamed) {
   kernels[4].variants.back().runsHere = false;
   const auto checks = CheckKernels(kernels, scale);
   EXPECT_EQ(Differing(checks), std::vector<std::string>{"wrong " + kernels[3].name});
-  EXPECT_EQ(std::ranges::count(checks, false, &SelfTestCheck::wasRun), 1);
+  // Those of levels that this processor lacks, and the one that says so.
+  std::ptrdiff_t notHere = 0;
+  for (const kv_check::KernelCase& kernel : kernels)
+    notHere += std::ranges::count(kernel.variants, false, &kv_check::Variant::runsHere);
+  EXPECT_GE(notHere, 1);
+  EXPECT_EQ(std::ranges::count(checks, false, &SelfTestCheck::wasRun), notHere);
 }
 
 /// A copy that forgets the lowest bit of a picture's last byte.
