@@ -9,6 +9,7 @@
 #include "frame/interfaces/alpha_layer_prob_mask.h"
 #include "host/worker_pool.h"
 #include "image/run_region.h"
+#include "tests/stops/load.h"
 #include "tests/support/member.h"
 #include "tests/support/test_image.h"
 #include "tests/support/threads.h"
@@ -26,7 +27,7 @@ constexpr int height = 6;
 /// A member's share of `all` rounds: the operations are the same templates in each, and threads that spin are
 /// slow on few processors.
 int RoundsOf(int all) {
-  return all / static_cast<int>(Members().size());
+  return all / roundsDivisor / static_cast<int>(Members().size());
 }
 
 /// Either layer, one thread's part of it, with a window that may be refused.
@@ -114,7 +115,7 @@ TEST_P(LayerStop, FromOutsideAtAnyMomentAllComeBack) {
       ++(code == 0 ? finished : stopped);
     }
   }
-  EXPECT_GT(stopped, 10) << "hardly any stop came in time";
+  EXPECT_GT(stopped, 10 / roundsDivisor) << "hardly any stop came in time";
   RecordProperty("stopped", stopped);
   RecordProperty("finished", finished);
 }
@@ -145,13 +146,14 @@ TEST_P(LayerStop, FromAWorkerBehindItsPartAllComeBack) {
   }
 }
 
-TEST_P(LayerStop, OfSixtyFourThreadsAllComeBack) {
+TEST_P(LayerStop, OfManyThreadsAllComeBack) {
+  constexpr std::uint32_t last = mostThreads - 1;
   for (int round = 0; round < 4; ++round) {
-    const auto thrown = CallOnThreads(64, [&](SpinBarrier& barrier, std::uint32_t index) {
-      if (index == 63) return barrier.RequestStop();
+    const auto thrown = CallOnThreads(mostThreads, [&](SpinBarrier& barrier, std::uint32_t index) {
+      if (index == last) return barrier.RequestStop();
       Apply(round % 2 == 0, barrier, index);
     });
-    for (std::uint32_t index = 0; index < 63; ++index) ASSERT_EQ(CodeOf(thrown[index]), 12603U);
+    for (std::uint32_t index = 0; index < last; ++index) ASSERT_EQ(CodeOf(thrown[index]), 12603U);
   }
 }
 
