@@ -390,14 +390,25 @@ KV_INLINE void StoreLowerHalf(void* destination, Vector vector) {
 #endif
 }
 
-/// Copies bytes, a few registers at most: sooner done than calling for it.
+/// Copies so many bytes at a time, at least as many in all: the last ones once more with some before them.
+template <int bytes>
+KV_INLINE void CopyInSteps(std::uint8_t* to, const std::uint8_t* from, std::int32_t count) {
+  for (std::int32_t done = 0; done < count - bytes; done += bytes) std::memcpy(to + done, from + done, bytes);
+  std::memcpy(to + count - bytes, from + count - bytes, bytes);
+}
+/// Copies up to `most` bytes, a few registers: sooner done than calling for it.
+template <int most>
 KV_INLINE void CopyFew(std::uint8_t* to, const std::uint8_t* from, std::int32_t count) {
-  if (count < 16) {
-    std::memcpy(to, from, static_cast<std::size_t>(count));
-    return;
+  if constexpr (most >= 16) {
+    if (count >= 16) return CopyInSteps<16>(to, from, count);
   }
-  for (std::int32_t done = 0; done < count - 16; done += 16) Store128(to + done, Load128(from + done));
-  Store128(to + count - 16, Load128(from + count - 16));
+  if constexpr (most >= 8) {
+    if (count >= 8) return CopyInSteps<8>(to, from, count);
+  }
+  if constexpr (most >= 4) {
+    if (count >= 4) return CopyInSteps<4>(to, from, count);
+  }
+  for (std::int32_t done = 0; done < count; ++done) to[done] = from[done];
 }
 
 // What is left of a stream behind its last whole step, `groups` groups of `most`, is worked on once more
@@ -420,7 +431,8 @@ struct In {
         begin = in.pointer - (most - groups) * perGroup;
       } else {
         std::memset(buffer, 0, sizeof buffer);
-        CopyFew(buffer, in.pointer - before, before + groups * perGroup + behind);
+        CopyFew<before + most * perGroup + behind>(buffer, in.pointer - before,
+                                                   before + groups * perGroup + behind);
         begin = buffer + before;
       }
     }
@@ -443,7 +455,7 @@ struct Out {
         : skipped(isBehindSteps ? (most - groups) * perGroup : 0) {}
     std::uint8_t* Begin() { return buffer; }
     void Finish(const Out& out, std::int32_t groups) const {
-      CopyFew(out.pointer, buffer + skipped, groups * perGroup);
+      CopyFew<most * perGroup>(out.pointer, buffer + skipped, groups * perGroup);
       out.pointer += groups * perGroup;
     }
   };
@@ -465,12 +477,12 @@ struct InOut {
         std::memcpy(buffer, inOut.pointer - skipped, sizeof buffer);
       } else {
         std::memset(buffer, 0, sizeof buffer);
-        CopyFew(buffer, inOut.pointer, groups * perGroup);
+        CopyFew<most * perGroup>(buffer, inOut.pointer, groups * perGroup);
       }
     }
     std::uint8_t* Begin() { return buffer; }
     void Finish(const InOut& inOut, std::int32_t groups) const {
-      CopyFew(inOut.pointer, buffer + skipped, groups * perGroup);
+      CopyFew<most * perGroup>(inOut.pointer, buffer + skipped, groups * perGroup);
       inOut.pointer += groups * perGroup;
     }
   };
