@@ -117,6 +117,22 @@ TEST_P(Yuv422Copy, BlockPathNeedsEqualPropertiesFlagOrModeAndStorage) {
   EXPECT_FALSE(isBlock(options(0, 1, 7), options(0, 0, 7)));
 }
 
+TEST_P(Yuv422Copy, RowsAreCopiedWithTheSlackOfTheDestination) {
+  ImageOptions options;
+  options.properties.propertyFlag = 1;
+  const Yuv422 source(4, 2, options);
+  Yuv422 destination(4, 2, options);
+  const auto& from = source.GetPixelBuffer();
+  const auto& to = destination.GetPixelBuffer();
+  ASSERT_GT(to.bytesPerRow, 8) << "no slack to tell of";
+  const auto rowBytes = static_cast<std::size_t>(to.bytesPerRow);
+  for (int row = 0; row < 2; ++row) std::iota(from.rows[row], from.rows[row] + rowBytes, std::uint8_t{7});
+  Run(source, destination);
+  for (int row = 0; row < 2; ++row) {
+    EXPECT_TRUE(std::equal(to.rows[row], to.rows[row] + rowBytes, from.rows[row])) << row;
+  }
+}
+
 TEST_P(Yuv422Copy, SizeMismatchIsRefusedByEveryThread) {
   ExpectSizeMismatchRefused();
 }
