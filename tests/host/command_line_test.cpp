@@ -235,6 +235,13 @@ TEST_F(CommandLine, BadInputGetsOneLineAndLeavesNothing) {
   ExpectRefused("convert " + photo_ + " out.bmp --size 5", "--size");
   ExpectRefused("convert " + photo_ + " out.bmp --layout abc", "abc");
   ExpectRefused("convert " + photo_ + " out.bmp --depth 8x", "8x");
+  ExpectRefused("convert " + photo_ + " out.pgm --depth 24", "--depth: a pgm file cannot hold 24-bit pixels");
+  ExpectRefused("convert " + photo_ + " out.bmp --to-format xyz", "--to-format: 'xyz' is no format");
+  ExpectRefused("filter " + photo_ + " out.pgm --window 3 --region 0,0,4,4 --region-mask m.pgm",
+                "give --region or --region-mask, not both");
+  const std::string find = "find " + photo_ + " " + photo_ + " --at 99,99 ";
+  ExpectRefused(find + "--half=-1x2 --range 2x2", "--half: -1x2 does not fit");
+  ExpectRefused(find + "--half 2x2 --range=2x-1", "--range: 2x-1 does not fit");
   ExpectRefused("convert " + photo_ + " out.bmp --threads 0", "--threads");
   ExpectRefused("convert " + photo_ + " out.bmp --member kv_algoX", "kv_algoX", 3);
   ExpectRefused("convert", "IN");

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "frame/interfaces/scanning.h"
 #include "host/errors.h"
 #include "host/formats/packing.h"
 #include "host/raster_image.h"
@@ -94,6 +95,19 @@ TEST(Family, AnUnknownMemberIsNamed) {
   } catch (const NoMemberError& error) {
     EXPECT_NE(std::string(error.what()).find("kv_algoX"), std::string::npos);
     EXPECT_NE(std::string(error.what()).find("kv_algoMMX"), std::string::npos);
+  }
+}
+
+TEST(Family, WhatNobodyOffersIsNamed) {
+  using Bitmap = kv_img::Image<kv_img::PixelDIB24>;
+  using Scanning = kv_img::ScanningAlgorithmInterface<Bitmap, Bitmap>;
+  const int id = kv_img::PixelDIB24::ClassID;
+  try {
+    Family("kv_algoMMX").Require<Scanning>("Scanning", {id, id});
+    FAIL();
+  } catch (const NoMemberError& error) {
+    EXPECT_STREQ(error.what(),
+                 "no member of the family offers Scanning for these pictures (only kv_algoMMX was asked)");
   }
 }
 

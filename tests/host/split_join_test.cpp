@@ -86,6 +86,11 @@ TEST_F(SplitAndJoin, WrongRangesAreRefused) {
   }
   Done("pan '" + Photograph().string() + "' other.y4m --size 32x48 --frames 2 --direction right");
   ExpectRefused("join clip.y4m other.y4m -o x.y4m", "they must be of one size");
+  std::string faster = Bytes("clip.y4m");
+  faster.replace(faster.find(" F25:1"), 6, " F50:1");
+  WriteFile(folder_ / "faster.y4m", faster);
+  ExpectRefused("join clip.y4m faster.y4m -o x.y4m",
+                "faster.y4m: its frame rate or interlacing is not that of clip.y4m");
   EXPECT_FALSE(std::filesystem::exists(folder_ / "x.y4m"));
 }
 
