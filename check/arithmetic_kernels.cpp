@@ -67,13 +67,12 @@ KernelCase WindowMeansCase(std::uint32_t windowSize) {
             .element = sizeof(std::uint16_t),
             .limit = limitSums};
   };
-  return {
-      "arithmetic/WindowMeans" + std::to_string(windowSize),
-      {sums(windowSize / 2), sums((windowSize - 1) / 2)},
-      {{.perGroup = 8}},
-      AllSets([windowSize](std::string set,
-                           auto kernel) { return WindowMeansVariant(std::move(set), kernel, windowSize); },
-              scalar::WindowMeans, mmx::WindowMeans, WideKernels::WindowMeans)};
+  return {"arithmetic/WindowMeans" + std::to_string(windowSize),
+          {sums(windowSize / 2), sums((windowSize - 1) / 2)},
+          {{.perGroup = 8}},
+          AllSets([windowSize](const std::string& set,
+                               auto kernel) { return WindowMeansVariant(set, kernel, windowSize); },
+                  scalar::WindowMeans, mmx::WindowMeans, WideKernels::WindowMeans)};
 }
 
 constexpr auto BlendBoostVariant = [](std::string set, auto kernel) -> Variant {

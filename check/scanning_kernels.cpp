@@ -37,7 +37,7 @@ void AddPan(std::vector<KernelCase>& list, const std::string& name, bool isShift
         {name + (rows == 1 ? "/one row" : ""),
          std::vector<Stream>(rows, row),
          {{.perGroup = 8}},
-         AllSets([rows](std::string set, auto kernel) { return PanVariant(std::move(set), kernel, rows); },
+         AllSets([rows](const std::string& set, auto kernel) { return PanVariant(set, kernel, rows); },
                  scalarKernel, mmxKernel, wideKernel)});
   }
 }

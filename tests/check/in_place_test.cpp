@@ -16,6 +16,7 @@ Bytes Written(const KernelCase& kernel, const Variant& variant, std::int32_t gro
               std::vector<Bytes> inputs, std::ptrdiff_t replaced) {
   Bytes elsewhere(static_cast<std::size_t>(groups) * kernel.outputs[0].perGroup);
   std::vector<const std::uint8_t*> from;
+  from.reserve(inputs.size());
   for (const Bytes& input : inputs) from.push_back(input.data());
   Bytes& written = replaced < 0 ? elsewhere : inputs[static_cast<std::size_t>(replaced)];
   std::uint8_t* to = written.data();
