@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <memory>
 #include <new>
-#include <utility>
 
 #include "algorithms/arithmetic/column_run.h"
 #include "algorithms/arithmetic/kernels/kernel_sets.h"
@@ -71,9 +70,7 @@ class MovingColumns {
 
   /// The sum of a column of the image, with those of every second column behind it, and spareSums around all
   /// of them; no sum is above 255 * windowSize.
-  const std::uint16_t* SumsFrom(std::int32_t column) const {
-    return Aligned(sums_.get()) + spareSums + (column % 2 == 0 ? 0 : oddSums_) + column / 2;
-  }
+  const std::uint16_t* SumsFrom(std::int32_t column) const { return SumAt(column); }
   /// By column of the image.
   const std::uint8_t* Counts() const { return counts_.get(); }
 
@@ -87,8 +84,8 @@ class MovingColumns {
                                             sizeof *sums);
   }
 
-  std::uint16_t* SumsFrom(std::int32_t column) {
-    return const_cast<std::uint16_t*>(std::as_const(*this).SumsFrom(column));
+  std::uint16_t* SumAt(std::int32_t column) const {
+    return Aligned(sums_.get()) + spareSums + (column % 2 == 0 ? 0 : oddSums_) + column / 2;
   }
 
   std::int32_t NearestRow(std::int32_t row) const {
@@ -110,8 +107,8 @@ class MovingColumns {
   void AddTimes(int sign, std::int32_t row, const ColumnRun& run) {
     if (run.IsEmpty()) return;
     const std::uint8_t* pixels = source_.rows[row] + run.first;
-    std::uint16_t* first = SumsFrom(run.first);
-    std::uint16_t* second = SumsFrom(run.first + 1);
+    std::uint16_t* first = SumAt(run.first);
+    std::uint16_t* second = SumAt(run.first + 1);
     const std::int32_t pairs = run.Width() / 2;
     for (std::int32_t pair = 0; pair < pairs; ++pair) {
       first[pair] = static_cast<std::uint16_t>(first[pair] + sign * pixels[2 * pair]);
@@ -126,10 +123,10 @@ class MovingColumns {
     const std::uint8_t* leavingPixels = source_.rows[leaving];
     const std::uint8_t* enteringPixels = source_.rows[entering];
     ReplaceRowArgs args{run.Width() / 8, enteringPixels + run.first, leavingPixels + run.first,
-                        SumsFrom(run.first), SumsFrom(run.first + 1)};
+                        SumAt(run.first), SumAt(run.first + 1)};
     Kernels::ReplaceRow(args);
     for (std::int32_t column = run.first + 8 * args.groups; column <= run.last; ++column) {
-      std::uint16_t& sum = *SumsFrom(column);
+      std::uint16_t& sum = *SumAt(column);
       sum = static_cast<std::uint16_t>(sum + enteringPixels[column] - leavingPixels[column]);
     }
   }
