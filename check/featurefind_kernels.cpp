@@ -136,8 +136,9 @@ void AddFeatureFindKernels(std::vector<KernelCase>& list) {
   const Stream sum = {.fixed = sizeof(std::uint32_t)};
   const Stream sums = {.fixed = mostPositions * sizeof(std::uint32_t)};
   constexpr std::size_t spare = spareColumns;
-  // More rows than 16-bit lanes can add up.
+  // More rows than 16-bit lanes can add up: of pairs of differences, and of single ones.
   constexpr int manyRows = 70;
+  constexpr int manyInterpolatedRows = 200;
   list.push_back({"featurefind/LumaBytes",
                   {{.perGroup = 16}},
                   {{.perGroup = 8}},
@@ -161,7 +162,7 @@ void AddFeatureFindKernels(std::vector<KernelCase>& list) {
                   {{.perGroup = 16, .behind = spare}, {.perGroup = 24, .behind = 17 + spare}},
                   {sum},
                   AllSets(TallBilinear, scalar::BilinearSad, mmx::BilinearSad, WideKernels::BilinearSad),
-                  manyRows});
+                  manyInterpolatedRows});
 }
 
 }  // namespace kv_check
