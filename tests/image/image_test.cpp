@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <set>
 
@@ -111,12 +112,41 @@ TEST(Image, ClassIdentifiersAreDistinct) {
                              kv_img::PixelDIB16::ClassID,
                              kv_img::PixelNoColor<unsigned char>::ClassID,
                              Grey8::ClassID,
-                             Yuv422::ClassID};
-  EXPECT_EQ(ids.size(), 12U);
+                             Yuv422::ClassID,
+                             Image<kv_img::PixelYUVA422>::ClassID,
+                             Image<kv_img::PixelYUV411P>::ClassID,
+                             Image<kv_img::PixelYUV411>::ClassID,
+                             Image<kv_img::PixelYUV211>::ClassID,
+                             Image<kv_img::PixelDIB24>::ClassID,
+                             Image<kv_img::PixelDIB32>::ClassID,
+                             Image<kv_img::PixelDIB15>::ClassID,
+                             Image<kv_img::PixelDIB16>::ClassID};
+  EXPECT_EQ(ids.size(), 20U);
+}
+
+TEST(Image, OwnedRowsHaveSlackBehindTheirLastWholeGroup) {
+  for (int width = 1; width <= 130; ++width) {
+    EXPECT_GE(Grey8(width, 1).GetPixelBuffer().bytesPerRow, width + 8) << width;
+    // Four pixels share six bytes.
+    EXPECT_GE(Image<kv_img::PixelYUV411>(width, 1).GetPixelBuffer().bytesPerRow, (width + 3) / 4 * 6 + 8)
+        << width;
+  }
+}
+
+TEST(Image, OwnedPicturesBeginBlack) {
+  for (int round = 0; round < 3; ++round) {
+    // Memory that was used before comes first when memory is asked for.
+    const Grey8 image(100, 9);
+    const auto& buffer = image.GetPixelBuffer();
+    const std::size_t bytes = buffer.totalBytes;
+    EXPECT_EQ(std::count(buffer.data, buffer.data + bytes, 0), static_cast<std::ptrdiff_t>(bytes)) << round;
+    std::memset(buffer.data, 7, bytes);
+  }
 }
 
 TEST(Image, StandardPixelSizes) {
   EXPECT_EQ(kv_img::PixelYUV422::NbrOfBitsPerPixel, 16U);
+  EXPECT_EQ(kv_img::PixelYUV411::NbrOfBitsPerPixel, 12U);
   EXPECT_EQ(kv_img::PixelDIB24::NbrOfBitsPerPixel, 24U);
   EXPECT_EQ(kv_img::PixelDIB32::NbrOfBitsPerPixel, 32U);
   EXPECT_EQ(kv_img::PixelNoColor<unsigned char>::NbrOfBitsPerPixel, 8U);
