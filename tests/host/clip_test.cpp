@@ -58,6 +58,11 @@ TEST_F(Clip, TheDrawingHoldsPolygonRegionAndPieces) {
   EXPECT_TRUE(drawing.ends_with("</svg>\n")) << drawing;
 }
 
+TEST_F(Clip, APointOnAStraightSideStays) {
+  EXPECT_EQ(Kv("--polygon '0,0 4,0 8,0 8,8 0,8' --size 16x16 --region 0,0,16,16").out,
+            "0,0 4,0 8,0 8,8 0,8\n");
+}
+
 TEST_F(Clip, NothingInsideIsNothingFound) {
   const Outcome outcome = Kv("--polygon '0,1 1,1 0,4' --size 16x8 --region 8,0,4,8");
   EXPECT_EQ(outcome.status, 1);

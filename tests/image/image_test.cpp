@@ -125,10 +125,13 @@ TEST(Image, ClassIdentifiersAreDistinct) {
 }
 
 TEST(Image, OwnedRowsHaveSlackBehindTheirLastWholeGroup) {
+  ImageOptions options;
+  options.rowSlack = 0;
   for (int width = 1; width <= 130; ++width) {
-    EXPECT_GE(Grey8(width, 1).GetPixelBuffer().bytesPerRow, width + 8) << width;
+    EXPECT_GE(Grey8(width, 1, options).GetPixelBuffer().bytesPerRow, width + 8) << width;
     // Four pixels share six bytes.
-    EXPECT_GE(Image<kv_img::PixelYUV411>(width, 1).GetPixelBuffer().bytesPerRow, (width + 3) / 4 * 6 + 8)
+    EXPECT_GE(Image<kv_img::PixelYUV411>(width, 1, options).GetPixelBuffer().bytesPerRow,
+              (width + 3) / 4 * 6 + 8)
         << width;
   }
 }
