@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "algorithms/arithmetic/kernels/kernel_sets.h"
 #include "check/kernel_case.h"
 
@@ -75,6 +77,26 @@ KernelCase WindowMeansCase(std::uint32_t windowSize) {
                   scalar::WindowMeans, mmx::WindowMeans, WideKernels::WindowMeans)};
 }
 
+constexpr auto SmallWindowMeansVariant = [](std::string set, auto kernel,
+                                            std::uint32_t windowSize) -> Variant {
+  return {std::move(set), [kernel, windowSize](Call& call) {
+            SmallWindowMeansArgs args{call.groups, {}, call.outputs[0], windowSize};
+            std::copy_n(call.inputs, windowSize, args.rows);
+            kernel(args);
+            std::copy_n(args.rows, windowSize, call.inputs);
+            call.outputs[0] = args.destination;
+          }};
+};
+
+KernelCase SmallWindowMeansCase(std::uint32_t windowSize) {
+  return {"arithmetic/SmallWindowMeans" + std::to_string(windowSize),
+          std::vector<Stream>(windowSize, {.perGroup = 8, .behind = windowSize - 1}),
+          {{.perGroup = 8}},
+          AllSets([windowSize](const std::string& set,
+                               auto kernel) { return SmallWindowMeansVariant(set, kernel, windowSize); },
+                  scalar::SmallWindowMeans, mmx::SmallWindowMeans, WideKernels::SmallWindowMeans)};
+}
+
 constexpr auto BlendBoostVariant = [](std::string set, auto kernel) -> Variant {
   return {std::move(set), [kernel](Call& call) {
             BlendBoostArgs args{call.groups,    call.inputs[0],  call.inputs[1],
@@ -107,6 +129,8 @@ void AddArithmeticKernels(std::vector<KernelCase>& list) {
   for (const std::uint32_t windowSize : {1U,  2U,  3U,  4U,  5U,  6U,  7U,   8U,   9U,   10U,  11U,  12U, 13U,
                                          14U, 15U, 16U, 17U, 18U, 31U, 127U, 128U, 129U, 179U, 180U, 255U})
     list.push_back(WindowMeansCase(windowSize));
+  for (std::uint32_t windowSize = 1; windowSize <= mostSmall; ++windowSize)
+    list.push_back(SmallWindowMeansCase(windowSize));
   list.push_back({"arithmetic/BlendBoost",
                   {{.perGroup = 8}, {.perGroup = 8}, {.perGroup = 4}},
                   {{.perGroup = 8}},

@@ -5,6 +5,7 @@
 #include "algorithms/arithmetic/column_run.h"
 #include "algorithms/arithmetic/kernels/kernel_sets.h"
 #include "algorithms/arithmetic/moving_columns.h"
+#include "algorithms/arithmetic/small_windows.h"
 #include "frame/interfaces/average_filter.h"
 #include "frame/member_name.h"
 #include "frame/row_band.h"
@@ -35,9 +36,11 @@ class WindowRow {
     const ColumnRun interior = Interior();
     if (interior.Width() < 8) return FilterBorder(run_);
     FilterBorder({run_.first, interior.first - 1});
-    FilterInterior(interior.first, interior.Width() / 8);
-    // The columns left over once more, with those before them.
-    if (interior.Width() % 8 != 0) FilterInterior(interior.last - 7, 1);
+    ForEachGroups(interior, [this](std::int32_t column, std::int32_t groups) {
+      WindowMeansArgs args{groups, columns_.SumsFrom(column - before_),
+                           columns_.SumsFrom(column - before_ + 1), destination_ + column, windowSize_};
+      Kernels::WindowMeans(args);
+    });
     FilterBorder({interior.last + 1, run_.last});
   }
 
@@ -48,12 +51,6 @@ class WindowRow {
     while (!full.IsEmpty() && counts_[full.first] != windowSize_) ++full.first;
     while (!full.IsEmpty() && counts_[full.last] != windowSize_) --full.last;
     return {full.first + before_, full.last - behind_};
-  }
-
-  void FilterInterior(std::int32_t column, std::int32_t groups) const {
-    WindowMeansArgs args{groups, columns_.SumsFrom(column - before_), columns_.SumsFrom(column - before_ + 1),
-                         destination_ + column, windowSize_};
-    Kernels::WindowMeans(args);
   }
 
   /// Divides by the counts, in any column of the run.
@@ -128,12 +125,11 @@ class AverageFilter : public AverageFilterAlgorithmInterface<ImageType> {
 
     const auto& to = destination.GetPixelBuffer();
     const RowBand band = BandOf(region, barrier, threadIndex);
+    if (band.last < band.first) return destination;
+    arithmetic::SmallWindows<Kernels> small(source.GetPixelBuffer(), region, windowSize, band.first);
     for (std::int32_t row = band.first; row <= band.last; ++row) {
-      if (row == band.first) {
-        columns.Start(row);
-      } else {
-        columns.MoveDownTo(row);
-      }
+      if (small.Filter(row, to.rows[row])) continue;
+      columns.MoveTo(row);
       arithmetic::WindowRow(columns, arithmetic::RunOf(region, row), windowSize, to.rows[row]).Filter();
     }
     return destination;

@@ -21,6 +21,17 @@ inline ColumnRun RunOf(const RegionOfSupport& region, std::int32_t row) {
   return {region.GetLeft(row), region.GetRight(row)};
 }
 
+/// Calls `work(first, groups)` for groups of eight columns that cover a run of at least eight. What is left
+/// over is worked on once more together with columns before it; long runs are taken in eights of groups,
+/// which suits the widest kernels.
+template <class Work>
+void ForEachGroups(const ColumnRun& run, Work work) {
+  const std::int32_t atOnce = run.Width() < 64 ? 8 : 64;
+  const std::int32_t rest = run.Width() % atOnce;
+  work(run.first, (run.Width() - rest) / 8);
+  if (rest != 0) work(run.last + 1 - atOnce, atOnce / 8);
+}
+
 inline ColumnRun Intersection(const ColumnRun& a, const ColumnRun& b) {
   return {std::max(a.first, b.first), std::min(a.last, b.last)};
 }

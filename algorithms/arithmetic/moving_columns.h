@@ -38,6 +38,24 @@ class MovingColumns {
   /// False when there was no memory; nothing else may be called then.
   bool IsAllocated() const { return sums_ != nullptr && counts_ != nullptr; }
 
+  /// Moves the window to that of an output row, not above the one before.
+  void MoveTo(std::int32_t row) {
+    if (!isFilled_) {
+      Start(row);
+      isFilled_ = true;
+    } else {
+      while (row_ < row) MoveDownTo(++row_);
+    }
+    row_ = row;
+  }
+
+  /// The sum of a column of the image, with those of every second column behind it, and spareSums around all
+  /// of them; no sum is above 255 * windowSize.
+  const std::uint16_t* SumsFrom(std::int32_t column) const { return SumAt(column); }
+  /// By column of the image.
+  const std::uint8_t* Counts() const { return counts_.get(); }
+
+ private:
   /// Fills the window of the first output row.
   void Start(std::int32_t row) {
     for (std::int32_t offset = -above_; offset <= below_; ++offset) {
@@ -68,13 +86,6 @@ class MovingColumns {
     Replace(leaving, entering, shared);
   }
 
-  /// The sum of a column of the image, with those of every second column behind it, and spareSums around all
-  /// of them; no sum is above 255 * windowSize.
-  const std::uint16_t* SumsFrom(std::int32_t column) const { return SumAt(column); }
-  /// By column of the image.
-  const std::uint8_t* Counts() const { return counts_.get(); }
-
- private:
   /// Sums start on boundaries of the widest registers: multiples of so many.
   static constexpr std::size_t aligned = 32;
   static_assert(spareSums % aligned == 0);
@@ -137,6 +148,8 @@ class MovingColumns {
   const std::int32_t below_;
   /// Where the sums of columns at odd places stand behind those of columns at even ones.
   const std::size_t oddSums_;
+  std::int32_t row_ = 0;
+  bool isFilled_ = false;
   std::unique_ptr<std::uint16_t[]> sums_;
   std::unique_ptr<std::uint8_t[]> counts_;
 };

@@ -75,6 +75,14 @@ KV_INLINE Vector Set16(int value) {
 KV_INLINE Vector Set32(std::uint32_t value) {
   return KV_SIMD(set1_epi32)(static_cast<int>(value));
 }
+KV_INLINE Vector Set64(std::uint64_t value) {
+  const auto lane = static_cast<long long>(value);
+#if KV_REGISTER_LEVEL >= 2
+  return _mm512_set1_epi64(lane);
+#else
+  return KV_SIMD(set1_epi64x)(lane);
+#endif
+}
 /// Two 16-bit values in turn, the lower first.
 KV_INLINE Vector SetPair16(int lower, int upper) {
   return Set32(static_cast<std::uint16_t>(lower) | std::uint32_t{static_cast<std::uint16_t>(upper)} << 16);

@@ -10,7 +10,7 @@
 namespace kv_test {
 
 /// Runs that differ little from row to row, as those of an outline do; now and then one is empty, by one
-/// column or by several.
+/// column or by several, and half of the outlines have straight stretches.
 inline kv_img::RunRegion RandomOutline(Random& random, const kv_img::ImageRect& bounds) {
   const int top = random.Between(bounds.GetTop(), bounds.GetBottom());
   const int bottom = random.Between(top, bounds.GetBottom());
@@ -18,7 +18,13 @@ inline kv_img::RunRegion RandomOutline(Random& random, const kv_img::ImageRect& 
   const int right = random.Between(left, bounds.GetRight());
   std::vector<int> first;
   std::vector<int> last;
+  const bool hasStretches = random.OneIn(2);
   for (int row = top; row <= bottom; ++row) {
+    if (hasStretches && row != top && !random.OneIn(6)) {
+      first.push_back(first.back());
+      last.push_back(last.back());
+      continue;
+    }
     first.push_back(std::min(bounds.GetRight(), left + random.Between(0, 3)));
     last.push_back(random.OneIn(12) ? std::max(first.back() - random.Between(1, 5), bounds.GetLeft() - 1)
                                     : std::max(first.back() - 1, right - random.Between(0, 3)));

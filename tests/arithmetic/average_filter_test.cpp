@@ -236,6 +236,26 @@ TEST_P(AverageFilter, EqualsTheModelForWindowsOf1To40And255) {
   }
 }
 
+TEST_P(AverageFilter, EqualsTheModelAboveAndBelowRowsOfOneRun) {
+  Random random(0x3309);
+  for (int windowSize = 1; windowSize <= 6; ++windowSize) {
+    // Long runs between short ones, and a stretch of each that is as high as the window, or one row lower.
+    std::vector<int> first;
+    std::vector<int> last;
+    for (const int rows : {1, windowSize, 1, windowSize - 1, 2, 3 * windowSize, windowSize + 1}) {
+      const int left = random.Between(0, 5);
+      const int right = random.Between(80, 139);
+      first.insert(first.end(), static_cast<std::size_t>(rows), left);
+      last.insert(last.end(), static_cast<std::size_t>(rows), right);
+    }
+    const int height = static_cast<int>(first.size()) + 3;
+    for (int threads = 1; threads <= height; threads += 3) {
+      Compare(random, 140, height, RunRegion(2, first, last), windowSize, threads);
+      if (HasFatalFailure()) return;
+    }
+  }
+}
+
 TEST_P(AverageFilter, EqualsTheModelInALargeWindowWithAnInterior) {
   Random random(0x3307);
   Compare(random, 300, 4, ImageRect(0, 0, 299, 3), 255, 2);

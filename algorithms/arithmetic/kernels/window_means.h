@@ -50,9 +50,8 @@ namespace scalar {
 void WindowMeans(WindowMeansArgs& args) noexcept;
 }
 namespace mmx {
-/// Windows of 3 and of 4 columns in 16-bit lanes, without a division.
 void WindowMeans(WindowMeansArgs& args) noexcept;
-}  // namespace mmx
+}
 namespace wide {
 template <WideLevel>
 void WindowMeans(WindowMeansArgs& args) noexcept;

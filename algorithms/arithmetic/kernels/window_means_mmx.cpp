@@ -1,5 +1,5 @@
+#include "algorithms/arithmetic/kernels/narrow_means_mmx.h"
 #include "algorithms/arithmetic/kernels/window_means.h"
-#include "algorithms/simd/mmx.h"
 
 namespace kv_img::arithmetic::mmx {
 namespace {
@@ -8,15 +8,15 @@ namespace {
 // area, and sum * m / 2^48 = sum / area + sum * e / (area * 2^48). The second term stays below 1 / area, the
 // least by which sum / area misses the next whole number, as long as sum * e < 2^48.
 constexpr int reciprocalBits = 48;
-constexpr std::uint64_t ReciprocalOf(std::uint32_t area) {
+constexpr std::uint64_t WideReciprocalOf(std::uint32_t area) {
   return (std::uint64_t{1} << reciprocalBits) / area + 1;
 }
 constexpr bool IsExactForEverySumOf(std::uint32_t windowSize) {
   const std::uint32_t area = windowSize * windowSize;
   const std::uint64_t largestSum = std::uint64_t{255} * area;
-  const std::uint64_t excess = ReciprocalOf(area) * area - (std::uint64_t{1} << reciprocalBits);
+  const std::uint64_t excess = WideReciprocalOf(area) * area - (std::uint64_t{1} << reciprocalBits);
   return largestSum * excess < (std::uint64_t{1} << reciprocalBits) &&
-         largestSum <= ~std::uint64_t{0} / ReciprocalOf(area);
+         largestSum <= ~std::uint64_t{0} / WideReciprocalOf(area);
 }
 static_assert([] {
   for (std::uint32_t windowSize = 1; windowSize <= maxWindowSize; ++windowSize) {
@@ -25,41 +25,24 @@ static_assert([] {
   return true;
 }());
 
-// The high half of a 16-bit product with this is a ninth.
-constexpr std::int32_t ninth = 7282;
-static_assert([] {
-  for (std::int32_t sum = 0; sum <= 9 * 255; ++sum) {
-    if ((sum * ninth) >> 16 != sum / 9) return false;
-  }
-  return true;
-}());
-
 __m64 FourSums(const std::uint16_t* sums) {
   return Load64(reinterpret_cast<const std::uint8_t*>(sums));
 }
 
-/// Eight bytes: the first four means at even places, the others at odd ones.
-__m64 InTurn(__m64 first, __m64 second) {
-  return _mm_or_si64(first, _mm_slli_pi16(second, 8));
-}
-
-__m64 EightMeansOf3(const std::uint16_t* first, const std::uint16_t* second) {
-  const __m64 both = _mm_add_pi16(FourSums(second), FourSums(first + 1));
-  const __m64 factor = _mm_set1_pi16(ninth);
-  return InTurn(_mm_mulhi_pi16(_mm_add_pi16(FourSums(first), both), factor),
-                _mm_mulhi_pi16(_mm_add_pi16(both, FourSums(second + 1)), factor));
-}
-
-__m64 EightMeansOf4(const std::uint16_t* first, const std::uint16_t* second) {
-  const __m64 three = _mm_add_pi16(_mm_add_pi16(FourSums(second), FourSums(first + 1)), FourSums(second + 1));
-  return InTurn(_mm_srli_pi16(_mm_add_pi16(FourSums(first), three), 4),
-                _mm_srli_pi16(_mm_add_pi16(three, FourSums(first + 2)), 4));
-}
-
-template <__m64 (*EightMeans)(const std::uint16_t*, const std::uint16_t*)>
+/// Windows whose sums fit 16 bits.
+template <int windowSize>
 void MeansInLanes(WindowMeansArgs& args) {
+  constexpr int pairs = windowSize / 2;
+  constexpr bool isOdd = windowSize % 2 != 0;
   for (std::int32_t group = 0; group < args.groups; ++group) {
-    Store64(args.destination, EightMeans(args.first, args.second));
+    // Windows at even and at odd places share all columns but the first of the one and the last of the other.
+    __m64 shared = _mm_setzero_si64();
+    for (int pair = 0; pair < pairs; ++pair) shared = _mm_add_pi16(shared, FourSums(args.second + pair));
+    for (int pair = 1; pair < pairs + isOdd; ++pair)
+      shared = _mm_add_pi16(shared, FourSums(args.first + pair));
+    const __m64 last = FourSums(isOdd ? args.second + pairs : args.first + pairs);
+    Store64(args.destination,
+            MeansInTurn<windowSize>(_mm_add_pi16(shared, FourSums(args.first)), _mm_add_pi16(shared, last)));
     args.first += 4;
     args.second += 4;
     args.destination += 8;
@@ -72,7 +55,7 @@ void MeansInLanes(WindowMeansArgs& args) {
 // so that one addition is all that a window waits for.
 void MeansOneByOne(WindowMeansArgs& args) {
   if (args.groups <= 0) return;
-  const std::uint64_t reciprocal = ReciprocalOf(args.windowSize * args.windowSize);
+  const std::uint64_t reciprocal = WideReciprocalOf(args.windowSize * args.windowSize);
   const std::uint32_t pairs = args.windowSize / 2;
   const bool isOdd = args.windowSize % 2 != 0;
   const std::uint16_t* entering = isOdd ? args.first + pairs : args.second + pairs - 1;
@@ -99,10 +82,38 @@ void MeansOneByOne(WindowMeansArgs& args) {
 
 void WindowMeans(WindowMeansArgs& args) noexcept {
   switch (args.windowSize) {
+    case 1:
+      return MeansInLanes<1>(args);
+    case 2:
+      return MeansInLanes<2>(args);
     case 3:
-      return MeansInLanes<EightMeansOf3>(args);
+      return MeansInLanes<3>(args);
     case 4:
-      return MeansInLanes<EightMeansOf4>(args);
+      return MeansInLanes<4>(args);
+    case 5:
+      return MeansInLanes<5>(args);
+    case 6:
+      return MeansInLanes<6>(args);
+    case 7:
+      return MeansInLanes<7>(args);
+    case 8:
+      return MeansInLanes<8>(args);
+    case 9:
+      return MeansInLanes<9>(args);
+    case 10:
+      return MeansInLanes<10>(args);
+    case 11:
+      return MeansInLanes<11>(args);
+    case 12:
+      return MeansInLanes<12>(args);
+    case 13:
+      return MeansInLanes<13>(args);
+    case 14:
+      return MeansInLanes<14>(args);
+    case 15:
+      return MeansInLanes<15>(args);
+    case 16:
+      return MeansInLanes<16>(args);
     default:
       return MeansOneByOne(args);
   }
