@@ -1,6 +1,7 @@
 // Requests to the manager.
 #include <gtest/gtest.h>
 
+#include <clocale>
 #include <set>
 #include <thread>
 
@@ -75,6 +76,23 @@ TEST(LookUp, TheNameInTheMessageEndsAtItsLimit) {
   Holder holder;
   const std::string name(300, 'n');
   ExpectError<AlgoException>([&] { LookUp(manager, holder, name.c_str()); }, 1, std::wstring(256, L'n'));
+}
+
+TEST(LookUp, BytesThatAreNoCharacterStandForThemselvesInTheMessage) {
+  AlgorithmManagerImpl manager(Family({}));
+  Holder holder;
+  const std::string before = std::setlocale(LC_CTYPE, nullptr);
+  std::setlocale(LC_CTYPE, "C.UTF-8");
+  ExpectError<AlgoException>(
+      [&] {
+        LookUp(manager, holder,
+               "a\xFF"
+               "b\xC3");
+      },
+      1,
+      L"a\xFF"
+      L"b\xC3");
+  std::setlocale(LC_CTYPE, before.c_str());
 }
 
 TEST(LookUp, TheHigherPrioritySupplies) {

@@ -115,6 +115,24 @@ TEST(ManagerProbing, AMaskWithoutACommonBitIsListedButNotUsable) {
   EXPECT_EQ(AlgorithmManagerImpl(setup).UsableLibraries().size(), 1U);
 }
 
+TEST(ManagerProbing, OneCommonBitOfAMaskIsEnough) {
+  const MemberProbe probe = ProbeOf(L"answers_5_too");
+  EXPECT_EQ(probe.featureMask, 5U);
+  EXPECT_EQ(probe.finding, Usable);
+}
+
+TEST(ManagerProbing, TheOwnFolderIsSearchedFirst) {
+  const TempFolder folder;
+  const std::string member = std::string("kv_algoC") + moduleExtension;
+  std::filesystem::copy_file(ModuleFile("answers_3"), folder.Path() / member);
+  kv_img::ManagerSetup setup = Family({L"kv_algoC"});
+  setup.folders = {folder.Path()};
+  const AlgorithmManagerImpl manager(setup);
+  static const char own = 0;
+  EXPECT_TRUE(std::filesystem::equivalent(manager.Probes().at(0).file, kv_platform::FolderOf(&own) / member))
+      << manager.Probes()[0].file;
+}
+
 TEST(ManagerProbing, NothingStaysLoaded) {
   const AlgorithmManagerImpl manager(
       Family({L"answers_3", L"answers_5", L"needs_feature_2", L"without_exports", L"without_feature"}));
