@@ -40,9 +40,10 @@ class WholePixelSearch {
   void Run(BestMatch<std::int64_t>& best, MatchScoreMap* map) const {
     for (std::int64_t y = rows_.first; y <= rows_.last; ++y) {
       for (std::int64_t x = columns_.first; x <= columns_.last; x += positionsAtOnce) {
-        std::uint32_t sums[positionsAtOnce] = {};
         const auto positions =
             static_cast<int>(std::min<std::int64_t>(columns_.last - x + 1, positionsAtOnce));
+        std::uint32_t sums[positionsAtOnce];
+        std::fill_n(sums, positions, 0U);
         SumUp(x, y, positions, best.Limit(), sums);
         if (best.IsBeatenBy(LeastScore(sums, positions))) {
           for (int position = 0; position < positions; ++position)

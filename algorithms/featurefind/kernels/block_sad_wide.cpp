@@ -4,8 +4,31 @@
 namespace kv_img::featurefind::wide {
 namespace {
 
+#if KV_WIDE_LEVEL >= 2
+/// One position of a block of up to 32 columns, half a register.
+std::uint32_t SumOfNarrow(const BlockSadArgs& args, const std::uint8_t* searched) {
+  const auto load = [](const std::uint8_t* bytes) {
+    return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(bytes));
+  };
+  const __m256i counted = load(onesThenZeros + 64 - args.columns);
+  const std::uint8_t* reference = args.reference;
+  __m256i sums = _mm256_setzero_si256();
+  for (std::int32_t row = 0; row < args.rows; ++row) {
+    sums = _mm256_add_epi32(sums, _mm256_sad_epu8(_mm256_and_si256(load(reference), counted),
+                                                  _mm256_and_si256(load(searched), counted)));
+    reference += args.referenceStride;
+    searched += args.searchedStride;
+  }
+  const __m128i halves = _mm_add_epi32(_mm256_castsi256_si128(sums), _mm256_extracti128_si256(sums, 1));
+  return static_cast<std::uint32_t>(_mm_cvtsi128_si32(_mm_add_epi32(halves, _mm_srli_si128(halves, 8))));
+}
+#endif
+
 /// One position, eight differences to a 64-bit sum.
 std::uint32_t SumAt(const BlockSadArgs& args, const std::uint8_t* searched) {
+#if KV_WIDE_LEVEL >= 2
+  if (args.columns > 0 && args.columns <= width / 2) return SumOfNarrow(args, searched);
+#endif
   Vector sums = Zero();
   for (std::int32_t column = 0; column < args.columns; column += width) {
     const Vector counted = LowestBytes(args.columns - column);

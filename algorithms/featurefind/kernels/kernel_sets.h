@@ -29,7 +29,7 @@ struct MmxKernels : MemberMMX {
 
 /// The widest registers of processor and system.
 struct WideKernels : MemberSSE2 {
-  static constexpr int searchPositions = 32;
+  static constexpr int searchPositions = 72;
   static constexpr int searchRows = 16;
   static constexpr auto LumaBytes =
       ByLevel([]<WideLevel level>(auto& args) noexcept { wide::LumaBytes<level>(args); });

@@ -1,3 +1,4 @@
+#define KV_HALF_REGISTERS
 #include "algorithms/featurefind/kernels/luma_bytes.h"
 #include "algorithms/simd/wide.h"
 
