@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "algorithms/copy/kernels/kernel_sets.h"
 #include "check/kernel_case.h"
 #include "check/random.h"
@@ -52,13 +54,31 @@ void Vary(YuvToRgbMatrix& matrix, std::uint64_t seed) {
   matrix.chromaOffset = AnyOffset(random);
 }
 
+/// Weights whose sums, in units of 1/32768, stay in `offset` to 255 below zero and above.
+RgbWeights WeightsWithin(Random& random, int offset, bool mayBeNegative) {
+  int below = mayBeNegative ? offset * 32768 / 255 : 0;
+  int above = ((256 - offset) * 32768 - 1) / 255;
+  RgbWeights weights{};
+  std::int16_t* order[] = {&weights.red, &weights.green, &weights.blue};
+  std::rotate(order, order + random.Between(0, 2), std::end(order));
+  for (std::int16_t* weight : order) {
+    const bool isNegative = mayBeNegative && random.OneIn(2);
+    int& left = isNegative ? below : above;
+    const int most = std::min(left, 32767);
+    const int size = random.OneIn(3) ? most : random.Between(0, most);
+    left -= size;
+    *weight = static_cast<std::int16_t>(isNegative ? -size : size);
+  }
+  return weights;
+}
+
 void Vary(RgbToYuvMatrix& matrix, std::uint64_t seed) {
   Random random(seed);
-  for (RgbWeights* weights : {&matrix.luma, &matrix.cb, &matrix.cr}) {
-    *weights = {AnyWeight(random), AnyWeight(random), AnyWeight(random)};
-  }
   matrix.lumaOffset = AnyOffset(random);
   matrix.chromaOffset = AnyOffset(random);
+  matrix.luma = WeightsWithin(random, matrix.lumaOffset, false);
+  matrix.cb = WeightsWithin(random, matrix.chromaOffset, true);
+  matrix.cr = WeightsWithin(random, matrix.chromaOffset, true);
 }
 
 template <class Args>
@@ -66,7 +86,7 @@ concept HasAlpha = requires(Args& args) {
   args.alpha;
 };
 
-/// Both byte orders; the usual matrix in half of the calls, else one that clamps a lot.
+/// Both byte orders; the usual matrix in half of the calls, else any.
 template <class Args>
 constexpr auto ColourConversion = [](std::string set, auto kernel) -> Variant {
   return {std::move(set), [kernel](Call& call) {

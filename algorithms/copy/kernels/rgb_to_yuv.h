@@ -17,9 +17,10 @@ struct RgbWeights {
 /// RGB to YCbCr in fixed point; the defaults are ITU-R BT.601, studio range.
 ///
 /// A weighted sum w(R, G, B) is floor((red * R + green * G + blue * B) / 32768) per pixel:
-///   Y = min(clamp(luma(R, G, B)) + lumaOffset, 255) of every pixel,
-///   Cb = clamp(floor((cb(first pixel) + cb(second pixel)) / 2) + chromaOffset) of a pair, Cr likewise,
-/// each clamped to 0 to 255. Any weights; offsets 0 to 255.
+///   Y = luma(R, G, B) + lumaOffset of every pixel,
+///   Cb = floor((cb(first pixel) + cb(second pixel)) / 2) + chromaOffset of a pair, Cr likewise.
+/// Weights and offsets are such that no pixel has a component outside 0 to 255, before rounding too, and no
+/// weight of luma is negative: there is nothing to clamp.
 struct RgbToYuvMatrix {
   RgbWeights luma = {8414, 16519, 3208};
   RgbWeights cb = {-4857, -9535, 14392};

@@ -3,21 +3,17 @@
 namespace kv_img::copy::scalar {
 namespace {
 
-constexpr std::uint8_t Clamp(int value) {
-  return static_cast<std::uint8_t>(value < 0 ? 0 : value > 255 ? 255 : value);
-}
-
 /// floor of the weighted sum
 constexpr int Weigh(const RgbWeights& weights, int red, int green, int blue) {
   return (weights.red * red + weights.green * green + weights.blue * blue) >> 15;
 }
 
 constexpr std::uint8_t Luma(int weighed, int offset) {
-  return Clamp(Clamp(weighed) + offset);
+  return static_cast<std::uint8_t>(weighed + offset);
 }
 
 constexpr std::uint8_t Chroma(int first, int second, int offset) {
-  return Clamp(((first + second) >> 1) + offset);
+  return static_cast<std::uint8_t>(((first + second) >> 1) + offset);
 }
 
 constexpr RgbToYuvMatrix bt601;

@@ -4,73 +4,142 @@
 namespace kv_img::copy::wide {
 namespace {
 
+#if KV_WIDE_LEVEL >= 3
+/// Where the bytes of a register come from, among those of two; and which of them are zeros instead.
+struct BytePlaces {
+  alignas(64) std::uint8_t from[64] = {};
+  std::uint64_t kept = 0;
+
+  constexpr void Put(int byte, int place) {
+    from[byte] = static_cast<std::uint8_t>(place);
+    kept |= std::uint64_t{1} << byte;
+  }
+};
+KV_INLINE Vector PickBytes(const BytePlaces& places, Vector first, Vector second) {
+  return _mm512_maskz_permutex2var_epi8(places.kept, first, Load(places.from), second);
+}
+
+/// The fourth bytes of the 32-bit lanes of two registers, in order.
+constexpr BytePlaces fourthBytes = [] {
+  BytePlaces places;
+  for (int lane = 0; lane < 32; ++lane) places.Put(lane, 4 * lane + 3);
+  return places;
+}();
+/// The third bytes of the 32-bit lanes of two registers in turn, at every second byte from `start` on. The
+/// lanes stand as shuffling two registers puts them: two of the one, two of the other.
+template <int start>
+constexpr BytePlaces thirdBytesInTurn = [] {
+  BytePlaces places;
+  for (int pair = 0; pair < 16; ++pair) {
+    const int lane = pair % 8 / 2 * 4 + pair / 8 * 2 + pair % 2;
+    places.Put(4 * pair + start, 4 * lane + 2);
+    places.Put(4 * pair + start + 2, 64 + 4 * lane + 2);
+  }
+  return places;
+}();
+#endif
+
 /// Bitmap pixels as 32-bit lanes: blue, green, red and a byte that does not count.
 struct TwoVectors {
   Vector first;
   Vector second;
 };
 
-/// Weights of one component for the 16-bit lanes (blue, red) and (green, anything).
-struct LaneWeights {
+/// The even and the odd ones of two registers of 32-bit lanes, two of the first register and two of the
+/// second in turn.
+TwoVectors EvenAndOdd(const TwoVectors& lanes) {
+#if KV_WIDE_LEVEL >= 2
+  const __m512 first = _mm512_castsi512_ps(lanes.first);
+  const __m512 second = _mm512_castsi512_ps(lanes.second);
+  return {_mm512_castps_si512(_mm512_shuffle_ps(first, second, 0x88)),
+          _mm512_castps_si512(_mm512_shuffle_ps(first, second, 0xDD))};
+#elif KV_WIDE_LEVEL == 1
+  const __m256 first = _mm256_castsi256_ps(lanes.first);
+  const __m256 second = _mm256_castsi256_ps(lanes.second);
+  return {_mm256_castps_si256(_mm256_shuffle_ps(first, second, 0x88)),
+          _mm256_castps_si256(_mm256_shuffle_ps(first, second, 0xDD))};
+#else
+  const __m128 first = _mm_castsi128_ps(lanes.first);
+  const __m128 second = _mm_castsi128_ps(lanes.second);
+  return {_mm_castps_si128(_mm_shuffle_ps(first, second, 0x88)),
+          _mm_castps_si128(_mm_shuffle_ps(first, second, 0xDD))};
+#endif
+}
+
+struct Pixels {
   Vector blueRed;
   Vector green;
 
-  explicit LaneWeights(const RgbWeights& weights)
-      : blueRed(SetPair16(weights.blue, weights.red)), green(SetPair16(weights.green, 0)) {}
+  explicit Pixels(Vector pixels) : blueRed(LowerBytes16(pixels)), green(UpperBytes16(pixels)) {}
 };
 
-/// The weighted sums of a register of pixels, in units of 1/32768.
-struct Sums {
+/// Weights of one component for the 16-bit lanes (blue, red) and (green, anything), and its offset.
+struct Component {
   Vector blueRed;
   Vector green;
+  Vector offset;
 
-  explicit Sums(Vector pixels) : blueRed(LowerBytes16(pixels)), green(UpperBytes16(pixels)) {}
+  Component(const RgbWeights& weights, std::uint32_t wholeOffset)
+      : blueRed(SetPair16(weights.blue, weights.red)),
+        green(SetPair16(weights.green, 0)),
+        offset(Set32(wholeOffset << 15)) {}
 
-  Vector Of(const LaneWeights& weights) const {
-    return MultiplyAddTo32(MultiplyAdd16(blueRed, weights.blueRed), green, weights.green);
+  /// Sums in units of 1/32768: as nothing leaves 0 to 255, eight bits before a fraction of fifteen.
+  Vector Of(const Pixels& pixels) const {
+    return MultiplyAddTo32(MultiplyAddTo32(offset, pixels.blueRed, blueRed), pixels.green, green);
   }
 };
+
+/// Moves the eight bits above a fraction to a byte of each 32-bit lane; the other bytes are zeros. Nothing
+/// stands above those eight.
+template <int byte, int fraction>
+Vector WholeAt(Vector sums) {
+  constexpr int up = 8 * byte - fraction;
+  if constexpr (byte == 0) return ShiftRight32<-up>(sums);
+  if constexpr (up > 0) sums = ShiftLeft32<up>(sums);
+  if constexpr (up < 0) sums = ShiftRight32<-up>(sums);
+  return And(sums, Set32(std::uint32_t{0xFF} << 8 * byte));
+}
 
 template <bool isLumaFirst>
 class Converter {
  public:
   explicit Converter(const RgbToYuvMatrix& matrix)
-      : luma_(matrix.luma),
-        cb_(matrix.cb),
-        cr_(matrix.cr),
-        lumaOffset_(Set16(matrix.lumaOffset)),
-        chromaOffset_(Set16(matrix.chromaOffset)) {}
+      : luma_(matrix.luma, matrix.lumaOffset),
+        cb_(matrix.cb, matrix.chromaOffset),
+        cr_(matrix.cr, matrix.chromaOffset) {}
 
   /// Packed 4:2:2 of two registers of pixels.
   Vector Convert(const TwoVectors& pixels) const {
-    const Sums first(pixels.first);
-    const Sums second(pixels.second);
-    const Vector luma = Lower32Of64(LumaPairs(first), LumaPairs(second));
-    const Vector chromaFirst = Chroma(first);
-    const Vector chromaSecond = Chroma(second);
-    const Vector chroma = ShiftRightSigned16<1>(
-        Add16(Lower32Of64(chromaFirst, chromaSecond), Upper32Of64(chromaFirst, chromaSecond)));
-    const Vector y = Min16(Add16(Max16(luma, Zero()), lumaOffset_), Set16(255));
-    const Vector c = Clamp16(Add16(chroma, chromaOffset_));
-    return isLumaFirst ? Or(y, ShiftLeft16<8>(c)) : Or(ShiftLeft16<8>(y), c);
+    const TwoVectors apart = EvenAndOdd(pixels);
+    const Pixels even(apart.first);
+    const Pixels odd(apart.second);
+    // The sum of two whole parts is their mean with one more bit of fraction.
+    const auto mean = [&](const Component& chroma) {
+      const Vector whole = Set32(0xFFFF8000);
+      return Add32(And(chroma.Of(even), whole), And(chroma.Of(odd), whole));
+    };
+    return Compose(luma_.Of(even), luma_.Of(odd), mean(cb_), mean(cr_));
   }
 
  private:
-  /// The whole luma of both pixels of a pair in the lower half of every 64-bit lane.
-  Vector LumaPairs(const Sums& sums) const {
-    const Vector luma = ShiftRightSigned32<15>(sums.Of(luma_));
-    return Select(Set32(0xFFFF0000), luma, ShiftRight64<16>(luma));
-  }
-  /// The whole Cb and Cr of every pixel as 16-bit lanes.
-  Vector Chroma(const Sums& sums) const {
-    return Select(Set32(0xFFFF0000), ShiftRight32<15>(sums.Of(cb_)), ShiftLeft32<1>(sums.Of(cr_)));
+  static constexpr int lumaByte = isLumaFirst ? 0 : 1;
+  static constexpr int chromaByte = 1 - lumaByte;
+
+  static Vector Compose(Vector evenLuma, Vector oddLuma, Vector cb, Vector cr) {
+#if KV_WIDE_LEVEL >= 3
+    // Twice a luma sum has its whole part in the third byte, as means have.
+    return Or(PickBytes(thirdBytesInTurn<lumaByte>, Add32(evenLuma, evenLuma), Add32(oddLuma, oddLuma)),
+              PickBytes(thirdBytesInTurn<chromaByte>, cb, cr));
+#else
+    return OrderOfPack(Or(Or(WholeAt<lumaByte, 15>(evenLuma), WholeAt<lumaByte + 2, 15>(oddLuma)),
+                          Or(WholeAt<chromaByte, 16>(cb), WholeAt<chromaByte + 2, 16>(cr))));
+#endif
   }
 
-  LaneWeights luma_;
-  LaneWeights cb_;
-  LaneWeights cr_;
-  Vector lumaOffset_;
-  Vector chromaOffset_;
+  Component luma_;
+  Component cb_;
+  Component cr_;
 };
 
 #if KV_WIDE_LEVEL >= 3
@@ -125,6 +194,16 @@ TwoVectors Read32(const std::uint8_t* source) {
   return {Load(source), Load(source + width)};
 }
 
+/// The fourth byte of every pixel in the lower half.
+Vector FourthBytes(const TwoVectors& pixels) {
+#if KV_WIDE_LEVEL >= 3
+  return PickBytes(fourthBytes, pixels.first, pixels.second);
+#else
+  const Vector words = Narrow32To16(ShiftRight32<24>(pixels.first), ShiftRight32<24>(pixels.second));
+  return Narrow16To8(words, words);
+#endif
+}
+
 template <bool isLumaFirst>
 void Convert24(RgbToYuvArgs& args) {
   const Converter<isLumaFirst> converter(args.matrix);
@@ -155,8 +234,7 @@ void Convert32WithAlpha(RgbToYuvaArgs& args) {
       [&converter](const std::uint8_t* source, std::uint8_t* destination, std::uint8_t* alpha) {
         const TwoVectors pixels = Read32(source);
         Store(destination, converter.Convert(pixels));
-        const Vector words = Narrow32To16(ShiftRight32<24>(pixels.first), ShiftRight32<24>(pixels.second));
-        StoreLowerHalf(alpha, Narrow16To8(words, words));
+        StoreLowerHalf(alpha, FourthBytes(pixels));
       },
       In<16>{args.source}, Out<8>{args.destination}, Out<4>{args.alpha});
 }
