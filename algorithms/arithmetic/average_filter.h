@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "algorithms/arithmetic/column_run.h"
+#include "algorithms/arithmetic/even_borders.h"
 #include "algorithms/arithmetic/kernels/kernel_sets.h"
 #include "algorithms/arithmetic/moving_columns.h"
 #include "algorithms/arithmetic/small_windows.h"
@@ -35,12 +36,18 @@ class WindowRow {
   void Filter() const {
     const ColumnRun interior = Interior();
     if (interior.Width() < 8) return FilterBorder(run_);
-    FilterBorder({run_.first, interior.first - 1});
     ForEachGroups(interior, [this](std::int32_t column, std::int32_t groups) {
       WindowMeansArgs args{groups, columns_.SumsFrom(column - before_),
                            columns_.SumsFrom(column - before_ + 1), destination_ + column, windowSize_};
       Kernels::WindowMeans(args);
     });
+    if (interior == ColumnRun{run_.first + before_, run_.last - behind_}) {
+      const auto sumOf = [this](std::int32_t column) -> std::int32_t {
+        return sums_[column & 1][column >> 1];
+      };
+      return EvenBorders(run_, static_cast<std::int32_t>(windowSize_), sumOf, destination_).Filter();
+    }
+    FilterBorder({run_.first, interior.first - 1});
     FilterBorder({interior.last + 1, run_.last});
   }
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "algorithms/arithmetic/column_run.h"
+#include "algorithms/arithmetic/even_borders.h"
 #include "algorithms/arithmetic/kernels/kernel_sets.h"
 #include "image/image.h"
 #include "image/region_of_support.h"
@@ -39,13 +40,17 @@ class SmallWindows {
     if (Nearest(row - before_) < firstAlike_ || interior.Width() < 8) return false;
     const std::uint8_t* rows[mostSmall];
     for (std::int32_t i = 0; i < windowSize_; ++i) rows[i] = source_.rows[Nearest(row - before_ + i)];
-    FilterBorder(rows, run_.first, 1, before_, behind_, destination);
     ForEachGroups(interior, [&](std::int32_t column, std::int32_t groups) {
       SmallWindowMeansArgs args{groups, {}, destination + column, static_cast<std::uint32_t>(windowSize_)};
       for (std::int32_t i = 0; i < windowSize_; ++i) args.rows[i] = rows[i] + column - before_;
       Kernels::SmallWindowMeans(args);
     });
-    FilterBorder(rows, run_.last, -1, behind_, before_, destination);
+    const auto sumOf = [&](std::int32_t column) {
+      std::int32_t sum = 0;
+      for (std::int32_t i = 0; i < windowSize_; ++i) sum += rows[i][column];
+      return sum;
+    };
+    EvenBorders(run_, windowSize_, sumOf, destination).Filter();
     return true;
   }
 
@@ -57,16 +62,6 @@ class SmallWindows {
       const ColumnRun run = RunOf(region_, ++lowest_);
       if (run != run_) firstAlike_ = lowest_;
       run_ = run;
-    }
-  }
-
-  /// `columns` columns from the edge inward, whose windows reach `reach` columns inward and to the edge.
-  void FilterBorder(const std::uint8_t* const* rows, std::int32_t edge, std::int32_t inward,
-                    std::int32_t columns, std::int32_t reach, std::uint8_t* destination) const {
-    std::int32_t sum = 0;
-    for (std::int32_t i = 0; i < columns + reach; ++i) {
-      for (std::int32_t row = 0; row < windowSize_; ++row) sum += rows[row][edge + i * inward];
-      if (i >= reach) destination[edge + (i - reach) * inward] = FloatMeanOf(sum, windowSize_ * (i + 1));
     }
   }
 
