@@ -10,6 +10,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "host/worker_pool.h"
 #include "tests/faults/failing_allocations.h"
 #include "tests/support/temp_folder.h"
 
@@ -135,6 +136,23 @@ TEST_P(ProgramMemory, EveryFailureIsOneLineAndLeavesNothing) {
   EXPECT_GT(failures, isLongRun ? 500 : 70);
   ASSERT_EQ(program.Run(messages, withoutFailure), 0) << "the next run";
   EXPECT_EQ(contentOfOutput(), expected);
+}
+
+TEST(WorkerPoolMemory, ThreadsAtTheBarrierEndWhenAnotherCannotBeStarted) {
+  const kv_host::WorkerPool pool(4);
+  const auto meet = [](kv_std::SpinBarrier& barrier, std::uint32_t /*thread*/) { barrier.Wait(); };
+  int failures = 0;
+  for (bool hasFailed = true; hasFailed;) {
+    const FailingAllocation failing(failures);
+    try {
+      pool.Run(meet);
+      EXPECT_FALSE(failing.HasFailed());
+    } catch (const std::bad_alloc&) {
+      ++failures;
+    }
+    hasFailed = failing.HasFailed();
+  }
+  EXPECT_GE(failures, 3) << "one for each thread that is started";
 }
 
 const Command commands[] = {

@@ -86,6 +86,12 @@ TYPED_TEST(FillPolyAllocation, RegionOutsideReturnsBeforeAny) {
   this->ExpectNone(opaque, ImageRect(9, 9, 3, 3));
 }
 
+TEST(FillPolyRowBuffers, HoldTwoColumnsMoreThanTheImageAndTwoCrossingsForEach) {
+  const kv_img::fillpoly::RowBuffers buffers(17);
+  EXPECT_EQ(buffers.coverage.size(), 19U);
+  EXPECT_EQ(buffers.crossings.size(), 38U);
+}
+
 TYPED_TEST(FillPolyAllocation, AnythingElsePreparesAndReleases) {
   for (const PixelDIB32& colour : {opaque, PixelDIB32(10, 20, 30, 1)}) {
     for (const ImageRect& region : {everything, ImageRect(16, 12, 99, 99)}) {

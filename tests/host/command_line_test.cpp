@@ -232,7 +232,10 @@ TEST_F(CommandLine, BadInputGetsOneLineAndLeavesNothing) {
   ExpectRefused("convert missing.y4m out.bmp", "missing.y4m");
   ExpectRefused("convert " + photo_ + " nowhere/out.bmp", "nowhere/out.bmp");
   ExpectRefused("convert " + photo_ + " out.xyz", "out.xyz");
-  ExpectRefused("convert " + photo_ + " out.bmp --size 5", "--size");
+  for (const char* size : {"5", "16x", "x16", "0x16", "16x0", "-16x16", "16x16x"}) {
+    ExpectRefused("convert " + photo_ + " out.bmp --size=" + size,
+                  "--size: '" + std::string(size) + "' is no size");
+  }
   ExpectRefused("convert " + photo_ + " out.bmp --layout abc", "abc");
   ExpectRefused("convert " + photo_ + " out.bmp --depth 8x", "8x");
   ExpectRefused("convert " + photo_ + " out.pgm --depth 24", "--depth: a pgm file cannot hold 24-bit pixels");

@@ -88,6 +88,8 @@ TEST_F(Operations, DiffIsTheDifferenceOfLuma) {
   }
   Write("c.y4m", Part(0, 0, 100, 57));
   Refused("diff a.y4m c.y4m d.pgm", "a.y4m is 101x57, c.y4m is 100x57");
+  Write("lower.y4m", Part(0, 0, 101, 56));
+  Refused("diff a.y4m lower.y4m d.pgm", "a.y4m is 101x57, lower.y4m is 101x56");
   Refused("diff a.y4m b.y4m d.pgm --region 90,0,20,5", "reaches outside the picture of 101x57");
   Refused("diff a.y4m b.y4m d.pgm --region 1,2,3", "--region: '1,2,3'");
 }

@@ -96,10 +96,10 @@ TEST(RunRegion, ArraysOfUnequalLengthAreRefused) {
 }
 
 TEST(RunRegion, GetNumberOf4Pixels) {
-  const RunRegion region(2, {0, 0, 4, 4}, {7, 5, 3, 1});
+  const RunRegion region(2, {0, 0, 4, 4, 9}, {7, 5, 3, 1, 4});
   EXPECT_EQ(region.GetNumberOf4Pixels(2), 2);
   EXPECT_EQ(region.GetNumberOf4Pixels(4), 0);
-  for (const int row : {3, 5}) {
+  for (const int row : {3, 5, 6}) {
     ExpectError<kv_img::AlgoMotionException>([&] { (void)region.GetNumberOf4Pixels(row); }, 4,
                                              L"GetNumberOf4Pixels");
   }
