@@ -4,7 +4,6 @@
 #include <cstdint>
 
 #include "algorithms/arithmetic/column_run.h"
-#include "algorithms/arithmetic/even_borders.h"
 #include "algorithms/arithmetic/kernels/kernel_sets.h"
 #include "image/image.h"
 #include "image/region_of_support.h"
@@ -45,12 +44,8 @@ class SmallWindows {
       for (std::int32_t i = 0; i < windowSize_; ++i) args.rows[i] = rows[i] + column - before_;
       Kernels::SmallWindowMeans(args);
     });
-    const auto sumOf = [&](std::int32_t column) {
-      std::int32_t sum = 0;
-      for (std::int32_t i = 0; i < windowSize_; ++i) sum += rows[i][column];
-      return sum;
-    };
-    EvenBorders(run_, windowSize_, sumOf, destination).Filter();
+    FilterBorder(rows, run_.first, 1, before_, behind_, destination);
+    FilterBorder(rows, run_.last, -1, behind_, before_, destination);
     return true;
   }
 
@@ -62,6 +57,17 @@ class SmallWindows {
       const ColumnRun run = RunOf(region_, ++lowest_);
       if (run != run_) firstAlike_ = lowest_;
       run_ = run;
+    }
+  }
+
+  /// So many columns from an edge inward, whose windows reach so far inward: a handful, added up as they
+  /// come.
+  void FilterBorder(const std::uint8_t* const* rows, std::int32_t edge, std::int32_t inward,
+                    std::int32_t columns, std::int32_t reach, std::uint8_t* destination) const {
+    std::int32_t sum = 0;
+    for (std::int32_t i = 0; i < columns + reach; ++i) {
+      for (std::int32_t row = 0; row < windowSize_; ++row) sum += rows[row][edge + i * inward];
+      if (i >= reach) destination[edge + (i - reach) * inward] = FloatMeanOf(sum, windowSize_ * (i + 1));
     }
   }
 

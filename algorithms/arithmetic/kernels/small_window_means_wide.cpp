@@ -23,7 +23,7 @@ KV_INLINE Vector UpperSums(Vectors... pixels) {
 /// Loaded once: g++ would load for each use, across two cache lines.
 KV_INLINE Vector LoadOnce(const std::uint8_t* pixels) {
   Vector vector = Load(pixels);
-  asm("" : "+x"(vector));
+  asm("" : "+v"(vector));
   return vector;
 }
 
@@ -39,16 +39,17 @@ template <std::size_t... row>
 void Slide(SmallWindowMeansArgs& args, std::index_sequence<row...> /*rows*/) {
   constexpr int windowSize = sizeof...(row);
   constexpr int before = windowSize - 1;
+  if (args.groups <= 0) return;
   NarrowWindows<windowSize> windows;
-  const std::uint8_t* following = nullptr;
+  windows.Start(LowerSums(EndingWith<before>(args.rows[row])...),
+                UpperSums(EndingWith<before>(args.rows[row])...));
+  const auto next = [&](auto... pixels) { return windows.Next(LowerSums(pixels...), UpperSums(pixels...)); };
+  // When what is left over is worked on together with windows before it, the first of those come out wrong,
+  // for the columns of the last step do not precede them; no more than the first seven, which are not kept.
+  static_assert(before < 8);
   Walk<width / 8>(
       args.groups,
       [&](std::uint8_t* destination, const auto*... pixels) {
-        if (destination != following) {
-          windows.Start(LowerSums(EndingWith<before>(pixels)...), UpperSums(EndingWith<before>(pixels)...));
-        }
-        following = destination + width;
-        const auto next = [&](auto... rows) { return windows.Next(LowerSums(rows...), UpperSums(rows...)); };
         Store(destination, next(LoadOnce(pixels + before)...));
       },
       Out<8>{args.destination}, In<8, 0, before>{args.rows[row]}...);
