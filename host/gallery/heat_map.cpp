@@ -9,10 +9,10 @@
 namespace kv_host {
 namespace {
 
-using Colour = std::array<double, 3>;
+using Stop = std::array<double, 3>;
 
 /// Stops of the scale, from the best score to the worst: blue, green, red.
-constexpr std::array<Colour, 5> stops = {
+constexpr std::array<Stop, 5> stops = {
     {{120, 250, 252}, {30, 150, 250}, {70, 50, 200}, {110, 20, 90}, {40, 8, 12}}};
 
 std::array<std::uint8_t, 3> ColourOf(std::uint8_t score) {

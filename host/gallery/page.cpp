@@ -90,7 +90,7 @@ std::string Address(const std::string& file) {
   return address.str();
 }
 
-std::string Image(const Plate& plate) {
+std::string ImageTag(const Plate& plate) {
   std::ostringstream html;
   html << "<img src=\"" << Address(plate.file) << "\" alt=\"" << Escaped(plate.caption) << "\" width=\""
        << plate.width << "\" height=\"" << plate.height * plate.frames << "\""
@@ -117,9 +117,9 @@ void Show(std::ostream& html, const std::vector<Plate>& plates, const char* grou
     html << "<figure>";
     if (plate.frames > 1) {
       html << "<div class=\"film\" style=\"width:" << plate.width << "px;aspect-ratio:" << plate.width << "/"
-           << plate.height << "\">" << Image(plate) << "</div>";
+           << plate.height << "\">" << ImageTag(plate) << "</div>";
     } else {
-      html << Image(plate);
+      html << ImageTag(plate);
     }
     html << "<figcaption>" << Escaped(plate.caption) << "</figcaption></figure>\n";
   }

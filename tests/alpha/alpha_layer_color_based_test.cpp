@@ -17,7 +17,7 @@ using kv_img::PixelLayout::chromaFirst;
 using kv_img::PixelLayout::lumaFirst;
 using namespace kv_test;
 
-using Operation = kv_img::AlphaLayerColorBasedAlgorithmInterface<Yuv422>;
+using ColourLayer = kv_img::AlphaLayerColorBasedAlgorithmInterface<Yuv422>;
 using Bytes = std::vector<std::uint8_t>;
 using TestYuv = TestImage<kv_img::PixelYUV422>;
 using TestMask = TestImage<kv_img::PixelNoColor<unsigned char>>;
@@ -25,7 +25,8 @@ using TestMask = TestImage<kv_img::PixelNoColor<unsigned char>>;
 class AlphaLayerColorBased : public testing::TestWithParam<int> {
  protected:
   const Member& member_ = Members()[static_cast<std::size_t>(GetParam())];
-  const Operation* layer_ = member_.Get<Operation>("AlphaLayerColorBased", {kv_img::PixelYUV422::ClassID});
+  const ColourLayer* layer_ =
+      member_.Get<ColourLayer>("AlphaLayerColorBased", {kv_img::PixelYUV422::ClassID});
 
   void SetUp() override { ASSERT_NE(layer_, nullptr); }
 

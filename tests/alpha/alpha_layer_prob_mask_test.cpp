@@ -16,15 +16,15 @@ using kv_img::AlgoMMXException;
 using kv_img::ImageRect;
 using namespace kv_test;
 
-using Operation = kv_img::AlphaLayerProbMaskAlgorithmInterface<Grey8>;
+using MaskLayer = kv_img::AlphaLayerProbMaskAlgorithmInterface<Grey8>;
 using Bytes = std::vector<std::uint8_t>;
 using TestMask = TestImage<kv_img::PixelNoColor<unsigned char>>;
 
 class AlphaLayerProbMask : public testing::TestWithParam<int> {
  protected:
   const Member& member_ = Members()[static_cast<std::size_t>(GetParam())];
-  const Operation* layer_ =
-      member_.Get<Operation>("AlphaLayerProbMask", {kv_img::PixelNoColor<unsigned char>::ClassID});
+  const MaskLayer* layer_ =
+      member_.Get<MaskLayer>("AlphaLayerProbMask", {kv_img::PixelNoColor<unsigned char>::ClassID});
 
   void SetUp() override { ASSERT_NE(layer_, nullptr); }
 

@@ -20,13 +20,13 @@ using kv_img::PixelLayout::lumaFirst;
 using Grey = kv_img::PixelNoColor<unsigned char>;
 using namespace kv_test;
 
-using Operation = kv_img::AbsoluteDifferenceAlgorithmInterface<Yuv422, Grey8>;
+using Difference = kv_img::AbsoluteDifferenceAlgorithmInterface<Yuv422, Grey8>;
 
 class AbsoluteDifference : public testing::TestWithParam<int> {
  protected:
   const Member& member_ = Members()[static_cast<std::size_t>(GetParam())];
-  const Operation* difference_ =
-      member_.Get<Operation>("AbsoluteDifference", {PixelYUV422::ClassID, Grey::ClassID});
+  const Difference* difference_ =
+      member_.Get<Difference>("AbsoluteDifference", {PixelYUV422::ClassID, Grey::ClassID});
 
   void SetUp() override { ASSERT_NE(difference_, nullptr); }
 

@@ -18,12 +18,12 @@ using kv_img::RunRegion;
 using Grey = kv_img::PixelNoColor<unsigned char>;
 using namespace kv_test;
 
-using Operation = kv_img::AverageFilterAlgorithmInterface<Grey8>;
+using Filter = kv_img::AverageFilterAlgorithmInterface<Grey8>;
 
 class AverageFilter : public testing::TestWithParam<int> {
  protected:
   const Member& member_ = Members()[static_cast<std::size_t>(GetParam())];
-  const Operation* filter_ = member_.Get<Operation>("AverageFilter", {Grey::ClassID});
+  const Filter* filter_ = member_.Get<Filter>("AverageFilter", {Grey::ClassID});
 
   void SetUp() override { ASSERT_NE(filter_, nullptr); }
 

@@ -17,12 +17,12 @@ using kv_img::RunRegion;
 using Grey = kv_img::PixelNoColor<unsigned char>;
 using namespace kv_test;
 
-using Operation = kv_img::AverageAlgorithmInterface<Grey8>;
+using Averaging = kv_img::AverageAlgorithmInterface<Grey8>;
 
 class Average : public testing::TestWithParam<int> {
  protected:
   const Member& member_ = Members()[static_cast<std::size_t>(GetParam())];
-  const Operation* average_ = member_.Get<Operation>("Average", {Grey::ClassID});
+  const Averaging* average_ = member_.Get<Averaging>("Average", {Grey::ClassID});
 
   void SetUp() override { ASSERT_NE(average_, nullptr); }
 

@@ -22,7 +22,7 @@ using kv_img::PixelLayout::lumaFirst;
 using Grey = kv_img::PixelNoColor<unsigned char>;
 using namespace kv_test;
 
-using Operation = kv_img::BlendBoostAlgorithmInterface<Yuv422>;
+using Blending = kv_img::BlendBoostAlgorithmInterface<Yuv422>;
 using Bytes = std::vector<int>;
 
 /// One row from its bytes.
@@ -35,7 +35,7 @@ ImageType& Fill(ImageType& image, const Bytes& bytes) {
 class BlendBoost : public testing::TestWithParam<int> {
  protected:
   const Member& member_ = Members()[static_cast<std::size_t>(GetParam())];
-  const Operation* blend_ = member_.Get<Operation>("BlendBoost", {PixelYUV422::ClassID});
+  const Blending* blend_ = member_.Get<Blending>("BlendBoost", {PixelYUV422::ClassID});
 
   void SetUp() override { ASSERT_NE(blend_, nullptr); }
 

@@ -12,6 +12,9 @@
 
 namespace kv_test {
 
+/// A layout that is none of those with a name.
+inline constexpr int otherLayout = 4242;
+
 /// Selects the component positions of a bitmap layout, also where the image library would not: 15- and 16-bit
 /// images have one layout there.
 template <class Image>

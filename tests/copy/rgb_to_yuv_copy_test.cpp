@@ -14,8 +14,6 @@ using kv_img::PixelLayout::lumaFirst;
 using kv_img::PixelLayout::redFirst;
 using namespace kv_test;
 
-constexpr int otherLayout = 4242;
-
 using Dib24ToYuv422Copy = CopyFixture<PixelDIB24, PixelYUV422>;
 using Dib32ToYuv422Copy = CopyFixture<PixelDIB32, PixelYUV422>;
 using Dib32ToYuva422Copy = CopyFixture<PixelDIB32, PixelYUVA422>;

@@ -13,8 +13,6 @@ using kv_img::PixelLayout::lumaFirst;
 using kv_img::PixelLayout::redFirst;
 using namespace kv_test;
 
-constexpr int otherLayout = 4242;
-
 using Yuv422ToDib15Copy = CopyFixture<PixelYUV422, PixelDIB15>;
 using Yuv422ToDib16Copy = CopyFixture<PixelYUV422, PixelDIB16>;
 using Yuv422ToDib24Copy = CopyFixture<PixelYUV422, PixelDIB24>;

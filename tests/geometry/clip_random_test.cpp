@@ -7,23 +7,18 @@
 #include <string>
 #include <vector>
 
-#include "geometry/intersection.h"
+#include "tests/geometry/clip.h"
 #include "tests/geometry/random_polygons.h"
 #include "tests/models/plane.h"
 
 namespace kv_math {
 namespace {
 
+using kv_test::Clip;
 using kv_test::Random;
 using kv_test::Uniform;
 
 constexpr int gridSide = 37;  // sample points per side of the rectangle
-
-std::vector<Polygon2> Clip(const Polygon2& polygon, const Rect2& rect) {
-  std::vector<Polygon2> pieces;
-  Intersection(polygon, rect, pieces);
-  return pieces;
-}
 
 /// Points spread evenly over the rectangle, at cell centres.
 template <class Visit>

@@ -6,23 +6,23 @@
 #include <vector>
 
 #include "geometry/intersection.h"
+#include "tests/geometry/clip.h"
 #include "tests/geometry/random_polygons.h"
 #include "tests/models/plane.h"
 
 namespace kv_math {
 namespace {
 
+using kv_test::Clip;
+using kv_test::infinity;
+using kv_test::notANumber;
 using kv_test::PolygonOf;
 using kv_test::Reversed;
 
-constexpr double infinity = std::numeric_limits<double>::infinity();
-constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
 const Rect2 square(0, 0, 10, 10);
 
-std::vector<Polygon2> Clip(const Polygon2& polygon, const Rect2& rect = square) {
-  std::vector<Polygon2> pieces;
-  Intersection(polygon, rect, pieces);
-  return pieces;
+std::vector<Polygon2> Clip(const Polygon2& polygon) {
+  return Clip(polygon, square);
 }
 
 /// Clips the polygon as it is and wound the other way; expects simple pieces inside the rectangle with these

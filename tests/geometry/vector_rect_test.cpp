@@ -7,12 +7,13 @@
 #include "geometry/polygon2.h"
 #include "geometry/rect2.h"
 #include "geometry/vector2.h"
+#include "tests/geometry/clip.h"
 
 namespace kv_math {
 namespace {
 
-constexpr double infinity = std::numeric_limits<double>::infinity();
-constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
+using kv_test::infinity;
+using kv_test::notANumber;
 
 void ExpectRect(const Rect2& rect, double left, double top, double right, double bottom) {
   EXPECT_TRUE(rect.IsValid());

@@ -13,10 +13,6 @@ using kv_img::PixelLayout::chromaFirst;
 using kv_img::PixelLayout::lumaFirst;
 using namespace kv_test;
 
-using Bytes = std::vector<std::uint8_t>;
-
-const Bytes tens = {10, 20, 30, 40, 50, 60, 70, 80};
-
 class ParityChangeRegion : public ParityFixture {};
 
 TEST_P(ParityChangeRegion, BetweenLayoutsTheCopiedLineOfARegionIsConverted) {

@@ -14,6 +14,11 @@
 
 namespace kv_test {
 
+using Bytes = std::vector<std::uint8_t>;
+
+/// The first bytes of a line, all different.
+inline const Bytes tens = {10, 20, 30, 40, 50, 60, 70, 80};
+
 inline kv_img::ImageOptions FieldOptions(int fieldOrder, int fieldParity,
                                          std::int32_t layout = kv_img::PixelLayout::lumaFirst) {
   kv_img::ImageOptions options = Options(layout, fieldParity);
