@@ -1,71 +1,7 @@
 // kv: pictures and video through the plug-in family.
 
-#include <algorithm>
-#include <cstdio>
-#include <exception>
-#include <new>
-#include <string>
-#include <string_view>
-#include <vector>
-
-#include "errors/kv_exception.h"
-#include "host/commands/command.h"
-#include "host/errors.h"
-#include "host/formats/format_error.h"
-#include "host/formats/unfinished_files.h"
-#include "host/platform/platform.h"
-
-namespace {
-
-int Complain(std::string_view problem, int status) {
-  std::fprintf(stderr, "kv: %.*s\n", static_cast<int>(problem.size()), problem.data());
-  return status;
-}
-
-int Run(std::vector<std::string> arguments) {
-  CLI::App app("Pictures and video in packed YUV 4:2:2, through the best plug-in that can do it.", "kv");
-  app.require_subcommand(1);
-  app.set_version_flag("--version", std::string("kv ") + KV_VERSION);
-  app.footer(
-      "kv COMMAND --help shows a command's options and an example.\n"
-      "Exit status: 0 done, 1 nothing found where something was sought, 2 bad input or usage, 3 no member "
-      "can do it.");
-  kv_host::Session session;
-  kv_host::AddAllCommands(app, session);
-  const auto commands = app.get_subcommands([](const CLI::App*) { return true; });
-  if (!arguments.empty() && !arguments[0].starts_with('-') &&
-      std::ranges::none_of(commands,
-                           [&](const CLI::App* command) { return command->get_name() == arguments[0]; })) {
-    return Complain(arguments[0] + ": no such command (kv --help shows what there is)", kv_host::BadInput);
-  }
-  try {
-    // It takes them from the back.
-    std::ranges::reverse(arguments);
-    app.parse(std::move(arguments));
-    return session.status;
-  } catch (const CLI::Success& success) {
-    return app.exit(success);
-  } catch (const CLI::ParseError& error) {
-    return Complain(std::string(error.what()) + " (kv --help shows what there is)", kv_host::BadInput);
-  } catch (const kv_host::NoMemberError& error) {
-    return Complain(error.what(), kv_host::NoMember);
-  } catch (const kv_std::KVException& error) {
-    return Complain(kv_host::Narrow(error.Message()), kv_host::BadInput);
-  } catch (const std::bad_alloc&) {
-    return Complain("out of memory", kv_host::BadInput);
-  } catch (const std::exception& error) {
-    return Complain(error.what(), kv_host::BadInput);
-  }
-}
-
-}  // namespace
+#include "host/program.h"
 
 int main(int argc, char** argv) {
-  kv_host::PrepareProcess();
-  kv_host::RemoveUnfinishedFilesWhenInterrupted();
-  try {
-    return Run(kv_host::Arguments(argc, argv));
-  } catch (const std::bad_alloc&) {
-    return Complain("out of memory", kv_host::BadInput);
-  }
+  return kv_host::RunProgram(argc, argv);
 }

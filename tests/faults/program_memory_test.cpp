@@ -10,12 +10,10 @@
 #include <fstream>
 #include <sstream>
 
+#include "host/program.h"
 #include "host/worker_pool.h"
 #include "tests/faults/failing_allocations.h"
 #include "tests/support/temp_folder.h"
-
-/// The main function of the program.
-int KvMain(int argc, char** argv);
 
 namespace {
 
@@ -50,7 +48,7 @@ class Program {
     int status = 0;
     {
       [[maybe_unused]] auto guard = start();
-      status = KvMain(static_cast<int>(argv_.size()) - 1, argv_.data());
+      status = kv_host::RunProgram(static_cast<int>(argv_.size()) - 1, argv_.data());
       hasFailed_ = guard.HasFailed();
     }
     std::fflush(nullptr);
