@@ -41,6 +41,19 @@ if(KV_SANITIZE)
   endif()
 endif()
 
+# A build from nothing spends most of its time on what many sources include. A compiler cache, and whoever changes one
+# source again and again, do better with each on its own.
+set(default ON)
+if(CMAKE_CXX_COMPILER_LAUNCHER)
+  set(default OFF)
+endif()
+option(KV_UNITY "Compile the sources of the program, and those of a test, together" ${default})
+
+# kv_compile_together(TARGET…): for what nobody else builds on; the libraries, members and kernels are compiled one by one.
+function(kv_compile_together)
+  set_target_properties(${ARGN} PROPERTIES UNITY_BUILD ${KV_UNITY} UNITY_BUILD_BATCH_SIZE 20)
+endfunction()
+
 include_directories(${PROJECT_SOURCE_DIR})
 
 # kv_offer(TARGET NAME): a library that others build on, as kv::NAME from this tree and from the installed package.

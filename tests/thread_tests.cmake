@@ -1,0 +1,32 @@
+# Under ThreadSanitizer only tests of what threads share run: those with one of these words in their names. Which sources
+# hold one is read from the sources, so none is forgotten, and the rest is not compiled.
+set(words Thread Barrier Stop)
+set(KV_THREAD_TESTS OFF)
+if(KV_SANITIZE STREQUAL "thread")
+  set(KV_THREAD_TESTS ON)
+endif()
+list(TRANSFORM words REPLACE "(.+)" "*\\1*" OUTPUT_VARIABLE KV_THREAD_FILTER)
+list(JOIN KV_THREAD_FILTER ":" KV_THREAD_FILTER)
+list(JOIN words "|" anyWord)
+
+# kv_thread_sources(VARIABLE sources…): of a test program's sources those that hold such a test, and those that hold no
+# test at all and serve the others; nothing when no source holds one.
+function(kv_thread_sources variable)
+  set(kept "")
+  set(found OFF)
+  foreach(source IN LISTS ARGN)
+    get_filename_component(file ${source} ABSOLUTE)
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${file})
+    file(READ ${file} text)
+    if(text MATCHES "TEST(_[FP]|_SUITE_P)?\\([^)]*(${anyWord})")
+      set(found ON)
+    elseif(text MATCHES "TEST(_[FP])?\\(")
+      continue()
+    endif()
+    list(APPEND kept ${source})
+  endforeach()
+  if(NOT found)
+    set(kept "")
+  endif()
+  set(${variable} ${kept} PARENT_SCOPE)
+endfunction()
