@@ -47,21 +47,18 @@ class StreamMemory {
   std::uint8_t* ExpectedEnd() const { return start_ + static_cast<std::size_t>(groups_) * stream_.perGroup; }
   /// Where this stream differs from `reference`; empty when nowhere.
   std::string Difference(const StreamMemory& reference) const {
-    for (std::uint8_t *mine = pages_.Begin(), *theirs = reference.pages_.Begin(); mine != pages_.End();
-         ++mine, ++theirs) {
-      if (*mine == *theirs) continue;
-      const std::ptrdiff_t at = mine - start_;
-      std::ostringstream text;
-      if (at < -static_cast<std::ptrdiff_t>(BeforeOf(stream_, groups_))) {
-        text << "overwrite on the left at byte " << at;
-      } else if (at >= static_cast<std::ptrdiff_t>(SpanOf(stream_, groups_) + BehindOf(stream_, groups_))) {
-        text << "overwrite on the right at byte " << at;
-      } else {
-        text << "byte " << at << " is " << int{*mine} << ", the reference gives " << int{*theirs};
-      }
-      return text.str();
+    if (std::equal(pages_.Begin(), pages_.End(), reference.pages_.Begin())) return {};
+    const auto [mine, theirs] = std::mismatch(pages_.Begin(), pages_.End(), reference.pages_.Begin());
+    const std::ptrdiff_t at = mine - start_;
+    std::ostringstream text;
+    if (at < -static_cast<std::ptrdiff_t>(BeforeOf(stream_, groups_))) {
+      text << "overwrite on the left at byte " << at;
+    } else if (at >= static_cast<std::ptrdiff_t>(SpanOf(stream_, groups_) + BehindOf(stream_, groups_))) {
+      text << "overwrite on the right at byte " << at;
+    } else {
+      text << "byte " << at << " is " << int{*mine} << ", the reference gives " << int{*theirs};
     }
-    return {};
+    return text.str();
   }
 
  private:

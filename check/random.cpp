@@ -1,5 +1,8 @@
 #include "check/random.h"
 
+#include <algorithm>
+#include <cstring>
+
 namespace kv_check {
 
 std::uint64_t Random::Chosen(std::uint64_t highest) {
@@ -14,31 +17,25 @@ std::uint64_t Random::Chosen(std::uint64_t highest) {
 
 void Random::Fill(std::span<std::uint8_t> bytes) {
   const int pattern = Between(0, 9);
-  if (!choices_.empty() && pattern > 3) {
+  if (pattern == 3) {
+    for (std::uint8_t& byte : bytes) byte = static_cast<std::uint8_t>(Between(126, 131));
+  } else if (pattern > 3) {
     // Pixels of their own for every choice, at the price of two bytes.
-    Random pixels(static_cast<std::uint64_t>(Between(0, 65535)));
-    for (std::uint8_t& byte : bytes) byte = static_cast<std::uint8_t>(pixels.Next());
-    return;
+    if (!choices_.empty()) return Random(static_cast<std::uint64_t>(Between(0, 65535))).FillFromEngine(bytes);
+    FillFromEngine(bytes);
+  } else {
+    std::ranges::fill(bytes, static_cast<std::uint8_t>(pattern == 0 ? 0 : 255));
+    if (pattern != 2) return;
+    for (std::size_t i = 1; i < bytes.size(); i += 2) bytes[i] = 0;
   }
-  std::uint8_t alternate = 0;
-  for (std::uint8_t& byte : bytes) {
-    alternate = static_cast<std::uint8_t>(~alternate);
-    switch (pattern) {
-      case 0:
-        byte = 0;
-        break;
-      case 1:
-        byte = 255;
-        break;
-      case 2:
-        byte = alternate;
-        break;
-      case 3:
-        byte = static_cast<std::uint8_t>(Between(126, 131));
-        break;
-      default:
-        byte = static_cast<std::uint8_t>(Next());
-    }
+}
+
+void Random::FillFromEngine(std::span<std::uint8_t> bytes) {
+  while (!bytes.empty()) {
+    const std::uint64_t value = engine_();
+    const std::size_t count = std::min(bytes.size(), sizeof value);
+    std::memcpy(bytes.data(), &value, count);
+    bytes = bytes.subspan(count);
   }
 }
 

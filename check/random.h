@@ -37,6 +37,8 @@ class Random {
  private:
   /// A value out of as many bytes as one up to `highest` takes.
   std::uint64_t Chosen(std::uint64_t highest);
+  /// Eight bytes of every value.
+  void FillFromEngine(std::span<std::uint8_t> bytes);
 
   std::mt19937_64 engine_;
   std::span<const std::uint8_t> choices_;
