@@ -1,21 +1,14 @@
-#include "algorithms/arithmetic/kernels/window_means.h"
+#include "algorithms/arithmetic/kernels/running_means.h"
 
 namespace kv_img::arithmetic::scalar {
 
 void WindowMeans(WindowMeansArgs& args) noexcept {
-  const std::uint32_t area = args.windowSize * args.windowSize;
-  const auto column = [&args](std::uint32_t at) {
-    return at % 2 == 0 ? args.first[at / 2] : args.second[at / 2];
-  };
   const std::uint32_t windows = 8 * static_cast<std::uint32_t>(args.groups);
   if (windows == 0) return;
-  std::uint32_t sum = 0;
-  for (std::uint32_t at = 0; at + 1 < args.windowSize; ++at) sum += column(at);
-  for (std::uint32_t window = 0; window < windows; ++window) {
-    sum += column(window + args.windowSize - 1);
-    args.destination[window] = MeanOf(sum, area);
-    sum -= column(window);
-  }
+  const auto sumOf = [&args](std::uint32_t column) -> std::uint32_t {
+    return column % 2 == 0 ? args.first[column / 2] : args.second[column / 2];
+  };
+  RunningMeans(windows, args.windowSize, sumOf, args.destination);
   args.first += windows / 2;
   args.second += windows / 2;
   args.destination += windows;
