@@ -29,10 +29,13 @@ class Average : public AverageAlgorithmInterface<ImageType> {
     const auto& secondBuffer = second.GetPixelBuffer();
     const auto& to = destination.GetPixelBuffer();
     const RowBand band = BandOf(outputRegion, barrier, threadIndex);
+    const arithmetic::RegionRuns firstRuns(firstRegion);
+    const arithmetic::RegionRuns secondRuns(secondRegion);
+    const arithmetic::RegionRuns outputRuns(outputRegion);
     for (std::int32_t row = band.first; row <= band.last; ++row) {
-      const ColumnRun output = arithmetic::RunOf(outputRegion, row);
-      MergeRow({firstBuffer.rows[row], ValidColumns(firstRegion, row, output)},
-               {secondBuffer.rows[row], ValidColumns(secondRegion, row, output)}, to.rows[row], output);
+      const ColumnRun output = outputRuns.At(row);
+      MergeRow({firstBuffer.rows[row], Intersection(firstRuns.At(row), output)},
+               {secondBuffer.rows[row], Intersection(secondRuns.At(row), output)}, to.rows[row], output);
     }
     return destination;
   }
@@ -45,11 +48,6 @@ class Average : public AverageAlgorithmInterface<ImageType> {
     const std::uint8_t* pixels;
     ColumnRun valid;
   };
-
-  static ColumnRun ValidColumns(const RegionOfSupport& region, std::int32_t row, const ColumnRun& output) {
-    if (row < region.GetTop() || row > region.GetBottom()) return {0, -1};
-    return Intersection(arithmetic::RunOf(region, row), output);
-  }
 
   static void MergeRow(const SourceRow& first, const SourceRow& second, std::uint8_t* destination,
                        const ColumnRun& output) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "image/image_rect.h"
 #include "image/region_of_support.h"
 
 namespace kv_img::arithmetic {
@@ -20,6 +21,30 @@ struct ColumnRun {
 inline ColumnRun RunOf(const RegionOfSupport& region, std::int32_t row) {
   return {region.GetLeft(row), region.GetRight(row)};
 }
+
+/// The runs of a region that is asked row after row: a rectangle tells its sides once.
+class RegionRuns {
+ public:
+  explicit RegionRuns(const RegionOfSupport& region)
+      : region_(region),
+        top_(region.GetTop()),
+        bottom_(region.GetBottom()),
+        isRectangle_(region.GetClassID() == ImageRect::ClassID),
+        sides_{region.GetLeft(), region.GetRight()} {}
+
+  /// Empty above and below the region.
+  ColumnRun At(std::int32_t row) const {
+    if (row < top_ || row > bottom_) return {0, -1};
+    return isRectangle_ ? sides_ : RunOf(region_, row);
+  }
+
+ private:
+  const RegionOfSupport& region_;
+  const std::int32_t top_;
+  const std::int32_t bottom_;
+  const bool isRectangle_;
+  const ColumnRun sides_;
+};
 
 /// Calls `work(first, groups)` for groups of eight columns that cover a run of at least eight. What is left
 /// over is worked on once more together with columns before it; long runs are taken in eights of groups,
