@@ -54,7 +54,7 @@ void Vary(YuvToRgbMatrix& matrix, std::uint64_t seed) {
   matrix.chromaOffset = AnyOffset(random);
 }
 
-/// Weights whose sums, in units of 1/32768, stay in `offset` to 255 below zero and above.
+/// Weights with which no pixel has a component outside 0 to 255, the offset included.
 RgbWeights WeightsWithin(Random& random, int offset, bool mayBeNegative) {
   int below = mayBeNegative ? offset * 32768 / 255 : 0;
   int above = ((256 - offset) * 32768 - 1) / 255;

@@ -88,9 +88,6 @@ KV_INLINE Vector SetPair16(int lower, int upper) {
   return Set32(static_cast<std::uint16_t>(lower) | std::uint32_t{static_cast<std::uint16_t>(upper)} << 16);
 }
 
-KV_INLINE Vector Add8(Vector a, Vector b) {
-  return KV_SIMD(add_epi8)(a, b);
-}
 KV_INLINE Vector Add16(Vector a, Vector b) {
   return KV_SIMD(add_epi16)(a, b);
 }
@@ -114,9 +111,6 @@ KV_INLINE Vector Min16(Vector a, Vector b) {
 }
 KV_INLINE Vector Max16(Vector a, Vector b) {
   return KV_SIMD(max_epi16)(a, b);
-}
-KV_INLINE Vector MinU8(Vector a, Vector b) {
-  return KV_SIMD(min_epu8)(a, b);
 }
 KV_INLINE Vector Multiply16(Vector a, Vector b) {
   return KV_SIMD(mullo_epi16)(a, b);
@@ -339,32 +333,6 @@ KV_INLINE Vector Narrow16To8(Vector first, Vector second) {
 KV_INLINE Vector Narrow32To16(Vector first, Vector second) {
   return OrderOfPack(KV_SIMD(packs_epi32)(first, second));
 }
-/// The lower halves of the 64-bit lanes of two registers, in order.
-KV_INLINE Vector Lower32Of64(Vector first, Vector second) {
-#if KV_REGISTER_LEVEL >= 2
-  const Vector even = _mm512_setr_epi32(0, 2, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22, 24, 26, 28, 30);
-  return _mm512_permutex2var_epi32(first, even, second);
-#elif KV_REGISTER_LEVEL == 1
-  return OrderOfPack(
-      _mm256_castps_si256(_mm256_shuffle_ps(_mm256_castsi256_ps(first), _mm256_castsi256_ps(second), 0x88)));
-#else
-  return _mm_castps_si128(_mm_shuffle_ps(_mm_castsi128_ps(first), _mm_castsi128_ps(second), 0x88));
-#endif
-}
-
-/// The upper halves of the 64-bit lanes of two registers, in order.
-KV_INLINE Vector Upper32Of64(Vector first, Vector second) {
-#if KV_REGISTER_LEVEL >= 2
-  const Vector odd = _mm512_setr_epi32(1, 3, 5, 7, 9, 11, 13, 15, 17, 19, 21, 23, 25, 27, 29, 31);
-  return _mm512_permutex2var_epi32(first, odd, second);
-#elif KV_REGISTER_LEVEL == 1
-  return OrderOfPack(
-      _mm256_castps_si256(_mm256_shuffle_ps(_mm256_castsi256_ps(first), _mm256_castsi256_ps(second), 0xDD)));
-#else
-  return _mm_castps_si128(_mm_shuffle_ps(_mm_castsi128_ps(first), _mm_castsi128_ps(second), 0xDD));
-#endif
-}
-
 // Ones, and behind them zeros.
 alignas(64) constexpr std::uint8_t onesThenZeros[128] = {
     255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255,
