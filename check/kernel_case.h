@@ -62,6 +62,7 @@ const std::vector<KernelCase>& AllKernels();
 void AddAlphaKernels(std::vector<KernelCase>& list);
 void AddCopyKernels(std::vector<KernelCase>& list);
 void AddArithmeticKernels(std::vector<KernelCase>& list);
+void AddBoxFilterKernels(std::vector<KernelCase>& list);
 void AddFeatureFindKernels(std::vector<KernelCase>& list);
 void AddParityKernels(std::vector<KernelCase>& list);
 void AddScanningKernels(std::vector<KernelCase>& list);

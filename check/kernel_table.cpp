@@ -8,6 +8,7 @@ const std::vector<KernelCase>& AllKernels() {
     AddAlphaKernels(list);
     AddCopyKernels(list);
     AddArithmeticKernels(list);
+    AddBoxFilterKernels(list);
     AddFeatureFindKernels(list);
     AddParityKernels(list);
     AddScanningKernels(list);

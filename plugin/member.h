@@ -3,6 +3,7 @@
 #include "algorithms/alpha/alpha_layer_color_based.h"
 #include "algorithms/alpha/alpha_layer_prob_mask.h"
 #include "algorithms/arithmetic/all_arithmetic.h"
+#include "algorithms/box_filter/average_filter.h"
 #include "algorithms/copy/all_copies.h"
 #include "algorithms/copy/all_copy_rois.h"
 #include "algorithms/featurefind/feature_find.h"

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "algorithms/arithmetic/column_run.h"
 #include "algorithms/arithmetic/kernels/kernel_sets.h"
 #include "algorithms/arithmetic/packed_row.h"
+#include "algorithms/column_run.h"
 #include "frame/interfaces/absolute_difference.h"
 #include "frame/member_name.h"
 #include "frame/row_band.h"
@@ -30,7 +30,7 @@ class AbsoluteDifference : public AbsoluteDifferenceAlgorithmInterface<ImageIn, 
     const auto& to = destination.GetPixelBuffer();
     const RowBand band = BandOf(region, barrier, threadIndex);
     for (std::int32_t row = band.first; row <= band.last; ++row) {
-      const arithmetic::ColumnRun run = arithmetic::RunOf(region, row);
+      const ColumnRun run = RunOf(region, row);
       if (!run.IsEmpty()) SubtractRow(firstBuffer, secondBuffer, to.rows[row], row, run);
     }
     return destination;
@@ -40,7 +40,7 @@ class AbsoluteDifference : public AbsoluteDifferenceAlgorithmInterface<ImageIn, 
   using Buffer = typename ImageIn::Buffer;
 
   static void SubtractRow(const Buffer& first, const Buffer& second, std::uint8_t* destination,
-                          std::int32_t row, const arithmetic::ColumnRun& run) {
+                          std::int32_t row, const ColumnRun& run) {
     arithmetic::LumaDifferenceArgs args{run.Width() / 4, arithmetic::PixelAt(first, row, run.first),
                                         arithmetic::PixelAt(second, row, run.first), destination + run.first,
                                         arithmetic::LumaByte(first)};

@@ -3,5 +3,4 @@
 // Every operation of this folder that the members offer.
 #include "algorithms/arithmetic/absolute_difference.h"
 #include "algorithms/arithmetic/average.h"
-#include "algorithms/arithmetic/average_filter.h"
 #include "algorithms/arithmetic/blend_boost.h"

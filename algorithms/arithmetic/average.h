@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
-#include "algorithms/arithmetic/column_run.h"
 #include "algorithms/arithmetic/kernels/kernel_sets.h"
+#include "algorithms/column_run.h"
 #include "frame/interfaces/average.h"
 #include "frame/member_name.h"
 #include "frame/row_band.h"
@@ -29,9 +29,9 @@ class Average : public AverageAlgorithmInterface<ImageType> {
     const auto& secondBuffer = second.GetPixelBuffer();
     const auto& to = destination.GetPixelBuffer();
     const RowBand band = BandOf(outputRegion, barrier, threadIndex);
-    const arithmetic::RegionRuns firstRuns(firstRegion);
-    const arithmetic::RegionRuns secondRuns(secondRegion);
-    const arithmetic::RegionRuns outputRuns(outputRegion);
+    const RegionRuns firstRuns(firstRegion);
+    const RegionRuns secondRuns(secondRegion);
+    const RegionRuns outputRuns(outputRegion);
     for (std::int32_t row = band.first; row <= band.last; ++row) {
       const ColumnRun output = outputRuns.At(row);
       MergeRow({firstBuffer.rows[row], Intersection(firstRuns.At(row), output)},
@@ -41,8 +41,6 @@ class Average : public AverageAlgorithmInterface<ImageType> {
   }
 
  private:
-  using ColumnRun = arithmetic::ColumnRun;
-
   /// A row of a source and the columns in which it is valid.
   struct SourceRow {
     const std::uint8_t* pixels;

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "algorithms/arithmetic/column_run.h"
 #include "algorithms/arithmetic/kernels/kernel_sets.h"
 #include "algorithms/arithmetic/packed_row.h"
+#include "algorithms/column_run.h"
 #include "frame/interfaces/blend_boost.h"
 #include "frame/member_name.h"
 #include "frame/row_band.h"

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/arithmetic/any_region.h"
 #include "tests/models/average_model.h"
+#include "tests/support/any_region.h"
 #include "tests/support/expect_error.h"
 #include "tests/support/member.h"
 #include "tests/support/test_image.h"

@@ -5,12 +5,12 @@
 #include <memory>
 #include <new>
 
-#include "algorithms/arithmetic/column_run.h"
-#include "algorithms/arithmetic/kernels/kernel_sets.h"
+#include "algorithms/box_filter/kernels/kernel_sets.h"
+#include "algorithms/column_run.h"
 #include "image/image.h"
 #include "image/region_of_support.h"
 
-namespace kv_img::arithmetic {
+namespace kv_img::box_filter {
 
 /// The columns of a window that moves down a region of an 8-bit image: per column the sum of the pixels that
 /// the window's rows have there, and how many of its rows do.
@@ -154,4 +154,4 @@ class MovingColumns {
   std::unique_ptr<std::uint8_t[]> counts_;
 };
 
-}  // namespace kv_img::arithmetic
+}  // namespace kv_img::box_filter

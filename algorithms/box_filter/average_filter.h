@@ -2,18 +2,18 @@
 
 #include <algorithm>
 
-#include "algorithms/arithmetic/column_run.h"
-#include "algorithms/arithmetic/even_borders.h"
-#include "algorithms/arithmetic/kernels/kernel_sets.h"
-#include "algorithms/arithmetic/moving_columns.h"
-#include "algorithms/arithmetic/small_windows.h"
+#include "algorithms/box_filter/even_borders.h"
+#include "algorithms/box_filter/kernels/kernel_sets.h"
+#include "algorithms/box_filter/moving_columns.h"
+#include "algorithms/box_filter/small_windows.h"
+#include "algorithms/column_run.h"
 #include "frame/interfaces/average_filter.h"
 #include "frame/member_name.h"
 #include "frame/row_band.h"
 #include "image/image.h"
 
 namespace kv_img {
-namespace arithmetic {
+namespace box_filter {
 
 /// Slides a window over the columns of one output row.
 ///
@@ -110,7 +110,7 @@ class WindowRow {
   std::uint8_t* destination_;
 };
 
-}  // namespace arithmetic
+}  // namespace box_filter
 
 /// Throws AlgoMMXException before a pixel is written, in this order: code 1 when the sizes differ, code 4
 /// when windowSize is not 1 to 255, code 3 when there is no memory for the column sums. Pixels outside the
@@ -124,32 +124,32 @@ class AverageFilter : public AverageFilterAlgorithmInterface<ImageType> {
     if (source.GetWidth() != destination.GetWidth() || source.GetHeight() != destination.GetHeight()) {
       Refuse<Kernels>(1, L"AverageFilter");
     }
-    if (windowSize == 0 || windowSize > arithmetic::maxWindowSize) {
+    if (windowSize == 0 || windowSize > box_filter::maxWindowSize) {
       Refuse<Kernels>(4, L"AverageFilter", {}, L"window size");
     }
-    arithmetic::MovingColumns<Kernels> columns(source.GetPixelBuffer(), region, windowSize);
+    box_filter::MovingColumns<Kernels> columns(source.GetPixelBuffer(), region, windowSize);
     if (!columns.IsAllocated()) Refuse<Kernels>(3, L"AverageFilter", L"<ImageUChar>");
 
     const auto& to = destination.GetPixelBuffer();
     const RowBand band = BandOf(region, barrier, threadIndex);
     if (band.last < band.first) return destination;
-    arithmetic::SmallWindows<Kernels> small(source.GetPixelBuffer(), region, windowSize, band.first);
+    box_filter::SmallWindows<Kernels> small(source.GetPixelBuffer(), region, windowSize, band.first);
     for (std::int32_t row = band.first; row <= band.last; ++row) {
       if (small.Filter(row, to.rows[row])) continue;
       columns.MoveTo(row);
-      arithmetic::WindowRow(columns, arithmetic::RunOf(region, row), windowSize, to.rows[row]).Filter();
+      box_filter::WindowRow(columns, RunOf(region, row), windowSize, to.rows[row]).Filter();
     }
     return destination;
   }
 };
 
 template <class ImageType>
-class AverageFilterC final : public AverageFilter<arithmetic::ScalarKernels, ImageType> {};
+class AverageFilterC final : public AverageFilter<box_filter::ScalarKernels, ImageType> {};
 
 template <class ImageType>
-class AverageFilterMMX final : public AverageFilter<arithmetic::MmxKernels, ImageType> {};
+class AverageFilterMMX final : public AverageFilter<box_filter::MmxKernels, ImageType> {};
 
 template <class ImageType>
-class AverageFilterSSE2 final : public AverageFilter<arithmetic::WideKernels, ImageType> {};
+class AverageFilterSSE2 final : public AverageFilter<box_filter::WideKernels, ImageType> {};
 
 }  // namespace kv_img

@@ -1,6 +1,6 @@
-#include "algorithms/arithmetic/kernels/running_means.h"
+#include "algorithms/box_filter/kernels/running_means.h"
 
-namespace kv_img::arithmetic::scalar {
+namespace kv_img::box_filter::scalar {
 
 void WindowMeans(WindowMeansArgs& args) noexcept {
   const std::uint32_t windows = 8 * static_cast<std::uint32_t>(args.groups);
@@ -14,4 +14,4 @@ void WindowMeans(WindowMeansArgs& args) noexcept {
   args.destination += windows;
 }
 
-}  // namespace kv_img::arithmetic::scalar
+}  // namespace kv_img::box_filter::scalar

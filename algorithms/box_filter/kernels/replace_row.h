@@ -4,7 +4,7 @@
 
 #include "algorithms/simd/wide_level.h"
 
-namespace kv_img::arithmetic {
+namespace kv_img::box_filter {
 
 /// Moves the column sums of a window down by one row: each sum gains the pixel of the row that enters the
 /// window and loses that of the row that leaves it.
@@ -33,4 +33,4 @@ template <WideLevel>
 void ReplaceRow(ReplaceRowArgs& args) noexcept;
 }  // namespace wide
 
-}  // namespace kv_img::arithmetic
+}  // namespace kv_img::box_filter

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-namespace kv_img::arithmetic {
+namespace kv_img::box_filter {
 
 /// A factor whose product with a 16-bit sum, its lower 16 + shift bits dropped, is a quotient.
 struct Reciprocal {
@@ -29,4 +29,4 @@ constexpr Reciprocal ReciprocalOf(std::uint32_t area) {
 inline constexpr std::uint32_t mostNarrow = 16;
 static_assert(255 * mostNarrow * mostNarrow <= 0xFFFF);
 
-}  // namespace kv_img::arithmetic
+}  // namespace kv_img::box_filter

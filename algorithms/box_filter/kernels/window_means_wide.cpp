@@ -1,9 +1,9 @@
 #include <bit>
 
-#include "algorithms/arithmetic/kernels/narrow_windows.h"
-#include "algorithms/arithmetic/kernels/window_means.h"
+#include "algorithms/box_filter/kernels/narrow_windows.h"
+#include "algorithms/box_filter/kernels/window_means.h"
 
-namespace kv_img::arithmetic::wide {
+namespace kv_img::box_filter::wide {
 namespace {
 
 // Columns are taken in pairs, or in quads, so that what a register adds up along the row is half, or a
@@ -276,4 +276,4 @@ void WindowMeans<level>(WindowMeansArgs& args) noexcept {
   args.destination += 8 * args.groups;
 }
 
-}  // namespace kv_img::arithmetic::wide
+}  // namespace kv_img::box_filter::wide

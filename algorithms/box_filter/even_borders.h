@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "algorithms/arithmetic/column_run.h"
-#include "algorithms/arithmetic/kernels/window_means.h"
+#include "algorithms/box_filter/kernels/window_means.h"
+#include "algorithms/column_run.h"
 
-namespace kv_img::arithmetic {
+namespace kv_img::box_filter {
 
 /// Filters the columns at both ends of a run whose windows reach beyond it, where every column of the run
 /// counts windowSize times. The run is at least windowSize wide; `sumOf` tells the sum of a column.
@@ -50,4 +50,4 @@ class EvenBorders {
   std::uint8_t* const destination_;
 };
 
-}  // namespace kv_img::arithmetic
+}  // namespace kv_img::box_filter

@@ -1,4 +1,4 @@
-#include "algorithms/arithmetic/kernels/window_means.h"
+#include "algorithms/box_filter/kernels/window_means.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 
 namespace {
 
-using namespace kv_img::arithmetic;
+using namespace kv_img::box_filter;
 
 /// The first mean of one group whose first window has this sum, spread over columns as evenly as it goes.
 int MeanOfFirstWindow(void (*kernel)(WindowMeansArgs&) noexcept, std::uint32_t windowSize,

@@ -6,7 +6,7 @@
 #include "image/image_rect.h"
 #include "image/region_of_support.h"
 
-namespace kv_img::arithmetic {
+namespace kv_img {
 
 /// Columns of one row, both included; empty when last < first.
 struct ColumnRun {
@@ -46,19 +46,8 @@ class RegionRuns {
   const ColumnRun sides_;
 };
 
-/// Calls `work(first, groups)` for groups of eight columns that cover a run of at least eight. What is left
-/// over is worked on once more together with columns before it; long runs are taken in eights of groups,
-/// which suits the widest kernels.
-template <class Work>
-void ForEachGroups(const ColumnRun& run, Work work) {
-  const std::int32_t atOnce = run.Width() < 64 ? 8 : 64;
-  const std::int32_t rest = run.Width() % atOnce;
-  work(run.first, (run.Width() - rest) / 8);
-  if (rest != 0) work(run.last + 1 - atOnce, atOnce / 8);
-}
-
 inline ColumnRun Intersection(const ColumnRun& a, const ColumnRun& b) {
   return {std::max(a.first, b.first), std::min(a.last, b.last)};
 }
 
-}  // namespace kv_img::arithmetic
+}  // namespace kv_img

@@ -1,9 +1,9 @@
 #include <utility>
 
-#include "algorithms/arithmetic/kernels/narrow_means_mmx.h"
-#include "algorithms/arithmetic/kernels/small_window_means.h"
+#include "algorithms/box_filter/kernels/narrow_means_mmx.h"
+#include "algorithms/box_filter/kernels/small_window_means.h"
 
-namespace kv_img::arithmetic::mmx {
+namespace kv_img::box_filter::mmx {
 namespace {
 
 /// Sums of eight columns: those at even places, those at odd ones, and both of each pair.
@@ -78,4 +78,4 @@ void SmallWindowMeans(SmallWindowMeansArgs& args) noexcept {
   }
 }
 
-}  // namespace kv_img::arithmetic::mmx
+}  // namespace kv_img::box_filter::mmx

@@ -3,12 +3,23 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "algorithms/arithmetic/column_run.h"
-#include "algorithms/arithmetic/kernels/kernel_sets.h"
+#include "algorithms/box_filter/kernels/kernel_sets.h"
+#include "algorithms/column_run.h"
 #include "image/image.h"
 #include "image/region_of_support.h"
 
-namespace kv_img::arithmetic {
+namespace kv_img::box_filter {
+
+/// Calls `work(first, groups)` for groups of eight columns that cover a run of at least eight. What is left
+/// over is worked on once more together with columns before it; long runs are taken in eights of groups,
+/// which suits the widest kernels.
+template <class Work>
+void ForEachGroups(const ColumnRun& run, Work work) {
+  const std::int32_t atOnce = run.Width() < 64 ? 8 : 64;
+  const std::int32_t rest = run.Width() % atOnce;
+  work(run.first, (run.Width() - rest) / 8);
+  if (rest != 0) work(run.last + 1 - atOnce, atOnce / 8);
+}
 
 /// Rows of a region whose windows are small and have rows of one run alone, as in a rectangle: every column
 /// of the run counts windowSize times, and the pixels are added up where they are.
@@ -84,4 +95,4 @@ class SmallWindows {
   ColumnRun run_;
 };
 
-}  // namespace kv_img::arithmetic
+}  // namespace kv_img::box_filter

@@ -1,6 +1,6 @@
-#include "algorithms/arithmetic/kernels/replace_row.h"
+#include "algorithms/box_filter/kernels/replace_row.h"
 
-namespace kv_img::arithmetic::scalar {
+namespace kv_img::box_filter::scalar {
 
 void ReplaceRow(ReplaceRowArgs& args) noexcept {
   for (std::int32_t pair = 0; pair < 4 * args.groups; ++pair) {
@@ -13,4 +13,4 @@ void ReplaceRow(ReplaceRowArgs& args) noexcept {
   }
 }
 
-}  // namespace kv_img::arithmetic::scalar
+}  // namespace kv_img::box_filter::scalar

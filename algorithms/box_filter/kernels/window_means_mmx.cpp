@@ -1,7 +1,7 @@
-#include "algorithms/arithmetic/kernels/narrow_means_mmx.h"
-#include "algorithms/arithmetic/kernels/window_means.h"
+#include "algorithms/box_filter/kernels/narrow_means_mmx.h"
+#include "algorithms/box_filter/kernels/window_means.h"
 
-namespace kv_img::arithmetic::mmx {
+namespace kv_img::box_filter::mmx {
 namespace {
 
 // Division by an area as a product: with m = floor(2^48 / area) + 1 the excess e = m * area - 2^48 is 1 to
@@ -119,4 +119,4 @@ void WindowMeans(WindowMeansArgs& args) noexcept {
   }
 }
 
-}  // namespace kv_img::arithmetic::mmx
+}  // namespace kv_img::box_filter::mmx

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "algorithms/arithmetic/kernels/window_means.h"
+#include "algorithms/box_filter/kernels/window_means.h"
 
-namespace kv_img::arithmetic::scalar {
+namespace kv_img::box_filter::scalar {
 
 /// Writes the means of `windows` windows of windowSize columns each, the first from column 0 on;
 /// `sumOf(column)` tells the sum of a column of as many rows.
@@ -17,4 +17,4 @@ void RunningMeans(std::uint32_t windows, std::uint32_t windowSize, SumOf sumOf, 
   }
 }
 
-}  // namespace kv_img::arithmetic::scalar
+}  // namespace kv_img::box_filter::scalar

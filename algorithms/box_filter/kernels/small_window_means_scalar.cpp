@@ -1,7 +1,7 @@
-#include "algorithms/arithmetic/kernels/running_means.h"
-#include "algorithms/arithmetic/kernels/small_window_means.h"
+#include "algorithms/box_filter/kernels/running_means.h"
+#include "algorithms/box_filter/kernels/small_window_means.h"
 
-namespace kv_img::arithmetic::scalar {
+namespace kv_img::box_filter::scalar {
 
 void SmallWindowMeans(SmallWindowMeansArgs& args) noexcept {
   const std::uint32_t windows = 8 * static_cast<std::uint32_t>(args.groups);
@@ -16,4 +16,4 @@ void SmallWindowMeans(SmallWindowMeansArgs& args) noexcept {
   args.destination += windows;
 }
 
-}  // namespace kv_img::arithmetic::scalar
+}  // namespace kv_img::box_filter::scalar

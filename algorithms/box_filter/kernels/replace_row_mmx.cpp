@@ -1,7 +1,7 @@
-#include "algorithms/arithmetic/kernels/replace_row.h"
+#include "algorithms/box_filter/kernels/replace_row.h"
 #include "algorithms/simd/mmx.h"
 
-namespace kv_img::arithmetic::mmx {
+namespace kv_img::box_filter::mmx {
 namespace {
 
 void Add(std::uint16_t* sums, __m64 difference) {
@@ -26,4 +26,4 @@ void ReplaceRow(ReplaceRowArgs& args) noexcept {
   _mm_empty();
 }
 
-}  // namespace kv_img::arithmetic::mmx
+}  // namespace kv_img::box_filter::mmx

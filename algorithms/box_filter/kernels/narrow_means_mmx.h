@@ -1,11 +1,11 @@
 #pragma once
 
-#include "algorithms/arithmetic/kernels/area_reciprocal.h"
+#include "algorithms/box_filter/kernels/area_reciprocal.h"
 #include "algorithms/simd/mmx.h"
 
 // Means of windows in 16-bit lanes, for kernel files of the mmx set only.
 
-namespace kv_img::arithmetic::mmx {
+namespace kv_img::box_filter::mmx {
 namespace {
 
 /// The upper half of unsigned products; what 64-bit registers have is that of signed ones, which is smaller
@@ -44,4 +44,4 @@ __m64 MeansInTurn(__m64 first, __m64 second) {
 }
 
 }  // namespace
-}  // namespace kv_img::arithmetic::mmx
+}  // namespace kv_img::box_filter::mmx

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "algorithms/arithmetic/kernels/area_reciprocal.h"
+#include "algorithms/box_filter/kernels/area_reciprocal.h"
 #include "algorithms/simd/wide.h"
 
 // Windows in 16-bit lanes, for kernel files of the wide set only.
 
-namespace kv_img::arithmetic::wide {
+namespace kv_img::box_filter::wide {
 namespace {
 
 #if KV_REGISTER_LEVEL >= 2
@@ -118,4 +118,4 @@ class NarrowWindows {
 };
 
 }  // namespace
-}  // namespace kv_img::arithmetic::wide
+}  // namespace kv_img::box_filter::wide

@@ -1,9 +1,9 @@
 #include <utility>
 
-#include "algorithms/arithmetic/kernels/narrow_windows.h"
-#include "algorithms/arithmetic/kernels/small_window_means.h"
+#include "algorithms/box_filter/kernels/narrow_windows.h"
+#include "algorithms/box_filter/kernels/small_window_means.h"
 
-namespace kv_img::arithmetic::wide {
+namespace kv_img::box_filter::wide {
 namespace {
 
 template <class... Vectors>
@@ -76,4 +76,4 @@ void SmallWindowMeans<level>(SmallWindowMeansArgs& args) noexcept {
   }
 }
 
-}  // namespace kv_img::arithmetic::wide
+}  // namespace kv_img::box_filter::wide

@@ -4,7 +4,7 @@
 
 #include "algorithms/simd/wide_level.h"
 
-namespace kv_img::arithmetic {
+namespace kv_img::box_filter {
 
 /// Largest window: 255 rows of 255 are the most that a 16-bit column sum holds.
 inline constexpr std::uint32_t maxWindowSize = 255;
@@ -57,4 +57,4 @@ template <WideLevel>
 void WindowMeans(WindowMeansArgs& args) noexcept;
 }  // namespace wide
 
-}  // namespace kv_img::arithmetic
+}  // namespace kv_img::box_filter

@@ -4,7 +4,7 @@
 
 #include "algorithms/simd/wide_level.h"
 
-namespace kv_img::arithmetic {
+namespace kv_img::box_filter {
 
 /// Windows up to this size are added up straight from their rows: that costs less than to keep column sums.
 inline constexpr std::uint32_t mostSmall = 4;
@@ -36,4 +36,4 @@ template <WideLevel>
 void SmallWindowMeans(SmallWindowMeansArgs& args) noexcept;
 }
 
-}  // namespace kv_img::arithmetic
+}  // namespace kv_img::box_filter

@@ -1,7 +1,7 @@
-#include "algorithms/arithmetic/kernels/replace_row.h"
+#include "algorithms/box_filter/kernels/replace_row.h"
 #include "algorithms/simd/wide.h"
 
-namespace kv_img::arithmetic::wide {
+namespace kv_img::box_filter::wide {
 
 template <>
 void ReplaceRow<level>(ReplaceRowArgs& args) noexcept {
@@ -21,4 +21,4 @@ void ReplaceRow<level>(ReplaceRowArgs& args) noexcept {
   args.second = reinterpret_cast<std::uint16_t*>(secondBytes);
 }
 
-}  // namespace kv_img::arithmetic::wide
+}  // namespace kv_img::box_filter::wide
