@@ -21,7 +21,8 @@ constexpr auto Interleave = [](std::string set, auto kernel) -> Variant {
           }};
 };
 
-PackedOrder OrderFromBit(std::uint64_t bit) {
+kv_img::PackedOrder OrderFromBit(std::uint64_t bit) {
+  using kv_img::PackedOrder;
   return bit != 0 ? PackedOrder::LumaFirst : PackedOrder::ChromaFirst;
 }
 

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "algorithms/copy/copy_roi.h"
-#include "algorithms/copy/packed_components.h"
 #include "algorithms/copy/stored_row.h"
+#include "algorithms/packed422/samples.h"
 
 namespace kv_img::copy {
 
@@ -31,7 +31,8 @@ class RoiCopier<Kernels, Image<PixelYUV411P>, Image<PixelYUV422>> {
   /// the run's first column on. Short runs are run past; the images need slack behind their rows for it.
   void CopySpan(const RoiSpan& span) const {
     // Tested here, so that a thread without rows refuses nothing.
-    if (!IsKnownOrder(destination_.descriptor)) {
+    const std::int32_t layout = destination_.descriptor.GetLayout();
+    if (!IsKnownOrder(layout)) {
       throw AlgoMMXException(4, L"Copy YUV411P -> YUV422: color model", L"");
     }
     const auto& [sourceFirst, sourceLast, destinationFirst] = span.columns;
@@ -41,26 +42,18 @@ class RoiCopier<Kernels, Image<PixelYUV411P>, Image<PixelYUV422>> {
         StoredRow(source_, source_.descriptor.GetComponent(0), span.shiftedSourceRow) + sourceFirst,
         StoredRow(source_, PixelComponent::Cb, span.shiftedSourceRow) + (sourceFirst >> 1),
         StoredRow(source_, PixelComponent::Cr, span.shiftedSourceRow) + (sourceFirst >> 1),
-        destination_.rows[span.destinationRow] + std::ptrdiff_t{2} * destinationFirst,
+        destination_.rows[span.destinationRow] + PixelOffset(destinationFirst),
     };
-    if (OrderOf(destination_.descriptor) == PackedOrder::LumaFirst) {
+    if (OrderOf(layout) == PackedOrder::LumaFirst) {
       Kernels::InterleaveLumaFirst(args);
     } else {
       Kernels::InterleaveChromaFirst(args);
     }
-    // The run's last column is compared with the number of pixels, wherever the run began.
-    const int remainder = sourceLast - 8 * groups;
-    if (remainder > 0) InterleaveFours(args, ((remainder - 1) >> 2) + 1);
-  }
-
-  /// Four pixels a pass, from where the kernel stopped.
-  void InterleaveFours(const InterleaveArgs& args, int passes) const {
-    const auto to = PackedComponentsOf<PixelYUV422>(args.destination, destination_.descriptor);
-    for (int pixel = 0; pixel < 4 * passes; ++pixel) to.luma[2 * pixel] = args.luma[pixel];
-    for (int pair = 0; pair < 2 * passes; ++pair) {
-      to.cb[4 * pair] = args.cb[pair];
-      to.cr[4 * pair] = args.cr[pair];
-    }
+    // Four pixels at a time, from where the kernel stopped. The run's last column is compared with the number
+    // of pixels, wherever the run began.
+    const int remainder = std::max(sourceLast - 8 * groups, 0);
+    InterleaveSamples(args.luma, args.cb, args.cr, (remainder + 3) / 4 * 4, args.destination,
+                      PackedSamples(destination_.descriptor));
   }
 
   const Image<PixelYUV411P>::Buffer& source_;

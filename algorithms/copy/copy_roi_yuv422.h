@@ -3,8 +3,7 @@
 #include <cstring>
 
 #include "algorithms/copy/copy_roi.h"
-#include "algorithms/copy/packed_components.h"
-#include "algorithms/pixels/packed_samples.h"
+#include "algorithms/packed422/samples.h"
 
 namespace kv_img::copy {
 
@@ -71,13 +70,13 @@ class RoiCopier<Kernels, Image<PixelYUV422>, Image<PixelYUV422>> {
                       destinationFirst, pixels);
       return;
     }
-    const std::uint8_t* from = source_.rows[span.shiftedSourceRow] + std::ptrdiff_t{2} * sourceFirst;
-    std::uint8_t* to = destination_.rows[span.destinationRow] + std::ptrdiff_t{2} * destinationFirst;
+    const std::uint8_t* from = source_.rows[span.shiftedSourceRow] + PixelOffset(sourceFirst);
+    std::uint8_t* to = destination_.rows[span.destinationRow] + PixelOffset(destinationFirst);
     if (!isSameLayout_) {
       // An odd first pixel is written before the run is measured: an empty run has it too.
       SwapPixels(from, to, std::max(pixels, destinationFirst & 1));
     } else if (pixels > 0) {
-      std::memcpy(to, from, std::size_t{2} * static_cast<std::size_t>(pixels));
+      std::memcpy(to, from, static_cast<std::size_t>(PixelOffset(pixels)));
     }
   }
 
@@ -98,9 +97,9 @@ class RoiCopier<Kernels, Image<PixelYUV422>, Image<PixelYUV422>> {
     CopyPixels(from, source, to, destination, head);
     // The kernel reads the pixel behind its last group, so one is always left to the loop.
     const int groups = std::max(pixels - head - 1, 0) / 4;
-    RegroupPairsArgs args{groups, OrderOf(source_.descriptor), OrderOf(destination_.descriptor),
-                          from + std::ptrdiff_t{2} * (source + head),
-                          to + std::ptrdiff_t{2} * (destination + head)};
+    RegroupPairsArgs args{groups, OrderOf(source_.descriptor.GetLayout()),
+                          OrderOf(destination_.descriptor.GetLayout()), from + PixelOffset(source + head),
+                          to + PixelOffset(destination + head)};
     Kernels::RegroupPairs(args);
     const int done = head + 4 * groups;
     CopyPixels(from, source + done, to, destination + done, pixels - done);

@@ -2,7 +2,7 @@
 
 #include "algorithms/copy/bitmap_component.h"
 #include "algorithms/copy/copy.h"
-#include "algorithms/copy/packed_components.h"
+#include "algorithms/packed422/samples.h"
 
 namespace kv_img::copy {
 
@@ -21,9 +21,10 @@ class RowConverter<Kernels, Image<PixelDIB24>, Image<PixelYUV422>> {
   /// Pixels are read from the blue byte onward as blue, green, red. The last width mod 8 pixels stay as they
   /// were; with an unknown layout code all of them do.
   void Convert(int sourceRow, int destinationRow) const {
-    if (!IsKnownOrder(destination_.descriptor)) return;
-    RgbToYuvArgs args{source_.width / 8, OrderOf(destination_.descriptor),
-                      source_.rows[sourceRow] + firstBlue_, destination_.rows[destinationRow]};
+    const std::int32_t layout = destination_.descriptor.GetLayout();
+    if (!IsKnownOrder(layout)) return;
+    RgbToYuvArgs args{source_.width / 8, OrderOf(layout), source_.rows[sourceRow] + firstBlue_,
+                      destination_.rows[destinationRow]};
     Kernels::Dib24ToYuv422(args);
   }
 

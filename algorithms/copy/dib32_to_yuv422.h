@@ -3,8 +3,8 @@
 #include "algorithms/copy/bitmap_component.h"
 #include "algorithms/copy/copy.h"
 #include "algorithms/copy/float_conversion.h"
-#include "algorithms/copy/packed_components.h"
 #include "algorithms/copy/stored_row.h"
+#include "algorithms/packed422/samples.h"
 
 namespace kv_img::copy {
 
@@ -29,21 +29,18 @@ class Dib32Rows {
   /// The remainder restarts at the row start: its first pixels are written again, now in floating point, and
   /// the last width mod 4 pixels stay as they were. The second pixel of a pair stores its chroma, so an
   /// incomplete pair gets none.
-  void ConvertRemainder(int row, PackedComponents<std::uint8_t> to) const {
+  void ConvertRemainder(int row, std::uint8_t* to, PackedSamples samples) const {
     const std::uint8_t* from = source_.rows[row];
     Yuv first{};
     for (int x = 0; x < Remainder(); ++x) {
       const Yuv yuv = FloatRgbToYuv(from[red_], from[green_], from[blue_]);
-      *to.luma = yuv.luma;
+      to[samples.Luma(x)] = yuv.luma;
       if (x % 2 == 0) {
         first = yuv;
       } else {
-        *to.cb = static_cast<std::uint8_t>((first.cb + yuv.cb) >> 1);
-        *to.cr = static_cast<std::uint8_t>((first.cr + yuv.cr) >> 1);
-        to.cb += 4;
-        to.cr += 4;
+        to[samples.Cb(x)] = static_cast<std::uint8_t>((first.cb + yuv.cb) >> 1);
+        to[samples.Cr(x)] = static_cast<std::uint8_t>((first.cr + yuv.cr) >> 1);
       }
-      to.luma += 2;
       from += 4;
     }
   }
@@ -67,13 +64,13 @@ class RowConverter<Kernels, Image<PixelDIB32>, Image<PixelYUV422>> {
 
   /// With an unknown layout code the remainder alone is converted, as luma-first.
   void Convert(int sourceRow, int destinationRow) const {
-    const PixelDescriptorYUV& descriptor = destination_.descriptor;
+    const std::int32_t layout = destination_.descriptor.GetLayout();
     std::uint8_t* to = destination_.rows[destinationRow];
-    if (IsKnownOrder(descriptor)) {
-      RgbToYuvArgs args{source_.Groups(), OrderOf(descriptor), source_.FirstBlue(sourceRow), to};
+    if (IsKnownOrder(layout)) {
+      RgbToYuvArgs args{source_.Groups(), OrderOf(layout), source_.FirstBlue(sourceRow), to};
       Kernels::Dib32ToYuv422(args);
     }
-    source_.ConvertRemainder(sourceRow, PackedComponentsOf<PixelYUV422>(to, descriptor));
+    source_.ConvertRemainder(sourceRow, to, PackedSamples(destination_.descriptor));
   }
 
  private:
@@ -95,11 +92,12 @@ class RowConverter<Kernels, Image<PixelDIB32>, Image<PixelYUVA422>> {
     const PixelDescriptorYUV& descriptor = destination_.descriptor;
     std::uint8_t* to = StoredRow(destination_, descriptor.GetComponent(0), destinationRow);
     std::uint8_t* alpha = StoredRow(destination_, PixelComponent::Alpha, destinationRow);
-    if (IsKnownOrder(descriptor)) {
-      RgbToYuvaArgs args{{source_.Groups(), OrderOf(descriptor), source_.FirstBlue(sourceRow), to}, alpha};
+    const std::int32_t layout = descriptor.GetLayout();
+    if (IsKnownOrder(layout)) {
+      RgbToYuvaArgs args{{source_.Groups(), OrderOf(layout), source_.FirstBlue(sourceRow), to}, alpha};
       Kernels::Dib32ToYuva422(args);
     }
-    source_.ConvertRemainder(sourceRow, PackedComponentsOf<PixelYUVA422>(to, descriptor));
+    source_.ConvertRemainder(sourceRow, to, PackedSamples(descriptor));
     const std::uint8_t* fromAlpha = source_.FirstAlpha(sourceRow);
     for (int x = 0; x < source_.Remainder(); ++x) alpha[x] = fromAlpha[4 * x];
   }

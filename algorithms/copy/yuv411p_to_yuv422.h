@@ -1,8 +1,8 @@
 #pragma once
 
 #include "algorithms/copy/copy.h"
-#include "algorithms/copy/packed_components.h"
 #include "algorithms/copy/stored_row.h"
+#include "algorithms/packed422/samples.h"
 
 namespace kv_img::copy {
 
@@ -22,12 +22,12 @@ class RowConverter<Kernels, Image<PixelYUV411P>, Image<PixelYUV422>> {
     const std::uint8_t* cb = StoredRow(source_, PixelComponent::Cb, sourceRow);
     const std::uint8_t* cr = StoredRow(source_, PixelComponent::Cr, sourceRow);
     std::uint8_t* row = destination_.rows[destinationRow];
-    PackedComponents<std::uint8_t> to = PackedComponentsOf<PixelYUV422>(row, destination_.descriptor);
-    if (!IsKnownOrder(destination_.descriptor)) {
+    const std::int32_t layout = destination_.descriptor.GetLayout();
+    if (!IsKnownOrder(layout)) {
       throw AlgoMMXException(4, L"Copy YUV411P -> YUV422: color model", L"");
     }
     const int groups = source_.width / 8;
-    if (OrderOf(destination_.descriptor) == PackedOrder::LumaFirst) {
+    if (OrderOf(layout) == PackedOrder::LumaFirst) {
       InterleaveArgs args{groups, luma, cb, cr, row};
       Kernels::InterleaveLumaFirst(args);
     }
@@ -35,17 +35,7 @@ class RowConverter<Kernels, Image<PixelYUV411P>, Image<PixelYUV422>> {
     // The remainder restarts at the row start, four pixels a pass, so the last width mod 8 pixels stay as
     // they were.
     const int remainder = source_.width - 8 * groups;
-    for (int pass = 0; pass < (remainder + 3) / 4; ++pass) {
-      for (int x = 0; x < 4; ++x) to.luma[2 * x] = luma[x];
-      for (int pair = 0; pair < 2; ++pair) {
-        to.cb[4 * pair] = cb[pair];
-        to.cr[4 * pair] = cr[pair];
-      }
-      luma += 4;
-      cb += 2;
-      cr += 2;
-      to = {to.luma + 8, to.cb + 8, to.cr + 8};
-    }
+    InterleaveSamples(luma, cb, cr, (remainder + 3) / 4 * 4, row, PackedSamples(destination_.descriptor));
   }
 
  private:

@@ -4,7 +4,7 @@
 #include "algorithms/copy/copy.h"
 #include "algorithms/copy/float_conversion.h"
 #include "algorithms/copy/kernels/dib_word.h"
-#include "algorithms/copy/packed_components.h"
+#include "algorithms/packed422/samples.h"
 
 namespace kv_img::copy {
 
@@ -34,7 +34,8 @@ class DibWordConverter {
   DibWordConverter(const Source& source, Destination& destination)
       : source_(source),
         destination_(destination),
-        order_(OrderOf(source.descriptor)),
+        samples_(source.descriptor),
+        order_(OrderOf(source.descriptor.GetLayout())),
         firstPixel_(OffsetOf<PixelOut>(BitmapComponent::Blue, destination.descriptor)) {}
 
   void Convert(int sourceRow, int destinationRow) const {
@@ -46,18 +47,12 @@ class DibWordConverter {
 
     // The remainder restarts at the row start: its first pixels are written again, now in floating point, and
     // the last width mod 4 pixels stay as they were.
-    PackedComponents<const std::uint8_t> yuv = PackedComponentsOf<PixelYUV422>(from, source_.descriptor);
     const int remainder = source_.width - 4 * groups;
     for (int x = 0; x < remainder; ++x) {
-      const Rgb rgb = FloatYuvToRgb(*yuv.luma, *yuv.cb, *yuv.cr);
+      const Rgb rgb = FloatYuvToRgb(from[samples_.Luma(x)], from[samples_.Cb(x)], from[samples_.Cr(x)]);
       const std::uint16_t word = Format::Pack(rgb.red, rgb.green, rgb.blue);
       to[2 * x] = static_cast<std::uint8_t>(word);
       to[2 * x + 1] = static_cast<std::uint8_t>(word >> 8);
-      yuv.luma += 2;
-      if (x % 2 != 0) {
-        yuv.cb += 4;
-        yuv.cr += 4;
-      }
     }
   }
 
@@ -66,6 +61,7 @@ class DibWordConverter {
 
   const Source& source_;
   Destination& destination_;
+  PackedSamples samples_;
   PackedOrder order_;
   std::ptrdiff_t firstPixel_;
 };

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "algorithms/copy/copy.h"
-#include "algorithms/copy/packed_components.h"
+#include "algorithms/packed422/samples.h"
 
 namespace kv_img::copy {
 
@@ -13,7 +13,7 @@ class RowConverter<Kernels, Image<PixelYUV422>, Image<PixelDIB24>> {
   using Destination = Image<PixelDIB24>::Buffer;
 
   RowConverter(const Source& source, Destination& destination)
-      : source_(source), destination_(destination), order_(OrderOf(source.descriptor)) {}
+      : source_(source), destination_(destination), order_(OrderOf(source.descriptor.GetLayout())) {}
 
   /// The last width mod 8 pixels stay as they were.
   void Convert(int sourceRow, int destinationRow) const {

@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "algorithms/packed422/runs.h"
 #include "algorithms/parity/kernels/kernel_sets.h"
-#include "algorithms/pixels/packed_samples.h"
 #include "frame/interfaces/parity_change.h"
 #include "frame/member_name.h"
 #include "image/image_rect.h"
@@ -107,12 +107,9 @@ class ParityChange : public ParityChangeAlgorithmInterface<ImageIn, ImageOut> {
   }
 
   static void CheckLayouts(const ImageIn& source, const ImageOut& destination) {
-    const auto isKnown = [](std::int32_t layout) {
-      return layout == PixelLayout::chromaFirst || layout == PixelLayout::lumaFirst;
-    };
     const std::int32_t from = source.GetPixelLayout();
     const std::int32_t to = destination.GetPixelLayout();
-    if (from != to && !(isKnown(from) && isKnown(to))) {
+    if (from != to && !(IsKnownOrder(from) && IsKnownOrder(to))) {
       Refuse<Kernels>(5, L"ParityChange",
                       L"<ImageYUV422, ImageYUV422>: color model conversion not supported");
     }
@@ -141,7 +138,7 @@ class ParityChange : public ParityChangeAlgorithmInterface<ImageIn, ImageOut> {
           });
     };
     SplitRun(left, right, averageSamples, [&](int begin, int end) {
-      const std::ptrdiff_t start = 2 * std::ptrdiff_t{begin};
+      const std::ptrdiff_t start = PixelOffset(begin);
       const int groups = (end - begin) / 4;
       parity::AverageLinesArgs args{groups, upper + start, lower + start, to + start};
       kernel(args);

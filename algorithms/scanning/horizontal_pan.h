@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "algorithms/pixels/packed_samples.h"
+#include "algorithms/packed422/samples.h"
 #include "algorithms/scanning/kernels/pan_row.h"
 #include "algorithms/scanning/viewport.h"
 #include "frame/member_name.h"
@@ -80,11 +80,11 @@ class HorizontalPan {
     // Counted from the region's own first column, also when an odd first pixel has been taken.
     const int groups = (right_ - left_ - 2) / 4;
     if (groups > 0) {
-      const std::ptrdiff_t start = 2 * std::ptrdiff_t{x + toSource_};
+      const std::ptrdiff_t start = PixelOffset(x + toSource_);
       PanRowArgs args{groups,
                       upper + start,
                       lower + start,
-                      out + 2 * std::ptrdiff_t{x},
+                      out + PixelOffset(x),
                       static_cast<std::uint16_t>((0x800000U - rightWeight_) >> 8),
                       static_cast<std::uint16_t>(rightWeight_ >> 8)};
       kernel_(args);
@@ -105,28 +105,23 @@ class HorizontalPan {
 
  private:
   using Kernel = void (*)(PanRowArgs&) noexcept;
-  static constexpr std::ptrdiff_t nextPixel = 2;
-  static constexpr std::ptrdiff_t nextPair = 4;
 
   /// Source and destination columns are of unlike parity: the chroma of a source pixel is of the other kind.
   bool IsShifted() const { return toSource_ % 2 != 0; }
 
   /// Null for layouts that have none.
   Kernel KernelFor(std::int32_t source, std::int32_t destination) const {
-    if (source != destination) return nullptr;
-    if (source == PixelLayout::chromaFirst) {
+    if (source != destination || !IsKnownOrder(source)) return nullptr;
+    if (OrderOf(source) == PackedOrder::ChromaFirst) {
       return IsShifted() ? Kernel(Kernels::PanChromaFirstShifted) : Kernel(Kernels::PanChromaFirst);
     }
-    if (source == PixelLayout::lumaFirst) {
-      return IsShifted() ? Kernel(Kernels::PanLumaFirstShifted) : Kernel(Kernels::PanLumaFirst);
-    }
-    return nullptr;
+    return IsShifted() ? Kernel(Kernels::PanLumaFirstShifted) : Kernel(Kernels::PanLumaFirst);
   }
 
   void FillFirstPixel(const std::uint8_t* upper, const std::uint8_t* lower, std::uint8_t* out, int x) const {
-    const std::ptrdiff_t luma = from_.Luma(x + toSource_);
-    out[to_.Luma(x)] = BlendFirstLuma(upper[luma] + lower[luma],
-                                      upper[luma + nextPixel] + lower[luma + nextPixel], fraction_);
+    const std::ptrdiff_t left = from_.Luma(x + toSource_);
+    const std::ptrdiff_t right = from_.Luma(x + toSource_ + 1);
+    out[to_.Luma(x)] = BlendFirstLuma(upper[left] + lower[left], upper[right] + lower[right], fraction_);
     if (IsShifted()) {
       AverageChroma(upper, lower, out, x, AverageUp);
     } else {
@@ -135,11 +130,11 @@ class HorizontalPan {
   }
 
   void FillLuma(const std::uint8_t* upper, const std::uint8_t* lower, std::uint8_t* out, int x) const {
-    const std::ptrdiff_t at = from_.Luma(x + toSource_);
-    const auto sum = [&](std::ptrdiff_t luma) {
+    const auto sum = [&](int column) {
+      const std::ptrdiff_t luma = from_.Luma(column);
       return static_cast<std::uint32_t>(upper[luma] + lower[luma]);
     };
-    out[to_.Luma(x)] = BlendLuma(sum(at), sum(at + nextPixel), rightWeight_);
+    out[to_.Luma(x)] = BlendLuma(sum(x + toSource_), sum(x + toSource_ + 1), rightWeight_);
   }
 
   void FillChroma(const std::uint8_t* upper, const std::uint8_t* lower, std::uint8_t* out, int x) const {
@@ -153,11 +148,12 @@ class HorizontalPan {
   /// The chroma of the source pair that holds the column of pixel x, and of the pair right of it.
   void InterpolateChroma(const std::uint8_t* upper, const std::uint8_t* lower, std::uint8_t* out, int x,
                          float fraction) const {
-    const auto interpolate = [&](std::ptrdiff_t at) {
-      return BlendChroma({upper[at], upper[at + nextPair], lower[at], lower[at + nextPair]}, fraction);
+    const auto interpolate = [&](std::ptrdiff_t left, std::ptrdiff_t right) {
+      return BlendChroma({upper[left], upper[right], lower[left], lower[right]}, fraction);
     };
-    out[to_.Cb(x)] = interpolate(from_.Cb(x + toSource_));
-    out[to_.Cr(x)] = interpolate(from_.Cr(x + toSource_));
+    const int source = x + toSource_;
+    out[to_.Cb(x)] = interpolate(from_.Cb(source), from_.Cb(source + 2));
+    out[to_.Cr(x)] = interpolate(from_.Cr(source), from_.Cr(source + 2));
   }
 
   template <class Average>

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "algorithms/pixels/packed_samples.h"
+#include "algorithms/packed422/runs.h"
 #include "algorithms/scanning/horizontal_pan.h"
 #include "algorithms/scanning/kernels/kernel_sets.h"
 #include "algorithms/scanning/vertical_pan.h"

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "algorithms/pixels/packed_samples.h"
+#include "algorithms/packed422/runs.h"
 #include "algorithms/scanning/kernels/kernel_sets.h"
 #include "algorithms/scanning/viewport.h"
 
@@ -31,17 +31,14 @@ class VerticalPan {
       return;
     }
     SplitRun(left_, right_, fillSamples, [&](int begin, int end) {
-      const std::ptrdiff_t from = 2 * std::ptrdiff_t{begin + toSource_};
-      BlendRowsArgs args{(end - begin) / 4, upper + from, lower + from, out + 2 * std::ptrdiff_t{begin},
-                         fraction_};
+      const std::ptrdiff_t from = PixelOffset(begin + toSource_);
+      BlendRowsArgs args{(end - begin) / 4, upper + from, lower + from, out + PixelOffset(begin), fraction_};
       FillGroups(args);
       fillSamples(begin + (end - begin) / 4 * 4, end - 1);
     });
   }
 
  private:
-  static constexpr std::ptrdiff_t nextPair = 4;
-
   bool AreColumnsAlike() const { return toSource_ % 2 == 0; }
 
   /// Columns `first` to `last`, sample by sample.
@@ -52,19 +49,19 @@ class VerticalPan {
     };
     // Between unlike columns chroma lies between two pairs of the source: the one that holds the column, and
     // always the one right of it.
-    const auto blendChroma = [&](std::ptrdiff_t to, std::ptrdiff_t from) {
+    const auto blendChroma = [&](std::ptrdiff_t to, std::ptrdiff_t from, std::ptrdiff_t next) {
       if (AreColumnsAlike()) {
         blend(to, from);
       } else {
-        out[to] =
-            BlendRows(upper[from], upper[from + nextPair], lower[from], lower[from + nextPair], fraction_);
+        out[to] = BlendRows(upper[from], upper[next], lower[from], lower[next], fraction_);
       }
     };
     ForEachSample(
         first, last, [&](int x) { blend(to_.Luma(x), from_.Luma(x + toSource_)); },
         [&](int x) {
-          blendChroma(to_.Cb(x), from_.Cb(x + toSource_));
-          blendChroma(to_.Cr(x), from_.Cr(x + toSource_));
+          const int source = x + toSource_;
+          blendChroma(to_.Cb(x), from_.Cb(source), from_.Cb(source + 2));
+          blendChroma(to_.Cr(x), from_.Cr(source), from_.Cr(source + 2));
         });
   }
 

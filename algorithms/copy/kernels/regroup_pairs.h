@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "algorithms/copy/kernels/packed_order.h"
+#include "algorithms/packed422/order.h"
 #include "algorithms/simd/wide_level.h"
 
 namespace kv_img::copy {

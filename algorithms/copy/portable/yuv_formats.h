@@ -4,9 +4,9 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "algorithms/copy/packed_components.h"
 #include "algorithms/copy/portable/blocks.h"
 #include "algorithms/copy/stored_row.h"
+#include "algorithms/packed422/samples.h"
 #include "image/image.h"
 
 namespace kv_img::copy::portable {
@@ -25,24 +25,16 @@ struct Format;
 template <class PixelClass>
 using BufferOf = typename Image<PixelClass>::Buffer;
 
-inline void ReadPacked422(const std::uint8_t* pixelPair, const PixelDescriptorYUV& descriptor, int pixels,
-                          YuvBlock& block) {
-  const auto from = PackedComponentsOf<PixelYUV422>(pixelPair, descriptor);
-  for (int i = 0; i < pixels; ++i) block.luma[i] = from.luma[2 * i];
+inline void ReadPacked422(const std::uint8_t* from, PackedSamples samples, int pixels, YuvBlock& block) {
+  for (int i = 0; i < pixels; ++i) block.luma[i] = from[samples.Luma(i)];
   for (int pair = 0; pair < PairsOf(pixels); ++pair) {
-    block.cb[pair] = from.cb[4 * pair];
-    block.cr[pair] = from.cr[4 * pair];
+    block.cb[pair] = from[samples.Cb(2 * pair)];
+    block.cr[pair] = from[samples.Cr(2 * pair)];
   }
 }
 
-inline void WritePacked422(std::uint8_t* pixelPair, const PixelDescriptorYUV& descriptor, int pixels,
-                           const YuvBlock& block) {
-  const auto to = PackedComponentsOf<PixelYUV422>(pixelPair, descriptor);
-  for (int i = 0; i < pixels; ++i) to.luma[2 * i] = block.luma[i];
-  for (int pair = 0; pair < PairsOf(pixels); ++pair) {
-    to.cb[4 * pair] = block.cb[pair];
-    to.cr[4 * pair] = block.cr[pair];
-  }
+inline void WritePacked422(std::uint8_t* to, PackedSamples samples, int pixels, const YuvBlock& block) {
+  InterleaveSamples(block.luma, block.cb, block.cr, pixels, to, samples);
 }
 
 template <>
@@ -52,11 +44,11 @@ struct Format<PixelYUV422> {
   static constexpr bool hasChroma = true;
 
   static void Read(const Buffer& buffer, int row, int x, int pixels, Block& block) {
-    ReadPacked422(buffer.rows[row] + std::ptrdiff_t{2} * x, buffer.descriptor, pixels, block);
+    ReadPacked422(buffer.rows[row] + PixelOffset(x), PackedSamples(buffer.descriptor), pixels, block);
     std::fill_n(block.alpha, pixels, opaque);
   }
   static void Write(const Buffer& buffer, int row, int x, int pixels, const Block& block) {
-    WritePacked422(buffer.rows[row] + std::ptrdiff_t{2} * x, buffer.descriptor, pixels, block);
+    WritePacked422(buffer.rows[row] + PixelOffset(x), PackedSamples(buffer.descriptor), pixels, block);
   }
 };
 
@@ -67,11 +59,11 @@ struct Format<PixelYUVA422> {
   static constexpr bool hasChroma = true;
 
   static void Read(const Buffer& buffer, int row, int x, int pixels, Block& block) {
-    ReadPacked422(ColourRow(buffer, row) + std::ptrdiff_t{2} * x, buffer.descriptor, pixels, block);
+    ReadPacked422(ColourRow(buffer, row) + PixelOffset(x), PackedSamples(buffer.descriptor), pixels, block);
     std::copy_n(StoredRow(buffer, PixelComponent::Alpha, row) + x, pixels, block.alpha);
   }
   static void Write(const Buffer& buffer, int row, int x, int pixels, const Block& block) {
-    WritePacked422(ColourRow(buffer, row) + std::ptrdiff_t{2} * x, buffer.descriptor, pixels, block);
+    WritePacked422(ColourRow(buffer, row) + PixelOffset(x), PackedSamples(buffer.descriptor), pixels, block);
     std::copy_n(block.alpha, pixels, StoredRow(buffer, PixelComponent::Alpha, row) + x);
   }
 

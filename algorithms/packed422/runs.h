@@ -4,34 +4,9 @@
 #include <cstdint>
 #include <cstring>
 
-#include "image/pixel_descriptor.h"
+#include "algorithms/packed422/samples.h"
 
 namespace kv_img {
-
-/// Where the samples of a packed 4:2:2 row lie, in bytes from its start. The pixels 2n and 2n + 1 are a pair:
-/// four bytes with a luma sample of each and one sample of either chroma kind.
-class PackedSamples {
- public:
-  explicit PackedSamples(const PixelDescriptorYUV& descriptor)
-      : luma_(descriptor.GetPosition(PixelComponent::Luma)),
-        cb_(descriptor.GetPosition(PixelComponent::Cb)),
-        cr_(descriptor.GetPosition(PixelComponent::Cr)) {}
-
-  /// Luma of pixel `column`.
-  std::ptrdiff_t Luma(int column) const { return 2 * std::ptrdiff_t{column} + luma_; }
-  /// Chroma of the pair that holds pixel `column`.
-  std::ptrdiff_t Cb(int column) const { return Pair(column) + cb_; }
-  std::ptrdiff_t Cr(int column) const { return Pair(column) + cr_; }
-
-  bool operator==(const PackedSamples&) const = default;
-
- private:
-  static std::ptrdiff_t Pair(int column) { return 2 * std::ptrdiff_t{column & ~1}; }
-
-  int luma_;
-  int cb_;
-  int cr_;
-};
 
 /// Calls `luma(column)` for every column of the run, and `chroma(column)` once for every pair that has a
 /// column in it, with the first such column: an odd first column and an even last one bring the chroma of
@@ -78,8 +53,8 @@ inline void CopyRun(const std::uint8_t* from, const PackedSamples& fromSamples, 
     return;
   }
   SplitRun(left, right, copySamples, [&](int begin, int end) {
-    const std::ptrdiff_t start = 2 * std::ptrdiff_t{begin};
-    std::memcpy(to + start, from + start, 2 * static_cast<std::size_t>(end - begin));
+    const std::ptrdiff_t start = PixelOffset(begin);
+    std::memcpy(to + start, from + start, static_cast<std::size_t>(PixelOffset(end) - start));
   });
 }
 

@@ -1,0 +1,20 @@
+#pragma once
+
+namespace kv_img {
+
+/// Byte order of packed 4:2:2. Every pixel has two bytes, its luma and a chroma sample of its pair.
+enum class PackedOrder {
+  LumaFirst,   ///< Y0 Cb Y1 Cr
+  ChromaFirst  ///< Cb Y0 Cr Y1
+};
+
+/// Which byte of a pixel holds the luma, 0 or 1.
+constexpr int LumaByte(PackedOrder order) {
+  return order == PackedOrder::LumaFirst ? 0 : 1;
+}
+/// Which one holds the chroma.
+constexpr int ChromaByte(PackedOrder order) {
+  return 1 - LumaByte(order);
+}
+
+}  // namespace kv_img
