@@ -8,33 +8,14 @@
 #include "frame/interfaces/feature_find.h"
 #include "host/annotate.h"
 #include "host/commands/command.h"
+#include "host/commands/feature_search.h"
 #include "host/errors.h"
 #include "host/formats/byte_sink.h"
 #include "host/formats/format_error.h"
 #include "host/frames.h"
-#include "host/raster_image.h"
 
 namespace kv_host {
 namespace {
-
-/// A score map of either search, as a table of positions.
-struct Surface {
-  double left = 0;
-  double top = 0;
-  double stepX = 1;
-  double stepY = 1;
-  std::size_t columns = 0;
-  std::vector<double> scores;
-
-  std::size_t Rows() const { return columns == 0 ? 0 : scores.size() / columns; }
-};
-
-struct Match {
-  double x = 0;
-  double y = 0;
-  double score = 0;
-  Surface surface;
-};
 
 struct FindOptions {
   std::string templateImage;
@@ -54,30 +35,14 @@ struct FindOptions {
   int Run() const;
 
  private:
-  struct Request {
-    std::vector<int> at;
-    std::vector<int> half;
-    std::vector<int> range;
-    std::vector<int> around;
-  };
-
-  Request Parse() const;
-  template <class PixelClass>
-  std::optional<Match> Search(const Raster& first, const Raster& second, const Request& request,
-                              const Engine& with) const;
-  template <class ImageType>
-  Match SearchWhole(const kv_img::FeatureFindAlgorithmInterface<ImageType>& operation, const ImageType& first,
-                    const ImageType& second, const Request& request) const;
-  template <class ImageType>
-  Match SearchFine(const kv_img::FeatureFindAlgorithmInterface<ImageType>& operation, const ImageType& first,
-                   const ImageType& second, const Request& request) const;
+  FeatureSearch Parse() const;
   void WriteMap(const Surface& surface, const Engine& with) const;
-  void WriteAnnotated(const Raster& first, const Raster& second, const Request& request, const Match& match,
-                      const Engine& with) const;
+  void WriteAnnotated(const Raster& first, const Raster& second, const FeatureSearch& request,
+                      const Match& match, const Engine& with) const;
 };
 
-FindOptions::Request FindOptions::Parse() const {
-  Request request;
+FeatureSearch FindOptions::Parse() const {
+  FeatureSearch request;
   request.at = ParseNumbers(at, ',', 2, "--at", "120,80 (x,y)");
   request.half = ParseNumbers(half, 'x', 2, "--half", "16x16");
   request.range = ParseNumbers(range, 'x', 2, "--range", "32x32");
@@ -91,85 +56,12 @@ FindOptions::Request FindOptions::Parse() const {
   if (!isIn(request.range, 0))
     throw UsageError("--range: " + range + " does not fit; ranges are 0 or more pixels");
   if (!isIn(request.around, -most)) throw UsageError("--around: " + around + " lies too far away");
+  if (subpixel && !(*subpixel > 0 && *subpixel <= 1)) {
+    throw UsageError("--subpixel: the step must be above 0 and at most 1 pixel");
+  }
+  request.subpixel = subpixel;
+  request.levels = levels;
   return request;
-}
-
-template <class ImageType>
-Match FindOptions::SearchWhole(const kv_img::FeatureFindAlgorithmInterface<ImageType>& operation,
-                               const ImageType& first, const ImageType& second,
-                               const Request& request) const {
-  kv_std::SpinBarrier barrier(1);
-  kv_img::MatchScoreMap scores;
-  int found[2] = {0, 0};
-  operation.LocateFeature(first, second, request.at.data(), request.around.data(), found, request.half[0],
-                          request.half[1], request.range[0], request.range[1], &scores, barrier, 0);
-  Match match{static_cast<double>(found[0]), static_cast<double>(found[1]), kv_img::unscored, {}};
-  const kv_img::ImageRect& rect = scores.Rect();
-  match.surface = {static_cast<double>(rect.GetLeft()),
-                   static_cast<double>(rect.GetTop()),
-                   1,
-                   1,
-                   rect.GetWidth(),
-                   {scores.Scores().begin(), scores.Scores().end()}};
-  if (!match.surface.scores.empty()) match.score = std::ranges::min(match.surface.scores);
-  return match;
-}
-
-template <class ImageType>
-Match FindOptions::SearchFine(const kv_img::FeatureFindAlgorithmInterface<ImageType>& operation,
-                              const ImageType& first, const ImageType& second, const Request& request) const {
-  kv_std::SpinBarrier barrier(1);
-  kv_img::SubPixelScoreMap scores;
-  const double from[2] = {static_cast<double>(request.at[0]), static_cast<double>(request.at[1])};
-  const double centre[2] = {static_cast<double>(request.around[0]), static_cast<double>(request.around[1])};
-  double found[2] = {0, 0};
-  operation.LocateFeatureSubPixel(first, second, from, centre, found, request.half[0], request.half[1],
-                                  request.range[0], request.range[1], *subpixel, *subpixel, levels, &scores,
-                                  barrier, 0);
-  Match match{found[0], found[1], kv_img::unscored, {}};
-  const kv_img::DoubleRect& rect = scores.Rect();
-  match.surface = {rect.GetLeft(),
-                   rect.GetTop(),
-                   scores.StepX(),
-                   scores.StepY(),
-                   static_cast<std::size_t>(scores.Columns()),
-                   {scores.Scores().begin(), scores.Scores().end()}};
-  if (match.surface.scores.empty() || std::ranges::min(match.surface.scores) == kv_img::unscored)
-    return match;
-
-  // The map holds the first level; the score of the refined position comes from a search of that position
-  // alone.
-  const double finest = std::ldexp(*subpixel, -std::max(levels - 1, 0));
-  const double offset[2] = {from[0] - std::max(request.at[0] - request.half[0], 0),
-                            from[1] - std::max(request.at[1] - request.half[1], 0)};
-  const double place[2] = {found[0] - offset[0] + request.half[0], found[1] - offset[1] + request.half[1]};
-  kv_img::SubPixelScoreMap one;
-  double again[2] = {0, 0};
-  operation.RefineFeature(first, second, from, place, again, request.half[0], request.half[1], 0, 0, finest,
-                          finest, 0, 1, &one, barrier, 0);
-  match.score =
-      one.Scores().empty() ? std::ranges::min(match.surface.scores) : std::ranges::min(one.Scores());
-  return match;
-}
-
-template <class PixelClass>
-std::optional<Match> FindOptions::Search(const Raster& first, const Raster& second, const Request& request,
-                                         const Engine& with) const {
-  using ImageType = kv_img::Image<PixelClass>;
-  const auto& operation = with.family.Require<kv_img::FeatureFindAlgorithmInterface<ImageType>>(
-      "FeatureFind", {PixelClass::ClassID});
-  // The pictures' own widths: a match must not lie in columns that are not there.
-  const Raster a = Convert(first, kindOf<PixelClass>, LayoutLumaFirst, with);
-  const Raster b = Convert(second, kindOf<PixelClass>, LayoutLumaFirst, with);
-  const auto from = ToImageOfWidth<PixelClass>(a.width, a);
-  const auto in = ToImageOfWidth<PixelClass>(b.width, b);
-  Match match;
-  with.Time("FeatureFind", [&] {
-    match =
-        subpixel ? SearchFine(operation, *from, *in, request) : SearchWhole(operation, *from, *in, request);
-  });
-  if (match.score == kv_img::unscored) return std::nullopt;
-  return match;
 }
 
 void FindOptions::WriteMap(const Surface& surface, const Engine& with) const {
@@ -209,7 +101,7 @@ void FindOptions::WriteMap(const Surface& surface, const Engine& with) const {
   writer.Commit();
 }
 
-void FindOptions::WriteAnnotated(const Raster& first, const Raster& second, const Request& request,
+void FindOptions::WriteAnnotated(const Raster& first, const Raster& second, const FeatureSearch& request,
                                  const Match& match, const Engine& with) const {
   Raster left = Convert(first, RasterKind::Dib24, 0, with);
   Raster right = Convert(second, RasterKind::Dib24, 0, with);
@@ -225,10 +117,7 @@ void FindOptions::WriteAnnotated(const Raster& first, const Raster& second, cons
 }
 
 int FindOptions::Run() const {
-  const Request request = Parse();
-  if (subpixel && !(*subpixel > 0 && *subpixel <= 1)) {
-    throw UsageError("--subpixel: the step must be above 0 and at most 1 pixel");
-  }
+  const FeatureSearch request = Parse();
   const OwnedEngine owned(engine);
   const Engine with = owned.Get();
   ReadOptions read = input.Get();
@@ -242,19 +131,7 @@ int FindOptions::Run() const {
     throw UsageError("--at: " + at + " lies outside " + templateImage + ", which is " +
                      std::to_string(first.width) + "x" + std::to_string(first.height));
   }
-  std::optional<Match> match;
-  switch (first.kind) {
-    case RasterKind::Dib32:
-      match = Search<kv_img::PixelDIB32>(first, second, request, with);
-      break;
-    case RasterKind::Dib15:
-    case RasterKind::Dib16:
-    case RasterKind::Dib24:
-      match = Search<kv_img::PixelDIB24>(first, second, request, with);
-      break;
-    default:
-      match = Search<kv_img::PixelYUV422>(first, second, request, with);
-  }
+  const std::optional<Match> match = Search(first, second, request, with);
   if (!match) {
     std::fprintf(stderr, "kv: no position within --range of --around lies inside %s\n", searchImage.c_str());
     return NothingFound;
