@@ -10,7 +10,7 @@
 #include "check/operation_case.h"
 #include "check/random_regions.h"
 #include "check/test_image.h"
-#include "errors/kv_exception.h"
+#include "image/errors/kv_exception.h"
 #include "frame/spin_barrier.h"
 
 // What the random calls of operation_case.h are made with.

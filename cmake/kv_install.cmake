@@ -21,9 +21,15 @@ install(TARGETS ${KV_MEMBERS} DESTINATION ${KV_INSTALL_MEMBERDIR} COMPONENT runt
 install(TARGETS kv RUNTIME COMPONENT tools)
 install(FILES assets/seeding-720x576.y4m assets/README.md DESTINATION ${CMAKE_INSTALL_DATADIR}/kv_algo COMPONENT tools)
 
-foreach(room errors geometry image frame)
+foreach(room geometry image frame)
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/${room} DESTINATION ${KV_INSTALL_INCLUDEDIR} COMPONENT dev
     FILES_MATCHING PATTERN "*.h" PATTERN half_plane.h EXCLUDE PATTERN degenerate.h EXCLUDE)
+endforeach()
+# Programs that include these from where they used to be still compile.
+foreach(header exceptions kv_exception message_text)
+  set(forward ${PROJECT_BINARY_DIR}/include/errors/${header}.h)
+  file(CONFIGURE OUTPUT ${forward} CONTENT "#pragma once\n\n#include \"image/errors/${header}.h\"\n")
+  install(FILES ${forward} DESTINATION ${KV_INSTALL_INCLUDEDIR}/errors COMPONENT dev)
 endforeach()
 install(FILES host/worker_pool.h host/runner.h host/opencv_view.h
   DESTINATION ${KV_INSTALL_INCLUDEDIR}/host COMPONENT dev)

@@ -4,7 +4,7 @@
 #include <memory>
 #include <utility>
 
-#include "errors/exceptions.h"
+#include "image/errors/exceptions.h"
 #include "image/library_address.h"
 
 namespace kv_img {

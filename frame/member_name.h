@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "errors/exceptions.h"
+#include "image/errors/exceptions.h"
 
 namespace kv_img {
 

@@ -3,8 +3,8 @@
 #include <atomic>
 #include <cstdint>
 
-#include "errors/exceptions.h"
 #include "frame/platform/platform.h"
+#include "image/errors/exceptions.h"
 
 namespace kv_std {
 

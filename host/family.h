@@ -6,9 +6,9 @@
 #include <string_view>
 #include <vector>
 
-#include "errors/exceptions.h"
 #include "frame/algorithm_manager.h"
 #include "host/runner.h"
+#include "image/errors/exceptions.h"
 
 namespace kv_host {
 

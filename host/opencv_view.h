@@ -2,7 +2,7 @@
 
 #include <opencv2/core/mat.hpp>
 
-#include "errors/exceptions.h"
+#include "image/errors/exceptions.h"
 #include "image/image.h"
 
 namespace kv_host {

@@ -8,12 +8,12 @@
 #include <string_view>
 #include <vector>
 
-#include "errors/kv_exception.h"
 #include "host/commands/command.h"
 #include "host/errors.h"
 #include "host/formats/format_error.h"
 #include "host/formats/unfinished_files.h"
 #include "host/platform/platform.h"
+#include "image/errors/kv_exception.h"
 
 namespace kv_host {
 namespace {

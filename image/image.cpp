@@ -3,7 +3,7 @@
 #include <string>
 #include <type_traits>
 
-#include "errors/exceptions.h"
+#include "image/errors/exceptions.h"
 
 namespace kv_img {
 namespace {

@@ -3,7 +3,7 @@
 #include <new>
 #include <string>
 
-#include "errors/exceptions.h"
+#include "image/errors/exceptions.h"
 #include "image/image.h"
 
 namespace kv_img {

@@ -3,7 +3,7 @@
 #include <string>
 #include <utility>
 
-#include "errors/exceptions.h"
+#include "image/errors/exceptions.h"
 #include "image/image_rect.h"
 #include "image/run_region.h"
 

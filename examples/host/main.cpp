@@ -4,9 +4,9 @@
 #include <cstdio>
 #include <fstream>
 
-#include "errors/kv_exception.h"
 #include "frame/interfaces/copy.h"
 #include "host/runner.h"
+#include "image/errors/kv_exception.h"
 #include "image/image.h"
 
 using namespace kv_img;

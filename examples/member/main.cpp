@@ -4,9 +4,9 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "errors/exceptions.h"
 #include "frame/interfaces/absolute_difference.h"
 #include "frame/row_band.h"
+#include "image/errors/exceptions.h"
 #include "image/image.h"
 #include "image/image_rect.h"
 #include "plugin/exports.h"

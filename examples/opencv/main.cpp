@@ -3,10 +3,10 @@
 #include <cstdio>
 #include <opencv2/core.hpp>
 
-#include "errors/kv_exception.h"
 #include "frame/interfaces/copy.h"
 #include "host/opencv_view.h"
 #include "host/runner.h"
+#include "image/errors/kv_exception.h"
 
 using namespace kv_img;
 using Frame = Image<PixelYUV422>;

@@ -5,9 +5,9 @@
 #include <cstdio>
 #include <thread>
 
-#include "errors/exceptions.h"
 #include "frame/interfaces/scanning.h"
 #include "host/runner.h"
+#include "image/errors/exceptions.h"
 #include "image/image.h"
 #include "image/image_rect.h"
 

@@ -5,9 +5,9 @@
 #include <optional>
 #include <string>
 
-#include "errors/exceptions.h"
-#include "errors/message_text.h"
 #include "fuzz/check_input.h"
+#include "image/errors/exceptions.h"
+#include "image/errors/message_text.h"
 
 namespace {
 

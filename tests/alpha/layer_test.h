@@ -4,7 +4,7 @@
 #include <thread>
 #include <vector>
 
-#include "errors/exceptions.h"
+#include "image/errors/exceptions.h"
 #include "tests/support/random.h"
 #include "tests/support/test_image.h"
 #include "tests/support/threads.h"

@@ -5,11 +5,11 @@
 #include <new>
 
 #include "check/operation_case.h"
-#include "errors/exceptions.h"
 #include "frame/algorithm_manager.h"
 #include "frame/score_maps.h"
 #include "frame/spin_barrier.h"
 #include "geometry/intersection.h"
+#include "image/errors/exceptions.h"
 #include "image/image_factory.h"
 #include "image/run_region.h"
 #include "tests/faults/failing_allocations.h"

@@ -5,7 +5,7 @@
 #include <atomic>
 #include <stdexcept>
 
-#include "errors/exceptions.h"
+#include "image/errors/exceptions.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <set>
 
-#include "errors/exceptions.h"
+#include "image/errors/exceptions.h"
 #include "image/image_factory.h"
 #include "image/row_range.h"
 #include "tests/support/expect_error.h"

@@ -3,8 +3,8 @@
 #include <limits>
 #include <memory>
 
-#include "errors/exceptions.h"
 #include "image/double_rect.h"
+#include "image/errors/exceptions.h"
 #include "image/image_rect.h"
 #include "image/run_region.h"
 #include "tests/support/expect_error.h"

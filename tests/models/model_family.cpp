@@ -5,7 +5,6 @@
 #include <utility>
 #include <vector>
 
-#include "errors/exceptions.h"
 #include "frame/copy_pairs.h"
 #include "frame/interfaces/absolute_difference.h"
 #include "frame/interfaces/alpha_layer_color_based.h"
@@ -19,6 +18,7 @@
 #include "frame/interfaces/fill_poly.h"
 #include "frame/interfaces/parity_change.h"
 #include "frame/interfaces/scanning.h"
+#include "image/errors/exceptions.h"
 #include "image/run_region.h"
 #include "tests/models/absolute_difference_model.h"
 #include "tests/models/alpha_layer_model.h"

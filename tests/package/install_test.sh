@@ -51,6 +51,13 @@ done
 LD_LIBRARY_PATH=$libraries run_examples "$work/pkg"
 cmp "$work/cmake/picture.ppm" "$work/pkg/picture.ppm"
 
+echo "== includes by former names"
+for header in exceptions kv_exception message_text; do echo "#include \"errors/$header.h\""; done >"$work/former.cpp"
+echo 'int main() { return kv_std::SpinBarrierException(12603).Code() == 12603 ? 0 : 1; }' >>"$work/former.cpp"
+# shellcheck disable=SC2046
+"$compiler" -std=c++20 "$work/former.cpp" -o "$work/former" $(pkg-config --cflags --libs kv_Image)
+LD_LIBRARY_PATH=$libraries "$work/former"
+
 echo "== the host's own folder comes first"
 cp "$libraries/kv_algo/kv_algoC.so" "$libraries/libkv_Math.so.0" "$work/cmake/"
 loaded=$(LD_DEBUG=files "$work/cmake/host" "$work/cmake/again.ppm" 2>&1 | grep 'calling init.*kv_algo' || true)

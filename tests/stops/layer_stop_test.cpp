@@ -4,10 +4,10 @@
 
 #include <atomic>
 
-#include "errors/exceptions.h"
 #include "frame/interfaces/alpha_layer_color_based.h"
 #include "frame/interfaces/alpha_layer_prob_mask.h"
 #include "host/worker_pool.h"
+#include "image/errors/exceptions.h"
 #include "image/run_region.h"
 #include "tests/stops/load.h"
 #include "tests/support/member.h"

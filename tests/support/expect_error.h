@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string>
 
-#include "errors/exceptions.h"
+#include "image/errors/exceptions.h"
 
 namespace kv_test {
 

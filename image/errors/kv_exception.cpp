@@ -1,6 +1,6 @@
-#include "errors/kv_exception.h"
+#include "image/errors/kv_exception.h"
 
-#include "errors/message_text.h"
+#include "image/errors/message_text.h"
 
 namespace kv_std {
 

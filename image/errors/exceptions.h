@@ -1,11 +1,11 @@
 #pragma once
 
-#include "errors/kv_exception.h"
+#include "image/errors/kv_exception.h"
 
 namespace kv_std {
 
 /// Ends a call at the barrier. 12603: an exit was requested; 12607: a thread met an error.
-class KV_ERRORS_API SpinBarrierException : public KVException {
+class KV_IMAGE_API SpinBarrierException : public KVException {
  public:
   explicit SpinBarrierException(std::uint32_t code, const wchar_t* arg1 = nullptr,
                                 const wchar_t* arg2 = nullptr, const wchar_t* arg3 = nullptr);
@@ -19,7 +19,7 @@ class KV_ERRORS_API SpinBarrierException : public KVException {
 namespace kv_img {
 
 /// Thrown by the algorithm manager: 1, no member implements the algorithm.
-class KV_ERRORS_API AlgoException : public kv_std::KVException {
+class KV_IMAGE_API AlgoException : public kv_std::KVException {
  public:
   explicit AlgoException(std::uint32_t code, const wchar_t* arg1 = nullptr, const wchar_t* arg2 = nullptr,
                          const wchar_t* arg3 = nullptr);
@@ -29,7 +29,7 @@ class KV_ERRORS_API AlgoException : public kv_std::KVException {
 };
 
 /// Thrown by regions of support: 4, a row's length does not suit the method.
-class KV_ERRORS_API AlgoMotionException : public kv_std::KVException {
+class KV_IMAGE_API AlgoMotionException : public kv_std::KVException {
  public:
   explicit AlgoMotionException(std::uint32_t code, const wchar_t* arg1 = nullptr,
                                const wchar_t* arg2 = nullptr, const wchar_t* arg3 = nullptr);
@@ -40,7 +40,7 @@ class KV_ERRORS_API AlgoMotionException : public kv_std::KVException {
 
 /// Thrown by the algorithms of every member. Codes: 1 image sizes, 2 region sizes, 3 out of memory,
 /// 4 not implemented, 5 model not implemented, 6 colour model not supported.
-class KV_ERRORS_API AlgoMMXException : public kv_std::KVException {
+class KV_IMAGE_API AlgoMMXException : public kv_std::KVException {
  public:
   explicit AlgoMMXException(std::uint32_t code, const wchar_t* arg1 = nullptr, const wchar_t* arg2 = nullptr);
   AlgoMMXException(const AlgoMMXException&) = default;

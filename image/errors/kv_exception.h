@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "errors/export.h"
+#include "image/export.h"
 
 namespace kv_std {
 
@@ -11,7 +11,7 @@ namespace kv_std {
 ///
 /// Thrown by value, caught by reference to KVException or to a derived class. Copying takes the code and a
 /// copy of the text.
-class KV_ERRORS_API KVException {
+class KV_IMAGE_API KVException {
  public:
   /// `text` is a template: %1 and %2 are replaced by `arg1` and `arg2` (see FormatMessageText).
   /// A null template counts as the empty one, a null argument as missing.

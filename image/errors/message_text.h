@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "errors/export.h"
+#include "image/export.h"
 
 namespace kv_std {
 
@@ -25,10 +25,10 @@ using MessageArguments = std::array<const wchar_t*, 4>;
 ///   length stay below 299; otherwise they give nothing: an argument is never cut. `%0` and `%5` to `%9` give
 ///   nothing.
 /// - `%` before anything else stays as it is.
-KV_ERRORS_API std::wstring FormatMessageText(const wchar_t* text, const MessageArguments& arguments);
+KV_IMAGE_API std::wstring FormatMessageText(const wchar_t* text, const MessageArguments& arguments);
 
 /// The text of `code`: that of the first entry with this code; the end marker's empty text when there is
 /// none; "Empty message for exception code" where an entry has a null text.
-KV_ERRORS_API const wchar_t* FindText(const CatalogueEntry* catalogue, std::uint32_t code) noexcept;
+KV_IMAGE_API const wchar_t* FindText(const CatalogueEntry* catalogue, std::uint32_t code) noexcept;
 
 }  // namespace kv_std

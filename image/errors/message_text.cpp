@@ -1,4 +1,4 @@
-#include "errors/message_text.h"
+#include "image/errors/message_text.h"
 
 #include <cwchar>
 

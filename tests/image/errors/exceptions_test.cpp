@@ -1,11 +1,11 @@
-#include "errors/exceptions.h"
+#include "image/errors/exceptions.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 #include <type_traits>
 
-#include "errors/message_text.h"
+#include "image/errors/message_text.h"
 
 namespace {
 

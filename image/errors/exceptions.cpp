@@ -1,6 +1,6 @@
-#include "errors/exceptions.h"
+#include "image/errors/exceptions.h"
 
-#include "errors/message_text.h"
+#include "image/errors/message_text.h"
 
 namespace {
 
