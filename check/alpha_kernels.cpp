@@ -9,9 +9,8 @@ namespace {
 
 constexpr auto ChromaDistanceOf = [](std::string set, auto kernel) -> Variant {
   return {std::move(set), [kernel](Call& call) {
-            const auto shiftOf = [&call](int bit) { return (call.seed >> bit & 1U) != 0 ? 8 : 0; };
-            ChromaDistanceArgs args{call.groups,     call.inputs[0], call.inputs[1],
-                                    call.outputs[0], shiftOf(0),     shiftOf(1)};
+            ChromaDistanceArgs args{call.groups, call.inputs[0], call.inputs[1], call.outputs[0],
+                                    OrderFromBit(call.seed & 1)};
             kernel(args);
             call.inputs[0] = args.first;
             call.inputs[1] = args.second;

@@ -10,7 +10,7 @@ namespace {
 constexpr auto LumaDifferenceVariant = [](std::string set, auto kernel) -> Variant {
   return {std::move(set), [kernel](Call& call) {
             LumaDifferenceArgs args{call.groups, call.inputs[0], call.inputs[1], call.outputs[0],
-                                    static_cast<std::int32_t>(call.seed % 2)};
+                                    OrderFromBit(call.seed & 1)};
             kernel(args);
             call.inputs[0] = args.first;
             call.inputs[1] = args.second;
@@ -31,7 +31,7 @@ constexpr auto HalvedSumVariant = [](std::string set, auto kernel) -> Variant {
 constexpr auto BlendBoostVariant = [](std::string set, auto kernel) -> Variant {
   return {std::move(set), [kernel](Call& call) {
             BlendBoostArgs args{call.groups,    call.inputs[0],  call.inputs[1],
-                                call.inputs[2], call.outputs[0], static_cast<std::int32_t>(call.seed % 2)};
+                                call.inputs[2], call.outputs[0], OrderFromBit(call.seed & 1)};
             kernel(args);
             call.inputs[0] = args.b;
             call.inputs[1] = args.a;

@@ -21,11 +21,6 @@ constexpr auto Interleave = [](std::string set, auto kernel) -> Variant {
           }};
 };
 
-kv_img::PackedOrder OrderFromBit(std::uint64_t bit) {
-  using kv_img::PackedOrder;
-  return bit != 0 ? PackedOrder::LumaFirst : PackedOrder::ChromaFirst;
-}
-
 /// Both byte orders on either side.
 constexpr auto RegroupPairs = [](std::string set, auto kernel) -> Variant {
   return {std::move(set), [kernel](Call& call) {

@@ -12,8 +12,7 @@ namespace {
 
 constexpr auto LumaVariant = [](std::string set, auto kernel) -> Variant {
   return {std::move(set), [kernel](Call& call) {
-            const std::int32_t shift = call.seed % 2 == 0 ? 0 : 8;
-            LumaBytesArgs args{call.groups, call.inputs[0], call.outputs[0], shift};
+            LumaBytesArgs args{call.groups, call.inputs[0], call.outputs[0], OrderFromBit(call.seed & 1)};
             kernel(args);
             call.inputs[0] = args.source;
             call.outputs[0] = args.destination;

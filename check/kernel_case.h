@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "algorithms/packed422/order.h"
 #include "algorithms/simd/wide_level.h"
 
 namespace kv_check {
@@ -80,6 +81,11 @@ void AddLevels(std::vector<Variant>& variants, Kernel kernel, Make variant) {
   add.template operator()<WideLevel::Avx2>();
   add.template operator()<WideLevel::Avx512>();
   add.template operator()<WideLevel::Avx512Vbmi>();
+}
+
+/// Both byte orders.
+constexpr kv_img::PackedOrder OrderFromBit(std::uint64_t bit) {
+  return bit != 0 ? kv_img::PackedOrder::LumaFirst : kv_img::PackedOrder::ChromaFirst;
 }
 
 /// The variants of a kernel in all sets, the reference first.

@@ -6,6 +6,7 @@
 
 #include "algorithms/alpha/kernels/kernel_sets.h"
 #include "algorithms/alpha/smooth_mask.h"
+#include "algorithms/packed422/samples.h"
 #include "frame/interfaces/alpha_layer_color_based.h"
 #include "frame/member_name.h"
 #include "frame/row_band.h"
@@ -66,16 +67,13 @@ class AlphaLayerColorBased : public AlphaLayerColorBasedAlgorithmInterface<Image
     /// image pair then. A lone last pixel reads the sample two bytes on, up to 2 bytes behind the row.
     void operator()(int row, int firstColumn, int lastColumn) const {
       const int groups = (lastColumn - firstColumn + 1) / 4;
-      alpha::ChromaDistanceArgs args{groups,
-                                     first_.rows[row] + std::ptrdiff_t{2} * firstColumn,
-                                     second_.rows[row] + std::ptrdiff_t{2} * firstColumn,
-                                     mask_.rows[row] + firstColumn,
-                                     8 * ChromaPosition(first_),
-                                     8 * ChromaPosition(second_)};
+      alpha::ChromaDistanceArgs args{groups, first_.rows[row] + PixelOffset(firstColumn),
+                                     second_.rows[row] + PixelOffset(firstColumn),
+                                     mask_.rows[row] + firstColumn, OrderOf(first_.descriptor.GetLayout())};
       Kernels::ChromaDistance(args);
 
-      const std::uint8_t* a = args.first + ChromaPosition(first_);
-      const std::uint8_t* b = args.second + ChromaPosition(second_);
+      const std::uint8_t* a = args.first + ChromaByte(args.order);
+      const std::uint8_t* b = args.second + ChromaByte(args.order);
       for (int column = firstColumn + 4 * groups; column <= lastColumn; column += 2) {
         const std::uint8_t alpha = alpha::TailAlpha(std::abs(a[0] - b[0]) + std::abs(a[2] - b[2]));
         *args.mask++ = alpha;
@@ -87,9 +85,6 @@ class AlphaLayerColorBased : public AlphaLayerColorBasedAlgorithmInterface<Image
 
    private:
     using Buffer = typename ImageType::Buffer;
-    static int ChromaPosition(const Buffer& buffer) {
-      return buffer.descriptor.GetPosition(PixelComponent::Cb);
-    }
 
     const Buffer& first_;
     const Buffer& second_;

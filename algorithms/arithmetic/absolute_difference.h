@@ -1,8 +1,8 @@
 #pragma once
 
 #include "algorithms/arithmetic/kernels/kernel_sets.h"
-#include "algorithms/arithmetic/packed_row.h"
 #include "algorithms/column_run.h"
+#include "algorithms/packed422/samples.h"
 #include "frame/interfaces/absolute_difference.h"
 #include "frame/member_name.h"
 #include "frame/row_band.h"
@@ -24,36 +24,30 @@ class AbsoluteDifference : public AbsoluteDifferenceAlgorithmInterface<ImageIn, 
     }
     const auto& firstBuffer = first.GetPixelBuffer();
     const auto& secondBuffer = second.GetPixelBuffer();
-    if (firstBuffer.descriptor.GetLayout() != secondBuffer.descriptor.GetLayout()) {
+    const std::int32_t layout = firstBuffer.descriptor.GetLayout();
+    if (layout != secondBuffer.descriptor.GetLayout()) {
       Refuse<Kernels>(6, L"AbsoluteDifference", L"<ImageYUV422>");
     }
     const auto& to = destination.GetPixelBuffer();
     const RowBand band = BandOf(region, barrier, threadIndex);
     for (std::int32_t row = band.first; row <= band.last; ++row) {
       const ColumnRun run = RunOf(region, row);
-      if (!run.IsEmpty()) SubtractRow(firstBuffer, secondBuffer, to.rows[row], row, run);
+      if (run.IsEmpty()) continue;
+      SubtractRun(
+          {run.Width() / 4, firstBuffer.rows[row] + PixelOffset(run.first),
+           secondBuffer.rows[row] + PixelOffset(run.first), to.rows[row] + run.first, OrderOf(layout)},
+          run.Width() % 4);
     }
     return destination;
   }
 
  private:
-  using Buffer = typename ImageIn::Buffer;
-
-  static void SubtractRow(const Buffer& first, const Buffer& second, std::uint8_t* destination,
-                          std::int32_t row, const ColumnRun& run) {
-    arithmetic::LumaDifferenceArgs args{run.Width() / 4, arithmetic::PixelAt(first, row, run.first),
-                                        arithmetic::PixelAt(second, row, run.first), destination + run.first,
-                                        arithmetic::LumaByte(first)};
+  /// The groups of `args`, then `rest` pixels.
+  static void SubtractRun(arithmetic::LumaDifferenceArgs args, std::int32_t rest) {
     Kernels::LumaDifference(args);
-
-    // The remainder finds the luma through each source's own descriptor.
-    const std::int32_t rest = run.first + 4 * args.groups;
-    const std::uint8_t* a = arithmetic::ComponentAt(first, row, rest, PixelComponent::Luma);
-    const std::uint8_t* b = arithmetic::ComponentAt(second, row, rest, PixelComponent::Luma);
-    for (std::int32_t column = rest; column <= run.last; ++column) {
-      destination[column] = arithmetic::AbsoluteDifferenceOf(*a, *b);
-      a += arithmetic::BytesPerPixel();
-      b += arithmetic::BytesPerPixel();
+    for (std::int32_t pixel = 0; pixel < rest; ++pixel) {
+      const std::ptrdiff_t luma = PixelOffset(pixel) + LumaByte(args.order);
+      args.destination[pixel] = arithmetic::AbsoluteDifferenceOf(args.first[luma], args.second[luma]);
     }
   }
 };

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "algorithms/arithmetic/kernels/kernel_sets.h"
-#include "algorithms/arithmetic/packed_row.h"
 #include "algorithms/column_run.h"
+#include "algorithms/packed422/samples.h"
 #include "frame/interfaces/blend_boost.h"
 #include "frame/member_name.h"
 #include "frame/row_band.h"
@@ -32,7 +32,8 @@ class BlendBoost : public BlendBoostAlgorithmInterface<ImageType> {
     }
     const auto& bBuffer = b.GetPixelBuffer();
     const auto& aBuffer = a.GetPixelBuffer();
-    if (bBuffer.descriptor.GetLayout() != aBuffer.descriptor.GetLayout()) {
+    const std::int32_t layout = bBuffer.descriptor.GetLayout();
+    if (layout != aBuffer.descriptor.GetLayout()) {
       // This message names another algorithm, and that is meant: hosts know it by this text.
       Refuse<Kernels>(6, L"AlphaLayerColorBased", L"<ImageYUV422>");
     }
@@ -44,11 +45,11 @@ class BlendBoost : public BlendBoostAlgorithmInterface<ImageType> {
       const std::int32_t groups = runs.GetNumberOf4Pixels(row);
       const std::int32_t column = runs.GetLeft(row);
       arithmetic::BlendBoostArgs args{groups,
-                                      arithmetic::PixelAt(bBuffer, row, column),
-                                      arithmetic::PixelAt(aBuffer, row, column),
+                                      bBuffer.rows[row] + PixelOffset(column),
+                                      aBuffer.rows[row] + PixelOffset(column),
                                       maskBuffer.rows[row] + column,
-                                      arithmetic::PixelAt(to, row, column),
-                                      arithmetic::LumaByte(bBuffer)};
+                                      to.rows[row] + PixelOffset(column),
+                                      OrderOf(layout)};
       Kernels::BlendBoost(args);
     }
     return destination;

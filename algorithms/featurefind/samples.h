@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "algorithms/featurefind/kernels/kernel_sets.h"
+#include "algorithms/packed422/samples.h"
 #include "image/image.h"
 
 namespace kv_img::featurefind {
@@ -21,26 +22,20 @@ class SampleReader<Kernels, Image<PixelYUV422>> {
  public:
   using Buffer = Image<PixelYUV422>::Buffer;
 
-  explicit SampleReader(const Buffer& buffer) : rows_(buffer.rows) {
-    const PixelDescriptorYUV& descriptor = buffer.descriptor;
-    const bool isChromaFirst = descriptor.GetLayout() == PixelLayout::chromaFirst;
-    const auto start = isChromaFirst ? PixelComponent::Cb : PixelComponent::Luma;
-    position_ = descriptor.GetPosition(start) * static_cast<std::ptrdiff_t>(PixelYUV422::ComponentTypeSize);
-    shift_ = isChromaFirst ? 8 : 0;
-  }
+  explicit SampleReader(const Buffer& buffer)
+      : rows_(buffer.rows), order_(OrderOf(buffer.descriptor.GetLayout())) {}
 
   void Read(int row, int column, int count, std::uint8_t* destination) const {
-    LumaBytesArgs args{count / 8, rows_[row] + 2 * std::ptrdiff_t{column} + position_, destination, shift_};
+    LumaBytesArgs args{count / 8, rows_[row] + PixelOffset(column), destination, order_};
     Kernels::LumaBytes(args);
     for (int pixel = 0; pixel < count % 8; ++pixel) {
-      args.destination[pixel] = args.source[2 * pixel + shift_ / 8];
+      args.destination[pixel] = args.source[PixelOffset(pixel) + LumaByte(order_)];
     }
   }
 
  private:
   std::uint8_t* const* rows_;
-  std::ptrdiff_t position_;
-  std::int32_t shift_;
+  PackedOrder order_;
 };
 
 /// The green of bitmaps.

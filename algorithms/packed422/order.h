@@ -9,11 +9,11 @@ enum class PackedOrder {
 };
 
 /// Which byte of a pixel holds the luma, 0 or 1.
-constexpr int LumaByte(PackedOrder order) {
+[[gnu::always_inline]] constexpr int LumaByte(PackedOrder order) {
   return order == PackedOrder::LumaFirst ? 0 : 1;
 }
 /// Which one holds the chroma.
-constexpr int ChromaByte(PackedOrder order) {
+[[gnu::always_inline]] constexpr int ChromaByte(PackedOrder order) {
   return 1 - LumaByte(order);
 }
 

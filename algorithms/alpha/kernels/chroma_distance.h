@@ -2,15 +2,15 @@
 
 #include <cstdint>
 
+#include "algorithms/packed422/order.h"
 #include "algorithms/simd/wide_level.h"
 
 namespace kv_img::alpha {
 
-/// The raw mask of two 4:2:2 rows. For every pixel pair s = |U1 - U2| + |V1 - V2|, and both pixels get
-/// 255 - min(s, 5) cubed: 255, 254, 247, 228, 191, or 130 from s = 5 on.
+/// The raw mask of two packed 4:2:2 rows in the same byte order. For every pixel pair s = |U1 - U2| + |V1 -
+/// V2|, and both pixels get 255 - min(s, 5) cubed: 255, 254, 247, 228, 191, or 130 from s = 5 on.
 ///
-/// One group is two pairs: 8 bytes read at `first` and at `second`, 4 written at `mask`. `chromaShift` says
-/// where the chroma lies in every 16-bit word: 0, the low byte; 8, the high byte; the two rows may differ.
+/// One group is two pairs: 8 bytes read at `first` and at `second`, 4 written at `mask`.
 /// Any alignment, no overlap; touches exactly groups * 8 bytes of each row and groups * 4 of the mask. The
 /// kernel leaves the pointers behind what it consumed, the SIMD state clean, and keeps no state.
 struct ChromaDistanceArgs {
@@ -18,8 +18,7 @@ struct ChromaDistanceArgs {
   const std::uint8_t* first;
   const std::uint8_t* second;
   std::uint8_t* mask;
-  std::int32_t firstChromaShift;
-  std::int32_t secondChromaShift;
+  PackedOrder order;
 };
 
 namespace scalar {

@@ -26,19 +26,18 @@ inline __m64 Alpha(__m64 s) {
 }  // namespace
 
 void ChromaDistance(ChromaDistanceArgs& args) noexcept {
-  const __m64 firstShift = _mm_cvtsi32_si64(args.firstChromaShift);
-  const __m64 secondShift = _mm_cvtsi32_si64(args.secondChromaShift);
+  const __m64 shift = _mm_cvtsi32_si64(8 * ChromaByte(args.order));
   std::int32_t group = 0;
   for (; group + 2 <= args.groups; group += 2) {
-    const __m64 left = Distance(Chroma(args.first, firstShift), Chroma(args.second, secondShift));
-    const __m64 right = Distance(Chroma(args.first + 8, firstShift), Chroma(args.second + 8, secondShift));
+    const __m64 left = Distance(Chroma(args.first, shift), Chroma(args.second, shift));
+    const __m64 right = Distance(Chroma(args.first + 8, shift), Chroma(args.second + 8, shift));
     Store64(args.mask, Alpha(_mm_packs_pi32(left, right)));
     args.first += 16;
     args.second += 16;
     args.mask += 8;
   }
   if (group < args.groups) {
-    const __m64 s = Distance(Chroma(args.first, firstShift), Chroma(args.second, secondShift));
+    const __m64 s = Distance(Chroma(args.first, shift), Chroma(args.second, shift));
     Store32(args.mask, Alpha(_mm_packs_pi32(s, s)));
     args.first += 8;
     args.second += 8;

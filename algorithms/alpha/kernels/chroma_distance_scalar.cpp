@@ -17,8 +17,8 @@ static_assert(Alpha(0) == 255 && Alpha(1) == 254 && Alpha(4) == 191 && Alpha(5) 
 
 void ChromaDistance(ChromaDistanceArgs& args) noexcept {
   for (std::int32_t pair = 0; pair < 2 * args.groups; ++pair) {
-    const std::uint8_t* first = args.first + args.firstChromaShift / 8;
-    const std::uint8_t* second = args.second + args.secondChromaShift / 8;
+    const std::uint8_t* first = args.first + ChromaByte(args.order);
+    const std::uint8_t* second = args.second + ChromaByte(args.order);
     const std::uint8_t alpha = Alpha(Distance(first[0], second[0]) + Distance(first[2], second[2]));
     args.mask[0] = alpha;
     args.mask[1] = alpha;

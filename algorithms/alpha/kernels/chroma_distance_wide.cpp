@@ -18,14 +18,13 @@ KV_INLINE Vector MaskOfPairs(Vector first, Vector second) {
 
 template <>
 void ChromaDistance<level>(ChromaDistanceArgs& args) noexcept {
-  const __m128i firstShift = _mm_cvtsi32_si128(args.firstChromaShift);
-  const __m128i secondShift = _mm_cvtsi32_si128(args.secondChromaShift);
+  const __m128i shift = _mm_cvtsi32_si128(8 * ChromaByte(args.order));
   Walk<width / 4>(
       args.groups,
-      [firstShift, secondShift](const std::uint8_t* first, const std::uint8_t* second, std::uint8_t* mask) {
+      [shift](const std::uint8_t* first, const std::uint8_t* second, std::uint8_t* mask) {
         const auto masks = [&](int offset) {
-          return MaskOfPairs(LowerBytes16(KV_SIMD(srl_epi16)(Load(first + offset), firstShift)),
-                             LowerBytes16(KV_SIMD(srl_epi16)(Load(second + offset), secondShift)));
+          return MaskOfPairs(LowerBytes16(KV_SIMD(srl_epi16)(Load(first + offset), shift)),
+                             LowerBytes16(KV_SIMD(srl_epi16)(Load(second + offset), shift)));
         };
         Store(mask, Narrow32To16(masks(0), masks(width)));
       },

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "algorithms/packed422/order.h"
 #include "algorithms/simd/wide_level.h"
 
 namespace kv_img::arithmetic {
@@ -26,16 +27,15 @@ static_assert(BlendOf(0, 255, 127) == 253 && BlendOf(1, 0, 1) == 0 && BlendOf(25
 ///
 /// One group is four pixels: 8 bytes read at `b` and at `a`, 4 at `mask`, 8 written at `destination`. A luma
 /// byte has the weight of its pixel, both chroma bytes of a pair have that of the pair's first pixel; pairs
-/// count from the first pixel of the row. `lumaByte` says which byte of each two-byte pixel holds the luma, 0
-/// or 1. Any alignment, no overlap; touches exactly these bytes. The kernel leaves the pointers behind what
-/// it consumed, the SIMD state clean, and keeps no state.
+/// count from the first pixel of the row. Any alignment, no overlap; touches exactly these bytes. The kernel
+/// leaves the pointers behind what it consumed, the SIMD state clean, and keeps no state.
 struct BlendBoostArgs {
   std::int32_t groups;
   const std::uint8_t* b;
   const std::uint8_t* a;
   const std::uint8_t* mask;
   std::uint8_t* destination;
-  std::int32_t lumaByte;
+  PackedOrder order;
 };
 
 namespace scalar {

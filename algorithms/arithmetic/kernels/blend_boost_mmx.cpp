@@ -30,25 +30,25 @@ __m64 HighBytes(__m64 word) {
 }
 
 // A group: `b` and `a` as they lie in memory, the four mask values as 16-bit lanes.
-template <int lumaByte>
+template <PackedOrder order>
 __m64 BlendGroup(__m64 b, __m64 a, __m64 mask) {
-  const __m64 lumaA = lumaByte == 1 ? HighBytes(a) : LowBytes(a);
-  const __m64 lumaB = lumaByte == 1 ? HighBytes(b) : LowBytes(b);
-  const __m64 chromaA = lumaByte == 1 ? LowBytes(a) : HighBytes(a);
-  const __m64 chromaB = lumaByte == 1 ? LowBytes(b) : HighBytes(b);
+  const __m64 lumaA = order == PackedOrder::ChromaFirst ? HighBytes(a) : LowBytes(a);
+  const __m64 lumaB = order == PackedOrder::ChromaFirst ? HighBytes(b) : LowBytes(b);
+  const __m64 chromaA = order == PackedOrder::ChromaFirst ? LowBytes(a) : HighBytes(a);
+  const __m64 chromaB = order == PackedOrder::ChromaFirst ? LowBytes(b) : HighBytes(b);
   const __m64 weights = BoostedWeights(mask, lumaA, lumaB);
   const __m64 luma = Blend(lumaA, lumaB, weights);
   const __m64 chroma = Blend(chromaA, chromaB, ChromaWeights(weights));
-  return lumaByte == 1 ? _mm_or_si64(chroma, _mm_slli_pi16(luma, 8))
-                       : _mm_or_si64(luma, _mm_slli_pi16(chroma, 8));
+  return order == PackedOrder::ChromaFirst ? _mm_or_si64(chroma, _mm_slli_pi16(luma, 8))
+                                           : _mm_or_si64(luma, _mm_slli_pi16(chroma, 8));
 }
 
-template <int lumaByte>
+template <PackedOrder order>
 void BlendRow(BlendBoostArgs& args) {
   const __m64 zero = _mm_setzero_si64();
   for (std::int32_t group = 0; group < args.groups; ++group) {
     const __m64 mask = _mm_unpacklo_pi8(Load32(args.mask), zero);
-    Store64(args.destination, BlendGroup<lumaByte>(Load64(args.b), Load64(args.a), mask));
+    Store64(args.destination, BlendGroup<order>(Load64(args.b), Load64(args.a), mask));
     args.b += 8;
     args.a += 8;
     args.mask += 4;
@@ -59,10 +59,10 @@ void BlendRow(BlendBoostArgs& args) {
 }  // namespace
 
 void BlendBoost(BlendBoostArgs& args) noexcept {
-  if (args.lumaByte == 1) {
-    BlendRow<1>(args);
+  if (args.order == PackedOrder::ChromaFirst) {
+    BlendRow<PackedOrder::ChromaFirst>(args);
   } else {
-    BlendRow<0>(args);
+    BlendRow<PackedOrder::LumaFirst>(args);
   }
   _mm_empty();
 }

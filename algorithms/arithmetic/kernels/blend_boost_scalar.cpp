@@ -3,8 +3,8 @@
 namespace kv_img::arithmetic::scalar {
 
 void BlendBoost(BlendBoostArgs& args) noexcept {
-  const std::int32_t luma = args.lumaByte;
-  const std::int32_t chroma = 1 - luma;
+  const int luma = LumaByte(args.order);
+  const int chroma = ChromaByte(args.order);
   for (std::int32_t pair = 0; pair < 2 * args.groups; ++pair) {
     const std::uint8_t first = BoostedWeight(args.mask[0], args.a[luma], args.b[luma]);
     const std::uint8_t second = BoostedWeight(args.mask[1], args.a[luma + 2], args.b[luma + 2]);

@@ -8,23 +8,25 @@ KV_INLINE Vector Blend(Vector a, Vector b, Vector weight) {
   return Add16(a, ShiftRightSigned16<7>(Multiply16(Sub16(b, a), weight)));
 }
 
-template <int lumaByte>
+template <PackedOrder order>
 void BlendRow(BlendBoostArgs& args) {
   Walk<width / 8>(
       args.groups,
       [](const std::uint8_t* b, const std::uint8_t* a, const std::uint8_t* mask, std::uint8_t* destination) {
         const Vector pixelsA = Load(a);
         const Vector pixelsB = Load(b);
-        const Vector lumaA = lumaByte == 0 ? LowerBytes16(pixelsA) : UpperBytes16(pixelsA);
-        const Vector lumaB = lumaByte == 0 ? LowerBytes16(pixelsB) : UpperBytes16(pixelsB);
-        const Vector chromaA = lumaByte == 0 ? UpperBytes16(pixelsA) : LowerBytes16(pixelsA);
-        const Vector chromaB = lumaByte == 0 ? UpperBytes16(pixelsB) : LowerBytes16(pixelsB);
+        const Vector lumaA = order == PackedOrder::LumaFirst ? LowerBytes16(pixelsA) : UpperBytes16(pixelsA);
+        const Vector lumaB = order == PackedOrder::LumaFirst ? LowerBytes16(pixelsB) : UpperBytes16(pixelsB);
+        const Vector chromaA =
+            order == PackedOrder::LumaFirst ? UpperBytes16(pixelsA) : LowerBytes16(pixelsA);
+        const Vector chromaB =
+            order == PackedOrder::LumaFirst ? UpperBytes16(pixelsB) : LowerBytes16(pixelsB);
         const Vector boosted = Add16(Widen8To16(mask), Sub16(lumaA, lumaB));
         const Vector weight = ShiftRight16<1>(Clamp16(boosted));
         const Vector luma = Blend(lumaA, lumaB, weight);
         const Vector chroma = Blend(chromaA, chromaB, RepeatLower16(weight));
-        Store(destination,
-              lumaByte == 0 ? Or(luma, ShiftLeft16<8>(chroma)) : Or(ShiftLeft16<8>(luma), chroma));
+        Store(destination, order == PackedOrder::LumaFirst ? Or(luma, ShiftLeft16<8>(chroma))
+                                                           : Or(ShiftLeft16<8>(luma), chroma));
       },
       In<8>{args.b}, In<8>{args.a}, In<4>{args.mask}, Out<8>{args.destination});
 }
@@ -33,7 +35,8 @@ void BlendRow(BlendBoostArgs& args) {
 
 template <>
 void BlendBoost<level>(BlendBoostArgs& args) noexcept {
-  args.lumaByte == 0 ? BlendRow<0>(args) : BlendRow<1>(args);
+  args.order == PackedOrder::LumaFirst ? BlendRow<PackedOrder::LumaFirst>(args)
+                                       : BlendRow<PackedOrder::ChromaFirst>(args);
 }
 
 }  // namespace kv_img::arithmetic::wide

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "algorithms/packed422/order.h"
 #include "algorithms/simd/wide_level.h"
 
 namespace kv_img::arithmetic {
@@ -13,16 +14,15 @@ static_assert(AbsoluteDifferenceOf(3, 250) == 247 && AbsoluteDifferenceOf(255, 0
 
 /// Absolute differences of the luma of two packed 4:2:2 rows in the same byte order.
 ///
-/// One group is four pixels: 8 bytes read at `first` and at `second`, 4 written at `destination`. `lumaByte`
-/// says which byte of each two-byte pixel holds the luma, 0 or 1; the other byte never influences the result.
-/// Any alignment, no overlap; touches exactly these bytes. The kernel leaves the pointers behind what it
-/// consumed, the SIMD state clean, and keeps no state.
+/// One group is four pixels: 8 bytes read at `first` and at `second`, 4 written at `destination`. The chroma
+/// never influences the result. Any alignment, no overlap; touches exactly these bytes. The kernel leaves the
+/// pointers behind what it consumed, the SIMD state clean, and keeps no state.
 struct LumaDifferenceArgs {
   std::int32_t groups;
   const std::uint8_t* first;
   const std::uint8_t* second;
   std::uint8_t* destination;
-  std::int32_t lumaByte;
+  PackedOrder order;
 };
 
 namespace scalar {

@@ -5,27 +5,27 @@ namespace kv_img::arithmetic::mmx {
 namespace {
 
 // Luma differences of four pixels as 16-bit lanes. All eight bytes are subtracted, then the luma is picked.
-template <int lumaByte>
+template <PackedOrder order>
 __m64 DifferenceOfFour(const std::uint8_t* first, const std::uint8_t* second) {
   const __m64 a = Load64(first);
   const __m64 b = Load64(second);
   const __m64 difference = _mm_or_si64(_mm_subs_pu8(a, b), _mm_subs_pu8(b, a));
-  if constexpr (lumaByte == 1) return _mm_srli_pi16(difference, 8);
+  if constexpr (order == PackedOrder::ChromaFirst) return _mm_srli_pi16(difference, 8);
   return _mm_and_si64(difference, _mm_set1_pi16(0x00FF));
 }
 
-template <int lumaByte>
+template <PackedOrder order>
 void Difference(LumaDifferenceArgs& args) {
   for (std::int32_t step = 0; step < args.groups / 2; ++step) {
-    Store64(args.destination, _mm_packs_pu16(DifferenceOfFour<lumaByte>(args.first, args.second),
-                                             DifferenceOfFour<lumaByte>(args.first + 8, args.second + 8)));
+    Store64(args.destination, _mm_packs_pu16(DifferenceOfFour<order>(args.first, args.second),
+                                             DifferenceOfFour<order>(args.first + 8, args.second + 8)));
     args.first += 16;
     args.second += 16;
     args.destination += 8;
   }
   if (args.groups > 0 && args.groups % 2 != 0) {
     Store32(args.destination,
-            _mm_packs_pu16(DifferenceOfFour<lumaByte>(args.first, args.second), _mm_setzero_si64()));
+            _mm_packs_pu16(DifferenceOfFour<order>(args.first, args.second), _mm_setzero_si64()));
     args.first += 8;
     args.second += 8;
     args.destination += 4;
@@ -35,10 +35,10 @@ void Difference(LumaDifferenceArgs& args) {
 }  // namespace
 
 void LumaDifference(LumaDifferenceArgs& args) noexcept {
-  if (args.lumaByte == 1) {
-    Difference<1>(args);
+  if (args.order == PackedOrder::ChromaFirst) {
+    Difference<PackedOrder::ChromaFirst>(args);
   } else {
-    Difference<0>(args);
+    Difference<PackedOrder::LumaFirst>(args);
   }
   _mm_empty();
 }

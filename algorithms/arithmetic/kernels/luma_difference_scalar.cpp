@@ -5,7 +5,7 @@ namespace kv_img::arithmetic::scalar {
 void LumaDifference(LumaDifferenceArgs& args) noexcept {
   const std::int32_t pixels = 4 * args.groups;
   for (std::int32_t pixel = 0; pixel < pixels; ++pixel) {
-    const std::int32_t luma = 2 * pixel + args.lumaByte;
+    const std::int32_t luma = 2 * pixel + LumaByte(args.order);
     args.destination[pixel] = AbsoluteDifferenceOf(args.first[luma], args.second[luma]);
   }
   args.first += 2 * pixels;

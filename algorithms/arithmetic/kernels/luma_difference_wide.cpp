@@ -5,7 +5,7 @@
 namespace kv_img::arithmetic::wide {
 namespace {
 
-template <int lumaByte>
+template <PackedOrder order>
 void Differences(LumaDifferenceArgs& args) {
   Walk<width / 4>(
       args.groups,
@@ -14,8 +14,8 @@ void Differences(LumaDifferenceArgs& args) {
         const auto luma = [](const std::uint8_t* packed) {
           const Vector a = Load(packed);
           const Vector b = Load(packed + width);
-          return lumaByte == 0 ? KV_SIMD(packus_epi16)(LowerBytes16(a), LowerBytes16(b))
-                               : KV_SIMD(packus_epi16)(UpperBytes16(a), UpperBytes16(b));
+          return order == PackedOrder::LumaFirst ? KV_SIMD(packus_epi16)(LowerBytes16(a), LowerBytes16(b))
+                                                 : KV_SIMD(packus_epi16)(UpperBytes16(a), UpperBytes16(b));
         };
         Store(destination, OrderOfPack(AbsoluteDifferenceU8(luma(first), luma(second))));
       },
@@ -26,7 +26,8 @@ void Differences(LumaDifferenceArgs& args) {
 
 template <>
 void LumaDifference<level>(LumaDifferenceArgs& args) noexcept {
-  args.lumaByte == 0 ? Differences<0>(args) : Differences<1>(args);
+  args.order == PackedOrder::LumaFirst ? Differences<PackedOrder::LumaFirst>(args)
+                                       : Differences<PackedOrder::ChromaFirst>(args);
 }
 
 }  // namespace kv_img::arithmetic::wide

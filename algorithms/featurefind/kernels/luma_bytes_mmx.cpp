@@ -6,7 +6,7 @@ namespace kv_img::featurefind::mmx {
 void LumaBytes(LumaBytesArgs& args) noexcept {
   const std::uint8_t* from = args.source;
   std::uint8_t* to = args.destination;
-  const __m64 shift = _mm_cvtsi32_si64(args.shift);
+  const __m64 shift = _mm_cvtsi32_si64(8 * LumaByte(args.order));
   const __m64 lowBytes = _mm_set1_pi16(0x00FF);
   for (std::int32_t group = 0; group < args.groups; ++group) {
     const __m64 first = _mm_and_si64(_mm_srl_pi16(Load64(from), shift), lowBytes);

@@ -6,7 +6,7 @@ void LumaBytes(LumaBytesArgs& args) noexcept {
   const std::uint8_t* from = args.source;
   std::uint8_t* to = args.destination;
   for (std::int32_t pixel = 0; pixel < 8 * args.groups; ++pixel) {
-    *to = from[args.shift / 8];
+    *to = from[LumaByte(args.order)];
     from += 2;
     to += 1;
   }

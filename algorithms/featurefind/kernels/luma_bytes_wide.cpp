@@ -6,7 +6,7 @@ namespace kv_img::featurefind::wide {
 
 template <>
 void LumaBytes<level>(LumaBytesArgs& args) noexcept {
-  const __m128i shift = _mm_cvtsi32_si128(args.shift);
+  const __m128i shift = _mm_cvtsi32_si128(8 * LumaByte(args.order));
   Walk<width / 8>(
       args.groups,
       [shift](const std::uint8_t* source, std::uint8_t* destination) {
