@@ -1,7 +1,8 @@
-#include "frame/algorithm_manager.h"
+#include "frame/algorithm_manager_impl.h"
 
 #include <algorithm>
 #include <memory>
+#include <mutex>
 #include <utility>
 
 #include "image/errors/exceptions.h"
@@ -77,6 +78,23 @@ void AlgorithmManager::LookAlsoIn(const std::filesystem::path& folder) {
   global.folders.push_back(std::filesystem::absolute(folder));
 }
 
+void AlgorithmManager::LookUp(const char* algorithmName, const int* classIds, int count,
+                              const UntypedImplementationData& data) {
+  auto& self = static_cast<AlgorithmManagerImpl&>(*this);
+  const std::lock_guard guard(self.lock_);
+  if (data.IsFilled()) return;
+  std::vector<LibraryEntry>& members = self.usableLibraries_;
+  for (std::size_t j = 0; j < members.size(); ++j) {
+    if (!self.EnsureLoaded(members[j])) continue;
+    data.Store(j, nullptr);
+    AlgorithmInterface* answer = AlgorithmManagerImpl::Ask(members[j], algorithmName, classIds, count);
+    if (answer == nullptr) continue;
+    data.Store(j, answer);
+    return;
+  }
+  if (!data.WasEverFilled()) throw AlgoException(1, kv_platform::Widen(algorithmName).c_str());
+}
+
 AlgorithmManagerImpl::AlgorithmManagerImpl(ManagerSetup setup)
     : processorFeatures_(setup.processorFeatures), folders_(std::move(setup.folders)) {
   for (const wchar_t* name : setup.family) probes_.push_back(Probe(name));
@@ -140,10 +158,6 @@ AlgorithmInterface* AlgorithmManagerImpl::AskMember(std::wstring_view name, cons
     }
   }
   return nullptr;
-}
-
-void AlgorithmManagerImpl::ThrowNotFound(const char* algorithmName) {
-  throw AlgoException(1, kv_platform::Widen(algorithmName).c_str());
 }
 
 }  // namespace kv_img

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "frame/interfaces/algorithm_interface.h"
+
 namespace kv_img {
 
 /// Members of the family, found or not.
@@ -33,6 +35,42 @@ class ImplementationData {
   Interface* current = nullptr;
   /// What each usable member answered; null where it had nothing or was not asked.
   std::vector<Interface*> perLibrary = std::vector<Interface*>(familySize);
+};
+
+/// A reference to an ImplementationData of any algorithm: what the one look-up that serves them all needs.
+class UntypedImplementationData {
+ public:
+  template <class Algorithm>
+  explicit UntypedImplementationData(ImplementationData<Algorithm>& data)
+      : data_(&data), isFilled_(IsFilled<Algorithm>), store_(Store<Algorithm>), useCount_(data.useCount) {}
+
+  bool IsFilled() const { return isFilled_(data_); }
+  bool WasEverFilled() const { return useCount_ != 0; }
+  /// Keeps the answer of usable member `member`; null: it has nothing.
+  void Store(std::size_t member, AlgorithmInterface* answer) const { store_(data_, member, answer); }
+
+ private:
+  template <class Algorithm>
+  static bool IsFilled(const void* data) {
+    return static_cast<const ImplementationData<Algorithm>*>(data)->current != nullptr;
+  }
+  template <class Algorithm>
+  static void Store(void* untyped, std::size_t member, AlgorithmInterface* answer) {
+    auto& data = *static_cast<ImplementationData<Algorithm>*>(untyped);
+    if (data.perLibrary.size() <= member) data.perLibrary.resize(member + 1);
+    data.perLibrary[member] = static_cast<typename Algorithm::Interface*>(answer);
+    if (answer == nullptr) return;
+    if (data.useCount == 0) {
+      data.selectedIndex = static_cast<std::int32_t>(member);
+      data.current = data.perLibrary[member];
+    }
+    ++data.useCount;
+  }
+
+  void* data_;
+  bool (*isFilled_)(const void*);
+  void (*store_)(void*, std::size_t, AlgorithmInterface*);
+  const std::int32_t& useCount_;
 };
 
 }  // namespace kv_img

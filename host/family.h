@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "frame/algorithm_manager.h"
+#include "frame/algorithm_manager_impl.h"
 #include "host/runner.h"
 #include "image/errors/exceptions.h"
 

@@ -5,7 +5,7 @@
 #include <new>
 
 #include "check/operation_case.h"
-#include "frame/algorithm_manager.h"
+#include "frame/algorithm_manager_impl.h"
 #include "frame/score_maps.h"
 #include "frame/spin_barrier.h"
 #include "geometry/intersection.h"

@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <vector>
 
-#include "frame/algorithm_manager.h"
+#include "frame/algorithm_manager_impl.h"
 #include "tests/support/loaded_module.h"
 
 namespace kv_test {

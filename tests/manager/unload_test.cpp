@@ -7,7 +7,7 @@
 #include <string>
 #include <tuple>
 
-#include "frame/algorithm_manager.h"
+#include "frame/algorithm_manager_impl.h"
 #include "frame/interfaces/alpha_layer_prob_mask.h"
 #include "frame/platform/platform.h"
 #include "tests/support/loaded_module.h"
