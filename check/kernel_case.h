@@ -61,7 +61,6 @@ const std::vector<KernelCase>& AllKernels();
 
 // The kernels of one folder, appended to the list.
 void AddAlphaKernels(std::vector<KernelCase>& list);
-void AddCopyKernels(std::vector<KernelCase>& list);
 void AddArithmeticKernels(std::vector<KernelCase>& list);
 void AddBoxFilterKernels(std::vector<KernelCase>& list);
 void AddFeatureFindKernels(std::vector<KernelCase>& list);
@@ -95,19 +94,5 @@ std::vector<Variant> AllSets(Make variant, Scalar scalar, Mmx mmx, Wide wide) {
   AddLevels(variants, wide, variant);
   return variants;
 }
-
-/// A variant of a kernel whose record is {groups, source, destination, …}.
-template <class Args>
-constexpr auto SourceToDestination = [](std::string set, auto kernel) -> Variant {
-  return {std::move(set), [kernel](Call& call) {
-            Args args{};
-            args.groups = call.groups;
-            args.source = call.inputs[0];
-            args.destination = call.outputs[0];
-            kernel(args);
-            call.inputs[0] = args.source;
-            call.outputs[0] = args.destination;
-          }};
-};
 
 }  // namespace kv_check

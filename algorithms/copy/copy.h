@@ -4,9 +4,8 @@
 #include <cstring>
 #include <type_traits>
 
-#include "algorithms/copy/kernels/kernel_sets.h"
+#include "algorithms/kernel_sets.h"
 #include "frame/interfaces/copy.h"
-#include "frame/member_name.h"
 #include "frame/row_band.h"
 #include "image/image.h"
 
@@ -29,19 +28,19 @@ inline constexpr bool hasSameLayoutCopy =
 /// Converts one row of an image pair. Specialised for every pair of formats:
 /// - constructed from the two pixel buffers;
 /// - `Convert(source row, destination row)` does the work of one row.
-template <class Kernels, class ImageIn, class ImageOut>
+template <class Set, class ImageIn, class ImageOut>
 class RowConverter;
 
 }  // namespace copy
 
 /// The frame that every "Copy" shares: checks, band of rows, field-parity shift.
-template <class Kernels, class ImageIn, class ImageOut>
+template <class Set, class ImageIn, class ImageOut>
 class Copy : public CopyAlgorithmInterface<ImageIn, ImageOut> {
  public:
   ImageOut& Apply(const ImageIn& source, ImageOut& destination, kv_std::SpinBarrier& barrier,
                   std::uint32_t threadIndex) const override {
     if (destination.GetWidth() != source.GetWidth() || destination.GetHeight() != source.GetHeight()) {
-      Refuse<Kernels>(1, L"Copy");
+      Refuse<Set>(1, L"Copy");
     }
     const std::int32_t threads = barrier.GetThreadCount();
     if constexpr (copy::hasSameLayoutCopy<ImageIn, ImageOut>) {
@@ -50,8 +49,8 @@ class Copy : public CopyAlgorithmInterface<ImageIn, ImageOut> {
         return destination;
       }
     }
-    const copy::RowConverter<Kernels, ImageIn, ImageOut> converter(source.GetPixelBuffer(),
-                                                                   destination.GetPixelBuffer());
+    const copy::RowConverter<Set, ImageIn, ImageOut> converter(source.GetPixelBuffer(),
+                                                               destination.GetPixelBuffer());
     ForEachRowPair(source, destination, threads, threadIndex,
                    [&](int sourceRow, int destinationRow) { converter.Convert(sourceRow, destinationRow); });
     return destination;
@@ -95,12 +94,12 @@ class Copy : public CopyAlgorithmInterface<ImageIn, ImageOut> {
 };
 
 template <class ImageIn, class ImageOut>
-class CopyC final : public Copy<copy::ScalarKernels, ImageIn, ImageOut> {};
+class CopyC final : public Copy<Scalar, ImageIn, ImageOut> {};
 
 template <class ImageIn, class ImageOut>
-class CopyMMX final : public Copy<copy::MmxKernels, ImageIn, ImageOut> {};
+class CopyMMX final : public Copy<Mmx, ImageIn, ImageOut> {};
 
 template <class ImageIn, class ImageOut>
-class CopySSE2 final : public Copy<copy::WideKernels, ImageIn, ImageOut> {};
+class CopySSE2 final : public Copy<Widest, ImageIn, ImageOut> {};
 
 }  // namespace kv_img

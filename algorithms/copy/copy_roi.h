@@ -19,7 +19,7 @@ struct RoiPair {
 /// Copies between regions that fit. Specialised for every pair of formats:
 /// - constructed from the images and the regions, which it may still refuse;
 /// - `Copy(threads, index)` does the work of thread `index`.
-template <class Kernels, class ImageIn, class ImageOut>
+template <class Set, class ImageIn, class ImageOut>
 class RoiCopier;
 
 /// a - b, where a and b may be any ints.
@@ -49,7 +49,7 @@ inline bool HaveEqualShapes(const RoiPair& regions) {
 }  // namespace copy
 
 /// What every "CopyROI" shares: the check of the regions.
-template <class Kernels, class ImageIn, class ImageOut>
+template <class Set, class ImageIn, class ImageOut>
 class CopyROI : public CopyROIAlgorithmInterface<ImageIn, ImageOut> {
  public:
   ImageOut& Apply(const ImageIn& source, ImageOut& destination, const RegionOfSupport& sourceRegion,
@@ -58,21 +58,21 @@ class CopyROI : public CopyROIAlgorithmInterface<ImageIn, ImageOut> {
     const copy::RoiPair regions{sourceRegion, destinationRegion};
     if (!copy::HaveEqualShapes(regions) || !sourceRegion.IsInside(ImageRect(source)) ||
         !destinationRegion.IsInside(ImageRect(destination))) {
-      Refuse<Kernels>(2, L"CopyROI");
+      Refuse<Set>(2, L"CopyROI");
     }
-    const copy::RoiCopier<Kernels, ImageIn, ImageOut> copier(source, destination, regions);
+    const copy::RoiCopier<Set, ImageIn, ImageOut> copier(source, destination, regions);
     copier.Copy(barrier.GetThreadCount(), threadIndex);
     return destination;
   }
 };
 
 template <class ImageIn, class ImageOut>
-class CopyROIC final : public CopyROI<copy::ScalarKernels, ImageIn, ImageOut> {};
+class CopyROIC final : public CopyROI<Scalar, ImageIn, ImageOut> {};
 
 template <class ImageIn, class ImageOut>
-class CopyROIMMX final : public CopyROI<copy::MmxKernels, ImageIn, ImageOut> {};
+class CopyROIMMX final : public CopyROI<Mmx, ImageIn, ImageOut> {};
 
 template <class ImageIn, class ImageOut>
-class CopyROISSE2 final : public CopyROI<copy::WideKernels, ImageIn, ImageOut> {};
+class CopyROISSE2 final : public CopyROI<Widest, ImageIn, ImageOut> {};
 
 }  // namespace kv_img

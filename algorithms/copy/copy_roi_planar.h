@@ -1,21 +1,22 @@
 #pragma once
 
 #include "algorithms/copy/copy_roi.h"
+#include "algorithms/copy/kernels/interleave.h"
 #include "algorithms/copy/stored_row.h"
 #include "algorithms/packed422/samples.h"
 
 namespace kv_img::copy {
 
 /// Region of planar YUV to packed 4:2:2.
-template <class Kernels>
-class RoiCopier<Kernels, Image<PixelYUV411P>, Image<PixelYUV422>> {
+template <class Set>
+class RoiCopier<Set, Image<PixelYUV411P>, Image<PixelYUV422>> {
  public:
   RoiCopier(const Image<PixelYUV411P>& source, Image<PixelYUV422>& destination, const RoiPair& regions)
       : source_(source.GetPixelBuffer()), destination_(destination.GetPixelBuffer()), regions_(regions) {
     // A chroma sample belongs to two pixels, so the bounding boxes must begin and end with whole pairs.
     if (regions.source.GetLeft() % 2 != 0 || regions.destination.GetLeft() % 2 != 0 ||
         regions.source.GetWidth() % 2 != 0 || regions.destination.GetWidth() % 2 != 0) {
-      Refuse<Kernels>(2, L"CopyROI");
+      Refuse<Set>(2, L"CopyROI");
     }
   }
 
@@ -37,7 +38,7 @@ class RoiCopier<Kernels, Image<PixelYUV411P>, Image<PixelYUV422>> {
     }
     const auto& [sourceFirst, sourceLast, destinationFirst] = span.columns;
     const int groups = source_.width / 8;
-    InterleaveArgs args{
+    Interleave::Args args{
         groups,
         StoredRow(source_, source_.descriptor.GetComponent(0), span.shiftedSourceRow) + sourceFirst,
         StoredRow(source_, PixelComponent::Cb, span.shiftedSourceRow) + (sourceFirst >> 1),
@@ -45,9 +46,9 @@ class RoiCopier<Kernels, Image<PixelYUV411P>, Image<PixelYUV422>> {
         destination_.rows[span.destinationRow] + PixelOffset(destinationFirst),
     };
     if (OrderOf(layout) == PackedOrder::LumaFirst) {
-      Kernels::InterleaveLumaFirst(args);
+      Set::template Run<InterleaveLumaFirst>(args);
     } else {
-      Kernels::InterleaveChromaFirst(args);
+      Set::template Run<InterleaveChromaFirst>(args);
     }
     // Four pixels at a time, from where the kernel stopped. The run's last column is compared with the number
     // of pixels, wherever the run began.

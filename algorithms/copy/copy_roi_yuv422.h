@@ -3,13 +3,15 @@
 #include <cstring>
 
 #include "algorithms/copy/copy_roi.h"
+#include "algorithms/copy/kernels/regroup_pairs.h"
+#include "algorithms/copy/kernels/swap_bytes.h"
 #include "algorithms/packed422/samples.h"
 
 namespace kv_img::copy {
 
 /// Region of packed 4:2:2 to packed 4:2:2, in one byte order or from one into the other.
-template <class Kernels>
-class RoiCopier<Kernels, Image<PixelYUV422>, Image<PixelYUV422>> {
+template <class Set>
+class RoiCopier<Set, Image<PixelYUV422>, Image<PixelYUV422>> {
  public:
   using ImageType = Image<PixelYUV422>;
 
@@ -81,8 +83,8 @@ class RoiCopier<Kernels, Image<PixelYUV422>, Image<PixelYUV422>> {
   }
 
   static void SwapPixels(const std::uint8_t* from, std::uint8_t* to, int pixels) {
-    SwapBytesArgs args{pixels / 4, from, to};
-    Kernels::SwapBytes(args);
+    SwapBytes::Args args{pixels / 4, from, to};
+    Set::template Run<SwapBytes>(args);
     for (int pixel = 0; pixel < pixels % 4; ++pixel) {
       args.destination[2 * pixel] = args.source[2 * pixel + 1];
       args.destination[2 * pixel + 1] = args.source[2 * pixel];
@@ -97,10 +99,10 @@ class RoiCopier<Kernels, Image<PixelYUV422>, Image<PixelYUV422>> {
     CopyPixels(from, source, to, destination, head);
     // The kernel reads the pixel behind its last group, so one is always left to the loop.
     const int groups = std::max(pixels - head - 1, 0) / 4;
-    RegroupPairsArgs args{groups, OrderOf(source_.descriptor.GetLayout()),
-                          OrderOf(destination_.descriptor.GetLayout()), from + PixelOffset(source + head),
-                          to + PixelOffset(destination + head)};
-    Kernels::RegroupPairs(args);
+    RegroupPairs::Args args{groups, OrderOf(source_.descriptor.GetLayout()),
+                            OrderOf(destination_.descriptor.GetLayout()), from + PixelOffset(source + head),
+                            to + PixelOffset(destination + head)};
+    Set::template Run<RegroupPairs>(args);
     const int done = head + 4 * groups;
     CopyPixels(from, source + done, to, destination + done, pixels - done);
   }

@@ -2,13 +2,14 @@
 
 #include "algorithms/copy/bitmap_component.h"
 #include "algorithms/copy/copy.h"
+#include "algorithms/copy/kernels/rgb_to_yuv.h"
 #include "algorithms/packed422/samples.h"
 
 namespace kv_img::copy {
 
 /// 24-bit bitmaps to packed 4:2:2.
-template <class Kernels>
-class RowConverter<Kernels, Image<PixelDIB24>, Image<PixelYUV422>> {
+template <class Set>
+class RowConverter<Set, Image<PixelDIB24>, Image<PixelYUV422>> {
  public:
   using Source = Image<PixelDIB24>::Buffer;
   using Destination = Image<PixelYUV422>::Buffer;
@@ -23,9 +24,9 @@ class RowConverter<Kernels, Image<PixelDIB24>, Image<PixelYUV422>> {
   void Convert(int sourceRow, int destinationRow) const {
     const std::int32_t layout = destination_.descriptor.GetLayout();
     if (!IsKnownOrder(layout)) return;
-    RgbToYuvArgs args{source_.width / 8, OrderOf(layout), source_.rows[sourceRow] + firstBlue_,
-                      destination_.rows[destinationRow]};
-    Kernels::Dib24ToYuv422(args);
+    RgbToYuv::Args args{source_.width / 8, OrderOf(layout), source_.rows[sourceRow] + firstBlue_,
+                        destination_.rows[destinationRow]};
+    Set::template Run<Dib24ToYuv422>(args);
   }
 
  private:

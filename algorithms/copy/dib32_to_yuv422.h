@@ -3,6 +3,7 @@
 #include "algorithms/copy/bitmap_component.h"
 #include "algorithms/copy/copy.h"
 #include "algorithms/copy/float_conversion.h"
+#include "algorithms/copy/kernels/rgb_to_yuv.h"
 #include "algorithms/copy/stored_row.h"
 #include "algorithms/packed422/samples.h"
 
@@ -54,8 +55,8 @@ class Dib32Rows {
 };
 
 /// 32-bit bitmaps to packed 4:2:2, their alpha ignored.
-template <class Kernels>
-class RowConverter<Kernels, Image<PixelDIB32>, Image<PixelYUV422>> {
+template <class Set>
+class RowConverter<Set, Image<PixelDIB32>, Image<PixelYUV422>> {
  public:
   using Destination = Image<PixelYUV422>::Buffer;
 
@@ -67,8 +68,8 @@ class RowConverter<Kernels, Image<PixelDIB32>, Image<PixelYUV422>> {
     const std::int32_t layout = destination_.descriptor.GetLayout();
     std::uint8_t* to = destination_.rows[destinationRow];
     if (IsKnownOrder(layout)) {
-      RgbToYuvArgs args{source_.Groups(), OrderOf(layout), source_.FirstBlue(sourceRow), to};
-      Kernels::Dib32ToYuv422(args);
+      RgbToYuv::Args args{source_.Groups(), OrderOf(layout), source_.FirstBlue(sourceRow), to};
+      Set::template Run<Dib32ToYuv422>(args);
     }
     source_.ConvertRemainder(sourceRow, to, PackedSamples(destination_.descriptor));
   }
@@ -79,8 +80,8 @@ class RowConverter<Kernels, Image<PixelDIB32>, Image<PixelYUV422>> {
 };
 
 /// 32-bit bitmaps to packed 4:2:2 with a plane of alpha.
-template <class Kernels>
-class RowConverter<Kernels, Image<PixelDIB32>, Image<PixelYUVA422>> {
+template <class Set>
+class RowConverter<Set, Image<PixelDIB32>, Image<PixelYUVA422>> {
  public:
   using Destination = Image<PixelYUVA422>::Buffer;
 
@@ -94,8 +95,8 @@ class RowConverter<Kernels, Image<PixelDIB32>, Image<PixelYUVA422>> {
     std::uint8_t* alpha = StoredRow(destination_, PixelComponent::Alpha, destinationRow);
     const std::int32_t layout = descriptor.GetLayout();
     if (IsKnownOrder(layout)) {
-      RgbToYuvaArgs args{{source_.Groups(), OrderOf(layout), source_.FirstBlue(sourceRow), to}, alpha};
-      Kernels::Dib32ToYuva422(args);
+      Dib32ToYuva422::Args args{{source_.Groups(), OrderOf(layout), source_.FirstBlue(sourceRow), to}, alpha};
+      Set::template Run<Dib32ToYuva422>(args);
     }
     source_.ConvertRemainder(sourceRow, to, PackedSamples(descriptor));
     const std::uint8_t* fromAlpha = source_.FirstAlpha(sourceRow);

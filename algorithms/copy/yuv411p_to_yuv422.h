@@ -1,14 +1,15 @@
 #pragma once
 
 #include "algorithms/copy/copy.h"
+#include "algorithms/copy/kernels/interleave.h"
 #include "algorithms/copy/stored_row.h"
 #include "algorithms/packed422/samples.h"
 
 namespace kv_img::copy {
 
 /// Planar YUV to packed 4:2:2.
-template <class Kernels>
-class RowConverter<Kernels, Image<PixelYUV411P>, Image<PixelYUV422>> {
+template <class Set>
+class RowConverter<Set, Image<PixelYUV411P>, Image<PixelYUV422>> {
  public:
   using Source = Image<PixelYUV411P>::Buffer;
   using Destination = Image<PixelYUV422>::Buffer;
@@ -28,8 +29,8 @@ class RowConverter<Kernels, Image<PixelYUV411P>, Image<PixelYUV422>> {
     }
     const int groups = source_.width / 8;
     if (OrderOf(layout) == PackedOrder::LumaFirst) {
-      InterleaveArgs args{groups, luma, cb, cr, row};
-      Kernels::InterleaveLumaFirst(args);
+      Interleave::Args args{groups, luma, cb, cr, row};
+      Set::template Run<InterleaveLumaFirst>(args);
     }
 
     // The remainder restarts at the row start, four pixels a pass, so the last width mod 8 pixels stay as

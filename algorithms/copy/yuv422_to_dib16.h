@@ -4,28 +4,29 @@
 #include "algorithms/copy/copy.h"
 #include "algorithms/copy/float_conversion.h"
 #include "algorithms/copy/kernels/dib_word.h"
+#include "algorithms/copy/kernels/yuv_to_rgb.h"
 #include "algorithms/packed422/samples.h"
 
 namespace kv_img::copy {
 
 /// What sets the two bitmap classes of one word per pixel apart.
-template <class Kernels, class PixelOut>
+template <class PixelOut>
 struct DibWordFormat;
 
-template <class Kernels>
-struct DibWordFormat<Kernels, PixelDIB15> {
-  static constexpr auto Convert = Kernels::Yuv422ToDib15;
+template <>
+struct DibWordFormat<PixelDIB15> {
+  using Kernel = Yuv422ToDib15;
   static constexpr auto Pack = Dib15Word;
 };
 
-template <class Kernels>
-struct DibWordFormat<Kernels, PixelDIB16> {
-  static constexpr auto Convert = Kernels::Yuv422ToDib16;
+template <>
+struct DibWordFormat<PixelDIB16> {
+  using Kernel = Yuv422ToDib16;
   static constexpr auto Pack = Dib16Word;
 };
 
 /// Packed 4:2:2 to 15- and 16-bit bitmaps.
-template <class Kernels, class PixelOut>
+template <class Set, class PixelOut>
 class DibWordConverter {
  public:
   using Source = Image<PixelYUV422>::Buffer;
@@ -42,8 +43,8 @@ class DibWordConverter {
     const std::uint8_t* from = source_.rows[sourceRow];
     std::uint8_t* to = destination_.rows[destinationRow] + firstPixel_;
     const int groups = source_.width / 4;
-    YuvToRgbArgs args{groups, order_, from, to};
-    Format::Convert(args);
+    YuvToRgb::Args args{groups, order_, from, to};
+    Set::template Run<typename Format::Kernel>(args);
 
     // The remainder restarts at the row start: its first pixels are written again, now in floating point, and
     // the last width mod 4 pixels stay as they were.
@@ -57,7 +58,7 @@ class DibWordConverter {
   }
 
  private:
-  using Format = DibWordFormat<Kernels, PixelOut>;
+  using Format = DibWordFormat<PixelOut>;
 
   const Source& source_;
   Destination& destination_;
@@ -66,16 +67,14 @@ class DibWordConverter {
   std::ptrdiff_t firstPixel_;
 };
 
-template <class Kernels>
-class RowConverter<Kernels, Image<PixelYUV422>, Image<PixelDIB15>>
-    : public DibWordConverter<Kernels, PixelDIB15> {
-  using DibWordConverter<Kernels, PixelDIB15>::DibWordConverter;
+template <class Set>
+class RowConverter<Set, Image<PixelYUV422>, Image<PixelDIB15>> : public DibWordConverter<Set, PixelDIB15> {
+  using DibWordConverter<Set, PixelDIB15>::DibWordConverter;
 };
 
-template <class Kernels>
-class RowConverter<Kernels, Image<PixelYUV422>, Image<PixelDIB16>>
-    : public DibWordConverter<Kernels, PixelDIB16> {
-  using DibWordConverter<Kernels, PixelDIB16>::DibWordConverter;
+template <class Set>
+class RowConverter<Set, Image<PixelYUV422>, Image<PixelDIB16>> : public DibWordConverter<Set, PixelDIB16> {
+  using DibWordConverter<Set, PixelDIB16>::DibWordConverter;
 };
 
 }  // namespace kv_img::copy

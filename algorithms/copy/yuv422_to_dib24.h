@@ -1,13 +1,14 @@
 #pragma once
 
 #include "algorithms/copy/copy.h"
+#include "algorithms/copy/kernels/yuv_to_rgb.h"
 #include "algorithms/packed422/samples.h"
 
 namespace kv_img::copy {
 
 /// Packed 4:2:2 to 24-bit bitmaps.
-template <class Kernels>
-class RowConverter<Kernels, Image<PixelYUV422>, Image<PixelDIB24>> {
+template <class Set>
+class RowConverter<Set, Image<PixelYUV422>, Image<PixelDIB24>> {
  public:
   using Source = Image<PixelYUV422>::Buffer;
   using Destination = Image<PixelDIB24>::Buffer;
@@ -17,8 +18,9 @@ class RowConverter<Kernels, Image<PixelYUV422>, Image<PixelDIB24>> {
 
   /// The last width mod 8 pixels stay as they were.
   void Convert(int sourceRow, int destinationRow) const {
-    YuvToRgbArgs args{source_.width / 8, order_, source_.rows[sourceRow], destination_.rows[destinationRow]};
-    Kernels::Yuv422ToDib24(args);
+    YuvToRgb::Args args{source_.width / 8, order_, source_.rows[sourceRow],
+                        destination_.rows[destinationRow]};
+    Set::template Run<Yuv422ToDib24>(args);
   }
 
  private:

@@ -1,12 +1,13 @@
 #pragma once
 
 #include "algorithms/copy/copy.h"
+#include "algorithms/copy/kernels/swap_bytes.h"
 
 namespace kv_img::copy {
 
 /// Packed 4:2:2 from one byte order into the other.
-template <class Kernels>
-class RowConverter<Kernels, Image<PixelYUV422>, Image<PixelYUV422>> {
+template <class Set>
+class RowConverter<Set, Image<PixelYUV422>, Image<PixelYUV422>> {
  public:
   using Buffer = Image<PixelYUV422>::Buffer;
 
@@ -16,8 +17,8 @@ class RowConverter<Kernels, Image<PixelYUV422>, Image<PixelYUV422>> {
     const std::uint8_t* from = source_.rows[sourceRow];
     std::uint8_t* to = destination_.rows[destinationRow];
     const int groups = source_.width / 4;
-    SwapBytesArgs args{groups, from, to};
-    Kernels::SwapBytes(args);
+    SwapBytes::Args args{groups, from, to};
+    Set::template Run<SwapBytes>(args);
 
     // The remainder restarts at the row start, so the last width mod 4 pixels stay as they were.
     const int remainder = source_.width - 4 * groups;

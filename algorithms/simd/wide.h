@@ -5,8 +5,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
-#include "algorithms/simd/wide_level.h"
+#include "algorithms/simd/kernel.h"
 
 // The widest register of the level that a kernel file is compiled for, under names that do not depend on it.
 // For kernel files of the wide set only: they are compiled once per level, with KV_WIDE_LEVEL set to 0
@@ -387,39 +388,39 @@ KV_INLINE void CopyFew(std::uint8_t* to, const std::uint8_t* from, std::int32_t 
   for (std::int32_t done = 0; done < count; ++done) to[done] = from[done];
 }
 
-// What is left of a stream behind its last whole step, `groups` groups of `most`, is worked on once more
-// together with what is before it; what is written goes through a buffer, so that a stream which is read and
+// What is left of a stream after its last whole step, `groups` groups of `most`, is worked on once more
+// together with what is before it. What is written goes through a buffer, so that a stream that is read and
 // written in place stays right. When there was no whole step, what is read goes through a buffer too.
 
-/// A stream that a kernel reads: `perGroup` bytes a group, and `before` and `behind` bytes around all of
-/// them.
-template <int perGroup, int before = 0, int behind = 0>
-struct In {
+/// Where a walk is in a stream that it reads: `perGroup` bytes a group, `before` and `after` bytes around all
+/// of them.
+template <int perGroup, int before = 0, int after = 0>
+struct Reading {
   static constexpr int bytes = perGroup;
   const std::uint8_t*& pointer;
 
   template <int most>
   struct Rest {
-    alignas(64) std::uint8_t buffer[before + most * perGroup + behind];
+    alignas(64) std::uint8_t buffer[before + most * perGroup + after];
     const std::uint8_t* begin;
-    Rest(const In& in, std::int32_t groups, bool isBehindSteps) {
-      if (isBehindSteps) {
+    Rest(const Reading& in, std::int32_t groups, bool isAfterSteps) {
+      if (isAfterSteps) {
         begin = in.pointer - (most - groups) * perGroup;
       } else {
         std::memset(buffer, 0, sizeof buffer);
-        CopyFew<before + most * perGroup + behind>(buffer, in.pointer - before,
-                                                   before + groups * perGroup + behind);
+        CopyFew<before + most * perGroup + after>(buffer, in.pointer - before,
+                                                  before + groups * perGroup + after);
         begin = buffer + before;
       }
     }
     Rest(const Rest&) = delete;
     const std::uint8_t* Begin() const { return begin; }
-    void Finish(const In& in, std::int32_t groups) const { in.pointer += groups * perGroup; }
+    void Finish(const Reading& in, std::int32_t groups) const { in.pointer += groups * perGroup; }
   };
 };
-/// A stream that a kernel writes.
+/// In a stream that it writes.
 template <int perGroup>
-struct Out {
+struct Writing {
   static constexpr int bytes = perGroup;
   std::uint8_t*& pointer;
 
@@ -427,19 +428,18 @@ struct Out {
   struct Rest {
     alignas(64) std::uint8_t buffer[most * perGroup];
     const std::int32_t skipped;
-    Rest(const Out& /*out*/, std::int32_t groups, bool isBehindSteps)
-        : skipped(isBehindSteps ? (most - groups) * perGroup : 0) {}
+    Rest(const Writing& /*out*/, std::int32_t groups, bool isAfterSteps)
+        : skipped(isAfterSteps ? (most - groups) * perGroup : 0) {}
     std::uint8_t* Begin() { return buffer; }
-    void Finish(const Out& out, std::int32_t groups) const {
+    void Finish(const Writing& out, std::int32_t groups) const {
       CopyFew<most * perGroup>(out.pointer, buffer + skipped, groups * perGroup);
       out.pointer += groups * perGroup;
     }
   };
 };
-
-/// A stream that a kernel changes where it is.
+/// In a stream that it changes in place.
 template <int perGroup>
-struct InOut {
+struct Changing {
   static constexpr int bytes = perGroup;
   std::uint8_t*& pointer;
 
@@ -447,9 +447,9 @@ struct InOut {
   struct Rest {
     alignas(64) std::uint8_t buffer[most * perGroup];
     const std::int32_t skipped;
-    Rest(const InOut& inOut, std::int32_t groups, bool isBehindSteps)
-        : skipped(isBehindSteps ? (most - groups) * perGroup : 0) {
-      if (isBehindSteps) {
+    Rest(const Changing& inOut, std::int32_t groups, bool isAfterSteps)
+        : skipped(isAfterSteps ? (most - groups) * perGroup : 0) {
+      if (isAfterSteps) {
         std::memcpy(buffer, inOut.pointer - skipped, sizeof buffer);
       } else {
         std::memset(buffer, 0, sizeof buffer);
@@ -457,7 +457,7 @@ struct InOut {
       }
     }
     std::uint8_t* Begin() { return buffer; }
-    void Finish(const InOut& inOut, std::int32_t groups) const {
+    void Finish(const Changing& inOut, std::int32_t groups) const {
       CopyFew<most * perGroup>(inOut.pointer, buffer + skipped, groups * perGroup);
       inOut.pointer += groups * perGroup;
     }
@@ -466,22 +466,48 @@ struct InOut {
 
 /// Calls `step` with the pointers of `groupsPerStep` groups at a time, and for what is left over with those
 /// of rests, so that a step never touches a byte beyond the groups. Advances the pointers.
-template <int groupsPerStep, class Step, class... Streams>
-KV_INLINE void Walk(std::int32_t groups, Step step, Streams... streams) {
+template <int groupsPerStep, class Step, class... Places>
+KV_INLINE void WalkPlaces(std::int32_t groups, Step step, Places... places) {
   if (groups <= 0) return;
   const bool hasSteps = groups >= groupsPerStep;
   [&](auto*... pointers) {
     for (; groups >= groupsPerStep; groups -= groupsPerStep) {
       step(pointers...);
-      ((pointers += groupsPerStep * Streams::bytes), ...);
+      ((pointers += groupsPerStep * Places::bytes), ...);
     }
-    ((streams.pointer = pointers), ...);
-  }(streams.pointer...);
+    ((places.pointer = pointers), ...);
+  }(places.pointer...);
   if (groups == 0) return;
   [&](auto&&... rests) {
     step(rests.Begin()...);
-    (rests.Finish(streams, groups), ...);
-  }(typename Streams::template Rest<groupsPerStep>(streams, groups, hasSteps)...);
+    (rests.Finish(places, groups), ...);
+  }(typename Places::template Rest<groupsPerStep>(places, groups, hasSteps)...);
+}
+
+template <auto pointer, int perGroup, int before, int after>
+Reading<perGroup, before, after> PlaceIn(In<pointer, perGroup, before, after>);
+template <auto pointer, int perGroup>
+Writing<perGroup> PlaceIn(Out<pointer, perGroup>);
+template <auto pointer, int perGroup>
+Changing<perGroup> PlaceIn(InOut<pointer, perGroup>);
+
+template <class Stream>
+using PointerIn = std::remove_reference_t<decltype(decltype(PlaceIn(Stream()))::pointer)>;
+
+template <int groupsPerStep, class Args, class Step, class... Streams>
+KV_INLINE void WalkStreams(Args& args, Step step, StreamList<Streams...> /*streams*/) {
+  [&](PointerIn<Streams>... pointers) {
+    WalkPlaces<groupsPerStep>(args.groups, step, decltype(PlaceIn(Streams())){pointers}...);
+    ((args.*Streams::pointer =
+          reinterpret_cast<std::remove_cvref_t<decltype(args.*Streams::pointer)>>(pointers)),
+     ...);
+  }(reinterpret_cast<PointerIn<Streams>>(args.*Streams::pointer)...);
+}
+
+/// Calls `step` with pointers into the streams of a record, in their order.
+template <class Streams, int groupsPerStep, class Args, class Step>
+KV_INLINE void Walk(Args& args, Step step) {
+  WalkStreams<groupsPerStep>(args, step, Streams());
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 
 #include "algorithms/copy/kernels/swap_bytes.h"
 #include "check/checker.h"
+#include "check/listed_kernel.h"
 
 namespace {
 
@@ -31,11 +32,10 @@ constexpr const char* usage =
 /// Kernels that are wrong on purpose, each in one way: a check that lets one pass is no check.
 bool CatchesWrongKernels(std::uint64_t seed) {
   constexpr int rounds = 100;
-  using namespace kv_img::copy;
   using kv_check::Call;
   using kv_check::KernelCase;
   using kv_check::Variant;
-  const Variant right = kv_check::SourceToDestination<SwapBytesArgs>("right", scalar::SwapBytes);
+  const Variant right = kv_check::CaseOf<kv_img::copy::SwapBytes>().variants.front();
   const std::pair<const char*, void (*)(Call&)> faults[] = {
       {"one wrong byte",
        [](Call& call) {

@@ -19,7 +19,7 @@ KV_INLINE Vector MaskOfPairs(Vector first, Vector second) {
 template <>
 void ChromaDistance<level>(ChromaDistanceArgs& args) noexcept {
   const __m128i shift = _mm_cvtsi32_si128(8 * ChromaByte(args.order));
-  Walk<width / 4>(
+  WalkPlaces<width / 4>(
       args.groups,
       [shift](const std::uint8_t* first, const std::uint8_t* second, std::uint8_t* mask) {
         const auto masks = [&](int offset) {
@@ -28,7 +28,7 @@ void ChromaDistance<level>(ChromaDistanceArgs& args) noexcept {
         };
         Store(mask, Narrow32To16(masks(0), masks(width)));
       },
-      In<8>{args.first}, In<8>{args.second}, Out<4>{args.mask});
+      Reading<8>{args.first}, Reading<8>{args.second}, Writing<4>{args.mask});
 }
 
 }  // namespace kv_img::alpha::wide

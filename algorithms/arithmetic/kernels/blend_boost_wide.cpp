@@ -10,7 +10,7 @@ KV_INLINE Vector Blend(Vector a, Vector b, Vector weight) {
 
 template <PackedOrder order>
 void BlendRow(BlendBoostArgs& args) {
-  Walk<width / 8>(
+  WalkPlaces<width / 8>(
       args.groups,
       [](const std::uint8_t* b, const std::uint8_t* a, const std::uint8_t* mask, std::uint8_t* destination) {
         const Vector pixelsA = Load(a);
@@ -28,7 +28,7 @@ void BlendRow(BlendBoostArgs& args) {
         Store(destination, order == PackedOrder::LumaFirst ? Or(luma, ShiftLeft16<8>(chroma))
                                                            : Or(ShiftLeft16<8>(luma), chroma));
       },
-      In<8>{args.b}, In<8>{args.a}, In<4>{args.mask}, Out<8>{args.destination});
+      Reading<8>{args.b}, Reading<8>{args.a}, Reading<4>{args.mask}, Writing<8>{args.destination});
 }
 
 }  // namespace

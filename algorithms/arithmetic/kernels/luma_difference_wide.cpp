@@ -7,7 +7,7 @@ namespace {
 
 template <PackedOrder order>
 void Differences(LumaDifferenceArgs& args) {
-  Walk<width / 4>(
+  WalkPlaces<width / 4>(
       args.groups,
       [](const std::uint8_t* first, const std::uint8_t* second, std::uint8_t* destination) {
         // Both in the order that a pack leaves: their difference is put right once.
@@ -19,7 +19,7 @@ void Differences(LumaDifferenceArgs& args) {
         };
         Store(destination, OrderOfPack(AbsoluteDifferenceU8(luma(first), luma(second))));
       },
-      In<8>{args.first}, In<8>{args.second}, Out<4>{args.destination});
+      Reading<8>{args.first}, Reading<8>{args.second}, Writing<4>{args.destination});
 }
 
 }  // namespace

@@ -7,7 +7,7 @@ template <>
 void ReplaceRow<level>(ReplaceRowArgs& args) noexcept {
   auto* firstBytes = reinterpret_cast<std::uint8_t*>(args.first);
   auto* secondBytes = reinterpret_cast<std::uint8_t*>(args.second);
-  Walk<width / 8>(
+  WalkPlaces<width / 8>(
       args.groups,
       [](const std::uint8_t* enteringBytes, const std::uint8_t* leavingBytes, std::uint8_t* first,
          std::uint8_t* second) {
@@ -16,7 +16,7 @@ void ReplaceRow<level>(ReplaceRowArgs& args) noexcept {
         Store(first, Add16(Load(first), Sub16(LowerBytes16(entering), LowerBytes16(leaving))));
         Store(second, Add16(Load(second), Sub16(UpperBytes16(entering), UpperBytes16(leaving))));
       },
-      In<8>{args.entering}, In<8>{args.leaving}, InOut<8>{firstBytes}, InOut<8>{secondBytes});
+      Reading<8>{args.entering}, Reading<8>{args.leaving}, Changing<8>{firstBytes}, Changing<8>{secondBytes});
   args.first = reinterpret_cast<std::uint16_t*>(firstBytes);
   args.second = reinterpret_cast<std::uint16_t*>(secondBytes);
 }

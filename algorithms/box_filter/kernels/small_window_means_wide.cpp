@@ -47,12 +47,12 @@ void Slide(SmallWindowMeansArgs& args, std::index_sequence<row...> /*rows*/) {
   // When what is left over is worked on together with windows before it, the first of those come out wrong,
   // for the columns of the last step do not precede them; no more than the first seven, which are not kept.
   static_assert(before < 8);
-  Walk<width / 8>(
+  WalkPlaces<width / 8>(
       args.groups,
       [&](std::uint8_t* destination, const auto*... pixels) {
         Store(destination, next(LoadOnce(pixels + before)...));
       },
-      Out<8>{args.destination}, In<8, 0, before>{args.rows[row]}...);
+      Writing<8>{args.destination}, Reading<8, 0, before>{args.rows[row]}...);
 }
 
 template <std::size_t windowSize>

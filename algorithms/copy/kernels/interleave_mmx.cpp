@@ -1,12 +1,12 @@
 #include "algorithms/copy/kernels/interleave.h"
 #include "algorithms/simd/mmx.h"
 
-namespace kv_img::copy::mmx {
+namespace kv_img::copy {
 namespace {
 
 template <bool isLumaFirst>
-void Interleave(InterleaveArgs& args) {
-  InterleaveArgs at = args;  // no store can reach a local copy, so its pointers stay in registers
+void InterleaveRow(Interleave::Args& args) {
+  Interleave::Args at = args;  // no store can reach a local copy, so its pointers stay in registers
   for (std::int32_t group = 0; group < at.groups; ++group) {
     const __m64 luma = Load64(at.luma);
     const __m64 chroma = _mm_unpacklo_pi8(Load32(at.cb), Load32(at.cr));
@@ -25,12 +25,14 @@ void Interleave(InterleaveArgs& args) {
 
 }  // namespace
 
-void InterleaveLumaFirst(InterleaveArgs& args) noexcept {
-  Interleave<true>(args);
+template <>
+void InterleaveLumaFirst::Run<Mmx>(Args& args) noexcept {
+  InterleaveRow<true>(args);
 }
 
-void InterleaveChromaFirst(InterleaveArgs& args) noexcept {
-  Interleave<false>(args);
+template <>
+void InterleaveChromaFirst::Run<Mmx>(Args& args) noexcept {
+  InterleaveRow<false>(args);
 }
 
-}  // namespace kv_img::copy::mmx
+}  // namespace kv_img::copy

@@ -1,8 +1,9 @@
 #include "algorithms/copy/kernels/interleave.h"
 
-namespace kv_img::copy::scalar {
+namespace kv_img::copy {
 
-void InterleaveLumaFirst(InterleaveArgs& args) noexcept {
+template <>
+void InterleaveLumaFirst::Run<Scalar>(Args& args) noexcept {
   for (std::int32_t pair = 0; pair < 4 * args.groups; ++pair) {
     args.destination[0] = args.luma[0];
     args.destination[1] = *args.cb++;
@@ -13,7 +14,8 @@ void InterleaveLumaFirst(InterleaveArgs& args) noexcept {
   }
 }
 
-void InterleaveChromaFirst(InterleaveArgs& args) noexcept {
+template <>
+void InterleaveChromaFirst::Run<Scalar>(Args& args) noexcept {
   for (std::int32_t pair = 0; pair < 4 * args.groups; ++pair) {
     args.destination[0] = *args.cb++;
     args.destination[1] = args.luma[0];
@@ -24,4 +26,4 @@ void InterleaveChromaFirst(InterleaveArgs& args) noexcept {
   }
 }
 
-}  // namespace kv_img::copy::scalar
+}  // namespace kv_img::copy

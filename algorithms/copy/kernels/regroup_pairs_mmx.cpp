@@ -1,9 +1,10 @@
 #include "algorithms/copy/kernels/regroup_pairs.h"
 #include "algorithms/simd/mmx.h"
 
-namespace kv_img::copy::mmx {
+namespace kv_img::copy {
 
-void RegroupPairs(RegroupPairsArgs& args) noexcept {
+template <>
+void RegroupPairs::Run<Mmx>(Args& args) noexcept {
   const bool isLumaFirst = args.sourceOrder == PackedOrder::LumaFirst;
   const __m64 lumaMask = _mm_set1_pi16(static_cast<short>(isLumaFirst ? 0x00FF : 0xFF00));
   // Shifts by 8 either way exchange the bytes of a word; by 0 and 16 they keep them.
@@ -26,4 +27,4 @@ void RegroupPairs(RegroupPairsArgs& args) noexcept {
   _mm_empty();
 }
 
-}  // namespace kv_img::copy::mmx
+}  // namespace kv_img::copy

@@ -1,6 +1,6 @@
 #include "algorithms/copy/kernels/regroup_pairs.h"
 
-namespace kv_img::copy::scalar {
+namespace kv_img::copy {
 namespace {
 
 /// Where the luma byte of a two-byte pixel lies; the other one is chroma.
@@ -10,7 +10,8 @@ int LumaOf(PackedOrder order) {
 
 }  // namespace
 
-void RegroupPairs(RegroupPairsArgs& args) noexcept {
+template <>
+void RegroupPairs::Run<Scalar>(Args& args) noexcept {
   const int fromLuma = LumaOf(args.sourceOrder);
   const int toLuma = LumaOf(args.destinationOrder);
   const std::uint8_t* from = args.source;
@@ -26,4 +27,4 @@ void RegroupPairs(RegroupPairsArgs& args) noexcept {
   args.destination = to;
 }
 
-}  // namespace kv_img::copy::scalar
+}  // namespace kv_img::copy

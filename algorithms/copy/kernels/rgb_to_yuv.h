@@ -3,7 +3,7 @@
 #include <cstdint>
 
 #include "algorithms/packed422/order.h"
-#include "algorithms/simd/wide_level.h"
+#include "algorithms/simd/kernel.h"
 
 namespace kv_img::copy {
 
@@ -29,43 +29,44 @@ struct RgbToYuvMatrix {
   std::uint8_t chromaOffset = 128;
 };
 
-/// Converts a bitmap row (blue, green, red, and of 32 bits a fourth byte) to a packed 4:2:2 row.
-///
-/// One group of Dib24ToYuv422 is eight pixels: 24 bytes read at `source`, 16 written at `destination`. One
-/// group of Dib32ToYuv422 is four pixels: 16 bytes read, 8 written; the fourth byte of a pixel has no effect.
-/// Any alignment, no overlap; touches exactly that many bytes of each. The kernel leaves the pointers behind
-/// what it consumed, the SIMD state clean, and keeps no state.
-struct RgbToYuvArgs {
-  std::int32_t groups;
-  PackedOrder order;
-  const std::uint8_t* source;
-  std::uint8_t* destination;
-  RgbToYuvMatrix matrix = {};
+/// Converts a bitmap row (blue, green, red, and of 32 bits a fourth byte) to a packed 4:2:2 row. Any
+/// alignment, no overlap.
+struct RgbToYuv {
+  struct Args {
+    std::int32_t groups;
+    PackedOrder order;
+    const std::uint8_t* source;
+    std::uint8_t* destination;
+    RgbToYuvMatrix matrix = {};
+  };
 };
 
-/// Dib32ToYuva422 is Dib32ToYuv422 that also copies the fourth byte of every pixel: 4 more bytes written per
-/// group, at `alpha`.
-struct RgbToYuvaArgs : RgbToYuvArgs {
-  std::uint8_t* alpha;
+/// One group is eight pixels: 24 bytes read at `source`, 16 written at `destination`.
+struct Dib24ToYuv422 : RgbToYuv {
+  static constexpr const char* name = "copy/Dib24ToYuv422";
+  using Streams = StreamList<In<&Args::source, 24>, Out<&Args::destination, 16>>;
+  template <class Set>
+  static void Run(Args& args) noexcept;
 };
 
-namespace scalar {
-void Dib24ToYuv422(RgbToYuvArgs& args) noexcept;
-void Dib32ToYuv422(RgbToYuvArgs& args) noexcept;
-void Dib32ToYuva422(RgbToYuvaArgs& args) noexcept;
-}  // namespace scalar
-namespace mmx {
-void Dib24ToYuv422(RgbToYuvArgs& args) noexcept;
-void Dib32ToYuv422(RgbToYuvArgs& args) noexcept;
-void Dib32ToYuva422(RgbToYuvaArgs& args) noexcept;
-}  // namespace mmx
-namespace wide {
-template <WideLevel>
-void Dib24ToYuv422(RgbToYuvArgs& args) noexcept;
-template <WideLevel>
-void Dib32ToYuv422(RgbToYuvArgs& args) noexcept;
-template <WideLevel>
-void Dib32ToYuva422(RgbToYuvaArgs& args) noexcept;
-}  // namespace wide
+/// One group is four pixels: 16 bytes read at `source`, 8 written at `destination`. The fourth byte of a
+/// pixel has no effect.
+struct Dib32ToYuv422 : RgbToYuv {
+  static constexpr const char* name = "copy/Dib32ToYuv422";
+  using Streams = StreamList<In<&Args::source, 16>, Out<&Args::destination, 8>>;
+  template <class Set>
+  static void Run(Args& args) noexcept;
+};
+
+/// Dib32ToYuv422 that also copies the fourth byte of every pixel: 4 more bytes written per group, at `alpha`.
+struct Dib32ToYuva422 {
+  struct Args : RgbToYuv::Args {
+    std::uint8_t* alpha;
+  };
+  static constexpr const char* name = "copy/Dib32ToYuva422";
+  using Streams = StreamList<In<&Args::source, 16>, Out<&Args::destination, 8>, Out<&Args::alpha, 4>>;
+  template <class Set>
+  static void Run(Args& args) noexcept;
+};
 
 }  // namespace kv_img::copy

@@ -1,7 +1,7 @@
 #include "algorithms/copy/kernels/rgb_to_yuv.h"
 #include "algorithms/simd/mmx.h"
 
-namespace kv_img::copy::mmx {
+namespace kv_img::copy {
 namespace {
 
 /// The weights of one output component in words: those of the even bytes of two 32-bit pixels (blue, red) and
@@ -89,8 +89,8 @@ __m64 Widen(__m64 pixels) {
 }
 
 template <PackedOrder order>
-void ConvertDib24(RgbToYuvArgs& args) {
-  RgbToYuvArgs at = args;  // no store can reach a local copy, so its pointers stay in registers
+void ConvertDib24(RgbToYuv::Args& args) {
+  RgbToYuv::Args at = args;  // no store can reach a local copy, so its pointers stay in registers
   const MatrixWords matrix(at.matrix);
   for (std::int32_t group = 0; group < at.groups; ++group) {
     // The last two pixels are taken from the upper end of a word, so that nothing behind them is read.
@@ -154,7 +154,8 @@ void ConvertDib32(Args& args) {
 
 }  // namespace
 
-void Dib24ToYuv422(RgbToYuvArgs& args) noexcept {
+template <>
+void Dib24ToYuv422::Run<Mmx>(Args& args) noexcept {
   if (args.order == PackedOrder::LumaFirst) {
     ConvertDib24<PackedOrder::LumaFirst>(args);
   } else {
@@ -162,7 +163,8 @@ void Dib24ToYuv422(RgbToYuvArgs& args) noexcept {
   }
 }
 
-void Dib32ToYuv422(RgbToYuvArgs& args) noexcept {
+template <>
+void Dib32ToYuv422::Run<Mmx>(Args& args) noexcept {
   if (args.order == PackedOrder::LumaFirst) {
     ConvertDib32<PackedOrder::LumaFirst>(args);
   } else {
@@ -170,7 +172,8 @@ void Dib32ToYuv422(RgbToYuvArgs& args) noexcept {
   }
 }
 
-void Dib32ToYuva422(RgbToYuvaArgs& args) noexcept {
+template <>
+void Dib32ToYuva422::Run<Mmx>(Args& args) noexcept {
   if (args.order == PackedOrder::LumaFirst) {
     ConvertDib32<PackedOrder::LumaFirst>(args);
   } else {
@@ -178,4 +181,4 @@ void Dib32ToYuva422(RgbToYuvaArgs& args) noexcept {
   }
 }
 
-}  // namespace kv_img::copy::mmx
+}  // namespace kv_img::copy

@@ -1,6 +1,6 @@
 #include "algorithms/copy/kernels/rgb_to_yuv.h"
 
-namespace kv_img::copy::scalar {
+namespace kv_img::copy {
 namespace {
 
 /// floor of the weighted sum
@@ -24,7 +24,7 @@ static_assert(Weigh(bt601.cr, 255, 0, 0) == 111 && Weigh(bt601.cb, 255, 0, 0) ==
 static_assert(Chroma(-1, -1, 128) == 127 && Chroma(-1, 0, 128) == 127 && Chroma(1, 0, 128) == 128);
 
 /// Converts `pairs` pixel pairs of `pixelBytes` bytes a pixel.
-void ConvertPairs(RgbToYuvArgs& args, std::int32_t pairs, int pixelBytes) {
+void ConvertPairs(RgbToYuv::Args& args, std::int32_t pairs, int pixelBytes) {
   const RgbToYuvMatrix& matrix = args.matrix;
   const bool isLumaFirst = args.order == PackedOrder::LumaFirst;
   for (std::int32_t pair = 0; pair < pairs; ++pair) {
@@ -49,17 +49,20 @@ void ConvertPairs(RgbToYuvArgs& args, std::int32_t pairs, int pixelBytes) {
 
 }  // namespace
 
-void Dib24ToYuv422(RgbToYuvArgs& args) noexcept {
+template <>
+void Dib24ToYuv422::Run<Scalar>(Args& args) noexcept {
   ConvertPairs(args, 4 * args.groups, 3);
 }
 
-void Dib32ToYuv422(RgbToYuvArgs& args) noexcept {
+template <>
+void Dib32ToYuv422::Run<Scalar>(Args& args) noexcept {
   ConvertPairs(args, 2 * args.groups, 4);
 }
 
-void Dib32ToYuva422(RgbToYuvaArgs& args) noexcept {
+template <>
+void Dib32ToYuva422::Run<Scalar>(Args& args) noexcept {
   for (std::int32_t pixel = 0; pixel < 4 * args.groups; ++pixel) *args.alpha++ = args.source[4 * pixel + 3];
   ConvertPairs(args, 2 * args.groups, 4);
 }
 
-}  // namespace kv_img::copy::scalar
+}  // namespace kv_img::copy

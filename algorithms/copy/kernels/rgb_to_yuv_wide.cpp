@@ -1,7 +1,7 @@
 #include "algorithms/copy/kernels/rgb_to_yuv.h"
 #include "algorithms/simd/wide.h"
 
-namespace kv_img::copy::wide {
+namespace kv_img::copy {
 namespace {
 
 #if KV_WIDE_LEVEL >= 3
@@ -205,55 +205,49 @@ Vector FourthBytes(const TwoVectors& pixels) {
 }
 
 template <bool isLumaFirst>
-void Convert24(RgbToYuvArgs& args) {
+void Convert24(RgbToYuv::Args& args) {
   const Converter<isLumaFirst> converter(args.matrix);
-  Walk<width / 16>(
-      args.groups,
-      [&converter](const std::uint8_t* source, std::uint8_t* destination) {
+  Walk<Dib24ToYuv422::Streams, width / 16>(
+      args, [&converter](const std::uint8_t* source, std::uint8_t* destination) {
         Store(destination, converter.Convert(Read24(source)));
-      },
-      In<24>{args.source}, Out<16>{args.destination});
+      });
 }
 
 template <bool isLumaFirst>
-void Convert32(RgbToYuvArgs& args) {
+void Convert32(RgbToYuv::Args& args) {
   const Converter<isLumaFirst> converter(args.matrix);
-  Walk<width / 8>(
-      args.groups,
-      [&converter](const std::uint8_t* source, std::uint8_t* destination) {
+  Walk<Dib32ToYuv422::Streams, width / 8>(
+      args, [&converter](const std::uint8_t* source, std::uint8_t* destination) {
         Store(destination, converter.Convert(Read32(source)));
-      },
-      In<16>{args.source}, Out<8>{args.destination});
+      });
 }
 
 template <bool isLumaFirst>
-void Convert32WithAlpha(RgbToYuvaArgs& args) {
+void Convert32WithAlpha(Dib32ToYuva422::Args& args) {
   const Converter<isLumaFirst> converter(args.matrix);
-  Walk<width / 8>(
-      args.groups,
-      [&converter](const std::uint8_t* source, std::uint8_t* destination, std::uint8_t* alpha) {
+  Walk<Dib32ToYuva422::Streams, width / 8>(
+      args, [&converter](const std::uint8_t* source, std::uint8_t* destination, std::uint8_t* alpha) {
         const TwoVectors pixels = Read32(source);
         Store(destination, converter.Convert(pixels));
         StoreLowerHalf(alpha, FourthBytes(pixels));
-      },
-      In<16>{args.source}, Out<8>{args.destination}, Out<4>{args.alpha});
+      });
 }
 
 }  // namespace
 
 template <>
-void Dib24ToYuv422<level>(RgbToYuvArgs& args) noexcept {
+void Dib24ToYuv422::Run<Wide<level>>(Args& args) noexcept {
   args.order == PackedOrder::LumaFirst ? Convert24<true>(args) : Convert24<false>(args);
 }
 
 template <>
-void Dib32ToYuv422<level>(RgbToYuvArgs& args) noexcept {
+void Dib32ToYuv422::Run<Wide<level>>(Args& args) noexcept {
   args.order == PackedOrder::LumaFirst ? Convert32<true>(args) : Convert32<false>(args);
 }
 
 template <>
-void Dib32ToYuva422<level>(RgbToYuvaArgs& args) noexcept {
+void Dib32ToYuva422::Run<Wide<level>>(Args& args) noexcept {
   args.order == PackedOrder::LumaFirst ? Convert32WithAlpha<true>(args) : Convert32WithAlpha<false>(args);
 }
 
-}  // namespace kv_img::copy::wide
+}  // namespace kv_img::copy

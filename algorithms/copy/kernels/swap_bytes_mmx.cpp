@@ -1,9 +1,10 @@
 #include "algorithms/copy/kernels/swap_bytes.h"
 #include "algorithms/simd/mmx.h"
 
-namespace kv_img::copy::mmx {
+namespace kv_img::copy {
 
-void SwapBytes(SwapBytesArgs& args) noexcept {
+template <>
+void SwapBytes::Run<Mmx>(Args& args) noexcept {
   const std::uint8_t* from = args.source;
   std::uint8_t* to = args.destination;
   for (std::int32_t group = 0; group < args.groups; ++group) {
@@ -17,4 +18,4 @@ void SwapBytes(SwapBytesArgs& args) noexcept {
   _mm_empty();
 }
 
-}  // namespace kv_img::copy::mmx
+}  // namespace kv_img::copy

@@ -1,8 +1,9 @@
 #include "algorithms/copy/kernels/swap_bytes.h"
 
-namespace kv_img::copy::scalar {
+namespace kv_img::copy {
 
-void SwapBytes(SwapBytesArgs& args) noexcept {
+template <>
+void SwapBytes::Run<Scalar>(Args& args) noexcept {
   const std::uint8_t* from = args.source;
   std::uint8_t* to = args.destination;
   for (std::int32_t word = 0; word < 4 * args.groups; ++word) {
@@ -15,4 +16,4 @@ void SwapBytes(SwapBytesArgs& args) noexcept {
   args.destination = to;
 }
 
-}  // namespace kv_img::copy::scalar
+}  // namespace kv_img::copy

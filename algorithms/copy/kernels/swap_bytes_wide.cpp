@@ -2,16 +2,13 @@
 #include "algorithms/copy/kernels/swap_bytes.h"
 #include "algorithms/simd/wide.h"
 
-namespace kv_img::copy::wide {
+namespace kv_img::copy {
 
 template <>
-void SwapBytes<level>(SwapBytesArgs& args) noexcept {
-  Walk<width / 8>(
-      args.groups,
-      [](const std::uint8_t* source, std::uint8_t* destination) {
-        Store(destination, SwapBytes16(Load(source)));
-      },
-      In<8>{args.source}, Out<8>{args.destination});
+void SwapBytes::Run<Wide<level>>(Args& args) noexcept {
+  Walk<Streams, width / 8>(args, [](const std::uint8_t* source, std::uint8_t* destination) {
+    Store(destination, SwapBytes16(Load(source)));
+  });
 }
 
-}  // namespace kv_img::copy::wide
+}  // namespace kv_img::copy

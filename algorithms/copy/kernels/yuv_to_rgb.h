@@ -3,7 +3,7 @@
 #include <cstdint>
 
 #include "algorithms/packed422/order.h"
-#include "algorithms/simd/wide_level.h"
+#include "algorithms/simd/kernel.h"
 
 namespace kv_img::copy {
 
@@ -24,37 +24,40 @@ struct YuvToRgbMatrix {
   std::int16_t chromaOffset = 128;
 };
 
-/// Converts a packed 4:2:2 row to a bitmap row. Both pixels of a pair take the pair's chroma.
-///
-/// One group of Yuv422ToDib24 is eight pixels: 16 bytes read at `source`, 24 written at `destination` (blue,
-/// green, red). One group of Yuv422ToDib15 and Yuv422ToDib16 is four pixels: 8 bytes read, 8 written
-/// (little-endian words). Any alignment, no overlap; touches exactly that many bytes of each. The kernel
-/// leaves both pointers behind what it consumed, the SIMD state clean, and keeps no state.
-struct YuvToRgbArgs {
-  std::int32_t groups;
-  PackedOrder order;
-  const std::uint8_t* source;
-  std::uint8_t* destination;
-  YuvToRgbMatrix matrix = {};
+/// Converts a packed 4:2:2 row to a bitmap row. Both pixels of a pair take the pair's chroma. Any alignment,
+/// no overlap.
+struct YuvToRgb {
+  struct Args {
+    std::int32_t groups;
+    PackedOrder order;
+    const std::uint8_t* source;
+    std::uint8_t* destination;
+    YuvToRgbMatrix matrix = {};
+  };
 };
 
-namespace scalar {
-void Yuv422ToDib15(YuvToRgbArgs& args) noexcept;
-void Yuv422ToDib16(YuvToRgbArgs& args) noexcept;
-void Yuv422ToDib24(YuvToRgbArgs& args) noexcept;
-}  // namespace scalar
-namespace mmx {
-void Yuv422ToDib15(YuvToRgbArgs& args) noexcept;
-void Yuv422ToDib16(YuvToRgbArgs& args) noexcept;
-void Yuv422ToDib24(YuvToRgbArgs& args) noexcept;
-}  // namespace mmx
-namespace wide {
-template <WideLevel>
-void Yuv422ToDib15(YuvToRgbArgs& args) noexcept;
-template <WideLevel>
-void Yuv422ToDib16(YuvToRgbArgs& args) noexcept;
-template <WideLevel>
-void Yuv422ToDib24(YuvToRgbArgs& args) noexcept;
-}  // namespace wide
+/// To little-endian words. One group is four pixels: 8 bytes read at `source`, 8 written at `destination`.
+struct YuvToDibWords : YuvToRgb {
+  using Streams = StreamList<In<&Args::source, 8>, Out<&Args::destination, 8>>;
+};
+struct Yuv422ToDib15 : YuvToDibWords {
+  static constexpr const char* name = "copy/Yuv422ToDib15";
+  template <class Set>
+  static void Run(Args& args) noexcept;
+};
+
+struct Yuv422ToDib16 : YuvToDibWords {
+  static constexpr const char* name = "copy/Yuv422ToDib16";
+  template <class Set>
+  static void Run(Args& args) noexcept;
+};
+
+/// To blue, green, red. One group is eight pixels: 16 bytes read at `source`, 24 written at `destination`.
+struct Yuv422ToDib24 : YuvToRgb {
+  static constexpr const char* name = "copy/Yuv422ToDib24";
+  using Streams = StreamList<In<&Args::source, 16>, Out<&Args::destination, 24>>;
+  template <class Set>
+  static void Run(Args& args) noexcept;
+};
 
 }  // namespace kv_img::copy

@@ -1,7 +1,7 @@
 #include "algorithms/copy/kernels/yuv_to_rgb.h"
 #include "algorithms/simd/mmx.h"
 
-namespace kv_img::copy::mmx {
+namespace kv_img::copy {
 namespace {
 
 /// The matrix in words, those of chroma in the order Cb, Cr, Cb, Cr.
@@ -99,8 +99,8 @@ WordBytes Dib16Bytes(const EightPixels& pixels) {
 
 /// Two groups in a step, for eight pixels fill the words; a last odd group is converted beside zeros.
 template <PackedOrder order, WordBytes (*toBytes)(const EightPixels&)>
-void ConvertToWords(YuvToRgbArgs& args) {
-  YuvToRgbArgs at = args;  // no store can reach a local copy, so its pointers stay in registers
+void ConvertToWords(YuvToRgb::Args& args) {
+  YuvToRgb::Args at = args;  // no store can reach a local copy, so its pointers stay in registers
   const MatrixWords matrix(at.matrix);
   for (std::int32_t step = 0; step < at.groups / 2; ++step) {
     const WordBytes bytes = toBytes(Convert<order>(Load64(at.source), Load64(at.source + 8), matrix));
@@ -143,8 +143,8 @@ void StoreDib24(const EightPixels& pixels, std::uint8_t* destination) {
 }
 
 template <PackedOrder order>
-void ConvertToDib24(YuvToRgbArgs& args) {
-  YuvToRgbArgs at = args;
+void ConvertToDib24(YuvToRgb::Args& args) {
+  YuvToRgb::Args at = args;
   const MatrixWords matrix(at.matrix);
   for (std::int32_t group = 0; group < at.groups; ++group) {
     StoreDib24(Convert<order>(Load64(at.source), Load64(at.source + 8), matrix), at.destination);
@@ -157,7 +157,8 @@ void ConvertToDib24(YuvToRgbArgs& args) {
 
 }  // namespace
 
-void Yuv422ToDib15(YuvToRgbArgs& args) noexcept {
+template <>
+void Yuv422ToDib15::Run<Mmx>(Args& args) noexcept {
   if (args.order == PackedOrder::LumaFirst) {
     ConvertToWords<PackedOrder::LumaFirst, Dib15Bytes>(args);
   } else {
@@ -165,7 +166,8 @@ void Yuv422ToDib15(YuvToRgbArgs& args) noexcept {
   }
 }
 
-void Yuv422ToDib16(YuvToRgbArgs& args) noexcept {
+template <>
+void Yuv422ToDib16::Run<Mmx>(Args& args) noexcept {
   if (args.order == PackedOrder::LumaFirst) {
     ConvertToWords<PackedOrder::LumaFirst, Dib16Bytes>(args);
   } else {
@@ -173,7 +175,8 @@ void Yuv422ToDib16(YuvToRgbArgs& args) noexcept {
   }
 }
 
-void Yuv422ToDib24(YuvToRgbArgs& args) noexcept {
+template <>
+void Yuv422ToDib24::Run<Mmx>(Args& args) noexcept {
   if (args.order == PackedOrder::LumaFirst) {
     ConvertToDib24<PackedOrder::LumaFirst>(args);
   } else {
@@ -181,4 +184,4 @@ void Yuv422ToDib24(YuvToRgbArgs& args) noexcept {
   }
 }
 
-}  // namespace kv_img::copy::mmx
+}  // namespace kv_img::copy

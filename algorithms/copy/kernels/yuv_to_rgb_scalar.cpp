@@ -1,7 +1,7 @@
 #include "algorithms/copy/kernels/dib_word.h"
 #include "algorithms/copy/kernels/yuv_to_rgb.h"
 
-namespace kv_img::copy::scalar {
+namespace kv_img::copy {
 namespace {
 
 struct Rgb {
@@ -35,7 +35,7 @@ static_assert(Convert({}, 126, 90, 200) == Rgb{242, 84, 51});
 
 /// Converts `count` pixels; `store(pixel, destination)` writes one and returns the place of the next.
 template <class Store>
-void ConvertPixels(YuvToRgbArgs& args, std::int32_t count, Store store) {
+void ConvertPixels(YuvToRgb::Args& args, std::int32_t count, Store store) {
   const bool isLumaFirst = args.order == PackedOrder::LumaFirst;
   for (std::int32_t pair = 0; pair < count / 2; ++pair) {
     const std::uint8_t* luma = args.source + (isLumaFirst ? 0 : 1);
@@ -56,19 +56,22 @@ std::uint8_t* StoreWord(std::uint16_t word, std::uint8_t* destination) {
 
 }  // namespace
 
-void Yuv422ToDib15(YuvToRgbArgs& args) noexcept {
+template <>
+void Yuv422ToDib15::Run<Scalar>(Args& args) noexcept {
   ConvertPixels(args, 4 * args.groups, [](Rgb pixel, std::uint8_t* destination) {
     return StoreWord(Dib15Word(pixel.red, pixel.green, pixel.blue), destination);
   });
 }
 
-void Yuv422ToDib16(YuvToRgbArgs& args) noexcept {
+template <>
+void Yuv422ToDib16::Run<Scalar>(Args& args) noexcept {
   ConvertPixels(args, 4 * args.groups, [](Rgb pixel, std::uint8_t* destination) {
     return StoreWord(Dib16Word(pixel.red, pixel.green, pixel.blue), destination);
   });
 }
 
-void Yuv422ToDib24(YuvToRgbArgs& args) noexcept {
+template <>
+void Yuv422ToDib24::Run<Scalar>(Args& args) noexcept {
   ConvertPixels(args, 8 * args.groups, [](Rgb pixel, std::uint8_t* destination) {
     destination[0] = pixel.blue;
     destination[1] = pixel.green;
@@ -77,4 +80,4 @@ void Yuv422ToDib24(YuvToRgbArgs& args) noexcept {
   });
 }
 
-}  // namespace kv_img::copy::scalar
+}  // namespace kv_img::copy

@@ -1,7 +1,7 @@
 #include "algorithms/copy/kernels/yuv_to_rgb.h"
 #include "algorithms/simd/wide.h"
 
-namespace kv_img::copy::wide {
+namespace kv_img::copy {
 namespace {
 
 /// Components of consecutive pixels in 16-bit lanes.
@@ -63,11 +63,10 @@ struct Dib16Word {
 };
 
 template <class Word, bool isLumaFirst>
-void ConvertToWords(YuvToRgbArgs& args) {
+void ConvertToWords(YuvToRgb::Args& args) {
   const Converter<isLumaFirst> converter(args.matrix);
-  Walk<width / 4>(
-      args.groups,
-      [&converter](const std::uint8_t* source, std::uint8_t* destination) {
+  Walk<YuvToDibWords::Streams, width / 4>(
+      args, [&converter](const std::uint8_t* source, std::uint8_t* destination) {
         const Rgb first = converter.Convert(Load(source));
         const Rgb second = converter.Convert(Load(source + width));
         // Packing clamps, and the order that it leaves is undone below.
@@ -78,8 +77,7 @@ void ConvertToWords(YuvToRgbArgs& args) {
         const Vector upper = Word::UpperByte(red, green);
         Store(destination, KV_SIMD(unpacklo_epi8)(lower, upper));
         Store(destination + width, KV_SIMD(unpackhi_epi8)(lower, upper));
-      },
-      In<8>{args.source}, Out<8>{args.destination});
+      });
 }
 
 #if KV_WIDE_LEVEL >= 3
@@ -171,33 +169,31 @@ KV_INLINE void ConvertStep24(const Converter<isLumaFirst>& converter, const std:
 #endif
 
 template <bool isLumaFirst>
-void ConvertTo24(YuvToRgbArgs& args) {
+void ConvertTo24(YuvToRgb::Args& args) {
   const Converter<isLumaFirst> converter(args.matrix);
-  Walk<groupsPerStep24>(
-      args.groups,
-      [&converter](const std::uint8_t* source, std::uint8_t* destination) {
+  Walk<Yuv422ToDib24::Streams, groupsPerStep24>(
+      args, [&converter](const std::uint8_t* source, std::uint8_t* destination) {
         ConvertStep24(converter, source, destination);
-      },
-      In<16>{args.source}, Out<24>{args.destination});
+      });
 }
 
 }  // namespace
 
 template <>
-void Yuv422ToDib15<level>(YuvToRgbArgs& args) noexcept {
+void Yuv422ToDib15::Run<Wide<level>>(Args& args) noexcept {
   args.order == PackedOrder::LumaFirst ? ConvertToWords<Dib15Word, true>(args)
                                        : ConvertToWords<Dib15Word, false>(args);
 }
 
 template <>
-void Yuv422ToDib16<level>(YuvToRgbArgs& args) noexcept {
+void Yuv422ToDib16::Run<Wide<level>>(Args& args) noexcept {
   args.order == PackedOrder::LumaFirst ? ConvertToWords<Dib16Word, true>(args)
                                        : ConvertToWords<Dib16Word, false>(args);
 }
 
 template <>
-void Yuv422ToDib24<level>(YuvToRgbArgs& args) noexcept {
+void Yuv422ToDib24::Run<Wide<level>>(Args& args) noexcept {
   args.order == PackedOrder::LumaFirst ? ConvertTo24<true>(args) : ConvertTo24<false>(args);
 }
 
-}  // namespace kv_img::copy::wide
+}  // namespace kv_img::copy

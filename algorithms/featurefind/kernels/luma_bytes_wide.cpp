@@ -7,7 +7,7 @@ namespace kv_img::featurefind::wide {
 template <>
 void LumaBytes<level>(LumaBytesArgs& args) noexcept {
   const __m128i shift = _mm_cvtsi32_si128(8 * LumaByte(args.order));
-  Walk<width / 8>(
+  WalkPlaces<width / 8>(
       args.groups,
       [shift](const std::uint8_t* source, std::uint8_t* destination) {
         const auto luma = [&](int offset) {
@@ -15,7 +15,7 @@ void LumaBytes<level>(LumaBytesArgs& args) noexcept {
         };
         Store(destination, Narrow16To8(luma(0), luma(width)));
       },
-      In<16>{args.source}, Out<8>{args.destination});
+      Reading<16>{args.source}, Writing<8>{args.destination});
 }
 
 }  // namespace kv_img::featurefind::wide

@@ -6,22 +6,22 @@ namespace kv_img::parity::wide {
 
 template <>
 void AverageLines<level>(AverageLinesArgs& args) noexcept {
-  Walk<width / 8>(
+  WalkPlaces<width / 8>(
       args.groups,
       [](const std::uint8_t* upper, const std::uint8_t* lower, std::uint8_t* destination) {
         Store(destination, HalvedSumU8(Load(upper), Load(lower)));
       },
-      In<8>{args.upper}, In<8>{args.lower}, Out<8>{args.destination});
+      Reading<8>{args.upper}, Reading<8>{args.lower}, Writing<8>{args.destination});
 }
 
 template <>
 void AverageLinesSwapped<level>(AverageLinesArgs& args) noexcept {
-  Walk<width / 8>(
+  WalkPlaces<width / 8>(
       args.groups,
       [](const std::uint8_t* upper, const std::uint8_t* lower, std::uint8_t* destination) {
         Store(destination, SwapBytes16(HalvedSumU8(Load(upper), Load(lower))));
       },
-      In<8>{args.upper}, In<8>{args.lower}, Out<8>{args.destination});
+      Reading<8>{args.upper}, Reading<8>{args.lower}, Writing<8>{args.destination});
 }
 
 }  // namespace kv_img::parity::wide

@@ -49,7 +49,7 @@ KV_INLINE Vector BlendAt(const Blend& blend, Vector upper, Vector lower) {
 template <int lumaAt>
 void BlendUnlike(BlendRowsArgs& args) {
   constexpr int chromaAt = 1 - lumaAt;
-  Walk<width / 8>(
+  WalkPlaces<width / 8>(
       args.groups,
       [blend = Blend(args.fraction)](const std::uint8_t* upperBytes, const std::uint8_t* lowerBytes,
                                      std::uint8_t* destination) {
@@ -68,14 +68,14 @@ void BlendUnlike(BlendRowsArgs& args) {
         Store(destination, Or(luma, Or(chroma.template operator()<chromaAt>(),
                                        chroma.template operator()<chromaAt + 2>())));
       },
-      In<8, 2, 2>{args.upper}, In<8, 2, 2>{args.lower}, Out<8>{args.destination});
+      Reading<8, 2, 2>{args.upper}, Reading<8, 2, 2>{args.lower}, Writing<8>{args.destination});
 }
 
 }  // namespace
 
 template <>
 void BlendAlike<level>(BlendRowsArgs& args) noexcept {
-  Walk<width / 8>(
+  WalkPlaces<width / 8>(
       args.groups,
       [blend = Blend(args.fraction)](const std::uint8_t* upperBytes, const std::uint8_t* lowerBytes,
                                      std::uint8_t* destination) {
@@ -84,7 +84,7 @@ void BlendAlike<level>(BlendRowsArgs& args) noexcept {
         Store(destination, Or(Or(BlendAt<0>(blend, upper, lower), BlendAt<1>(blend, upper, lower)),
                               Or(BlendAt<2>(blend, upper, lower), BlendAt<3>(blend, upper, lower))));
       },
-      In<8>{args.upper}, In<8>{args.lower}, Out<8>{args.destination});
+      Reading<8>{args.upper}, Reading<8>{args.lower}, Writing<8>{args.destination});
 }
 
 template <>

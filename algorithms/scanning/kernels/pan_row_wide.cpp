@@ -20,7 +20,7 @@ void Pan(PanRowArgs& args) {
   constexpr int chromaAt = 1 - lumaAt;
   const Vector leftWeight = Set16(args.leftWeight);
   const Vector rightWeight = Set16(args.rightWeight);
-  Walk<width / 8>(
+  WalkPlaces<width / 8>(
       args.groups,
       [leftWeight, rightWeight](const std::uint8_t* upper, const std::uint8_t* lower,
                                 std::uint8_t* destination) {
@@ -43,8 +43,8 @@ void Pan(PanRowArgs& args) {
         Store(destination, lumaAt == 0 ? Or(UpperBytes16(luma), ShiftLeft16<8>(chroma))
                                        : Or(AndNot(Set16(0xFF), luma), chroma));
       },
-      In < 8, isShifted ? 2 : 0, 2 > {args.upper}, In < 8, isShifted ? 2 : 0, 2 > {args.lower},
-      Out<8>{args.destination});
+      Reading<8, isShifted ? 2 : 0, 2>{args.upper}, Reading<8, isShifted ? 2 : 0, 2>{args.lower},
+      Writing<8>{args.destination});
 }
 
 }  // namespace

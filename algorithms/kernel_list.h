@@ -1,0 +1,33 @@
+#pragma once
+
+#include <type_traits>
+
+// Every kernel of the family. A set runs no other (algorithms/kernel_sets.h); the check tool and the
+// benchmark run each of these in each set.
+
+namespace kv_img {
+
+template <class... Kernels>
+struct KernelList {
+  template <class Kernel>
+  static constexpr bool has = (std::is_same_v<Kernel, Kernels> || ...);
+};
+
+namespace copy {
+using Kernels =
+    KernelList<struct Dib24ToYuv422, struct Dib32ToYuv422, struct Dib32ToYuva422,
+               struct InterleaveChromaFirst, struct InterleaveLumaFirst, struct RegroupPairs,
+               struct SwapBytes, struct Yuv422ToDib15, struct Yuv422ToDib16, struct Yuv422ToDib24>;
+}  // namespace copy
+
+template <class... Lists>
+struct KernelLists {
+  template <class Kernel>
+  static constexpr bool has = (Lists::template has<Kernel> || ...);
+};
+using ListedKernels = KernelLists<copy::Kernels>;
+
+template <class Kernel>
+concept ListedKernel = ListedKernels::has<Kernel>;
+
+}  // namespace kv_img

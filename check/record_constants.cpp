@@ -1,0 +1,79 @@
+#include "check/record_constants.h"
+
+#include <algorithm>
+
+#include "check/kernel_case.h"
+#include "check/random.h"
+
+namespace kv_check {
+namespace {
+
+using namespace kv_img::copy;
+
+std::int16_t AnyWeight(Random& random) {
+  return static_cast<std::int16_t>(random.OneIn(4) ? random.Pick({-32768, 32767})
+                                                   : random.Between(-32768, 32767));
+}
+std::uint8_t AnyOffset(Random& random) {
+  return static_cast<std::uint8_t>(random.Between(0, 255));
+}
+
+void Vary(YuvToRgbMatrix& matrix, std::uint64_t seed) {
+  Random random(seed);
+  for (std::int16_t* gain :
+       {&matrix.luma, &matrix.crToRed, &matrix.cbToGreen, &matrix.crToGreen, &matrix.cbToBlue}) {
+    *gain = AnyWeight(random);
+  }
+  matrix.lumaOffset = AnyOffset(random);
+  matrix.chromaOffset = AnyOffset(random);
+}
+
+/// Weights with which no pixel has a component outside 0 to 255, the offset included.
+RgbWeights WeightsWithin(Random& random, int offset, bool mayBeNegative) {
+  int below = mayBeNegative ? offset * 32768 / 255 : 0;
+  int above = ((256 - offset) * 32768 - 1) / 255;
+  RgbWeights weights{};
+  std::int16_t* order[] = {&weights.red, &weights.green, &weights.blue};
+  std::rotate(order, order + random.Between(0, 2), std::end(order));
+  for (std::int16_t* weight : order) {
+    const bool isNegative = mayBeNegative && random.OneIn(2);
+    int& left = isNegative ? below : above;
+    const int most = std::min(left, 32767);
+    const int size = random.OneIn(3) ? most : random.Between(0, most);
+    left -= size;
+    *weight = static_cast<std::int16_t>(isNegative ? -size : size);
+  }
+  return weights;
+}
+
+void Vary(RgbToYuvMatrix& matrix, std::uint64_t seed) {
+  Random random(seed);
+  matrix.lumaOffset = AnyOffset(random);
+  matrix.chromaOffset = AnyOffset(random);
+  matrix.luma = WeightsWithin(random, matrix.lumaOffset, false);
+  matrix.cb = WeightsWithin(random, matrix.chromaOffset, true);
+  matrix.cr = WeightsWithin(random, matrix.chromaOffset, true);
+}
+
+template <class Args>
+void DrawConversion(Args& args, std::uint64_t seed) {
+  args.order = OrderFromBit(seed & 1);
+  if ((seed & 2) != 0) Vary(args.matrix, seed);
+}
+
+}  // namespace
+
+void DrawConstants(RegroupPairs::Args& args, std::uint64_t seed) {
+  args.sourceOrder = OrderFromBit(seed & 1);
+  args.destinationOrder = OrderFromBit(seed & 2);
+}
+
+void DrawConstants(RgbToYuv::Args& args, std::uint64_t seed) {
+  DrawConversion(args, seed);
+}
+
+void DrawConstants(YuvToRgb::Args& args, std::uint64_t seed) {
+  DrawConversion(args, seed);
+}
+
+}  // namespace kv_check
