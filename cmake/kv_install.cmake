@@ -31,7 +31,7 @@ foreach(header exceptions kv_exception message_text)
   file(CONFIGURE OUTPUT ${forward} CONTENT "#pragma once\n\n#include \"image/errors/${header}.h\"\n")
   install(FILES ${forward} DESTINATION ${KV_INSTALL_INCLUDEDIR}/errors COMPONENT dev)
 endforeach()
-install(FILES host/worker_pool.h host/runner.h host/opencv_view.h
+install(FILES host/worker_pool.h host/runner.h host/thread_limit.h host/opencv_view.h
   DESTINATION ${KV_INSTALL_INCLUDEDIR}/host COMPONENT dev)
 
 install(FILES plugin/exports.h plugin/dispatch.h DESTINATION ${KV_INSTALL_INCLUDEDIR}/plugin COMPONENT dev)

@@ -32,9 +32,7 @@ std::optional<Raster> ConvertDirectly(const Raster& source, RasterKind kind, int
       kv_img::ImageOptions options;
       if (IsPacked(kind)) options.layout = layout;
       const auto to = MakeWorkingImage<Out>(source.width, source.height, options);
-      engine.Run("Copy", [&](kv_std::SpinBarrier& barrier, std::uint32_t index) {
-        copy->Apply(*from, *to, barrier, index);
-      });
+      engine.Run("Copy", *copy, *from, *to);
       return ToRaster(*to, source);
     });
   });

@@ -1,10 +1,10 @@
 #pragma once
 
 #include <chrono>
-#include <limits>
 
 #include "host/family.h"
 #include "host/operation_log.h"
+#include "host/runner.h"
 #include "host/worker_pool.h"
 
 namespace kv_host {
@@ -15,10 +15,11 @@ struct Engine {
   const WorkerPool& pool;
   OperationLog* log = nullptr;  ///< Where calls are noted, if anywhere.
 
-  /// Calls `work` on at most `limit` threads of the pool and notes the call under the algorithm's name.
-  void Run(const char* algorithm, const WorkerPool::Work& work,
-           int limit = std::numeric_limits<int>::max()) const {
-    Time(algorithm, [&] { pool.Run(work, limit); });
+  /// Calls an operation on the threads of the pool, as kv_host::Run does, and notes the call under the
+  /// algorithm's name.
+  template <class Operation, class... Arguments>
+  void Run(const char* algorithm, const Operation& operation, Arguments&&... arguments) const {
+    Time(algorithm, [&] { kv_host::Run(pool, operation, arguments...); });
   }
 
   /// Calls `work` on this thread and notes the call.

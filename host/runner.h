@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "frame/algorithm_manager.h"
+#include "host/thread_limit.h"
 #include "host/worker_pool.h"
 
 namespace kv_host {
@@ -27,12 +28,14 @@ const InterfaceClass& Load(const char* algorithm, std::initializer_list<int> pix
 }
 
 /// Calls `operation.Apply(arguments…, barrier, index)` on every thread of the pool, each of which works on
-/// its own rows, and returns when all have come back. Passes on the first exception, see WorkerPool::Run.
+/// its own rows, and returns when all have come back. The bytes are those of one thread: a call whose bytes
+/// follow the bands of rows gets as few threads as ThreadLimit says. Passes on the first exception, see
+/// WorkerPool::Run.
 template <class Operation, class... Arguments>
 void Run(const WorkerPool& pool, const Operation& operation, Arguments&&... arguments) {
-  pool.Run([&](kv_std::SpinBarrier& barrier, std::uint32_t index) {
-    operation.Apply(arguments..., barrier, index);
-  });
+  pool.Run([&](kv_std::SpinBarrier& barrier,
+               std::uint32_t index) { operation.Apply(arguments..., barrier, index); },
+           ThreadLimit(pool.ThreadCount(), operation, arguments...));
 }
 
 }  // namespace kv_host

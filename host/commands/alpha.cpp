@@ -36,9 +36,9 @@ struct AlphaOptions {
     region.AddTo(command, "--region", "where to make the mask");
   }
 
-  /// `Interface` is that of the algorithm; `apply` calls the operation on one thread.
-  template <class PixelClass, class Interface, class Apply>
-  int ForEachPair(const char* algorithm, Apply apply) const {
+  /// `Interface` is that of the algorithm; `own` are the operation's own parameters, window included.
+  template <class PixelClass, class Interface, class... Own>
+  int ForEachPair(const char* algorithm, Own... own) const {
     const OwnedEngine owned(engine);
     const Engine with = owned.Get();
     const auto& operation = with.family.Require<Interface>(algorithm, {PixelClass::ClassID});
@@ -54,9 +54,7 @@ struct AlphaOptions {
       const auto to = MakeWorkingImage<GreyPixel>(frame.width, frame.height);
       // One raw mask for all threads: each smooths rows that others made.
       const std::shared_ptr<Grey> raw = MakeWorkingImage<GreyPixel>(frame.width, frame.height);
-      with.Run(algorithm, [&](kv_std::SpinBarrier& barrier, std::uint32_t index) {
-        apply(operation, *a, *b, *to, where, raw, barrier, index);
-      });
+      with.Run(algorithm, operation, *a, *b, *to, where, own..., raw);
       WriteConverted(writer, ToRaster(*to, frame), with);
     });
     return owned.Finish(writer);
@@ -64,26 +62,13 @@ struct AlphaOptions {
 
   int RunColor() const {
     using Interface = kv_img::AlphaLayerColorBasedAlgorithmInterface<Frame422>;
-    return ForEachPair<kv_img::PixelYUV422, Interface>(
-        "AlphaLayerColorBased",
-        [&](const Interface& operation, const Frame422& a, const Frame422& b, Grey& to,
-            const kv_img::RegionOfSupport& where, const std::shared_ptr<Grey>& raw,
-            kv_std::SpinBarrier& barrier,
-            std::uint32_t index) { operation.Apply(a, b, to, where, window, raw, barrier, index); });
+    return ForEachPair<kv_img::PixelYUV422, Interface>("AlphaLayerColorBased", window);
   }
 
   int RunProbability() const {
     using Interface = kv_img::AlphaLayerProbMaskAlgorithmInterface<Grey>;
-    return ForEachPair<GreyPixel, Interface>(
-        "AlphaLayerProbMask", [&](const Interface& operation, const Grey& p, const Grey& q, Grey& to,
-                                  const kv_img::RegionOfSupport& where, const std::shared_ptr<Grey>& raw,
-                                  kv_std::SpinBarrier& barrier, std::uint32_t index) {
-          if (gain) {
-            operation.Apply(p, q, to, where, *gain, window, raw, barrier, index);
-          } else {
-            operation.Apply(p, q, to, where, window, raw, barrier, index);
-          }
-        });
+    if (gain) return ForEachPair<GreyPixel, Interface>("AlphaLayerProbMask", *gain, window);
+    return ForEachPair<GreyPixel, Interface>("AlphaLayerProbMask", window);
   }
 };
 

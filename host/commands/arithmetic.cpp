@@ -55,20 +55,18 @@ struct DifferenceOptions : TwoInputs {
   RegionOptions region;
 
   int Run() const {
-    return ForEachPair(
-        RasterKind::Yuv422, [&](const Raster& first, const Raster& second, const Engine& with) {
-          using Interface = kv_img::AbsoluteDifferenceAlgorithmInterface<Frame422, Grey>;
-          const auto& operation = with.family.Require<Interface>(
-              "AbsoluteDifference", {kv_img::PixelYUV422::ClassID, GreyPixel::ClassID});
-          const auto where = MakeRegion(region.text, first.width, first.height);
-          const auto from = ToImage<kv_img::PixelYUV422>(first);
-          const auto against = ToImage<kv_img::PixelYUV422>(second);
-          const auto to = MakeWorkingImage<GreyPixel>(first.width, first.height);
-          with.Run("AbsoluteDifference", [&](kv_std::SpinBarrier& barrier, std::uint32_t index) {
-            operation.Apply(*from, *against, *to, where, barrier, index);
-          });
-          return ToRaster(*to, first);
-        });
+    return ForEachPair(RasterKind::Yuv422,
+                       [&](const Raster& first, const Raster& second, const Engine& with) {
+                         using Interface = kv_img::AbsoluteDifferenceAlgorithmInterface<Frame422, Grey>;
+                         const auto& operation = with.family.Require<Interface>(
+                             "AbsoluteDifference", {kv_img::PixelYUV422::ClassID, GreyPixel::ClassID});
+                         const auto where = MakeRegion(region.text, first.width, first.height);
+                         const auto from = ToImage<kv_img::PixelYUV422>(first);
+                         const auto against = ToImage<kv_img::PixelYUV422>(second);
+                         const auto to = MakeWorkingImage<GreyPixel>(first.width, first.height);
+                         with.Run("AbsoluteDifference", operation, *from, *against, *to, where);
+                         return ToRaster(*to, first);
+                       });
   }
 };
 
@@ -87,9 +85,7 @@ struct AverageOptions : TwoInputs {
       const auto a = ToImage<GreyPixel>(first);
       const auto b = ToImage<GreyPixel>(second);
       const auto to = MakeWorkingImage<GreyPixel>(first.width, first.height);
-      with.Run("Average", [&](kv_std::SpinBarrier& barrier, std::uint32_t index) {
-        operation.Apply(*a, *b, *to, ofFirst, ofSecond, where, barrier, index);
-      });
+      with.Run("Average", operation, *a, *b, *to, ofFirst, ofSecond, where);
       return ToRaster(*to, first);
     });
   }
@@ -116,9 +112,7 @@ struct FilterOptions {
       const auto from = ToImage<GreyPixel>(grey);
       // What lies outside the region stays as it is in the picture.
       const auto to = ToImage<GreyPixel>(grey);
-      with.Run("AverageFilter", [&](kv_std::SpinBarrier& barrier, std::uint32_t index) {
-        operation.Apply(*from, *to, where, window, barrier, index);
-      });
+      with.Run("AverageFilter", operation, *from, *to, where, window);
       WriteConverted(writer, ToRaster(*to, grey), with);
     });
     return owned.Finish(writer);

@@ -43,9 +43,7 @@ struct BlendOptions {
       // Outside the region the result is A.
       const auto to = ToImage<kv_img::PixelYUV422>(below);
       const auto where = RegionOf(frame);
-      with.Run("BlendBoost", [&](kv_std::SpinBarrier& barrier, std::uint32_t index) {
-        operation.Apply(*over, *from, *alpha, *to, where, barrier, index);
-      });
+      with.Run("BlendBoost", operation, *over, *from, *alpha, *to, where);
       WriteConverted(writer, ToRaster(*to, frame), with);
     });
     return owned.Finish(writer);

@@ -34,13 +34,7 @@ struct CopyRoiOptions {
     const int layout = canvas.layout != 0 ? canvas.layout : LayoutLumaFirst;
     const auto a = ToImage<kv_img::PixelYUV422>(Convert(image, RasterKind::Yuv422, layout, with));
     const auto b = ToImage<kv_img::PixelYUV422>(Convert(canvas, RasterKind::Yuv422, layout, with));
-    // One thread: where both regions span their images the threads would write over one another's rows.
-    with.Run(
-        "CopyROI",
-        [&](kv_std::SpinBarrier& barrier, std::uint32_t index) {
-          operation.Apply(*a, *b, what, where, barrier, index);
-        },
-        1);
+    with.Run("CopyROI", operation, *a, *b, what, where);
     PictureWriter writer(output.empty() ? destination : output);
     WriteConverted(writer, ToRaster(*b, canvas), with);
     return owned.Finish(writer);

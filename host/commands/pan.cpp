@@ -100,13 +100,8 @@ struct PanOptions {
     Frame422 to(shape.width, shape.height, options);
     const ImageRect path = Path(picture, {shape.width, shape.height});
     const ImageRect view(0, 0, shape.width - 1, shape.height - 1);
-    with.Run(
-        "Scanning",
-        [&](kv_std::SpinBarrier& barrier, std::uint32_t index) {
-          operation.Apply(from, to, path, view, ModeFlags(), steps, static_cast<std::uint32_t>(step), barrier,
-                          static_cast<std::int32_t>(index));
-        },
-        std::max(1, shape.height / 2));
+    with.Run("Scanning", operation, from, to, path, view, ModeFlags(), steps,
+             static_cast<std::uint32_t>(step));
     return ToRaster(to, shape);
   }
 };
