@@ -6,6 +6,7 @@
 #include "algorithms/copy/kernels/rgb_to_yuv.h"
 #include "algorithms/copy/stored_row.h"
 #include "algorithms/packed422/samples.h"
+#include "algorithms/rounding.h"
 
 namespace kv_img::copy {
 
@@ -39,8 +40,8 @@ class Dib32Rows {
       if (x % 2 == 0) {
         first = yuv;
       } else {
-        to[samples.Cb(x)] = static_cast<std::uint8_t>((first.cb + yuv.cb) >> 1);
-        to[samples.Cr(x)] = static_cast<std::uint8_t>((first.cr + yuv.cr) >> 1);
+        to[samples.Cb(x)] = MeanDown(first.cb, yuv.cb);
+        to[samples.Cr(x)] = MeanDown(first.cr, yuv.cr);
       }
       from += 4;
     }

@@ -3,18 +3,13 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "algorithms/copy/kernels/color_matrix.h"
+#include "algorithms/rounding.h"
+
 namespace kv_img::copy {
 
 // The conversions of remainder pixels, ITU-R BT.601 in studio range: single precision, in the written order.
 // They can differ by one from the fixed-point conversions of the kernels.
-
-struct Rgb {
-  std::uint8_t red;
-  std::uint8_t green;
-  std::uint8_t blue;
-
-  constexpr bool operator==(const Rgb&) const = default;
-};
 
 struct Yuv {
   std::uint8_t luma;
@@ -26,8 +21,7 @@ struct Yuv {
 
 /// Truncates toward zero, then clamps the low 16 bits to 0 to 255.
 constexpr std::uint8_t TruncateThenClamp(float value) {
-  const auto low = static_cast<std::int16_t>(static_cast<std::int32_t>(value));
-  return static_cast<std::uint8_t>(std::clamp<std::int16_t>(low, 0, 255));
+  return ClampToByte(static_cast<std::int16_t>(static_cast<std::int32_t>(value)));
 }
 
 /// Clamps to 0 to 255, then truncates.

@@ -2,32 +2,11 @@
 
 #include <cstdint>
 
+#include "algorithms/copy/kernels/color_matrix.h"
 #include "algorithms/packed422/order.h"
 #include "algorithms/simd/kernel.h"
 
 namespace kv_img::copy {
-
-/// Weights of one output component in units of 1/32768.
-struct RgbWeights {
-  std::int16_t red;
-  std::int16_t green;
-  std::int16_t blue;
-};
-
-/// RGB to YCbCr in fixed point; the defaults are ITU-R BT.601, studio range.
-///
-/// A weighted sum w(R, G, B) is floor((red * R + green * G + blue * B) / 32768) per pixel:
-///   Y = luma(R, G, B) + lumaOffset of every pixel,
-///   Cb = floor((cb(first pixel) + cb(second pixel)) / 2) + chromaOffset of a pair, Cr likewise.
-/// Weights and offsets are such that no pixel has a component outside 0 to 255, before rounding too, and no
-/// weight of luma is negative: there is nothing to clamp.
-struct RgbToYuvMatrix {
-  RgbWeights luma = {8414, 16519, 3208};
-  RgbWeights cb = {-4857, -9535, 14392};
-  RgbWeights cr = {14392, -12052, -2341};
-  std::uint8_t lumaOffset = 16;
-  std::uint8_t chromaOffset = 128;
-};
 
 /// Converts a bitmap row (blue, green, red, and of 32 bits a fourth byte) to a packed 4:2:2 row. Any
 /// alignment, no overlap.

@@ -3,30 +3,9 @@
 namespace kv_img::copy {
 namespace {
 
-/// floor of the weighted sum
-constexpr int Weigh(const RgbWeights& weights, int red, int green, int blue) {
-  return (weights.red * red + weights.green * green + weights.blue * blue) >> 15;
-}
-
-constexpr std::uint8_t Luma(int weighed, int offset) {
-  return static_cast<std::uint8_t>(weighed + offset);
-}
-
-constexpr std::uint8_t Chroma(int first, int second, int offset) {
-  return static_cast<std::uint8_t>(((first + second) >> 1) + offset);
-}
-
-constexpr RgbToYuvMatrix bt601;
-static_assert(Luma(Weigh(bt601.luma, 255, 255, 255), 16) == 234 &&
-              Luma(Weigh(bt601.luma, 0, 0, 0), 16) == 16);
-static_assert(Weigh(bt601.cb, 255, 255, 255) == 0 && Weigh(bt601.cr, 255, 255, 255) == -1);
-static_assert(Weigh(bt601.cr, 255, 0, 0) == 111 && Weigh(bt601.cb, 255, 0, 0) == -38);
-static_assert(Chroma(-1, -1, 128) == 127 && Chroma(-1, 0, 128) == 127 && Chroma(1, 0, 128) == 128);
-
 /// Converts `pairs` pixel pairs of `pixelBytes` bytes a pixel.
 void ConvertPairs(RgbToYuv::Args& args, std::int32_t pairs, int pixelBytes) {
-  const RgbToYuvMatrix& matrix = args.matrix;
-  const bool isLumaFirst = args.order == PackedOrder::LumaFirst;
+  const RgbToYuvMatrix matrix = args.matrix;
   for (std::int32_t pair = 0; pair < pairs; ++pair) {
     const std::uint8_t* left = args.source;
     const std::uint8_t* right = args.source + pixelBytes;
@@ -36,12 +15,12 @@ void ConvertPairs(RgbToYuv::Args& args, std::int32_t pairs, int pixelBytes) {
     const auto weighRight = [&](const RgbWeights& weights) {
       return Weigh(weights, right[2], right[1], right[0]);
     };
-    std::uint8_t* luma = args.destination + (isLumaFirst ? 0 : 1);
-    std::uint8_t* chroma = args.destination + (isLumaFirst ? 1 : 0);
-    luma[0] = Luma(weighLeft(matrix.luma), matrix.lumaOffset);
-    luma[2] = Luma(weighRight(matrix.luma), matrix.lumaOffset);
-    chroma[0] = Chroma(weighLeft(matrix.cb), weighRight(matrix.cb), matrix.chromaOffset);
-    chroma[2] = Chroma(weighLeft(matrix.cr), weighRight(matrix.cr), matrix.chromaOffset);
+    std::uint8_t* luma = args.destination + LumaByte(args.order);
+    std::uint8_t* chroma = args.destination + ChromaByte(args.order);
+    luma[0] = LumaOf(weighLeft(matrix.luma), matrix.lumaOffset);
+    luma[2] = LumaOf(weighRight(matrix.luma), matrix.lumaOffset);
+    chroma[0] = ChromaOf(weighLeft(matrix.cb), weighRight(matrix.cb), matrix.chromaOffset);
+    chroma[2] = ChromaOf(weighLeft(matrix.cr), weighRight(matrix.cr), matrix.chromaOffset);
     args.source += 2 * pixelBytes;
     args.destination += 4;
   }

@@ -2,27 +2,11 @@
 
 #include <cstdint>
 
+#include "algorithms/copy/kernels/color_matrix.h"
 #include "algorithms/packed422/order.h"
 #include "algorithms/simd/kernel.h"
 
 namespace kv_img::copy {
-
-/// YCbCr to RGB in fixed point; gains in units of 1/8192. The defaults are ITU-R BT.601, studio range.
-///
-/// With L = floor(luma * (Y - lumaOffset) / 8192), u = Cb - chromaOffset and v = Cr - chromaOffset:
-///   R = clamp(L + floor(crToRed * v / 8192))
-///   G = clamp(L + floor((cbToGreen * u + crToGreen * v) / 8192))
-///   B = clamp(L + floor(cbToBlue * u / 8192)),
-/// each clamped to 0 to 255. Any gains; offsets 0 to 255.
-struct YuvToRgbMatrix {
-  std::int16_t luma = 9539;
-  std::int16_t crToRed = 13075;
-  std::int16_t cbToGreen = -3209;
-  std::int16_t crToGreen = -6660;
-  std::int16_t cbToBlue = 16525;
-  std::int16_t lumaOffset = 16;
-  std::int16_t chromaOffset = 128;
-};
 
 /// Converts a packed 4:2:2 row to a bitmap row. Both pixels of a pair take the pair's chroma. Any alignment,
 /// no overlap.

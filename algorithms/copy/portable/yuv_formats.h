@@ -7,6 +7,7 @@
 #include "algorithms/copy/portable/blocks.h"
 #include "algorithms/copy/stored_row.h"
 #include "algorithms/packed422/samples.h"
+#include "algorithms/rounding.h"
 #include "image/image.h"
 
 namespace kv_img::copy::portable {
@@ -95,9 +96,7 @@ struct Format<PixelYUV411P> {
 /// Of `count` samples the mean, rounded down, of numbers 2 * index and 2 * index + 1; a lone last one stands
 /// for both.
 inline std::uint8_t MeanOfTwo(const std::uint8_t* samples, int count, int index) {
-  const int first = samples[2 * index];
-  const int second = samples[std::min(2 * index + 1, count - 1)];
-  return static_cast<std::uint8_t>((first + second) >> 1);
+  return MeanDown(samples[2 * index], samples[std::min(2 * index + 1, count - 1)]);
 }
 
 /// Cb Y0 Y1 Cr Y2 Y3: four pixels in six bytes.
