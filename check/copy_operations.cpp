@@ -1,5 +1,5 @@
 #include "check/operation_call.h"
-#include "frame/copy_pairs.h"
+#include "frame/algorithm_list.h"
 #include "frame/interfaces/copy.h"
 
 namespace kv_check {
@@ -24,19 +24,19 @@ Comparison CompareCopies(Random& random, const AlgorithmInterface& reference,
 }
 
 template <class In, class Out>
-void Add(std::vector<OperationCase>& list, kv_img::PixelPair<In, Out> /*pair*/) {
+void Add(std::vector<OperationCase>& list, kv_img::PixelClasses<In, Out> /*row*/) {
   list.push_back({"Copy", {In::ClassID, Out::ClassID}, CompareCopies<In, Out>});
 }
 
-template <class... Pairs>
-void AddAll(std::vector<OperationCase>& list, kv_img::PixelPairList<Pairs...> /*pairs*/) {
-  (Add(list, Pairs{}), ...);
+template <class... Rows>
+void AddAll(std::vector<OperationCase>& list, kv_img::TypeList<Rows...> /*rows*/) {
+  (Add(list, Rows{}), ...);
 }
 
 }  // namespace
 
 void AddCopyOperations(std::vector<OperationCase>& list) {
-  AddAll(list, kv_img::copy_pairs::All{});
+  AddAll(list, kv_img::algorithms::Copy::AllRows{});
 }
 
 }  // namespace kv_check

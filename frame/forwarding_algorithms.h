@@ -2,7 +2,7 @@
 
 #include <tuple>
 
-#include "frame/copy_pairs.h"
+#include "frame/algorithm_list.h"
 #include "frame/implementation_data.h"
 #include "frame/interfaces/average_filter.h"
 #include "frame/interfaces/copy.h"
@@ -29,7 +29,7 @@ class AverageFilterAlgorithm final : public AverageFilterAlgorithmInterface<Imag
   }
 };
 
-/// "Copy" by whichever member was found. A holder exists for every pair of copy_pairs::All.
+/// "Copy" by whichever member was found. A holder exists for every pair of the list of algorithms.
 template <class ImageIn, class ImageOut>
 class CopyAlgorithm final : public CopyAlgorithmInterface<ImageIn, ImageOut> {
  public:
@@ -45,17 +45,17 @@ class CopyAlgorithm final : public CopyAlgorithmInterface<ImageIn, ImageOut> {
 
 namespace holders {
 
-template <class Pairs>
+template <class Rows>
 struct CopyHolders;
 template <class... In, class... Out>
-struct CopyHolders<PixelPairList<PixelPair<In, Out>...>> {
+struct CopyHolders<TypeList<PixelClasses<In, Out>...>> {
   using Type = std::tuple<ImplementationData<CopyAlgorithm<Image<In>, Image<Out>>>...>;
 };
 
 extern std::tuple<ImplementationData<AverageFilterAlgorithm<Image<PixelNoColor<unsigned char>>>>,
                   ImplementationData<AverageFilterAlgorithm<Image<PixelDIB24>>>>
     averageFilter;
-extern CopyHolders<copy_pairs::All>::Type copy;
+extern CopyHolders<algorithms::Copy::AllRows>::Type copy;
 
 }  // namespace holders
 

@@ -2,12 +2,11 @@
 
 #include <algorithm>
 #include <cctype>
-#include <iterator>
 #include <sstream>
 
+#include "frame/algorithm_list.h"
 #include "host/errors.h"
 #include "host/formats/format_error.h"
-#include "image/pixel.h"
 
 namespace kv_host {
 namespace {
@@ -32,18 +31,17 @@ struct AlgorithmName {
   const char* name;
   std::size_t classes;
 };
-constexpr AlgorithmName algorithmNames[] = {{"Copy", 2},
-                                            {"CopyROI", 2},
-                                            {"ParityChange", 2},
-                                            {"AlphaLayerProbMask", 1},
-                                            {"AlphaLayerColorBased", 1},
-                                            {"AverageFilter", 1},
-                                            {"AbsoluteDifference", 2},
-                                            {"Scanning", 2},
-                                            {"BlendBoost", 1},
-                                            {"FillPoly", 1},
-                                            {"Average", 1},
-                                            {"FeatureFind", 1}};
+
+const std::vector<AlgorithmName>& AlgorithmNames() {
+  static const std::vector<AlgorithmName> names = [] {
+    std::vector<AlgorithmName> all;
+    kv_img::ForEach(kv_img::algorithms::All{}, [&](auto algorithm) {
+      all.push_back({algorithm.name, algorithm.classCount});
+    });
+    return all;
+  }();
+  return names;
+}
 
 template <class Range, class Name>
 std::string Joined(const Range& range, Name name) {
@@ -62,7 +60,7 @@ std::string Combination::Text() const {
 
 std::vector<Combination> AllCombinations() {
   std::vector<Combination> all;
-  for (const AlgorithmName& algorithm : algorithmNames) {
+  for (const AlgorithmName& algorithm : AlgorithmNames()) {
     for (const PixelName& first : PixelNames()) {
       if (algorithm.classes == 1) {
         all.push_back({algorithm.name, {first.name}, {first.id}});
@@ -81,10 +79,10 @@ Combination ParseCombination(const std::string& text, const std::string& option)
   std::string part;
   std::getline(parts, part, ':');
   const auto algorithm =
-      std::ranges::find(algorithmNames, part, [](const auto& entry) { return std::string(entry.name); });
-  if (algorithm == std::end(algorithmNames)) {
+      std::ranges::find(AlgorithmNames(), part, [](const auto& entry) { return std::string(entry.name); });
+  if (algorithm == AlgorithmNames().end()) {
     throw UsageError(option + ": " + Quoted(part) + " is no algorithm; there are " +
-                     Joined(algorithmNames, [](const auto& entry) { return entry.name; }));
+                     Joined(AlgorithmNames(), [](const auto& entry) { return entry.name; }));
   }
   Combination combination{algorithm->name, {}, {}};
   while (std::getline(parts, part, ':')) {

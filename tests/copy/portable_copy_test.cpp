@@ -1,7 +1,7 @@
 // The copies that only the portable member offers.
 #include <gtest/gtest.h>
 
-#include "frame/copy_pairs.h"
+#include "frame/algorithm_list.h"
 #include "frame/interfaces/copy.h"
 #include "tests/models/portable_copy_model.h"
 #include "tests/support/expect_error.h"
@@ -14,11 +14,11 @@ namespace {
 
 using kv_img::Image;
 using kv_img::ImageOptions;
+using kv_img::PixelClasses;
 using kv_img::PixelDIB15;
 using kv_img::PixelDIB16;
 using kv_img::PixelDIB24;
 using kv_img::PixelDIB32;
-using kv_img::PixelPair;
 using kv_img::PixelYUV211;
 using kv_img::PixelYUV411;
 using kv_img::PixelYUV411P;
@@ -66,7 +66,7 @@ Bytes Converted(int width, const Bytes& bytes, std::int32_t layoutIn = 0, std::i
 template <class Pair>
 struct PairOf;
 template <class InClass, class OutClass>
-struct PairOf<PixelPair<InClass, OutClass>> {
+struct PairOf<PixelClasses<InClass, OutClass>> {
   using In = InClass;
   using Out = OutClass;
 };
@@ -109,19 +109,22 @@ class PortableCopy : public testing::Test {
   }
 };
 
-using PortablePairs = testing::Types<
-    PixelPair<PixelYUVA422, PixelYUVA422>, PixelPair<NoColor, PixelDIB32>,
-    PixelPair<PixelYUVA422, PixelDIB24>, PixelPair<NoColor, NoColor>, PixelPair<PixelYUV422, PixelYUVA422>,
-    PixelPair<PixelYUVA422, PixelDIB32>, PixelPair<PixelDIB32, PixelDIB24>,
-    PixelPair<PixelYUV422, PixelYUV411>, PixelPair<PixelYUVA422, NoColor>, PixelPair<PixelDIB32, PixelDIB32>,
-    PixelPair<PixelYUV422, PixelYUV411P>, PixelPair<PixelYUV411, PixelYUV422>, PixelPair<PixelDIB32, NoColor>,
-    PixelPair<PixelYUV422, PixelYUV211>, PixelPair<PixelDIB16, PixelYUV422>,
-    PixelPair<PixelYUV411P, PixelDIB32>, PixelPair<PixelDIB16, PixelDIB24>,
-    PixelPair<PixelDIB15, PixelYUV422>, PixelPair<PixelDIB24, PixelYUVA422>,
-    PixelPair<PixelDIB15, PixelDIB24>, PixelPair<PixelYUV422, PixelDIB32>, PixelPair<PixelDIB24, PixelDIB24>,
-    PixelPair<NoColor, PixelYUV422>, PixelPair<PixelYUV422, NoColor>, PixelPair<PixelDIB24, PixelDIB32>,
-    PixelPair<NoColor, PixelYUVA422>, PixelPair<PixelYUVA422, PixelYUV422>, PixelPair<PixelDIB24, NoColor>,
-    PixelPair<NoColor, PixelDIB24>>;
+using PortablePairs =
+    testing::Types<PixelClasses<PixelYUVA422, PixelYUVA422>, PixelClasses<NoColor, PixelDIB32>,
+                   PixelClasses<PixelYUVA422, PixelDIB24>, PixelClasses<NoColor, NoColor>,
+                   PixelClasses<PixelYUV422, PixelYUVA422>, PixelClasses<PixelYUVA422, PixelDIB32>,
+                   PixelClasses<PixelDIB32, PixelDIB24>, PixelClasses<PixelYUV422, PixelYUV411>,
+                   PixelClasses<PixelYUVA422, NoColor>, PixelClasses<PixelDIB32, PixelDIB32>,
+                   PixelClasses<PixelYUV422, PixelYUV411P>, PixelClasses<PixelYUV411, PixelYUV422>,
+                   PixelClasses<PixelDIB32, NoColor>, PixelClasses<PixelYUV422, PixelYUV211>,
+                   PixelClasses<PixelDIB16, PixelYUV422>, PixelClasses<PixelYUV411P, PixelDIB32>,
+                   PixelClasses<PixelDIB16, PixelDIB24>, PixelClasses<PixelDIB15, PixelYUV422>,
+                   PixelClasses<PixelDIB24, PixelYUVA422>, PixelClasses<PixelDIB15, PixelDIB24>,
+                   PixelClasses<PixelYUV422, PixelDIB32>, PixelClasses<PixelDIB24, PixelDIB24>,
+                   PixelClasses<NoColor, PixelYUV422>, PixelClasses<PixelYUV422, NoColor>,
+                   PixelClasses<PixelDIB24, PixelDIB32>, PixelClasses<NoColor, PixelYUVA422>,
+                   PixelClasses<PixelYUVA422, PixelYUV422>, PixelClasses<PixelDIB24, NoColor>,
+                   PixelClasses<NoColor, PixelDIB24>>;
 TYPED_TEST_SUITE(PortableCopy, PortablePairs);
 
 TYPED_TEST(PortableCopy, EqualsTheModelForEveryWidth) {
@@ -198,12 +201,12 @@ TYPED_TEST(PortableCopy, OnlyThePortableMemberOffersIt) {
 }
 
 template <class... In, class... Out>
-int CountFound(kv_img::PixelPairList<PixelPair<In, Out>...> /*pairs*/) {
+int CountFound(kv_img::TypeList<PixelClasses<In, Out>...> /*rows*/) {
   return ((Find<In, Out>() != nullptr ? 1 : 0) + ...);
 }
 
 TEST(PortableMember, AnswersEveryPairThatHasAHolder) {
-  EXPECT_EQ(CountFound(kv_img::copy_pairs::All()), 37);
+  EXPECT_EQ(CountFound(kv_img::algorithms::Copy::AllRows()), 37);
 }
 
 TEST(PortableRules, SameFormatIsAnExactCopy) {

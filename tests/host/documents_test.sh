@@ -38,6 +38,13 @@ if command -v zsh >/dev/null; then
   zsh -n "$source/completion/_kv" || fail "zsh cannot read its completion"
 fi
 
+# Every algorithm has a page.
+names=$({ "$kv" members --for none 2>&1 || true; } | sed 's/.*there are //; s/,//g')
+[ "$(wc -w <<<"$names")" -ge 12 ] || fail "kv does not name the algorithms: $names"
+for name in $names; do
+  grep -q "^|.*\"$name\".*\.md)" "$source/docs/README.md" || fail "docs/README.md names no page of $name"
+done
+
 # Nothing is coloured, on a terminal or not, and progress stays away from files and pipes.
 "$kv" convert "$source/assets/seeding-720x576.y4m" "$work/photo.png" 2>"$work/err"
 [ ! -s "$work/err" ] || fail "progress in a file"

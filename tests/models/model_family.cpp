@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "frame/copy_pairs.h"
+#include "frame/algorithm_list.h"
 #include "frame/interfaces/absolute_difference.h"
 #include "frame/interfaces/alpha_layer_color_based.h"
 #include "frame/interfaces/alpha_layer_prob_mask.h"
@@ -317,13 +317,13 @@ using Key = std::pair<std::string, std::vector<int>>;
 using Models = std::map<Key, std::shared_ptr<kv_img::AlgorithmInterface>>;
 
 template <class... In, class... Out>
-void AddCopies(Models& models, kv_img::PixelPairList<kv_img::PixelPair<In, Out>...> /*pairs*/) {
+void AddCopies(Models& models, kv_img::TypeList<kv_img::PixelClasses<In, Out>...> /*rows*/) {
   ((models[{"Copy", {In::ClassID, Out::ClassID}}] = std::make_unique<CopyOfModel<In, Out>>()), ...);
 }
 
 Models MakeModels() {
   Models models;
-  AddCopies(models, kv_img::copy_pairs::All{});
+  AddCopies(models, kv_img::algorithms::Copy::AllRows{});
   const int yuv422 = PixelYUV422::ClassID;
   const int grey = NoColor::ClassID;
   models[{"CopyROI", {yuv422, yuv422}}] = std::make_unique<CopyRoiOfModel<PixelYUV422>>();

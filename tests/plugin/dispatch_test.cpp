@@ -5,6 +5,7 @@
 #include <map>
 #include <thread>
 
+#include "frame/algorithm_list.h"
 #include "tests/plugin/requests.h"
 #include "tests/support/member.h"
 
@@ -175,6 +176,18 @@ TEST(Rank, IsConstant) {
     EXPECT_EQ(c.Priority(), 1U);
     EXPECT_EQ(c.Feature(), 1U);
   }
+}
+
+TEST(AlgorithmList, HasTheTwelveNamesInTheirOrderWithTheirCounts) {
+  std::vector<std::string> names;
+  kv_img::ForEach(kv_img::algorithms::All{}, [&](auto algorithm) {
+    names.emplace_back(algorithm.name);
+    for (const Request& request : CommonRequests()) {
+      if (request.name != names.back()) continue;
+      EXPECT_EQ(request.ids.size(), static_cast<std::size_t>(algorithm.classCount)) << request.name;
+    }
+  });
+  EXPECT_EQ(names, algorithmNames);
 }
 
 TEST(Requests, AreAsManyAsThereAreCombinations) {

@@ -1,0 +1,5 @@
+#include "algorithms/scanning/scanning.h"
+
+#include "plugin/rows/rows.h"
+
+KV_OFFER(Scanning);
