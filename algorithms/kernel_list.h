@@ -13,19 +13,37 @@ struct KernelList {
   static constexpr bool has = (std::is_same_v<Kernel, Kernels> || ...);
 };
 
+namespace alpha {
+using Kernels = KernelList<struct CentredDifference, struct ChromaDistance>;
+}
+namespace arithmetic {
+using Kernels = KernelList<struct BlendBoost, struct HalvedSum, struct LumaDifference>;
+}
 namespace copy {
 using Kernels =
     KernelList<struct Dib24ToYuv422, struct Dib32ToYuv422, struct Dib32ToYuva422,
                struct InterleaveChromaFirst, struct InterleaveLumaFirst, struct RegroupPairs,
                struct SwapBytes, struct Yuv422ToDib15, struct Yuv422ToDib16, struct Yuv422ToDib24>;
-}  // namespace copy
+}
+namespace featurefind {
+using Kernels = KernelList<struct BilinearSad, struct BlockSad, struct LumaBytes>;
+}
+namespace parity {
+using Kernels = KernelList<struct AverageLines, struct AverageLinesSwapped>;
+}
+namespace scanning {
+using Kernels = KernelList<struct BlendAligned, struct BlendChromaFirstShifted, struct BlendLumaFirstShifted,
+                           struct PanChromaFirst, struct PanChromaFirstShifted, struct PanLumaFirst,
+                           struct PanLumaFirstShifted>;
+}
 
 template <class... Lists>
 struct KernelLists {
   template <class Kernel>
   static constexpr bool has = (Lists::template has<Kernel> || ...);
 };
-using ListedKernels = KernelLists<copy::Kernels>;
+using ListedKernels = KernelLists<alpha::Kernels, arithmetic::Kernels, copy::Kernels, featurefind::Kernels,
+                                  parity::Kernels, scanning::Kernels>;
 
 template <class Kernel>
 concept ListedKernel = ListedKernels::has<Kernel>;

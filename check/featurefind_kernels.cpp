@@ -1,8 +1,8 @@
 #include <cstring>
 #include <utility>
 
-#include "algorithms/featurefind/kernels/kernel_sets.h"
-#include "check/kernel_case.h"
+#include "check/listed_kernel.h"
+#include "check/special_cases.h"
 
 namespace kv_check {
 
@@ -10,20 +10,12 @@ using namespace kv_img::featurefind;
 
 namespace {
 
-constexpr auto LumaVariant = [](std::string set, auto kernel) -> Variant {
-  return {std::move(set), [kernel](Call& call) {
-            LumaBytesArgs args{call.groups, call.inputs[0], call.outputs[0], OrderFromBit(call.seed & 1)};
-            kernel(args);
-            call.inputs[0] = args.source;
-            call.outputs[0] = args.destination;
-          }};
-};
-
 /// A start for the sum that often makes it wrap.
 std::uint32_t StartSum(std::uint64_t seed) {
   return static_cast<std::uint32_t>(seed >> 32);
 }
 
+constexpr std::size_t spare = spareColumns;
 /// More than a step of the widest level.
 constexpr int mostPositions = 40;
 std::int32_t PositionsFrom(std::uint64_t seed) {
@@ -31,45 +23,45 @@ std::int32_t PositionsFrom(std::uint64_t seed) {
 }
 
 /// Groups side by side in three rows.
-constexpr auto WideBlock = [](std::string set, auto kernel) -> Variant {
-  return {std::move(set), [kernel](Call& call) {
-            BlockSadArgs args{};
-            args.columns = call.groups == 0 ? 0 : 8 * call.groups - static_cast<std::int32_t>(call.seed % 8);
-            args.rows = 3;
-            args.reference = call.inputs[0];
-            args.referenceStride = std::ptrdiff_t{8} * call.groups;
-            args.searched = call.inputs[1];
-            args.searchedStride = args.referenceStride;
-            args.positions = PositionsFrom(call.seed);
-            std::uint32_t sums[mostPositions];
-            for (std::uint32_t& sum : sums) sum = StartSum(call.seed++);
-            args.sums = sums;
-            kernel(args);
-            call.inputs[0] = args.reference;
-            call.inputs[1] = args.searched;
-            std::memcpy(call.outputs[0], sums, sizeof sums);
-          }};
+constexpr auto WideBlock = [](auto kernel) {
+  return [kernel](Call& call) {
+    BlockSad::Args args{};
+    args.columns = call.groups == 0 ? 0 : 8 * call.groups - static_cast<std::int32_t>(call.seed % 8);
+    args.rows = 3;
+    args.reference = call.inputs[0];
+    args.referenceStride = std::ptrdiff_t{8} * call.groups;
+    args.searched = call.inputs[1];
+    args.searchedStride = args.referenceStride;
+    args.positions = PositionsFrom(call.seed);
+    std::uint32_t sums[mostPositions];
+    for (std::uint32_t& sum : sums) sum = StartSum(call.seed++);
+    args.sums = sums;
+    kernel(args);
+    call.inputs[0] = args.reference;
+    call.inputs[1] = args.searched;
+    std::memcpy(call.outputs[0], sums, sizeof sums);
+  };
 };
 
 /// A group is a row of 33 to 40 columns.
-constexpr auto TallBlock = [](std::string set, auto kernel) -> Variant {
-  return {std::move(set), [kernel](Call& call) {
-            BlockSadArgs args{};
-            args.columns = 40 - static_cast<std::int32_t>(call.seed % 8);
-            args.rows = call.groups;
-            args.reference = call.inputs[0];
-            args.referenceStride = 40;
-            args.searched = call.inputs[1];
-            args.searchedStride = 56;
-            args.positions = PositionsFrom(call.seed);
-            std::uint32_t sums[mostPositions];
-            for (std::uint32_t& sum : sums) sum = StartSum(call.seed++);
-            args.sums = sums;
-            kernel(args);
-            call.inputs[0] = args.reference;
-            call.inputs[1] = args.searched;
-            std::memcpy(call.outputs[0], sums, sizeof sums);
-          }};
+constexpr auto TallBlock = [](auto kernel) {
+  return [kernel](Call& call) {
+    BlockSad::Args args{};
+    args.columns = 40 - static_cast<std::int32_t>(call.seed % 8);
+    args.rows = call.groups;
+    args.reference = call.inputs[0];
+    args.referenceStride = 40;
+    args.searched = call.inputs[1];
+    args.searchedStride = 56;
+    args.positions = PositionsFrom(call.seed);
+    std::uint32_t sums[mostPositions];
+    for (std::uint32_t& sum : sums) sum = StartSum(call.seed++);
+    args.sums = sums;
+    kernel(args);
+    call.inputs[0] = args.reference;
+    call.inputs[1] = args.searched;
+    std::memcpy(call.outputs[0], sums, sizeof sums);
+  };
 };
 
 BilinearWeights WeightsFrom(std::uint64_t seed) {
@@ -87,81 +79,79 @@ BilinearWeights WeightsFrom(std::uint64_t seed) {
 }
 
 /// Groups side by side in one row; the row below is a stream of its own.
-constexpr auto WideBilinear = [](std::string set, auto kernel) -> Variant {
-  return {std::move(set), [kernel](Call& call) {
-            BilinearSadArgs args{};
-            args.columns = call.groups == 0 ? 0 : 4 * call.groups - static_cast<std::int32_t>(call.seed % 4);
-            args.truncatedColumns =
-                4 * static_cast<std::int32_t>((call.seed >> 40) %
-                                              static_cast<std::uint64_t>(args.columns / 4 + 1));
-            args.rows = 1;
-            args.reference = call.inputs[0];
-            args.referenceStride = std::ptrdiff_t{4} * call.groups;
-            args.searched = call.inputs[1];
-            args.searchedStride = call.inputs[2] - call.inputs[1];
-            args.weights = WeightsFrom(call.seed);
-            args.sum = StartSum(call.seed);
-            kernel(args);
-            call.inputs[0] = args.reference;
-            if (args.searched == call.inputs[2]) call.inputs[1] += std::ptrdiff_t{4} * call.groups;
-            call.inputs[2] += std::ptrdiff_t{4} * call.groups;
-            std::memcpy(call.outputs[0], &args.sum, sizeof args.sum);
-          }};
+constexpr auto WideBilinear = [](auto kernel) {
+  return [kernel](Call& call) {
+    BilinearSad::Args args{};
+    args.columns = call.groups == 0 ? 0 : 4 * call.groups - static_cast<std::int32_t>(call.seed % 4);
+    args.truncatedColumns =
+        4 * static_cast<std::int32_t>((call.seed >> 40) % static_cast<std::uint64_t>(args.columns / 4 + 1));
+    args.rows = 1;
+    args.reference = call.inputs[0];
+    args.referenceStride = std::ptrdiff_t{4} * call.groups;
+    args.searched = call.inputs[1];
+    args.searchedStride = call.inputs[2] - call.inputs[1];
+    args.weights = WeightsFrom(call.seed);
+    args.sum = StartSum(call.seed);
+    kernel(args);
+    call.inputs[0] = args.reference;
+    if (args.searched == call.inputs[2]) call.inputs[1] += std::ptrdiff_t{4} * call.groups;
+    call.inputs[2] += std::ptrdiff_t{4} * call.groups;
+    std::memcpy(call.outputs[0], &args.sum, sizeof args.sum);
+  };
 };
 
 /// A group is a row of 13 to 16 columns.
-constexpr auto TallBilinear = [](std::string set, auto kernel) -> Variant {
-  return {std::move(set), [kernel](Call& call) {
-            BilinearSadArgs args{};
-            args.columns = 16 - static_cast<std::int32_t>(call.seed % 4);
-            args.truncatedColumns = 8;
-            args.rows = call.groups;
-            args.reference = call.inputs[0];
-            args.referenceStride = 16;
-            args.searched = call.inputs[1];
-            args.searchedStride = 24;
-            args.weights = WeightsFrom(call.seed);
-            args.sum = StartSum(call.seed);
-            kernel(args);
-            call.inputs[0] = args.reference;
-            call.inputs[1] = args.searched;
-            std::memcpy(call.outputs[0], &args.sum, sizeof args.sum);
-          }};
+constexpr auto TallBilinear = [](auto kernel) {
+  return [kernel](Call& call) {
+    BilinearSad::Args args{};
+    args.columns = 16 - static_cast<std::int32_t>(call.seed % 4);
+    args.truncatedColumns = 8;
+    args.rows = call.groups;
+    args.reference = call.inputs[0];
+    args.referenceStride = 16;
+    args.searched = call.inputs[1];
+    args.searchedStride = 24;
+    args.weights = WeightsFrom(call.seed);
+    args.sum = StartSum(call.seed);
+    kernel(args);
+    call.inputs[0] = args.reference;
+    call.inputs[1] = args.searched;
+    std::memcpy(call.outputs[0], &args.sum, sizeof args.sum);
+  };
 };
 
 }  // namespace
 
-void AddFeatureFindKernels(std::vector<KernelCase>& list) {
-  const Stream sum = {.fixed = sizeof(std::uint32_t)};
+void AddCases(std::type_identity<BlockSad> /*kernel*/, std::vector<KernelCase>& cases) {
   const Stream sums = {.fixed = mostPositions * sizeof(std::uint32_t)};
-  constexpr std::size_t spare = spareColumns;
-  // More rows than 16-bit lanes can add up: of pairs of differences, and of single ones.
+  // More rows than 16-bit lanes can add up pairs of differences.
   constexpr int manyRows = 70;
-  constexpr int manyInterpolatedRows = 200;
-  list.push_back({"featurefind/LumaBytes",
-                  {{.perGroup = 16}},
-                  {{.perGroup = 8}},
-                  AllSets(LumaVariant, scalar::LumaBytes, mmx::LumaBytes, WideKernels::LumaBytes)});
-  list.push_back({"featurefind/BlockSad wide",
-                  {{.perGroup = 24, .behind = spare}, {.perGroup = 24, .behind = mostPositions + spare}},
-                  {sums},
-                  AllSets(WideBlock, scalar::BlockSad, mmx::BlockSad, WideKernels::BlockSad)});
-  list.push_back({"featurefind/BlockSad tall",
-                  {{.perGroup = 40, .behind = spare}, {.perGroup = 56, .behind = mostPositions + spare}},
-                  {sums},
-                  AllSets(TallBlock, scalar::BlockSad, mmx::BlockSad, WideKernels::BlockSad),
-                  manyRows});
-  list.push_back({"featurefind/BilinearSad wide",
-                  {{.perGroup = 4, .behind = spare},
-                   {.perGroup = 4, .behind = 1 + spare},
-                   {.perGroup = 4, .behind = 1 + spare}},
-                  {sum},
-                  AllSets(WideBilinear, scalar::BilinearSad, mmx::BilinearSad, WideKernels::BilinearSad)});
-  list.push_back({"featurefind/BilinearSad tall",
-                  {{.perGroup = 16, .behind = spare}, {.perGroup = 24, .behind = 17 + spare}},
-                  {sum},
-                  AllSets(TallBilinear, scalar::BilinearSad, mmx::BilinearSad, WideKernels::BilinearSad),
-                  manyInterpolatedRows});
+  cases.push_back({"featurefind/BlockSad wide",
+                   {{.perGroup = 24, .behind = spare}, {.perGroup = 24, .behind = mostPositions + spare}},
+                   {sums},
+                   AllSets<BlockSad>(WideBlock)});
+  cases.push_back({"featurefind/BlockSad tall",
+                   {{.perGroup = 40, .behind = spare}, {.perGroup = 56, .behind = mostPositions + spare}},
+                   {sums},
+                   AllSets<BlockSad>(TallBlock),
+                   manyRows});
+}
+
+void AddCases(std::type_identity<BilinearSad> /*kernel*/, std::vector<KernelCase>& cases) {
+  const Stream sum = {.fixed = sizeof(std::uint32_t)};
+  // More rows than 16-bit lanes can add up differences.
+  constexpr int manyRows = 200;
+  cases.push_back({"featurefind/BilinearSad wide",
+                   {{.perGroup = 4, .behind = spare},
+                    {.perGroup = 4, .behind = 1 + spare},
+                    {.perGroup = 4, .behind = 1 + spare}},
+                   {sum},
+                   AllSets<BilinearSad>(WideBilinear)});
+  cases.push_back({"featurefind/BilinearSad tall",
+                   {{.perGroup = 16, .behind = spare}, {.perGroup = 24, .behind = 17 + spare}},
+                   {sum},
+                   AllSets<BilinearSad>(TallBilinear),
+                   manyRows});
 }
 
 }  // namespace kv_check

@@ -60,12 +60,7 @@ struct KernelCase {
 const std::vector<KernelCase>& AllKernels();
 
 // The kernels of one folder, appended to the list.
-void AddAlphaKernels(std::vector<KernelCase>& list);
-void AddArithmeticKernels(std::vector<KernelCase>& list);
 void AddBoxFilterKernels(std::vector<KernelCase>& list);
-void AddFeatureFindKernels(std::vector<KernelCase>& list);
-void AddParityKernels(std::vector<KernelCase>& list);
-void AddScanningKernels(std::vector<KernelCase>& list);
 
 /// A variant for each level of a wide kernel. `variant` makes one from the name of a set and a kernel.
 template <class Kernel, class Make>

@@ -1,33 +1,66 @@
+#include <concepts>
+
+#include "algorithms/alpha/kernels/centred_difference.h"
+#include "algorithms/arithmetic/kernels/halved_sum.h"
 #include "algorithms/copy/kernels/interleave.h"
 #include "algorithms/copy/kernels/swap_bytes.h"
 #include "algorithms/kernel_list.h"
-#include "check/kernel_case.h"
+#include "algorithms/parity/kernels/average_lines.h"
 #include "check/listed_kernel.h"
+#include "check/special_cases.h"
 
 namespace kv_check {
 namespace {
 
+/// Kernels whose rows may be the same row.
+template <class Kernel>
+concept MayShareRows = std::derived_from<Kernel, kv_img::parity::LineAverage> ||
+    std::derived_from<Kernel, kv_img::scanning::RowBlend> ||
+    std::derived_from<Kernel, kv_img::scanning::RowPan>;
+
+/// The same kernel when both its rows are one.
+KernelCase WithOneRow(KernelCase made) {
+  made.name += "/one row";
+  made.inputs.resize(1);
+  for (Variant& variant : made.variants) {
+    variant.run = [run = variant.run](Call& call) {
+      const std::uint8_t* rows[] = {call.inputs[0], call.inputs[0]};
+      Call both{call.groups, call.seed, rows, call.outputs};
+      run(both);
+      call.inputs[0] = rows[0] == rows[1] ? rows[0] : nullptr;
+    };
+  }
+  return made;
+}
+
+template <class Kernel>
+void AddKernel(std::vector<KernelCase>& cases) {
+  if constexpr (requires { AddCases(std::type_identity<Kernel>(), cases); }) {
+    AddCases(std::type_identity<Kernel>(), cases);
+  } else {
+    cases.push_back(CaseOf<Kernel>());
+    if constexpr (MayShareRows<Kernel>) cases.push_back(WithOneRow(cases.back()));
+  }
+}
+
+template <class... Kernels>
+void AddList(std::vector<KernelCase>& cases, kv_img::KernelList<Kernels...> /*kernels*/) {
+  (AddKernel<Kernels>(cases), ...);
+}
+
 template <class... Lists>
 void AddLists(std::vector<KernelCase>& cases, kv_img::KernelLists<Lists...> /*lists*/) {
-  const auto addList = [&cases]<class... Kernels>(kv_img::KernelList<Kernels...> /*kernels*/) {
-    (cases.push_back(CaseOf<Kernels>()), ...);
-  };
-  (addList(Lists()), ...);
+  (AddList(cases, Lists()), ...);
 }
 
 }  // namespace
 
 const std::vector<KernelCase>& AllKernels() {
   static const std::vector<KernelCase> kernels = [] {
-    std::vector<KernelCase> list;
-    AddAlphaKernels(list);
-    AddLists(list, kv_img::ListedKernels());
-    AddArithmeticKernels(list);
-    AddBoxFilterKernels(list);
-    AddFeatureFindKernels(list);
-    AddParityKernels(list);
-    AddScanningKernels(list);
-    return list;
+    std::vector<KernelCase> cases;
+    AddLists(cases, kv_img::ListedKernels());
+    AddBoxFilterKernels(cases);
+    return cases;
   }();
   return kernels;
 }

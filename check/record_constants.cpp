@@ -63,6 +63,22 @@ void DrawConversion(Args& args, std::uint64_t seed) {
 
 }  // namespace
 
+void DrawConstants(kv_img::alpha::ChromaDistance::Args& args, std::uint64_t seed) {
+  args.order = OrderFromBit(seed & 1);
+}
+
+void DrawConstants(kv_img::arithmetic::BlendBoost::Args& args, std::uint64_t seed) {
+  args.order = OrderFromBit(seed & 1);
+}
+
+void DrawConstants(kv_img::arithmetic::LumaDifference::Args& args, std::uint64_t seed) {
+  args.order = OrderFromBit(seed & 1);
+}
+
+void DrawConstants(kv_img::featurefind::LumaBytes::Args& args, std::uint64_t seed) {
+  args.order = OrderFromBit(seed & 1);
+}
+
 void DrawConstants(RegroupPairs::Args& args, std::uint64_t seed) {
   args.sourceOrder = OrderFromBit(seed & 1);
   args.destinationOrder = OrderFromBit(seed & 2);
@@ -74,6 +90,19 @@ void DrawConstants(RgbToYuv::Args& args, std::uint64_t seed) {
 
 void DrawConstants(YuvToRgb::Args& args, std::uint64_t seed) {
   DrawConversion(args, seed);
+}
+
+void DrawConstants(kv_img::scanning::RowBlend::Args& args, std::uint64_t seed) {
+  const std::uint32_t whole = std::uint32_t{1} << seed % 25;
+  args.fraction = static_cast<float>(seed / 25 % (whole + 1)) / static_cast<float>(whole);
+}
+
+void DrawConstants(kv_img::scanning::RowPan::Args& args, std::uint64_t seed) {
+  constexpr std::uint32_t extremes[] = {0, 1, 0x3FFFFF, 0x400000, 0x400001, 0x7FFF00, 0x7FFFFF, 0x100};
+  const std::uint32_t weight =
+      seed % 2 == 0 ? extremes[seed / 2 % 8] : static_cast<std::uint32_t>(seed >> 8) & 0x7FFFFFU;
+  args.leftWeight = static_cast<std::uint16_t>((0x800000U - weight) >> 8);
+  args.rightWeight = static_cast<std::uint16_t>(weight >> 8);
 }
 
 }  // namespace kv_check

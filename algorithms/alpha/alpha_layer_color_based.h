@@ -4,8 +4,9 @@
 #include <cstdlib>
 #include <utility>
 
-#include "algorithms/alpha/kernels/kernel_sets.h"
+#include "algorithms/alpha/kernels/chroma_distance.h"
 #include "algorithms/alpha/smooth_mask.h"
+#include "algorithms/kernel_sets.h"
 #include "algorithms/packed422/samples.h"
 #include "frame/interfaces/alpha_layer_color_based.h"
 #include "frame/member_name.h"
@@ -26,7 +27,7 @@ static_assert(TailAlpha(0) == 255 && TailAlpha(5) == 130 && TailAlpha(6) == 127 
 }  // namespace alpha
 
 /// "AlphaLayerColorBased" of packed 4:2:2.
-template <class Kernels, class ImageType>
+template <class Set, class ImageType>
 class AlphaLayerColorBased : public AlphaLayerColorBasedAlgorithmInterface<ImageType> {
  public:
   using Mask = alpha::Mask;
@@ -36,16 +37,16 @@ class AlphaLayerColorBased : public AlphaLayerColorBasedAlgorithmInterface<Image
               kv_std::SpinBarrier& barrier, std::uint32_t threadIndex) const override {
     if (first.GetWidth() != second.GetWidth() || first.GetHeight() != second.GetHeight() ||
         first.GetWidth() != destination.GetWidth() || first.GetHeight() != destination.GetHeight()) {
-      Refuse<Kernels>(1, name);
+      Refuse<Set>(1, name);
     }
     const auto& buffer = first.GetPixelBuffer();
     if (buffer.descriptor.GetLayout() != second.GetPixelBuffer().descriptor.GetLayout()) {
-      Refuse<Kernels>(6, name, L"<ImageYUV422>");
+      Refuse<Set>(6, name, L"<ImageYUV422>");
     }
     if (intermediate == nullptr) intermediate = ImageFactory<Mask>::CreateImage(first);
     if (static_cast<std::int32_t>(intermediate->GetWidth()) != buffer.width ||
         static_cast<std::int32_t>(intermediate->GetHeight()) != buffer.height) {
-      Refuse<Kernels>(1, name);
+      Refuse<Set>(1, name);
     }
 
     const RawMask rawMask(first, second, *intermediate);
@@ -67,10 +68,10 @@ class AlphaLayerColorBased : public AlphaLayerColorBasedAlgorithmInterface<Image
     /// image pair then. A lone last pixel reads the sample two bytes on, up to 2 bytes behind the row.
     void operator()(int row, int firstColumn, int lastColumn) const {
       const int groups = (lastColumn - firstColumn + 1) / 4;
-      alpha::ChromaDistanceArgs args{groups, first_.rows[row] + PixelOffset(firstColumn),
-                                     second_.rows[row] + PixelOffset(firstColumn),
-                                     mask_.rows[row] + firstColumn, OrderOf(first_.descriptor.GetLayout())};
-      Kernels::ChromaDistance(args);
+      alpha::ChromaDistance::Args args{groups, first_.rows[row] + PixelOffset(firstColumn),
+                                       second_.rows[row] + PixelOffset(firstColumn),
+                                       mask_.rows[row] + firstColumn, OrderOf(first_.descriptor.GetLayout())};
+      Set::template Run<alpha::ChromaDistance>(args);
 
       const std::uint8_t* a = args.first + ChromaByte(args.order);
       const std::uint8_t* b = args.second + ChromaByte(args.order);
@@ -93,12 +94,12 @@ class AlphaLayerColorBased : public AlphaLayerColorBasedAlgorithmInterface<Image
 };
 
 template <class ImageType>
-class AlphaLayerColorBasedC final : public AlphaLayerColorBased<alpha::ScalarKernels, ImageType> {};
+class AlphaLayerColorBasedC final : public AlphaLayerColorBased<Scalar, ImageType> {};
 
 template <class ImageType>
-class AlphaLayerColorBasedMMX final : public AlphaLayerColorBased<alpha::MmxKernels, ImageType> {};
+class AlphaLayerColorBasedMMX final : public AlphaLayerColorBased<Mmx, ImageType> {};
 
 template <class ImageType>
-class AlphaLayerColorBasedSSE2 final : public AlphaLayerColorBased<alpha::WideKernels, ImageType> {};
+class AlphaLayerColorBasedSSE2 final : public AlphaLayerColorBased<Widest, ImageType> {};
 
 }  // namespace kv_img

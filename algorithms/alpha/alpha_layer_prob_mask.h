@@ -3,8 +3,9 @@
 #include <algorithm>
 #include <utility>
 
-#include "algorithms/alpha/kernels/kernel_sets.h"
+#include "algorithms/alpha/kernels/centred_difference.h"
 #include "algorithms/alpha/smooth_mask.h"
+#include "algorithms/kernel_sets.h"
 #include "frame/interfaces/alpha_layer_prob_mask.h"
 #include "frame/member_name.h"
 #include "frame/row_band.h"
@@ -29,14 +30,14 @@ static_assert(GainedDifference(64, 0, 2) == 255 && GainedDifference(0, 64, 1) ==
 }  // namespace alpha
 
 /// "AlphaLayerProbMask" of 8-bit images.
-template <class Kernels, class ImageType>
+template <class Set, class ImageType>
 class AlphaLayerProbMask : public AlphaLayerProbMaskAlgorithmInterface<ImageType> {
  public:
   ImageType& Apply(const ImageType& p, const ImageType& q, ImageType& destination,
                    const RegionOfSupport& region, std::uint32_t gain, std::uint32_t windowSize,
                    std::shared_ptr<ImageType> intermediate, kv_std::SpinBarrier& barrier,
                    std::uint32_t threadIndex) const override {
-    const auto gained = [gain](alpha::CentredDifferenceArgs row, int pixels) {
+    const auto gained = [gain](alpha::CentredDifference::Args row, int pixels) {
       for (int pixel = 0; pixel < pixels; ++pixel) {
         row.mask[pixel] = alpha::GainedDifference(row.p[pixel], row.q[pixel], gain);
       }
@@ -49,9 +50,9 @@ class AlphaLayerProbMask : public AlphaLayerProbMaskAlgorithmInterface<ImageType
                    const RegionOfSupport& region, std::uint32_t windowSize,
                    std::shared_ptr<ImageType> intermediate, kv_std::SpinBarrier& barrier,
                    std::uint32_t threadIndex) const override {
-    const auto plain = [](alpha::CentredDifferenceArgs row, int pixels) {
+    const auto plain = [](alpha::CentredDifference::Args row, int pixels) {
       row.groups = pixels / 4;
-      Kernels::CentredDifference(row);
+      Set::template Run<alpha::CentredDifference>(row);
       for (int pixel = 4 * row.groups; pixel < pixels; ++pixel) {
         *row.mask++ = alpha::ClampToByte(*row.p++ - *row.q++ + 128);
       }
@@ -77,11 +78,11 @@ class AlphaLayerProbMask : public AlphaLayerProbMaskAlgorithmInterface<ImageType
                               std::uint32_t threadIndex, RawRun rawRun) {
     if (q.GetWidth() != p.GetWidth() || q.GetHeight() != p.GetHeight() ||
         q.GetWidth() != destination.GetWidth() || q.GetHeight() != destination.GetHeight()) {
-      Refuse<Kernels>(1, name);
+      Refuse<Set>(1, name);
     }
     if (intermediate == nullptr) intermediate = MakeIntermediate(p);
     if (intermediate->GetWidth() != p.GetWidth() || intermediate->GetHeight() != p.GetHeight()) {
-      Refuse<Kernels>(1, name);
+      Refuse<Set>(1, name);
     }
 
     alpha::ForEachRun(region, barrier, threadIndex, [&](int row, int first, int last) {
@@ -95,12 +96,12 @@ class AlphaLayerProbMask : public AlphaLayerProbMaskAlgorithmInterface<ImageType
 };
 
 template <class ImageType>
-class AlphaLayerProbMaskC final : public AlphaLayerProbMask<alpha::ScalarKernels, ImageType> {};
+class AlphaLayerProbMaskC final : public AlphaLayerProbMask<Scalar, ImageType> {};
 
 template <class ImageType>
-class AlphaLayerProbMaskMMX final : public AlphaLayerProbMask<alpha::MmxKernels, ImageType> {};
+class AlphaLayerProbMaskMMX final : public AlphaLayerProbMask<Mmx, ImageType> {};
 
 template <class ImageType>
-class AlphaLayerProbMaskSSE2 final : public AlphaLayerProbMask<alpha::WideKernels, ImageType> {};
+class AlphaLayerProbMaskSSE2 final : public AlphaLayerProbMask<Widest, ImageType> {};
 
 }  // namespace kv_img

@@ -1,7 +1,8 @@
 #pragma once
 
-#include "algorithms/arithmetic/kernels/kernel_sets.h"
+#include "algorithms/arithmetic/kernels/luma_difference.h"
 #include "algorithms/column_run.h"
+#include "algorithms/kernel_sets.h"
 #include "algorithms/packed422/samples.h"
 #include "frame/interfaces/absolute_difference.h"
 #include "frame/member_name.h"
@@ -12,7 +13,7 @@ namespace kv_img {
 
 /// Throws AlgoMMXException before a pixel is written: code 1 when the three sizes are not equal, code 6 when
 /// the sources' byte orders differ. Pixels outside the region stay as they were; empty runs are skipped.
-template <class Kernels, class ImageIn, class ImageOut>
+template <class Set, class ImageIn, class ImageOut>
 class AbsoluteDifference : public AbsoluteDifferenceAlgorithmInterface<ImageIn, ImageOut> {
  public:
   ImageOut& Apply(const ImageIn& first, const ImageIn& second, ImageOut& destination,
@@ -20,13 +21,13 @@ class AbsoluteDifference : public AbsoluteDifferenceAlgorithmInterface<ImageIn, 
                   std::uint32_t threadIndex) const override {
     if (first.GetWidth() != destination.GetWidth() || first.GetHeight() != destination.GetHeight() ||
         second.GetWidth() != destination.GetWidth() || second.GetHeight() != destination.GetHeight()) {
-      Refuse<Kernels>(1, L"AbsoluteDifference");
+      Refuse<Set>(1, L"AbsoluteDifference");
     }
     const auto& firstBuffer = first.GetPixelBuffer();
     const auto& secondBuffer = second.GetPixelBuffer();
     const std::int32_t layout = firstBuffer.descriptor.GetLayout();
     if (layout != secondBuffer.descriptor.GetLayout()) {
-      Refuse<Kernels>(6, L"AbsoluteDifference", L"<ImageYUV422>");
+      Refuse<Set>(6, L"AbsoluteDifference", L"<ImageYUV422>");
     }
     const auto& to = destination.GetPixelBuffer();
     const RowBand band = BandOf(region, barrier, threadIndex);
@@ -43,8 +44,8 @@ class AbsoluteDifference : public AbsoluteDifferenceAlgorithmInterface<ImageIn, 
 
  private:
   /// The groups of `args`, then `rest` pixels.
-  static void SubtractRun(arithmetic::LumaDifferenceArgs args, std::int32_t rest) {
-    Kernels::LumaDifference(args);
+  static void SubtractRun(arithmetic::LumaDifference::Args args, std::int32_t rest) {
+    Set::template Run<arithmetic::LumaDifference>(args);
     for (std::int32_t pixel = 0; pixel < rest; ++pixel) {
       const std::ptrdiff_t luma = PixelOffset(pixel) + LumaByte(args.order);
       args.destination[pixel] = arithmetic::AbsoluteDifferenceOf(args.first[luma], args.second[luma]);
@@ -53,12 +54,12 @@ class AbsoluteDifference : public AbsoluteDifferenceAlgorithmInterface<ImageIn, 
 };
 
 template <class ImageIn, class ImageOut>
-class AbsoluteDifferenceC final : public AbsoluteDifference<arithmetic::ScalarKernels, ImageIn, ImageOut> {};
+class AbsoluteDifferenceC final : public AbsoluteDifference<Scalar, ImageIn, ImageOut> {};
 
 template <class ImageIn, class ImageOut>
-class AbsoluteDifferenceMMX final : public AbsoluteDifference<arithmetic::MmxKernels, ImageIn, ImageOut> {};
+class AbsoluteDifferenceMMX final : public AbsoluteDifference<Mmx, ImageIn, ImageOut> {};
 
 template <class ImageIn, class ImageOut>
-class AbsoluteDifferenceSSE2 final : public AbsoluteDifference<arithmetic::WideKernels, ImageIn, ImageOut> {};
+class AbsoluteDifferenceSSE2 final : public AbsoluteDifference<Widest, ImageIn, ImageOut> {};
 
 }  // namespace kv_img

@@ -3,8 +3,9 @@
 #include <algorithm>
 #include <cstring>
 
-#include "algorithms/arithmetic/kernels/kernel_sets.h"
+#include "algorithms/arithmetic/kernels/halved_sum.h"
 #include "algorithms/column_run.h"
+#include "algorithms/kernel_sets.h"
 #include "frame/interfaces/average.h"
 #include "frame/member_name.h"
 #include "frame/row_band.h"
@@ -14,7 +15,7 @@ namespace kv_img {
 
 /// Throws AlgoMMXException code 1 when the three sizes are not equal, before a pixel is written. Pixels
 /// outside the output region stay as they were.
-template <class Kernels, class ImageType>
+template <class Set, class ImageType>
 class Average : public AverageAlgorithmInterface<ImageType> {
  public:
   ImageType& Apply(const ImageType& first, const ImageType& second, ImageType& destination,
@@ -23,7 +24,7 @@ class Average : public AverageAlgorithmInterface<ImageType> {
                    std::uint32_t threadIndex) const override {
     if (first.GetWidth() != destination.GetWidth() || first.GetHeight() != destination.GetHeight() ||
         second.GetWidth() != destination.GetWidth() || second.GetHeight() != destination.GetHeight()) {
-      Refuse<Kernels>(1, L"Average");
+      Refuse<Set>(1, L"Average");
     }
     const auto& firstBuffer = first.GetPixelBuffer();
     const auto& secondBuffer = second.GetPixelBuffer();
@@ -69,9 +70,9 @@ class Average : public AverageAlgorithmInterface<ImageType> {
   static void Merge(const SourceRow& first, const SourceRow& second, std::uint8_t* destination) {
     const ColumnRun overlap = Intersection(first.valid, second.valid);
     if (overlap.IsEmpty()) return;
-    arithmetic::HalvedSumArgs args{overlap.Width() / 4, first.pixels + overlap.first,
-                                   second.pixels + overlap.first, destination + overlap.first};
-    Kernels::HalvedSum(args);
+    arithmetic::HalvedSum::Args args{overlap.Width() / 4, first.pixels + overlap.first,
+                                     second.pixels + overlap.first, destination + overlap.first};
+    Set::template Run<arithmetic::HalvedSum>(args);
 
     // Groups lose a half of two odd pixels, the remainder does not: both are meant.
     for (std::int32_t column = overlap.first + 4 * args.groups; column <= overlap.last; ++column)
@@ -80,12 +81,12 @@ class Average : public AverageAlgorithmInterface<ImageType> {
 };
 
 template <class ImageType>
-class AverageC final : public Average<arithmetic::ScalarKernels, ImageType> {};
+class AverageC final : public Average<Scalar, ImageType> {};
 
 template <class ImageType>
-class AverageMMX final : public Average<arithmetic::MmxKernels, ImageType> {};
+class AverageMMX final : public Average<Mmx, ImageType> {};
 
 template <class ImageType>
-class AverageSSE2 final : public Average<arithmetic::WideKernels, ImageType> {};
+class AverageSSE2 final : public Average<Widest, ImageType> {};
 
 }  // namespace kv_img

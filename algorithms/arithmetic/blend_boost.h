@@ -1,7 +1,8 @@
 #pragma once
 
-#include "algorithms/arithmetic/kernels/kernel_sets.h"
+#include "algorithms/arithmetic/kernels/blend_boost.h"
 #include "algorithms/column_run.h"
+#include "algorithms/kernel_sets.h"
 #include "algorithms/packed422/samples.h"
 #include "frame/interfaces/blend_boost.h"
 #include "frame/member_name.h"
@@ -15,7 +16,7 @@ namespace kv_img {
 /// RunRegion, code 1 when the frames' sizes differ (the mask's is not compared), code 6 when the byte orders
 /// of `a` and `b` differ. A run that is not a multiple of four pixels wide is refused when its row is
 /// reached, with rows above it already written.
-template <class Kernels, class ImageType>
+template <class Set, class ImageType>
 class BlendBoost : public BlendBoostAlgorithmInterface<ImageType> {
  public:
   using Mask = typename BlendBoostAlgorithmInterface<ImageType>::Mask;
@@ -24,18 +25,18 @@ class BlendBoost : public BlendBoostAlgorithmInterface<ImageType> {
                    const RegionOfSupport& region, kv_std::SpinBarrier& barrier,
                    std::uint32_t threadIndex) const override {
     if (region.GetRegionType() != RunRegion::regionType) {
-      Refuse<Kernels>(4, L"BlendBoost", {}, L"type of roi");
+      Refuse<Set>(4, L"BlendBoost", {}, L"type of roi");
     }
     if (b.GetWidth() != destination.GetWidth() || b.GetHeight() != destination.GetHeight() ||
         a.GetWidth() != destination.GetWidth() || a.GetHeight() != destination.GetHeight()) {
-      Refuse<Kernels>(1, L"BlendBoost");
+      Refuse<Set>(1, L"BlendBoost");
     }
     const auto& bBuffer = b.GetPixelBuffer();
     const auto& aBuffer = a.GetPixelBuffer();
     const std::int32_t layout = bBuffer.descriptor.GetLayout();
     if (layout != aBuffer.descriptor.GetLayout()) {
       // This message names another algorithm, and that is meant: hosts know it by this text.
-      Refuse<Kernels>(6, L"AlphaLayerColorBased", L"<ImageYUV422>");
+      Refuse<Set>(6, L"AlphaLayerColorBased", L"<ImageYUV422>");
     }
     const auto& maskBuffer = mask.GetPixelBuffer();
     const auto& to = destination.GetPixelBuffer();
@@ -44,25 +45,25 @@ class BlendBoost : public BlendBoostAlgorithmInterface<ImageType> {
     for (std::int32_t row = band.first; row <= band.last; ++row) {
       const std::int32_t groups = runs.GetNumberOf4Pixels(row);
       const std::int32_t column = runs.GetLeft(row);
-      arithmetic::BlendBoostArgs args{groups,
-                                      bBuffer.rows[row] + PixelOffset(column),
-                                      aBuffer.rows[row] + PixelOffset(column),
-                                      maskBuffer.rows[row] + column,
-                                      to.rows[row] + PixelOffset(column),
-                                      OrderOf(layout)};
-      Kernels::BlendBoost(args);
+      arithmetic::BlendBoost::Args args{groups,
+                                        bBuffer.rows[row] + PixelOffset(column),
+                                        aBuffer.rows[row] + PixelOffset(column),
+                                        maskBuffer.rows[row] + column,
+                                        to.rows[row] + PixelOffset(column),
+                                        OrderOf(layout)};
+      Set::template Run<arithmetic::BlendBoost>(args);
     }
     return destination;
   }
 };
 
 template <class ImageType>
-class BlendBoostC final : public BlendBoost<arithmetic::ScalarKernels, ImageType> {};
+class BlendBoostC final : public BlendBoost<Scalar, ImageType> {};
 
 template <class ImageType>
-class BlendBoostMMX final : public BlendBoost<arithmetic::MmxKernels, ImageType> {};
+class BlendBoostMMX final : public BlendBoost<Mmx, ImageType> {};
 
 template <class ImageType>
-class BlendBoostSSE2 final : public BlendBoost<arithmetic::WideKernels, ImageType> {};
+class BlendBoostSSE2 final : public BlendBoost<Widest, ImageType> {};
 
 }  // namespace kv_img

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "algorithms/featurefind/patch.h"
+#include "algorithms/kernel_sets.h"
 
 namespace kv_img::featurefind {
 
@@ -43,11 +44,24 @@ class BestMatch {
   Coordinate y_;
 };
 
-/// Rows to add up before a sum is held against `limit`. Without one as many as stay in the nearest cache:
+/// What a search gives a kernel at a time: positions side by side, and rows to add up before the sums are
+/// compared with the best one.
+template <class Set>
+struct SearchStep {
+  static constexpr int positions = 1;
+  static constexpr int rows = 8;
+};
+template <>
+struct SearchStep<Widest> {
+  static constexpr int positions = 72;
+  static constexpr int rows = 16;
+};
+
+/// Rows to add up before a sum is compared with `limit`. Without one, as many as stay in the nearest cache:
 /// kernels go down the columns.
-template <class Kernels>
+template <class Set>
 constexpr std::int32_t RowsAtOnce(std::uint64_t limit) {
-  return limit == unlimited ? 64 : Kernels::searchRows;
+  return limit == unlimited ? 64 : SearchStep<Set>::rows;
 }
 
 /// The least of several sums, as they are compared.
@@ -58,11 +72,11 @@ inline std::int32_t LeastScore(const std::uint32_t* sums, int count) {
 }
 
 /// Runs a kernel that adds up differences over `rows` rows, a few at a time, until the sum reaches `limit`.
-template <class Kernels, auto kernel, class Args>
-std::uint32_t SumOfRows(Args& args, std::int32_t rows, std::uint64_t limit) {
+template <class Set, class Kernel>
+std::uint32_t SumOfRows(typename Kernel::Args& args, std::int32_t rows, std::uint64_t limit) {
   for (; rows > 0 && args.sum < limit; rows -= args.rows) {
-    args.rows = std::min(rows, RowsAtOnce<Kernels>(limit));
-    kernel(args);
+    args.rows = std::min(rows, RowsAtOnce<Set>(limit));
+    Set::template Run<Kernel>(args);
   }
   return args.sum;
 }

@@ -9,6 +9,7 @@
 #include "algorithms/featurefind/patch.h"
 #include "algorithms/featurefind/sub_pixel_search.h"
 #include "algorithms/featurefind/whole_pixel_search.h"
+#include "algorithms/kernel_sets.h"
 #include "frame/interfaces/feature_find.h"
 #include "frame/member_name.h"
 #include "image/image.h"
@@ -17,7 +18,7 @@ namespace kv_img {
 
 /// The exhaustive search. Samples of patch and searched area are gathered once per call, as every position
 /// reads them again.
-template <class Kernels, class ImageType>
+template <class Set, class ImageType>
 class FeatureFind : public FeatureFindAlgorithmInterface<ImageType> {
  public:
   void LocateFeatureSubPixel(const ImageType& image1, const ImageType& image2, const double point1[2],
@@ -51,7 +52,7 @@ class FeatureFind : public FeatureFindAlgorithmInterface<ImageType> {
                     static_cast<int>(patch.OffsetY() + rows.last)});
       }
       featurefind::BestMatch<std::int64_t> best(patch, result[0], result[1], map != nullptr);
-      featurefind::WholePixelSearch<Kernels, ImageType>(patch, image2, columns, rows).Run(best, map);
+      featurefind::WholePixelSearch<Set, ImageType>(patch, image2, columns, rows).Run(best, map);
       result[0] = static_cast<int>(best.X() + patch.OffsetX());
       result[1] = static_cast<int>(best.Y() + patch.OffsetY());
     });
@@ -96,7 +97,7 @@ class FeatureFind : public FeatureFindAlgorithmInterface<ImageType> {
  private:
   using Patch = featurefind::Patch;
   using PixelRange = featurefind::PixelRange;
-  using Reader = featurefind::SampleReader<Kernels, ImageType>;
+  using Reader = featurefind::SampleReader<Set, ImageType>;
   using StepRange = featurefind::StepRange;
 
   struct Limits {
@@ -114,7 +115,7 @@ class FeatureFind : public FeatureFindAlgorithmInterface<ImageType> {
   static Limits LimitsOf(const ImageType& image, const Patch& patch, int margin) {
     const auto& buffer = image.GetPixelBuffer();
     const Limits limits{buffer.width - patch.Width() - margin, buffer.height - patch.Height() - margin};
-    if (limits.x < 1 || limits.y < 1) Refuse<Kernels>(1, L"FeatureFind");
+    if (limits.x < 1 || limits.y < 1) Refuse<Set>(1, L"FeatureFind");
     return limits;
   }
 
@@ -128,7 +129,7 @@ class FeatureFind : public FeatureFindAlgorithmInterface<ImageType> {
                  columns.step, rows.step);
     }
     featurefind::BestMatch<double> best(patch, result[0], result[1], map != nullptr);
-    featurefind::SubPixelSearch<Kernels, ImageType>(patch, image, columns, rows, limits.x, limits.y)
+    featurefind::SubPixelSearch<Set, ImageType>(patch, image, columns, rows, limits.x, limits.y)
         .Run(best, map);
     result[0] = best.X() + offsetX;
     result[1] = best.Y() + offsetY;
@@ -140,18 +141,18 @@ class FeatureFind : public FeatureFindAlgorithmInterface<ImageType> {
     try {
       search();
     } catch (const std::bad_alloc&) {
-      Refuse<Kernels>(3, L"FeatureFind");
+      Refuse<Set>(3, L"FeatureFind");
     }
   }
 };
 
 template <class ImageType>
-class FeatureFindC final : public FeatureFind<featurefind::ScalarKernels, ImageType> {};
+class FeatureFindC final : public FeatureFind<Scalar, ImageType> {};
 
 template <class ImageType>
-class FeatureFindMMX final : public FeatureFind<featurefind::MmxKernels, ImageType> {};
+class FeatureFindMMX final : public FeatureFind<Mmx, ImageType> {};
 
 template <class ImageType>
-class FeatureFindSSE2 final : public FeatureFind<featurefind::WideKernels, ImageType> {};
+class FeatureFindSSE2 final : public FeatureFind<Widest, ImageType> {};
 
 }  // namespace kv_img

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstdint>
 
+#include "algorithms/featurefind/kernels/bilinear_sad.h"
 #include "algorithms/featurefind/patch.h"
 
 namespace kv_img::featurefind {
@@ -19,13 +20,13 @@ struct Fractions {
 /// for the formats:
 /// `Sum(patch, searched, stride, fractions, limit)` compares from the byte `searched` on, whose rows are
 /// `stride` bytes apart; a sum that reaches `limit` may be cut short.
-template <class Kernels, class ImageType>
+template <class Set, class ImageType>
 struct InterpolatedSad;
 
 /// 4:2:2: integer weights. Columns in whole groups of four are truncated term by term, but for the last four
 /// to seven, which are rounded: both are the rule.
-template <class Kernels>
-struct InterpolatedSad<Kernels, Image<PixelYUV422>> {
+template <class Set>
+struct InterpolatedSad<Set, Image<PixelYUV422>> {
   static constexpr int TruncatedColumns(int width) { return width > 3 ? (width / 4 - 1) * 4 : 0; }
   static_assert(TruncatedColumns(3) == 0 && TruncatedColumns(7) == 0 && TruncatedColumns(8) == 4);
 
@@ -35,7 +36,7 @@ struct InterpolatedSad<Kernels, Image<PixelYUV422>> {
       return static_cast<std::uint16_t>(static_cast<int>(part * 65535));
     };
     const auto width = static_cast<std::int32_t>(patch.Width());
-    BilinearSadArgs args{};
+    BilinearSad::Args args{};
     args.columns = width;
     args.truncatedColumns = TruncatedColumns(width);
     args.reference = patch.Samples().At(0, 0);
@@ -44,13 +45,13 @@ struct InterpolatedSad<Kernels, Image<PixelYUV422>> {
     args.searchedStride = stride;
     args.weights = {weight((1 - at.right) * (1 - at.down)), weight(at.right * (1 - at.down)),
                     weight((1 - at.right) * at.down), weight(at.right * at.down)};
-    return SumOfRows<Kernels, Kernels::BilinearSad>(args, static_cast<std::int32_t>(patch.Height()), limit);
+    return SumOfRows<Set, BilinearSad>(args, static_cast<std::int32_t>(patch.Height()), limit);
   }
 };
 
 /// Bitmaps: double precision, terms added in the order written.
-template <class Kernels, class PixelClass>
-struct InterpolatedSad<Kernels, Image<PixelClass>> {
+template <class Set, class PixelClass>
+struct InterpolatedSad<Set, Image<PixelClass>> {
   static std::uint32_t Sum(const Patch& patch, const std::uint8_t* searched, std::ptrdiff_t stride,
                            const Fractions& at, std::uint64_t limit) {
     const double topLeft = (1 - at.right) * (1 - at.down);

@@ -4,7 +4,9 @@
 #include <cstdint>
 #include <vector>
 
-#include "algorithms/featurefind/kernels/kernel_sets.h"
+#include "algorithms/featurefind/kernels/block_sad.h"
+#include "algorithms/featurefind/kernels/luma_bytes.h"
+#include "algorithms/kernel_sets.h"
 #include "algorithms/packed422/samples.h"
 #include "image/image.h"
 
@@ -13,12 +15,12 @@ namespace kv_img::featurefind {
 /// Reads the samples that a search compares, one byte per pixel. Specialised for the formats:
 /// - constructed from the pixel buffer;
 /// - `Read(row, column, count, destination)` reads `count` pixels, none beyond them.
-template <class Kernels, class ImageType>
+template <class Set, class ImageType>
 class SampleReader;
 
 /// The luma of packed 4:2:2.
-template <class Kernels>
-class SampleReader<Kernels, Image<PixelYUV422>> {
+template <class Set>
+class SampleReader<Set, Image<PixelYUV422>> {
  public:
   using Buffer = Image<PixelYUV422>::Buffer;
 
@@ -26,8 +28,8 @@ class SampleReader<Kernels, Image<PixelYUV422>> {
       : rows_(buffer.rows), order_(OrderOf(buffer.descriptor.GetLayout())) {}
 
   void Read(int row, int column, int count, std::uint8_t* destination) const {
-    LumaBytesArgs args{count / 8, rows_[row] + PixelOffset(column), destination, order_};
-    Kernels::LumaBytes(args);
+    LumaBytes::Args args{count / 8, rows_[row] + PixelOffset(column), destination, order_};
+    Set::template Run<LumaBytes>(args);
     for (int pixel = 0; pixel < count % 8; ++pixel) {
       args.destination[pixel] = args.source[PixelOffset(pixel) + LumaByte(order_)];
     }
@@ -39,8 +41,8 @@ class SampleReader<Kernels, Image<PixelYUV422>> {
 };
 
 /// The green of bitmaps.
-template <class Kernels, class PixelClass>
-class SampleReader<Kernels, Image<PixelClass>> {
+template <class Set, class PixelClass>
+class SampleReader<Set, Image<PixelClass>> {
  public:
   using Buffer = typename Image<PixelClass>::Buffer;
 

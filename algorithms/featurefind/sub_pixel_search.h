@@ -12,7 +12,7 @@
 namespace kv_img::featurefind {
 
 /// Tries every left top corner of a grid for the patch, row after row.
-template <class Kernels, class ImageType>
+template <class Set, class ImageType>
 class SubPixelSearch {
  public:
   /// `limitX`, `limitY`: the last positions at which patch, right neighbour and row below lie inside the
@@ -24,7 +24,7 @@ class SubPixelSearch {
     pixelsX_ = StepPixels(columns, limitX + 1);
     pixelsY_ = StepPixels(rows, limitY + 1);
     searched_ =
-        SampleBlock(SampleReader<Kernels, ImageType>(image.GetPixelBuffer()), pixelsX_.first, pixelsY_.first,
+        SampleBlock(SampleReader<Set, ImageType>(image.GetPixelBuffer()), pixelsX_.first, pixelsY_.first,
                     static_cast<int>(pixelsX_.last - pixelsX_.first + patch.Width()) + 1,
                     static_cast<int>(pixelsY_.last - pixelsY_.first + patch.Height()) + 1);
   }
@@ -52,8 +52,7 @@ class SubPixelSearch {
     if (!patch_.HasSamples()) return 0;
     const std::uint8_t* searched =
         searched_.At(static_cast<int>(x) - pixelsX_.first, static_cast<int>(y) - pixelsY_.first);
-    return InterpolatedSad<Kernels, ImageType>::Sum(patch_, searched, searched_.Stride(), Fractions(x, y),
-                                                    limit);
+    return InterpolatedSad<Set, ImageType>::Sum(patch_, searched, searched_.Stride(), Fractions(x, y), limit);
   }
 
   const Patch& patch_;

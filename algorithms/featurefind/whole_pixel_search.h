@@ -4,8 +4,10 @@
 #include <cstdint>
 
 #include "algorithms/featurefind/best_match.h"
+#include "algorithms/featurefind/kernels/block_sad.h"
 #include "algorithms/featurefind/patch.h"
 #include "algorithms/featurefind/samples.h"
+#include "algorithms/kernel_sets.h"
 #include "frame/score_maps.h"
 
 namespace kv_img::featurefind {
@@ -23,14 +25,14 @@ struct PixelRange {
 };
 
 /// Tries every left top corner for the patch, row after row.
-template <class Kernels, class ImageType>
+template <class Set, class ImageType>
 class WholePixelSearch {
  public:
   WholePixelSearch(const Patch& patch, const ImageType& image, const PixelRange& columns,
                    const PixelRange& rows)
       : patch_(patch), columns_(columns), rows_(rows) {
     if (columns.IsEmpty() || rows.IsEmpty() || !patch.HasSamples()) return;
-    searched_ = SampleBlock(SampleReader<Kernels, ImageType>(image.GetPixelBuffer()),
+    searched_ = SampleBlock(SampleReader<Set, ImageType>(image.GetPixelBuffer()),
                             static_cast<int>(columns.first), static_cast<int>(rows.first),
                             static_cast<int>(columns.last - columns.first + patch.Width()),
                             static_cast<int>(rows.last - rows.first + patch.Height()));
@@ -62,12 +64,12 @@ class WholePixelSearch {
   }
 
  private:
-  static constexpr int positionsAtOnce = Kernels::searchPositions;
+  static constexpr int positionsAtOnce = SearchStep<Set>::positions;
 
   /// The sums of positions side by side; those that reach `limit` may be cut short.
   void SumUp(std::int64_t x, std::int64_t y, int positions, std::uint64_t limit, std::uint32_t* sums) const {
     if (!patch_.HasSamples()) return;
-    BlockSadArgs args{};
+    BlockSad::Args args{};
     args.columns = static_cast<std::int32_t>(patch_.Width());
     args.positions = positions;
     args.sums = sums;
@@ -80,8 +82,8 @@ class WholePixelSearch {
       return limit == unlimited || LeastScore(sums, positions) < static_cast<std::int64_t>(limit);
     };
     for (; rows > 0 && mayStillWin(); rows -= args.rows) {
-      args.rows = std::min(rows, RowsAtOnce<Kernels>(limit));
-      Kernels::BlockSad(args);
+      args.rows = std::min(rows, RowsAtOnce<Set>(limit));
+      Set::template Run<BlockSad>(args);
     }
   }
 

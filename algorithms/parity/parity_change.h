@@ -3,8 +3,9 @@
 #include <cstdint>
 #include <cstring>
 
+#include "algorithms/kernel_sets.h"
 #include "algorithms/packed422/runs.h"
-#include "algorithms/parity/kernels/kernel_sets.h"
+#include "algorithms/parity/kernels/average_lines.h"
 #include "frame/interfaces/parity_change.h"
 #include "frame/member_name.h"
 #include "image/image_rect.h"
@@ -40,17 +41,17 @@ void ForEachLine(int top, int bottom, int offset, AverageWork average, CopyWork 
 }  // namespace parity
 
 /// "ParityChange" of packed 4:2:2 frames.
-template <class Kernels, class ImageIn, class ImageOut>
+template <class Set, class ImageIn, class ImageOut>
 class ParityChange : public ParityChangeAlgorithmInterface<ImageIn, ImageOut> {
  public:
   ImageOut& Apply(const ImageIn& source, ImageOut& destination,
                   const RegionOfSupport& region) const override {
     if (!region.IsInside(ImageRect(source)) || !region.IsInside(ImageRect(destination))) {
-      Refuse<Kernels>(1, L"ParityChange");
+      Refuse<Set>(1, L"ParityChange");
     }
     CheckLayouts(source, destination);
     if (!region.IsRectangular()) {
-      Refuse<Kernels>(4, L"ParityChange", L"<ImageYUV422, ImageYUV422>: region of support not rectangular");
+      Refuse<Set>(4, L"ParityChange", L"<ImageYUV422, ImageYUV422>: region of support not rectangular");
     }
     const int offset = TurnFieldOrder(source, destination);
     // A region without pixels may lie anywhere, where no rows are.
@@ -74,7 +75,7 @@ class ParityChange : public ParityChangeAlgorithmInterface<ImageIn, ImageOut> {
 
   ImageOut& Apply(const ImageIn& source, ImageOut& destination) const override {
     if (source.GetWidth() != destination.GetWidth() || source.GetHeight() != destination.GetHeight()) {
-      Refuse<Kernels>(1, L"ParityChange");
+      Refuse<Set>(1, L"ParityChange");
     }
     CheckLayouts(source, destination);
     const int offset = TurnFieldOrder(source, destination);
@@ -88,7 +89,7 @@ class ParityChange : public ParityChangeAlgorithmInterface<ImageIn, ImageOut> {
         0, static_cast<int>(source.GetHeight()) - 1, offset,
         [&](int y, int upper, int lower) {
           // The last width mod 4 pixels of an averaged line stay as they were.
-          parity::AverageLinesArgs args{groups, from.rows[upper], from.rows[lower], to.rows[y]};
+          parity::LineAverage::Args args{groups, from.rows[upper], from.rows[lower], to.rows[y]};
           kernel(args);
         },
         [&](int y) {
@@ -99,19 +100,19 @@ class ParityChange : public ParityChangeAlgorithmInterface<ImageIn, ImageOut> {
   }
 
  private:
-  using AverageKernel = void (*)(parity::AverageLinesArgs&) noexcept;
+  using AverageKernel = void (*)(parity::LineAverage::Args&) noexcept;
 
   static AverageKernel KernelFor(const ImageIn& source, const ImageOut& destination) {
     const bool isSameLayout = source.GetPixelLayout() == destination.GetPixelLayout();
-    return isSameLayout ? AverageKernel(Kernels::AverageLines) : AverageKernel(Kernels::AverageLinesSwapped);
+    return isSameLayout ? &Set::template Run<parity::AverageLines>
+                        : &Set::template Run<parity::AverageLinesSwapped>;
   }
 
   static void CheckLayouts(const ImageIn& source, const ImageOut& destination) {
     const std::int32_t from = source.GetPixelLayout();
     const std::int32_t to = destination.GetPixelLayout();
     if (from != to && !(IsKnownOrder(from) && IsKnownOrder(to))) {
-      Refuse<Kernels>(5, L"ParityChange",
-                      L"<ImageYUV422, ImageYUV422>: color model conversion not supported");
+      Refuse<Set>(5, L"ParityChange", L"<ImageYUV422, ImageYUV422>: color model conversion not supported");
     }
   }
 
@@ -140,7 +141,7 @@ class ParityChange : public ParityChangeAlgorithmInterface<ImageIn, ImageOut> {
     SplitRun(left, right, averageSamples, [&](int begin, int end) {
       const std::ptrdiff_t start = PixelOffset(begin);
       const int groups = (end - begin) / 4;
-      parity::AverageLinesArgs args{groups, upper + start, lower + start, to + start};
+      parity::LineAverage::Args args{groups, upper + start, lower + start, to + start};
       kernel(args);
       averageSamples(begin + 4 * groups, end - 1);
     });
@@ -148,12 +149,12 @@ class ParityChange : public ParityChangeAlgorithmInterface<ImageIn, ImageOut> {
 };
 
 template <class ImageIn, class ImageOut>
-class ParityChangeC final : public ParityChange<parity::ScalarKernels, ImageIn, ImageOut> {};
+class ParityChangeC final : public ParityChange<Scalar, ImageIn, ImageOut> {};
 
 template <class ImageIn, class ImageOut>
-class ParityChangeMMX final : public ParityChange<parity::MmxKernels, ImageIn, ImageOut> {};
+class ParityChangeMMX final : public ParityChange<Mmx, ImageIn, ImageOut> {};
 
 template <class ImageIn, class ImageOut>
-class ParityChangeSSE2 final : public ParityChange<parity::WideKernels, ImageIn, ImageOut> {};
+class ParityChangeSSE2 final : public ParityChange<Widest, ImageIn, ImageOut> {};
 
 }  // namespace kv_img

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "algorithms/kernel_sets.h"
 #include "algorithms/packed422/samples.h"
 #include "algorithms/scanning/kernels/pan_row.h"
 #include "algorithms/scanning/viewport.h"
@@ -53,7 +54,7 @@ constexpr std::uint8_t AverageUp(int a, int b) {
 
 /// Rows of a horizontal pan. Groups, pairs and the pixels at either end each have a rounding of their own,
 /// and shifted chroma two weightings: one row mixes them, and is meant to.
-template <class Kernels, class Buffer>
+template <class Set, class Buffer>
 class HorizontalPan {
  public:
   /// Fills the columns `left` to `right` of the destination from a viewport of the source.
@@ -75,18 +76,18 @@ class HorizontalPan {
       FillFirstPixel(upper, lower, out, x);
       ++x;
     }
-    if (kernel_ == nullptr) Refuse<Kernels>(4, L"Scanning");
+    if (kernel_ == nullptr) Refuse<Set>(4, L"Scanning");
 
     // Counted from the region's own first column, also when an odd first pixel has been taken.
     const int groups = (right_ - left_ - 2) / 4;
     if (groups > 0) {
       const std::ptrdiff_t start = PixelOffset(x + toSource_);
-      PanRowArgs args{groups,
-                      upper + start,
-                      lower + start,
-                      out + PixelOffset(x),
-                      static_cast<std::uint16_t>((0x800000U - rightWeight_) >> 8),
-                      static_cast<std::uint16_t>(rightWeight_ >> 8)};
+      RowPan::Args args{groups,
+                        upper + start,
+                        lower + start,
+                        out + PixelOffset(x),
+                        static_cast<std::uint16_t>((0x800000U - rightWeight_) >> 8),
+                        static_cast<std::uint16_t>(rightWeight_ >> 8)};
       kernel_(args);
       x += 4 * groups;
     }
@@ -104,7 +105,7 @@ class HorizontalPan {
   }
 
  private:
-  using Kernel = void (*)(PanRowArgs&) noexcept;
+  using Kernel = void (*)(RowPan::Args&) noexcept;
 
   /// Source and destination columns are of unlike parity: the chroma of a source pixel is of the other kind.
   bool IsShifted() const { return toSource_ % 2 != 0; }
@@ -113,9 +114,9 @@ class HorizontalPan {
   Kernel KernelFor(std::int32_t source, std::int32_t destination) const {
     if (source != destination || !IsKnownOrder(source)) return nullptr;
     if (OrderOf(source) == PackedOrder::ChromaFirst) {
-      return IsShifted() ? Kernel(Kernels::PanChromaFirstShifted) : Kernel(Kernels::PanChromaFirst);
+      return IsShifted() ? &Set::template Run<PanChromaFirstShifted> : &Set::template Run<PanChromaFirst>;
     }
-    return IsShifted() ? Kernel(Kernels::PanLumaFirstShifted) : Kernel(Kernels::PanLumaFirst);
+    return IsShifted() ? &Set::template Run<PanLumaFirstShifted> : &Set::template Run<PanLumaFirst>;
   }
 
   void FillFirstPixel(const std::uint8_t* upper, const std::uint8_t* lower, std::uint8_t* out, int x) const {

@@ -2,9 +2,9 @@
 
 #include <cstdint>
 
+#include "algorithms/kernel_sets.h"
 #include "algorithms/packed422/runs.h"
 #include "algorithms/scanning/horizontal_pan.h"
-#include "algorithms/scanning/kernels/kernel_sets.h"
 #include "algorithms/scanning/vertical_pan.h"
 #include "algorithms/scanning/viewport.h"
 #include "frame/interfaces/scanning.h"
@@ -26,7 +26,7 @@ enum Mode : std::uint8_t {
 }  // namespace scanning
 
 /// "Scanning" of packed 4:2:2 frames.
-template <class Kernels, class ImageIn, class ImageOut>
+template <class Set, class ImageIn, class ImageOut>
 class Scanning : public ScanningAlgorithmInterface<ImageIn, ImageOut> {
  public:
   ImageOut& Apply(const ImageIn& source, ImageOut& destination, const RegionOfSupport& sourceRegion,
@@ -38,7 +38,7 @@ class Scanning : public ScanningAlgorithmInterface<ImageIn, ImageOut> {
     const bool isVertical = !isHorizontal && (modeFlags & (verticalForward | verticalReverse)) != 0;
     if ((isHorizontal && sourceRegion.GetHeight() != destinationRegion.GetHeight()) ||
         (isVertical && sourceRegion.GetWidth() != destinationRegion.GetWidth())) {
-      Refuse<Kernels>(2, L"Scanning");
+      Refuse<Set>(2, L"Scanning");
     }
     // A region without pixels may lie anywhere, where no rows are.
     if (destinationRegion.GetWidth() == 0) return destination;
@@ -67,10 +67,10 @@ class Scanning : public ScanningAlgorithmInterface<ImageIn, ImageOut> {
     if (!sourceRegion.IsInside(bounds) || !destinationRegion.IsInside(bounds) ||
         destinationRegion.GetWidth() > sourceRegion.GetWidth() ||
         destinationRegion.GetHeight() > sourceRegion.GetHeight()) {
-      Refuse<Kernels>(2, L"Scanning");
+      Refuse<Set>(2, L"Scanning");
     }
     if (!sourceRegion.IsRectangular() || !destinationRegion.IsRectangular()) {
-      Refuse<Kernels>(4, L"Scanning", L"<ImageYUV422, ImageYUV422>: region of support not rectangular");
+      Refuse<Set>(4, L"Scanning", L"<ImageYUV422, ImageYUV422>: region of support not rectangular");
     }
   }
 
@@ -81,8 +81,8 @@ class Scanning : public ScanningAlgorithmInterface<ImageIn, ImageOut> {
     auto& to = destination.GetPixelBuffer();
     const scanning::ViewportStart viewport = scanning::StartOfViewport(
         sourceRegion.GetLeft(), sourceRegion.GetWidth(), destinationRegion.GetWidth(), steps, frame, 0.0F);
-    const scanning::HorizontalPan<Kernels, typename ImageIn::Buffer> pan(
-        from, to, destinationRegion.GetLeft(), destinationRegion.GetRight(), viewport);
+    const scanning::HorizontalPan<Set, typename ImageIn::Buffer> pan(from, to, destinationRegion.GetLeft(),
+                                                                     destinationRegion.GetRight(), viewport);
     const int offset = sourceRegion.GetTop() - destinationRegion.GetTop();
     const int below = isOtherField ? 1 : 0;
     for (int row = rows.first; row <= rows.last; ++row) {
@@ -98,9 +98,9 @@ class Scanning : public ScanningAlgorithmInterface<ImageIn, ImageOut> {
     const scanning::ViewportStart viewport =
         scanning::StartOfViewport(sourceRegion.GetTop(), sourceRegion.GetHeight(),
                                   destinationRegion.GetHeight(), steps, frame, isOtherField ? 0.5F : 0.0F);
-    const scanning::VerticalPan<Kernels, typename ImageIn::Buffer> pan(
-        from, to, destinationRegion.GetLeft(), destinationRegion.GetRight(), sourceRegion.GetLeft(),
-        viewport.fraction);
+    const scanning::VerticalPan<Set, typename ImageIn::Buffer> pan(from, to, destinationRegion.GetLeft(),
+                                                                   destinationRegion.GetRight(),
+                                                                   sourceRegion.GetLeft(), viewport.fraction);
     const int offset = viewport.whole - destinationRegion.GetTop();
     const int bottom = destinationRegion.GetBottom();
     for (int row = rows.first; row <= rows.last; ++row) {
@@ -121,12 +121,12 @@ class Scanning : public ScanningAlgorithmInterface<ImageIn, ImageOut> {
 };
 
 template <class ImageIn, class ImageOut>
-class ScanningC final : public Scanning<scanning::ScalarKernels, ImageIn, ImageOut> {};
+class ScanningC final : public Scanning<Scalar, ImageIn, ImageOut> {};
 
 template <class ImageIn, class ImageOut>
-class ScanningMMX final : public Scanning<scanning::MmxKernels, ImageIn, ImageOut> {};
+class ScanningMMX final : public Scanning<Mmx, ImageIn, ImageOut> {};
 
 template <class ImageIn, class ImageOut>
-class ScanningSSE2 final : public Scanning<scanning::WideKernels, ImageIn, ImageOut> {};
+class ScanningSSE2 final : public Scanning<Widest, ImageIn, ImageOut> {};
 
 }  // namespace kv_img

@@ -3,14 +3,15 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "algorithms/kernel_sets.h"
 #include "algorithms/packed422/runs.h"
-#include "algorithms/scanning/kernels/kernel_sets.h"
+#include "algorithms/scanning/kernels/blend_rows.h"
 #include "algorithms/scanning/viewport.h"
 
 namespace kv_img::scanning {
 
 /// Rows of a vertical pan.
-template <class Kernels, class Buffer>
+template <class Set, class Buffer>
 class VerticalPan {
  public:
   /// Fills the columns `left` to `right` of the destination from as many of the source, from `sourceLeft` on.
@@ -32,7 +33,7 @@ class VerticalPan {
     }
     SplitRun(left_, right_, fillSamples, [&](int begin, int end) {
       const std::ptrdiff_t from = PixelOffset(begin + toSource_);
-      BlendRowsArgs args{(end - begin) / 4, upper + from, lower + from, out + PixelOffset(begin), fraction_};
+      RowBlend::Args args{(end - begin) / 4, upper + from, lower + from, out + PixelOffset(begin), fraction_};
       FillGroups(args);
       fillSamples(begin + (end - begin) / 4 * 4, end - 1);
     });
@@ -66,13 +67,13 @@ class VerticalPan {
   }
 
   /// The same of groups of four pixels, between equal layouts.
-  void FillGroups(BlendRowsArgs& args) const {
+  void FillGroups(RowBlend::Args& args) const {
     if (AreColumnsAlike()) {
-      Kernels::BlendAlike(args);
+      Set::template Run<BlendAligned>(args);
     } else if (from_.Luma(0) == 0) {
-      Kernels::BlendLumaFirst(args);
+      Set::template Run<BlendLumaFirstShifted>(args);
     } else {
-      Kernels::BlendChromaFirst(args);
+      Set::template Run<BlendChromaFirstShifted>(args);
     }
   }
 

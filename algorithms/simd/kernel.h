@@ -4,24 +4,15 @@
 
 #include "algorithms/simd/wide_level.h"
 
-// A kernel is one type:
+// A kernel is a struct: its record `Args` with a group count and the pointers, its `name`, the `Streams` that
+// its pointers are, and `Run<Set>`, specialised once per set, each in a file of its own. Its comment is the
+// contract.
 //
-//   struct SwapBytes {
-//     struct Args { std::int32_t groups; const std::uint8_t* source; std::uint8_t* destination; };
-//     static constexpr const char* name = "copy/SwapBytes";
-//     using Streams = StreamList<In<&Args::source, 8>, Out<&Args::destination, 8>>;
-//     template <class Set>
-//     static void Run(Args& args) noexcept;
-//   };
-//
-// Its comment is the contract. Run is specialised once per set, each in a file of its own. A kernel advances
-// its pointers past the data it consumed, leaves the SIMD state clean, keeps no state and touches no other
-// bytes than its streams say. The check tool and the benchmark read the streams too. algorithms/kernel_list.h
-// lists the kernels.
+// Every kernel advances its pointers past the data it consumed, leaves the SIMD state clean and keeps no
+// state; it reads and writes what its streams say and no other byte. algorithms/kernel_list.h lists them all.
 
 namespace kv_img {
 
-// The sets.
 /// Plain C++, the reference.
 struct Scalar;
 /// 64-bit words.

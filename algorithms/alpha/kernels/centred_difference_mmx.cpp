@@ -1,7 +1,7 @@
 #include "algorithms/alpha/kernels/centred_difference.h"
 #include "algorithms/simd/mmx.h"
 
-namespace kv_img::alpha::mmx {
+namespace kv_img::alpha {
 namespace {
 
 // Bytes less 128 are signed; their saturated difference plus 128 is the clamped result.
@@ -12,7 +12,8 @@ inline __m64 Centred(__m64 p, __m64 q) {
 
 }  // namespace
 
-void CentredDifference(CentredDifferenceArgs& args) noexcept {
+template <>
+void CentredDifference::Run<Mmx>(Args& args) noexcept {
   std::int32_t group = 0;
   for (; group + 2 <= args.groups; group += 2) {
     Store64(args.mask, Centred(Load64(args.p), Load64(args.q)));
@@ -29,4 +30,4 @@ void CentredDifference(CentredDifferenceArgs& args) noexcept {
   _mm_empty();
 }
 
-}  // namespace kv_img::alpha::mmx
+}  // namespace kv_img::alpha

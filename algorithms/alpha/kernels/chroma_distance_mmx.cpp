@@ -1,7 +1,7 @@
 #include "algorithms/alpha/kernels/chroma_distance.h"
 #include "algorithms/simd/mmx.h"
 
-namespace kv_img::alpha::mmx {
+namespace kv_img::alpha {
 namespace {
 
 // Chroma of two pixel pairs, one sample in each 16-bit lane.
@@ -25,7 +25,8 @@ inline __m64 Alpha(__m64 s) {
 
 }  // namespace
 
-void ChromaDistance(ChromaDistanceArgs& args) noexcept {
+template <>
+void ChromaDistance::Run<Mmx>(Args& args) noexcept {
   const __m64 shift = _mm_cvtsi32_si64(8 * ChromaByte(args.order));
   std::int32_t group = 0;
   for (; group + 2 <= args.groups; group += 2) {
@@ -46,4 +47,4 @@ void ChromaDistance(ChromaDistanceArgs& args) noexcept {
   _mm_empty();
 }
 
-}  // namespace kv_img::alpha::mmx
+}  // namespace kv_img::alpha

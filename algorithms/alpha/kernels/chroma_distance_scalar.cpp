@@ -1,6 +1,6 @@
 #include "algorithms/alpha/kernels/chroma_distance.h"
 
-namespace kv_img::alpha::scalar {
+namespace kv_img::alpha {
 namespace {
 
 constexpr std::int32_t Distance(std::int32_t a, std::int32_t b) {
@@ -15,7 +15,8 @@ static_assert(Alpha(0) == 255 && Alpha(1) == 254 && Alpha(4) == 191 && Alpha(5) 
 
 }  // namespace
 
-void ChromaDistance(ChromaDistanceArgs& args) noexcept {
+template <>
+void ChromaDistance::Run<Scalar>(Args& args) noexcept {
   for (std::int32_t pair = 0; pair < 2 * args.groups; ++pair) {
     const std::uint8_t* first = args.first + ChromaByte(args.order);
     const std::uint8_t* second = args.second + ChromaByte(args.order);
@@ -28,4 +29,4 @@ void ChromaDistance(ChromaDistanceArgs& args) noexcept {
   }
 }
 
-}  // namespace kv_img::alpha::scalar
+}  // namespace kv_img::alpha

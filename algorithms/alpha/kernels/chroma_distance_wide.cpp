@@ -1,7 +1,7 @@
 #include "algorithms/alpha/kernels/chroma_distance.h"
 #include "algorithms/simd/wide.h"
 
-namespace kv_img::alpha::wide {
+namespace kv_img::alpha {
 namespace {
 
 /// Both mask bytes of every pair, sign-extended in its 32-bit lane.
@@ -17,18 +17,16 @@ KV_INLINE Vector MaskOfPairs(Vector first, Vector second) {
 }  // namespace
 
 template <>
-void ChromaDistance<level>(ChromaDistanceArgs& args) noexcept {
+void ChromaDistance::Run<Wide<level>>(Args& args) noexcept {
   const __m128i shift = _mm_cvtsi32_si128(8 * ChromaByte(args.order));
-  WalkPlaces<width / 4>(
-      args.groups,
-      [shift](const std::uint8_t* first, const std::uint8_t* second, std::uint8_t* mask) {
+  Walk<Streams, width / 4>(
+      args, [shift](const std::uint8_t* first, const std::uint8_t* second, std::uint8_t* mask) {
         const auto masks = [&](int offset) {
           return MaskOfPairs(LowerBytes16(KV_SIMD(srl_epi16)(Load(first + offset), shift)),
                              LowerBytes16(KV_SIMD(srl_epi16)(Load(second + offset), shift)));
         };
         Store(mask, Narrow32To16(masks(0), masks(width)));
-      },
-      Reading<8>{args.first}, Reading<8>{args.second}, Writing<4>{args.mask});
+      });
 }
 
-}  // namespace kv_img::alpha::wide
+}  // namespace kv_img::alpha

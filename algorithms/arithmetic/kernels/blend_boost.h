@@ -3,7 +3,7 @@
 #include <cstdint>
 
 #include "algorithms/packed422/order.h"
-#include "algorithms/simd/wide_level.h"
+#include "algorithms/simd/kernel.h"
 
 namespace kv_img::arithmetic {
 
@@ -27,26 +27,22 @@ static_assert(BlendOf(0, 255, 127) == 253 && BlendOf(1, 0, 1) == 0 && BlendOf(25
 ///
 /// One group is four pixels: 8 bytes read at `b` and at `a`, 4 at `mask`, 8 written at `destination`. A luma
 /// byte has the weight of its pixel, both chroma bytes of a pair have that of the pair's first pixel; pairs
-/// count from the first pixel of the row. Any alignment, no overlap; touches exactly these bytes. The kernel
-/// leaves the pointers behind what it consumed, the SIMD state clean, and keeps no state.
-struct BlendBoostArgs {
-  std::int32_t groups;
-  const std::uint8_t* b;
-  const std::uint8_t* a;
-  const std::uint8_t* mask;
-  std::uint8_t* destination;
-  PackedOrder order;
+/// count from the first pixel of the row. Any alignment. `destination` may be `a` or `b`; otherwise no
+/// overlap.
+struct BlendBoost {
+  struct Args {
+    std::int32_t groups;
+    const std::uint8_t* b;
+    const std::uint8_t* a;
+    const std::uint8_t* mask;
+    std::uint8_t* destination;
+    PackedOrder order;
+  };
+  static constexpr const char* name = "arithmetic/BlendBoost";
+  using Streams =
+      StreamList<In<&Args::b, 8>, In<&Args::a, 8>, In<&Args::mask, 4>, Out<&Args::destination, 8>>;
+  template <class Set>
+  static void Run(Args& args) noexcept;
 };
-
-namespace scalar {
-void BlendBoost(BlendBoostArgs& args) noexcept;
-}
-namespace mmx {
-void BlendBoost(BlendBoostArgs& args) noexcept;
-}
-namespace wide {
-template <WideLevel>
-void BlendBoost(BlendBoostArgs& args) noexcept;
-}  // namespace wide
 
 }  // namespace kv_img::arithmetic

@@ -1,7 +1,7 @@
 #include "algorithms/arithmetic/kernels/blend_boost.h"
 #include "algorithms/simd/mmx.h"
 
-namespace kv_img::arithmetic::mmx {
+namespace kv_img::arithmetic {
 namespace {
 
 // Weights of four pixels. Halving before the clamp to 0..127 gives the same as after a clamp to 0..255; the
@@ -44,7 +44,7 @@ __m64 BlendGroup(__m64 b, __m64 a, __m64 mask) {
 }
 
 template <PackedOrder order>
-void BlendRow(BlendBoostArgs& args) {
+void BlendRow(BlendBoost::Args& args) {
   const __m64 zero = _mm_setzero_si64();
   for (std::int32_t group = 0; group < args.groups; ++group) {
     const __m64 mask = _mm_unpacklo_pi8(Load32(args.mask), zero);
@@ -58,7 +58,8 @@ void BlendRow(BlendBoostArgs& args) {
 
 }  // namespace
 
-void BlendBoost(BlendBoostArgs& args) noexcept {
+template <>
+void BlendBoost::Run<Mmx>(Args& args) noexcept {
   if (args.order == PackedOrder::ChromaFirst) {
     BlendRow<PackedOrder::ChromaFirst>(args);
   } else {
@@ -67,4 +68,4 @@ void BlendBoost(BlendBoostArgs& args) noexcept {
   _mm_empty();
 }
 
-}  // namespace kv_img::arithmetic::mmx
+}  // namespace kv_img::arithmetic

@@ -1,8 +1,9 @@
 #include "algorithms/arithmetic/kernels/blend_boost.h"
 
-namespace kv_img::arithmetic::scalar {
+namespace kv_img::arithmetic {
 
-void BlendBoost(BlendBoostArgs& args) noexcept {
+template <>
+void BlendBoost::Run<Scalar>(Args& args) noexcept {
   const int luma = LumaByte(args.order);
   const int chroma = ChromaByte(args.order);
   for (std::int32_t pair = 0; pair < 2 * args.groups; ++pair) {
@@ -19,4 +20,4 @@ void BlendBoost(BlendBoostArgs& args) noexcept {
   }
 }
 
-}  // namespace kv_img::arithmetic::scalar
+}  // namespace kv_img::arithmetic

@@ -1,7 +1,7 @@
 #include "algorithms/arithmetic/kernels/blend_boost.h"
 #include "algorithms/simd/wide.h"
 
-namespace kv_img::arithmetic::wide {
+namespace kv_img::arithmetic {
 namespace {
 
 KV_INLINE Vector Blend(Vector a, Vector b, Vector weight) {
@@ -9,34 +9,30 @@ KV_INLINE Vector Blend(Vector a, Vector b, Vector weight) {
 }
 
 template <PackedOrder order>
-void BlendRow(BlendBoostArgs& args) {
-  WalkPlaces<width / 8>(
-      args.groups,
-      [](const std::uint8_t* b, const std::uint8_t* a, const std::uint8_t* mask, std::uint8_t* destination) {
-        const Vector pixelsA = Load(a);
-        const Vector pixelsB = Load(b);
-        const Vector lumaA = order == PackedOrder::LumaFirst ? LowerBytes16(pixelsA) : UpperBytes16(pixelsA);
-        const Vector lumaB = order == PackedOrder::LumaFirst ? LowerBytes16(pixelsB) : UpperBytes16(pixelsB);
-        const Vector chromaA =
-            order == PackedOrder::LumaFirst ? UpperBytes16(pixelsA) : LowerBytes16(pixelsA);
-        const Vector chromaB =
-            order == PackedOrder::LumaFirst ? UpperBytes16(pixelsB) : LowerBytes16(pixelsB);
-        const Vector boosted = Add16(Widen8To16(mask), Sub16(lumaA, lumaB));
-        const Vector weight = ShiftRight16<1>(Clamp16(boosted));
-        const Vector luma = Blend(lumaA, lumaB, weight);
-        const Vector chroma = Blend(chromaA, chromaB, RepeatLower16(weight));
-        Store(destination, order == PackedOrder::LumaFirst ? Or(luma, ShiftLeft16<8>(chroma))
-                                                           : Or(ShiftLeft16<8>(luma), chroma));
-      },
-      Reading<8>{args.b}, Reading<8>{args.a}, Reading<4>{args.mask}, Writing<8>{args.destination});
+void BlendRow(BlendBoost::Args& args) {
+  Walk<BlendBoost::Streams, width / 8>(args, [](const std::uint8_t* b, const std::uint8_t* a,
+                                                const std::uint8_t* mask, std::uint8_t* destination) {
+    const Vector pixelsA = Load(a);
+    const Vector pixelsB = Load(b);
+    const Vector lumaA = order == PackedOrder::LumaFirst ? LowerBytes16(pixelsA) : UpperBytes16(pixelsA);
+    const Vector lumaB = order == PackedOrder::LumaFirst ? LowerBytes16(pixelsB) : UpperBytes16(pixelsB);
+    const Vector chromaA = order == PackedOrder::LumaFirst ? UpperBytes16(pixelsA) : LowerBytes16(pixelsA);
+    const Vector chromaB = order == PackedOrder::LumaFirst ? UpperBytes16(pixelsB) : LowerBytes16(pixelsB);
+    const Vector boosted = Add16(Widen8To16(mask), Sub16(lumaA, lumaB));
+    const Vector weight = ShiftRight16<1>(Clamp16(boosted));
+    const Vector luma = Blend(lumaA, lumaB, weight);
+    const Vector chroma = Blend(chromaA, chromaB, RepeatLower16(weight));
+    Store(destination, order == PackedOrder::LumaFirst ? Or(luma, ShiftLeft16<8>(chroma))
+                                                       : Or(ShiftLeft16<8>(luma), chroma));
+  });
 }
 
 }  // namespace
 
 template <>
-void BlendBoost<level>(BlendBoostArgs& args) noexcept {
+void BlendBoost::Run<Wide<level>>(Args& args) noexcept {
   args.order == PackedOrder::LumaFirst ? BlendRow<PackedOrder::LumaFirst>(args)
                                        : BlendRow<PackedOrder::ChromaFirst>(args);
 }
 
-}  // namespace kv_img::arithmetic::wide
+}  // namespace kv_img::arithmetic

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "algorithms/simd/wide_level.h"
+#include "algorithms/simd/kernel.h"
 
 namespace kv_img::arithmetic {
 
@@ -21,24 +21,18 @@ static_assert(FullMeanOf(3, 5) == 4 && FullMeanOf(3, 4) == 3 && FullMeanOf(255, 
 /// The means of two rows of bytes, as HalvedSumOf gives them.
 ///
 /// One group is four pixels: 4 bytes read at `first` and at `second`, 4 written at `destination`. Any
-/// alignment, no overlap; touches exactly these bytes. The kernel leaves the pointers behind what it
-/// consumed, the SIMD state clean, and keeps no state.
-struct HalvedSumArgs {
-  std::int32_t groups;
-  const std::uint8_t* first;
-  const std::uint8_t* second;
-  std::uint8_t* destination;
+/// alignment. `destination` may be `first` or `second`; otherwise no overlap.
+struct HalvedSum {
+  struct Args {
+    std::int32_t groups;
+    const std::uint8_t* first;
+    const std::uint8_t* second;
+    std::uint8_t* destination;
+  };
+  static constexpr const char* name = "arithmetic/HalvedSum";
+  using Streams = StreamList<In<&Args::first, 4>, In<&Args::second, 4>, Out<&Args::destination, 4>>;
+  template <class Set>
+  static void Run(Args& args) noexcept;
 };
-
-namespace scalar {
-void HalvedSum(HalvedSumArgs& args) noexcept;
-}
-namespace mmx {
-void HalvedSum(HalvedSumArgs& args) noexcept;
-}
-namespace wide {
-template <WideLevel>
-void HalvedSum(HalvedSumArgs& args) noexcept;
-}  // namespace wide
 
 }  // namespace kv_img::arithmetic

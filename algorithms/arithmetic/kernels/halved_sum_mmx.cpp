@@ -1,7 +1,7 @@
 #include "algorithms/arithmetic/kernels/halved_sum.h"
 #include "algorithms/simd/mmx.h"
 
-namespace kv_img::arithmetic::mmx {
+namespace kv_img::arithmetic {
 namespace {
 
 // The shift drags a bit of each byte into its neighbour; the mask drops it.
@@ -15,7 +15,8 @@ __m64 HalvedSumOfWord(__m64 first, __m64 second) {
 
 }  // namespace
 
-void HalvedSum(HalvedSumArgs& args) noexcept {
+template <>
+void HalvedSum::Run<Mmx>(Args& args) noexcept {
   for (std::int32_t step = 0; step < args.groups / 2; ++step) {
     Store64(args.destination, HalvedSumOfWord(Load64(args.first), Load64(args.second)));
     args.first += 8;
@@ -31,4 +32,4 @@ void HalvedSum(HalvedSumArgs& args) noexcept {
   _mm_empty();
 }
 
-}  // namespace kv_img::arithmetic::mmx
+}  // namespace kv_img::arithmetic

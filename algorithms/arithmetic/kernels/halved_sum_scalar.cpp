@@ -1,8 +1,9 @@
 #include "algorithms/arithmetic/kernels/halved_sum.h"
 
-namespace kv_img::arithmetic::scalar {
+namespace kv_img::arithmetic {
 
-void HalvedSum(HalvedSumArgs& args) noexcept {
+template <>
+void HalvedSum::Run<Scalar>(Args& args) noexcept {
   const std::int32_t pixels = 4 * args.groups;
   for (std::int32_t pixel = 0; pixel < pixels; ++pixel)
     args.destination[pixel] = HalvedSumOf(args.first[pixel], args.second[pixel]);
@@ -11,4 +12,4 @@ void HalvedSum(HalvedSumArgs& args) noexcept {
   args.destination += pixels;
 }
 
-}  // namespace kv_img::arithmetic::scalar
+}  // namespace kv_img::arithmetic

@@ -1,7 +1,7 @@
 #include "algorithms/arithmetic/kernels/luma_difference.h"
 #include "algorithms/simd/mmx.h"
 
-namespace kv_img::arithmetic::mmx {
+namespace kv_img::arithmetic {
 namespace {
 
 // Luma differences of four pixels as 16-bit lanes. All eight bytes are subtracted, then the luma is picked.
@@ -15,7 +15,7 @@ __m64 DifferenceOfFour(const std::uint8_t* first, const std::uint8_t* second) {
 }
 
 template <PackedOrder order>
-void Difference(LumaDifferenceArgs& args) {
+void Difference(LumaDifference::Args& args) {
   for (std::int32_t step = 0; step < args.groups / 2; ++step) {
     Store64(args.destination, _mm_packs_pu16(DifferenceOfFour<order>(args.first, args.second),
                                              DifferenceOfFour<order>(args.first + 8, args.second + 8)));
@@ -34,7 +34,8 @@ void Difference(LumaDifferenceArgs& args) {
 
 }  // namespace
 
-void LumaDifference(LumaDifferenceArgs& args) noexcept {
+template <>
+void LumaDifference::Run<Mmx>(Args& args) noexcept {
   if (args.order == PackedOrder::ChromaFirst) {
     Difference<PackedOrder::ChromaFirst>(args);
   } else {
@@ -43,4 +44,4 @@ void LumaDifference(LumaDifferenceArgs& args) noexcept {
   _mm_empty();
 }
 
-}  // namespace kv_img::arithmetic::mmx
+}  // namespace kv_img::arithmetic

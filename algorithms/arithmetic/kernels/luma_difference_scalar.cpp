@@ -1,8 +1,9 @@
 #include "algorithms/arithmetic/kernels/luma_difference.h"
 
-namespace kv_img::arithmetic::scalar {
+namespace kv_img::arithmetic {
 
-void LumaDifference(LumaDifferenceArgs& args) noexcept {
+template <>
+void LumaDifference::Run<Scalar>(Args& args) noexcept {
   const std::int32_t pixels = 4 * args.groups;
   for (std::int32_t pixel = 0; pixel < pixels; ++pixel) {
     const std::int32_t luma = 2 * pixel + LumaByte(args.order);
@@ -13,4 +14,4 @@ void LumaDifference(LumaDifferenceArgs& args) noexcept {
   args.destination += pixels;
 }
 
-}  // namespace kv_img::arithmetic::scalar
+}  // namespace kv_img::arithmetic

@@ -2,14 +2,13 @@
 #include "algorithms/arithmetic/kernels/luma_difference.h"
 #include "algorithms/simd/wide.h"
 
-namespace kv_img::arithmetic::wide {
+namespace kv_img::arithmetic {
 namespace {
 
 template <PackedOrder order>
-void Differences(LumaDifferenceArgs& args) {
-  WalkPlaces<width / 4>(
-      args.groups,
-      [](const std::uint8_t* first, const std::uint8_t* second, std::uint8_t* destination) {
+void Differences(LumaDifference::Args& args) {
+  Walk<LumaDifference::Streams, width / 4>(
+      args, [](const std::uint8_t* first, const std::uint8_t* second, std::uint8_t* destination) {
         // Both in the order that a pack leaves: their difference is put right once.
         const auto luma = [](const std::uint8_t* packed) {
           const Vector a = Load(packed);
@@ -18,16 +17,15 @@ void Differences(LumaDifferenceArgs& args) {
                                                  : KV_SIMD(packus_epi16)(UpperBytes16(a), UpperBytes16(b));
         };
         Store(destination, OrderOfPack(AbsoluteDifferenceU8(luma(first), luma(second))));
-      },
-      Reading<8>{args.first}, Reading<8>{args.second}, Writing<4>{args.destination});
+      });
 }
 
 }  // namespace
 
 template <>
-void LumaDifference<level>(LumaDifferenceArgs& args) noexcept {
+void LumaDifference::Run<Wide<level>>(Args& args) noexcept {
   args.order == PackedOrder::LumaFirst ? Differences<PackedOrder::LumaFirst>(args)
                                        : Differences<PackedOrder::ChromaFirst>(args);
 }
 
-}  // namespace kv_img::arithmetic::wide
+}  // namespace kv_img::arithmetic

@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "algorithms/featurefind/kernels/block_sad.h"
-#include "algorithms/simd/wide_level.h"
+#include "algorithms/simd/kernel.h"
 
 namespace kv_img::featurefind {
 
@@ -39,34 +39,28 @@ static_assert(InterpolateTruncated(255, 255, 255, 255, {65535, 0, 0, 0}) == 255)
 
 /// Adds the absolute differences of a block of bytes and an interpolated one to `sum` (which wraps at 2^32).
 ///
-/// A block is `rows` rows of `columns` bytes, its rows `stride` bytes apart. The interpolated byte stands
+/// A block is `rows` rows of `columns` bytes, `stride` bytes from row to row. The interpolated byte is
 /// between a byte of `searched`, its right neighbour and the two below them. The first `truncatedColumns`
 /// columns, a multiple of four, take InterpolateTruncated, the others InterpolateRounded.
 ///
 /// `columns` bytes of each of `rows` rows of `reference` count, and one byte more of each of rows + 1 rows of
-/// `searched`; up to spareColumns bytes behind them may be read too. Without rows or columns nothing is read.
-/// Any alignment. The kernel leaves both pointers at rows * stride, the SIMD state clean, and keeps no state.
-struct BilinearSadArgs {
-  std::int32_t columns;
-  std::int32_t truncatedColumns;
-  std::int32_t rows;
-  const std::uint8_t* reference;
-  std::ptrdiff_t referenceStride;
-  const std::uint8_t* searched;
-  std::ptrdiff_t searchedStride;
-  BilinearWeights weights;
-  std::uint32_t sum;
+/// `searched`; up to spareColumns bytes after them may be read too. Without rows or columns nothing is read.
+/// Any alignment. Both pointers are advanced by rows * stride.
+struct BilinearSad {
+  struct Args {
+    std::int32_t columns;
+    std::int32_t truncatedColumns;
+    std::int32_t rows;
+    const std::uint8_t* reference;
+    std::ptrdiff_t referenceStride;
+    const std::uint8_t* searched;
+    std::ptrdiff_t searchedStride;
+    BilinearWeights weights;
+    std::uint32_t sum;
+  };
+  static constexpr const char* name = "featurefind/BilinearSad";
+  template <class Set>
+  static void Run(Args& args) noexcept;
 };
-
-namespace scalar {
-void BilinearSad(BilinearSadArgs& args) noexcept;
-}
-namespace mmx {
-void BilinearSad(BilinearSadArgs& args) noexcept;
-}
-namespace wide {
-template <WideLevel>
-void BilinearSad(BilinearSadArgs& args) noexcept;
-}  // namespace wide
 
 }  // namespace kv_img::featurefind

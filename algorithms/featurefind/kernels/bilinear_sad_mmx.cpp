@@ -1,7 +1,7 @@
 #include "algorithms/featurefind/kernels/bilinear_sad.h"
 #include "algorithms/simd/mmx.h"
 
-namespace kv_img::featurefind::mmx {
+namespace kv_img::featurefind {
 namespace {
 
 /// Rows whose differences, at most 255 each, fit into signed 16-bit lanes.
@@ -54,7 +54,7 @@ struct GroupSum {
   /// Adds one group of every row to two 32-bit sums. `round` takes the sample from a weighted sum, `mask` has
   /// ones in the lanes that count.
   template <class Round>
-  __m64 Add(__m64 sums, const BilinearSadArgs& args, std::ptrdiff_t column, Round round, __m64 mask) const {
+  __m64 Add(__m64 sums, const BilinearSad::Args& args, std::ptrdiff_t column, Round round, __m64 mask) const {
     const std::uint8_t* reference = args.reference + column;
     const std::uint8_t* searched = args.searched + column;
     __m64 left = LoadLanes(searched);
@@ -84,7 +84,8 @@ struct GroupSum {
 
 }  // namespace
 
-void BilinearSad(BilinearSadArgs& args) noexcept {
+template <>
+void BilinearSad::Run<Mmx>(Args& args) noexcept {
   const auto truncated = [](const WeightedSum& sum) { return sum.Truncated(); };
   const auto rounded = [](const WeightedSum& sum) { return sum.Rounded(); };
   const GroupSum group(args.weights);
@@ -106,4 +107,4 @@ void BilinearSad(BilinearSadArgs& args) noexcept {
   _mm_empty();
 }
 
-}  // namespace kv_img::featurefind::mmx
+}  // namespace kv_img::featurefind

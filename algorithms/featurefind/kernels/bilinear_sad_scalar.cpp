@@ -1,8 +1,9 @@
 #include "algorithms/featurefind/kernels/bilinear_sad.h"
 
-namespace kv_img::featurefind::scalar {
+namespace kv_img::featurefind {
 
-void BilinearSad(BilinearSadArgs& args) noexcept {
+template <>
+void BilinearSad::Run<Scalar>(Args& args) noexcept {
   const std::uint8_t* reference = args.reference;
   const std::uint8_t* top = args.searched;
   std::uint32_t sum = args.sum;
@@ -25,4 +26,4 @@ void BilinearSad(BilinearSadArgs& args) noexcept {
   args.sum = sum;
 }
 
-}  // namespace kv_img::featurefind::scalar
+}  // namespace kv_img::featurefind

@@ -1,7 +1,7 @@
 #include "algorithms/featurefind/kernels/bilinear_sad.h"
 #include "algorithms/simd/wide.h"
 
-namespace kv_img::featurefind::wide {
+namespace kv_img::featurefind {
 namespace {
 
 /// Rows whose differences, at most 255 each, fit into signed 16-bit lanes.
@@ -47,7 +47,7 @@ struct Weights {
 
 /// The differences of a register of columns of every row, in 32-bit lanes. Columns with ones in `truncated`
 /// are truncated, the others rounded; those without ones in `counted` do not count.
-KV_INLINE Vector AddColumns(const BilinearSadArgs& args, const Weights& weights, std::ptrdiff_t column,
+KV_INLINE Vector AddColumns(const BilinearSad::Args& args, const Weights& weights, std::ptrdiff_t column,
                             Vector truncated, Vector counted) {
   const std::uint8_t* reference = args.reference + column;
   const std::uint8_t* searched = args.searched + column;
@@ -77,7 +77,7 @@ KV_INLINE Vector AddColumns(const BilinearSadArgs& args, const Weights& weights,
 }  // namespace
 
 template <>
-void BilinearSad<level>(BilinearSadArgs& args) noexcept {
+void BilinearSad::Run<Wide<level>>(Args& args) noexcept {
   const Weights weights(args.weights);
   Vector sums = Zero();
   if (args.rows > 0) {
@@ -91,4 +91,4 @@ void BilinearSad<level>(BilinearSadArgs& args) noexcept {
   args.sum += SumOf32(sums);
 }
 
-}  // namespace kv_img::featurefind::wide
+}  // namespace kv_img::featurefind

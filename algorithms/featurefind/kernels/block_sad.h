@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "algorithms/simd/wide_level.h"
+#include "algorithms/simd/kernel.h"
 
 namespace kv_img::featurefind {
 
@@ -11,33 +11,26 @@ namespace kv_img::featurefind {
 inline constexpr std::ptrdiff_t spareColumns = 72;
 
 /// Adds the absolute differences of a block of bytes and another at several positions side by side to `sums`
-/// (which wrap at 2^32): sums[i] is for the block that starts `i` bytes behind `searched`.
+/// (which wrap at 2^32): sums[i] is for the block that starts `i` bytes after `searched`.
 ///
-/// A block is `rows` rows of `columns` bytes, its rows `stride` bytes apart. Of every row of `reference` the
-/// `columns` bytes count, of `searched` columns + positions - 1; up to spareColumns bytes behind them may be
-/// read too. Nothing is read without rows or columns, and nothing but the sums written. Any alignment. The
-/// kernel leaves both pointers behind the last row, at rows * stride, the SIMD state clean, and keeps no
-/// state.
-struct BlockSadArgs {
-  std::int32_t columns;
-  std::int32_t rows;
-  std::int32_t positions;
-  const std::uint8_t* reference;
-  std::ptrdiff_t referenceStride;
-  const std::uint8_t* searched;
-  std::ptrdiff_t searchedStride;
-  std::uint32_t* sums;
+/// A block is `rows` rows of `columns` bytes, `stride` bytes from row to row. Of every row of `reference` the
+/// `columns` bytes count, of `searched` columns + positions - 1; up to spareColumns bytes after them may be
+/// read too. Nothing is read without rows or columns, and nothing but the sums is written. Any alignment.
+/// Both pointers are advanced by rows * stride.
+struct BlockSad {
+  struct Args {
+    std::int32_t columns;
+    std::int32_t rows;
+    std::int32_t positions;
+    const std::uint8_t* reference;
+    std::ptrdiff_t referenceStride;
+    const std::uint8_t* searched;
+    std::ptrdiff_t searchedStride;
+    std::uint32_t* sums;
+  };
+  static constexpr const char* name = "featurefind/BlockSad";
+  template <class Set>
+  static void Run(Args& args) noexcept;
 };
-
-namespace scalar {
-void BlockSad(BlockSadArgs& args) noexcept;
-}
-namespace mmx {
-void BlockSad(BlockSadArgs& args) noexcept;
-}
-namespace wide {
-template <WideLevel>
-void BlockSad(BlockSadArgs& args) noexcept;
-}  // namespace wide
 
 }  // namespace kv_img::featurefind

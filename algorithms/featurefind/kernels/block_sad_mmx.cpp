@@ -1,7 +1,7 @@
 #include "algorithms/featurefind/kernels/block_sad.h"
 #include "algorithms/simd/mmx.h"
 
-namespace kv_img::featurefind::mmx {
+namespace kv_img::featurefind {
 namespace {
 
 /// Adds up eight columns of bytes in 16-bit lanes, up to 64 rows: each word as a whole, wrapping, and its
@@ -31,7 +31,7 @@ __m64 AbsoluteDifferences(const std::uint8_t* reference, const std::uint8_t* sea
 
 /// Adds one group of every row to two 32-bit sums; `count` leaves of its differences those that count.
 template <class Count>
-__m64 AddGroup(__m64 sums, const BlockSadArgs& args, const std::uint8_t* searched, std::ptrdiff_t column,
+__m64 AddGroup(__m64 sums, const BlockSad::Args& args, const std::uint8_t* searched, std::ptrdiff_t column,
                Count count) {
   const std::uint8_t* reference = args.reference + column;
   searched += column;
@@ -55,7 +55,7 @@ __m64 AddGroup(__m64 sums, const BlockSadArgs& args, const std::uint8_t* searche
   return sums;
 }
 
-std::uint32_t SumAt(const BlockSadArgs& args, const std::uint8_t* searched) {
+std::uint32_t SumAt(const BlockSad::Args& args, const std::uint8_t* searched) {
   const std::int32_t whole = args.columns & ~7;
   const std::int32_t rest = args.columns & 7;
   __m64 sums = _mm_setzero_si64();
@@ -72,7 +72,8 @@ std::uint32_t SumAt(const BlockSadArgs& args, const std::uint8_t* searched) {
 
 }  // namespace
 
-void BlockSad(BlockSadArgs& args) noexcept {
+template <>
+void BlockSad::Run<Mmx>(Args& args) noexcept {
   for (std::int32_t position = 0; position < args.positions; ++position) {
     args.sums[position] += SumAt(args, args.searched + position);
   }
@@ -81,4 +82,4 @@ void BlockSad(BlockSadArgs& args) noexcept {
   _mm_empty();
 }
 
-}  // namespace kv_img::featurefind::mmx
+}  // namespace kv_img::featurefind

@@ -1,8 +1,9 @@
 #include "algorithms/featurefind/kernels/block_sad.h"
 
-namespace kv_img::featurefind::scalar {
+namespace kv_img::featurefind {
 
-void BlockSad(BlockSadArgs& args) noexcept {
+template <>
+void BlockSad::Run<Scalar>(Args& args) noexcept {
   for (std::int32_t row = 0; row < args.rows; ++row) {
     for (std::int32_t position = 0; position < args.positions; ++position) {
       const std::uint8_t* searched = args.searched + position;
@@ -18,4 +19,4 @@ void BlockSad(BlockSadArgs& args) noexcept {
   }
 }
 
-}  // namespace kv_img::featurefind::scalar
+}  // namespace kv_img::featurefind

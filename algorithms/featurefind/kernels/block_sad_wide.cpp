@@ -1,12 +1,12 @@
 #include "algorithms/featurefind/kernels/block_sad.h"
 #include "algorithms/simd/wide.h"
 
-namespace kv_img::featurefind::wide {
+namespace kv_img::featurefind {
 namespace {
 
 #if KV_WIDE_LEVEL >= 2
 /// One position of a block of up to 32 columns, half a register.
-std::uint32_t SumOfNarrow(const BlockSadArgs& args, const std::uint8_t* searched) {
+std::uint32_t SumOfNarrow(const BlockSad::Args& args, const std::uint8_t* searched) {
   const auto load = [](const std::uint8_t* bytes) {
     return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(bytes));
   };
@@ -25,7 +25,7 @@ std::uint32_t SumOfNarrow(const BlockSadArgs& args, const std::uint8_t* searched
 #endif
 
 /// One position, eight differences to a 64-bit sum.
-std::uint32_t SumAt(const BlockSadArgs& args, const std::uint8_t* searched) {
+std::uint32_t SumAt(const BlockSad::Args& args, const std::uint8_t* searched) {
 #if KV_WIDE_LEVEL >= 2
   if (args.columns > 0 && args.columns <= width / 2) return SumOfNarrow(args, searched);
 #endif
@@ -106,7 +106,7 @@ KV_INLINE Vector RowDifferences(const std::uint8_t* searched, const std::uint8_t
 }
 
 /// Adds the differences at up to positionsAtOnce positions to as many sums.
-void AddPositions(const BlockSadArgs& args, const std::uint8_t* searched, std::int32_t positions,
+void AddPositions(const BlockSad::Args& args, const std::uint8_t* searched, std::int32_t positions,
                   std::uint32_t* sums) {
   Vector lower = Zero();
   Vector upper = Zero();
@@ -140,7 +140,7 @@ void AddPositions(const BlockSadArgs& args, const std::uint8_t* searched, std::i
 }  // namespace
 
 template <>
-void BlockSad<level>(BlockSadArgs& args) noexcept {
+void BlockSad::Run<Wide<level>>(Args& args) noexcept {
   std::int32_t position = 0;
 #if KV_WIDE_LEVEL >= 1
   while (args.positions - position >= leastPositions) {
@@ -155,4 +155,4 @@ void BlockSad<level>(BlockSadArgs& args) noexcept {
   args.searched += args.rows * args.searchedStride;
 }
 
-}  // namespace kv_img::featurefind::wide
+}  // namespace kv_img::featurefind

@@ -1,9 +1,10 @@
 #include "algorithms/featurefind/kernels/luma_bytes.h"
 #include "algorithms/simd/mmx.h"
 
-namespace kv_img::featurefind::mmx {
+namespace kv_img::featurefind {
 
-void LumaBytes(LumaBytesArgs& args) noexcept {
+template <>
+void LumaBytes::Run<Mmx>(Args& args) noexcept {
   const std::uint8_t* from = args.source;
   std::uint8_t* to = args.destination;
   const __m64 shift = _mm_cvtsi32_si64(8 * LumaByte(args.order));
@@ -20,4 +21,4 @@ void LumaBytes(LumaBytesArgs& args) noexcept {
   _mm_empty();
 }
 
-}  // namespace kv_img::featurefind::mmx
+}  // namespace kv_img::featurefind

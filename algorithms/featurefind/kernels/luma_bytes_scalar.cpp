@@ -1,8 +1,9 @@
 #include "algorithms/featurefind/kernels/luma_bytes.h"
 
-namespace kv_img::featurefind::scalar {
+namespace kv_img::featurefind {
 
-void LumaBytes(LumaBytesArgs& args) noexcept {
+template <>
+void LumaBytes::Run<Scalar>(Args& args) noexcept {
   const std::uint8_t* from = args.source;
   std::uint8_t* to = args.destination;
   for (std::int32_t pixel = 0; pixel < 8 * args.groups; ++pixel) {
@@ -14,4 +15,4 @@ void LumaBytes(LumaBytesArgs& args) noexcept {
   args.destination = to;
 }
 
-}  // namespace kv_img::featurefind::scalar
+}  // namespace kv_img::featurefind

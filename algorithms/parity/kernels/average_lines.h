@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "algorithms/simd/wide_level.h"
+#include "algorithms/simd/kernel.h"
 
 namespace kv_img::parity {
 
@@ -15,29 +15,28 @@ static_assert(HalvedAverage(3, 5) == 3 && HalvedAverage(3, 4) == 3 && HalvedAver
 /// The halved average of two lines of a 4:2:2 image, byte by byte.
 ///
 /// One group is four pixels: 8 bytes read at `upper` and at `lower`, 8 written at `destination`. Any
-/// alignment; the lines may be the same, the destination overlaps neither. Touches exactly groups * 8 bytes
-/// of each. The kernel leaves all pointers behind what it consumed, the SIMD state clean, and keeps no state.
-struct AverageLinesArgs {
-  std::int32_t groups;
-  const std::uint8_t* upper;
-  const std::uint8_t* lower;
-  std::uint8_t* destination;
+/// alignment; the lines may be the same, the destination overlaps neither.
+struct LineAverage {
+  struct Args {
+    std::int32_t groups;
+    const std::uint8_t* upper;
+    const std::uint8_t* lower;
+    std::uint8_t* destination;
+  };
+  using Streams = StreamList<In<&Args::upper, 8>, In<&Args::lower, 8>, Out<&Args::destination, 8>>;
 };
 
-namespace scalar {
-void AverageLines(AverageLinesArgs& args) noexcept;
-/// The two bytes of every 16-bit word change places on the way.
-void AverageLinesSwapped(AverageLinesArgs& args) noexcept;
-}  // namespace scalar
-namespace mmx {
-void AverageLines(AverageLinesArgs& args) noexcept;
-void AverageLinesSwapped(AverageLinesArgs& args) noexcept;
-}  // namespace mmx
-namespace wide {
-template <WideLevel>
-void AverageLines(AverageLinesArgs& args) noexcept;
-template <WideLevel>
-void AverageLinesSwapped(AverageLinesArgs& args) noexcept;
-}  // namespace wide
+struct AverageLines : LineAverage {
+  static constexpr const char* name = "parity/AverageLines";
+  template <class Set>
+  static void Run(Args& args) noexcept;
+};
+
+/// Also exchanges the two bytes of every 16-bit word.
+struct AverageLinesSwapped : LineAverage {
+  static constexpr const char* name = "parity/AverageLinesSwapped";
+  template <class Set>
+  static void Run(Args& args) noexcept;
+};
 
 }  // namespace kv_img::parity

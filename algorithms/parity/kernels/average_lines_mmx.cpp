@@ -1,7 +1,7 @@
 #include "algorithms/parity/kernels/average_lines.h"
 #include "algorithms/simd/mmx.h"
 
-namespace kv_img::parity::mmx {
+namespace kv_img::parity {
 namespace {
 
 struct InOrder {
@@ -14,7 +14,7 @@ struct Swapped {
 };
 
 template <class Order>
-void Average(AverageLinesArgs& args, Order order) noexcept {
+void Average(LineAverage::Args& args, Order order) noexcept {
   const std::uint8_t* upper = args.upper;
   const std::uint8_t* lower = args.lower;
   std::uint8_t* to = args.destination;
@@ -36,12 +36,14 @@ void Average(AverageLinesArgs& args, Order order) noexcept {
 
 }  // namespace
 
-void AverageLines(AverageLinesArgs& args) noexcept {
+template <>
+void AverageLines::Run<Mmx>(Args& args) noexcept {
   Average(args, InOrder());
 }
 
-void AverageLinesSwapped(AverageLinesArgs& args) noexcept {
+template <>
+void AverageLinesSwapped::Run<Mmx>(Args& args) noexcept {
   Average(args, Swapped());
 }
 
-}  // namespace kv_img::parity::mmx
+}  // namespace kv_img::parity

@@ -1,10 +1,10 @@
 #include "algorithms/parity/kernels/average_lines.h"
 
-namespace kv_img::parity::scalar {
+namespace kv_img::parity {
 namespace {
 
 template <int swap>
-void Average(AverageLinesArgs& args) noexcept {
+void Average(LineAverage::Args& args) noexcept {
   const std::uint8_t* upper = args.upper;
   const std::uint8_t* lower = args.lower;
   std::uint8_t* to = args.destination;
@@ -22,12 +22,14 @@ void Average(AverageLinesArgs& args) noexcept {
 
 }  // namespace
 
-void AverageLines(AverageLinesArgs& args) noexcept {
+template <>
+void AverageLines::Run<Scalar>(Args& args) noexcept {
   Average<0>(args);
 }
 
-void AverageLinesSwapped(AverageLinesArgs& args) noexcept {
+template <>
+void AverageLinesSwapped::Run<Scalar>(Args& args) noexcept {
   Average<1>(args);
 }
 
-}  // namespace kv_img::parity::scalar
+}  // namespace kv_img::parity

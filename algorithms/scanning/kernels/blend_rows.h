@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "algorithms/simd/wide_level.h"
+#include "algorithms/simd/kernel.h"
 
 namespace kv_img::scanning {
 
@@ -23,42 +23,45 @@ constexpr std::uint8_t BlendRows(std::uint8_t upper, std::uint8_t upperNext, std
 }
 static_assert(BlendRows(10, 20, 30, 41, 0.5F) == 25);
 
-/// A row of a vertical pan, between equal layouts: every output sample lies at `fraction`, 0 to 1, of the way
+/// A row of a vertical pan, between equal layouts: every output sample is at `fraction`, 0 to 1, of the way
 /// from the upper to the lower source row. All steps are of single precision, in the order written above.
 ///
-/// `BlendAlike` takes every byte from those at its place. The others, one per byte order, are for source and
-/// destination columns of unlike parity: luma is taken from its place, chroma from the neighbours of that
-/// pixel in both rows, for they have its kind of chroma.
-///
-/// One group is four pixels, 8 bytes of either row and of the destination. For unlike columns the pixels
-/// before the first and behind the last one are read too. Nothing is read or written when there is no group.
-/// Any alignment; the rows may be the same, the destination overlaps neither. The kernel leaves all pointers
-/// behind the groups, the SIMD state clean, and keeps no state.
-struct BlendRowsArgs {
-  std::int32_t groups;
-  const std::uint8_t* upper;
-  const std::uint8_t* lower;
-  std::uint8_t* destination;
-  float fraction;
+/// One group is four pixels, 8 bytes of either row and of the destination. Any alignment; the rows may be the
+/// same, the destination overlaps neither.
+struct RowBlend {
+  struct Args {
+    std::int32_t groups;
+    const std::uint8_t* upper;
+    const std::uint8_t* lower;
+    std::uint8_t* destination;
+    float fraction;
+  };
 };
 
-namespace scalar {
-void BlendAlike(BlendRowsArgs& args) noexcept;
-void BlendLumaFirst(BlendRowsArgs& args) noexcept;
-void BlendChromaFirst(BlendRowsArgs& args) noexcept;
-}  // namespace scalar
-namespace mmx {
-void BlendAlike(BlendRowsArgs& args) noexcept;
-void BlendLumaFirst(BlendRowsArgs& args) noexcept;
-void BlendChromaFirst(BlendRowsArgs& args) noexcept;
-}  // namespace mmx
-namespace wide {
-template <WideLevel>
-void BlendAlike(BlendRowsArgs& args) noexcept;
-template <WideLevel>
-void BlendLumaFirst(BlendRowsArgs& args) noexcept;
-template <WideLevel>
-void BlendChromaFirst(BlendRowsArgs& args) noexcept;
-}  // namespace wide
+/// For source and destination columns of equal parity: every byte is taken from those at its place.
+struct BlendAligned : RowBlend {
+  static constexpr const char* name = "scanning/BlendAligned";
+  using Streams = StreamList<In<&Args::upper, 8>, In<&Args::lower, 8>, Out<&Args::destination, 8>>;
+  template <class Set>
+  static void Run(Args& args) noexcept;
+};
+
+/// For columns of unequal parity: luma is taken from its place, chroma from the neighbours of that pixel in
+/// both rows, for they have its kind of chroma. The pixels before the first one and after the last one are
+/// read too.
+struct ShiftedRowBlend : RowBlend {
+  using Streams =
+      StreamList<In<&Args::upper, 8, 2, 2>, In<&Args::lower, 8, 2, 2>, Out<&Args::destination, 8>>;
+};
+struct BlendLumaFirstShifted : ShiftedRowBlend {
+  static constexpr const char* name = "scanning/BlendLumaFirstShifted";
+  template <class Set>
+  static void Run(Args& args) noexcept;
+};
+struct BlendChromaFirstShifted : ShiftedRowBlend {
+  static constexpr const char* name = "scanning/BlendChromaFirstShifted";
+  template <class Set>
+  static void Run(Args& args) noexcept;
+};
 
 }  // namespace kv_img::scanning

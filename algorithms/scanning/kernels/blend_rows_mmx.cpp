@@ -1,17 +1,20 @@
 #include "algorithms/scanning/kernels/blend_rows_plain.h"
 
-namespace kv_img::scanning::mmx {
+namespace kv_img::scanning {
 
-void BlendAlike(BlendRowsArgs& args) noexcept {
+template <>
+void BlendAligned::Run<Mmx>(Args& args) noexcept {
   BlendInPlace(args);
 }
 
-void BlendLumaFirst(BlendRowsArgs& args) noexcept {
-  BlendUnlike<0>(args);
+template <>
+void BlendLumaFirstShifted::Run<Mmx>(Args& args) noexcept {
+  BlendShifted<0>(args);
 }
 
-void BlendChromaFirst(BlendRowsArgs& args) noexcept {
-  BlendUnlike<1>(args);
+template <>
+void BlendChromaFirstShifted::Run<Mmx>(Args& args) noexcept {
+  BlendShifted<1>(args);
 }
 
-}  // namespace kv_img::scanning::mmx
+}  // namespace kv_img::scanning

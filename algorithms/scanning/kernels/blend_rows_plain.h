@@ -15,7 +15,7 @@ constexpr std::ptrdiff_t nextPixel = 2;
 
 /// Calls `fill(upper, lower, out, bytes)`: a plain loop, of which compilers make vectors.
 template <class Fill>
-void FillBytes(BlendRowsArgs& args, Fill fill) {
+void FillBytes(RowBlend::Args& args, Fill fill) {
   const std::ptrdiff_t bytes = 8 * std::ptrdiff_t{args.groups};
   fill(args.upper, args.lower, args.destination, bytes);
   args.upper += bytes;
@@ -24,7 +24,7 @@ void FillBytes(BlendRowsArgs& args, Fill fill) {
 }
 
 template <int lumaAt>
-void BlendUnlike(BlendRowsArgs& args) {
+void BlendShifted(RowBlend::Args& args) {
   constexpr std::ptrdiff_t before = 1 - lumaAt - nextPixel;
   constexpr std::ptrdiff_t behind = 1 - lumaAt + nextPixel;
   FillBytes(args, [fraction = args.fraction](const std::uint8_t* upper, const std::uint8_t* lower,
@@ -38,7 +38,7 @@ void BlendUnlike(BlendRowsArgs& args) {
 }
 
 /// Every byte from those at its place.
-void BlendInPlace(BlendRowsArgs& args) {
+void BlendInPlace(RowBlend::Args& args) {
   FillBytes(args, [fraction = args.fraction](const std::uint8_t* upper, const std::uint8_t* lower,
                                              std::uint8_t* out, std::ptrdiff_t bytes) {
     for (std::ptrdiff_t i = 0; i < bytes; ++i) out[i] = BlendRows(upper[i], lower[i], fraction);

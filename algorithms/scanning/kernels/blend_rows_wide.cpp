@@ -1,7 +1,7 @@
 #include "algorithms/scanning/kernels/blend_rows.h"
 #include "algorithms/simd/wide.h"
 
-namespace kv_img::scanning::wide {
+namespace kv_img::scanning {
 namespace {
 
 using Floats = decltype(KV_SIMD(setzero_ps)());
@@ -47,12 +47,11 @@ KV_INLINE Vector BlendAt(const Blend& blend, Vector upper, Vector lower) {
 }
 
 template <int lumaAt>
-void BlendUnlike(BlendRowsArgs& args) {
+void BlendShifted(RowBlend::Args& args) {
   constexpr int chromaAt = 1 - lumaAt;
-  WalkPlaces<width / 8>(
-      args.groups,
-      [blend = Blend(args.fraction)](const std::uint8_t* upperBytes, const std::uint8_t* lowerBytes,
-                                     std::uint8_t* destination) {
+  Walk<ShiftedRowBlend::Streams, width / 8>(
+      args, [blend = Blend(args.fraction)](const std::uint8_t* upperBytes, const std::uint8_t* lowerBytes,
+                                           std::uint8_t* destination) {
         const Vector upper = Load(upperBytes);
         const Vector lower = Load(lowerBytes);
         const Vector upperBefore = Load(upperBytes - 2);
@@ -67,34 +66,31 @@ void BlendUnlike(BlendRowsArgs& args) {
             Or(BlendAt<lumaAt>(blend, upper, lower), BlendAt<lumaAt + 2>(blend, upper, lower));
         Store(destination, Or(luma, Or(chroma.template operator()<chromaAt>(),
                                        chroma.template operator()<chromaAt + 2>())));
-      },
-      Reading<8, 2, 2>{args.upper}, Reading<8, 2, 2>{args.lower}, Writing<8>{args.destination});
+      });
 }
 
 }  // namespace
 
 template <>
-void BlendAlike<level>(BlendRowsArgs& args) noexcept {
-  WalkPlaces<width / 8>(
-      args.groups,
-      [blend = Blend(args.fraction)](const std::uint8_t* upperBytes, const std::uint8_t* lowerBytes,
-                                     std::uint8_t* destination) {
+void BlendAligned::Run<Wide<level>>(Args& args) noexcept {
+  Walk<Streams, width / 8>(
+      args, [blend = Blend(args.fraction)](const std::uint8_t* upperBytes, const std::uint8_t* lowerBytes,
+                                           std::uint8_t* destination) {
         const Vector upper = Load(upperBytes);
         const Vector lower = Load(lowerBytes);
         Store(destination, Or(Or(BlendAt<0>(blend, upper, lower), BlendAt<1>(blend, upper, lower)),
                               Or(BlendAt<2>(blend, upper, lower), BlendAt<3>(blend, upper, lower))));
-      },
-      Reading<8>{args.upper}, Reading<8>{args.lower}, Writing<8>{args.destination});
+      });
 }
 
 template <>
-void BlendLumaFirst<level>(BlendRowsArgs& args) noexcept {
-  BlendUnlike<0>(args);
+void BlendLumaFirstShifted::Run<Wide<level>>(Args& args) noexcept {
+  BlendShifted<0>(args);
 }
 
 template <>
-void BlendChromaFirst<level>(BlendRowsArgs& args) noexcept {
-  BlendUnlike<1>(args);
+void BlendChromaFirstShifted::Run<Wide<level>>(Args& args) noexcept {
+  BlendShifted<1>(args);
 }
 
-}  // namespace kv_img::scanning::wide
+}  // namespace kv_img::scanning

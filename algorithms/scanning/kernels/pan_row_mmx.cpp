@@ -1,7 +1,7 @@
 #include "algorithms/scanning/kernels/pan_row.h"
 #include "algorithms/simd/mmx.h"
 
-namespace kv_img::scanning::mmx {
+namespace kv_img::scanning {
 namespace {
 
 // Samples are taken as words of sample * 128, which are positive: there is no multiplication of unsigned
@@ -47,7 +47,7 @@ __m64 Join(__m64 luma, __m64 chroma) {
 }
 
 template <bool isLumaFirst, bool isShifted, bool isOneRow>
-void PanRows(PanRowArgs& args) noexcept {
+void PanRows(RowPan::Args& args) noexcept {
   const std::uint8_t* upper = args.upper;
   const std::uint8_t* lower = args.lower;
   std::uint8_t* to = args.destination;
@@ -82,7 +82,7 @@ void PanRows(PanRowArgs& args) noexcept {
 
 /// A pan without interpolation between rows gives the same row twice: its products are made once.
 template <bool isLumaFirst, bool isShifted>
-void Pan(PanRowArgs& args) noexcept {
+void Pan(RowPan::Args& args) noexcept {
   if (args.upper == args.lower) {
     PanRows<isLumaFirst, isShifted, true>(args);
   } else {
@@ -92,20 +92,24 @@ void Pan(PanRowArgs& args) noexcept {
 
 }  // namespace
 
-void PanChromaFirst(PanRowArgs& args) noexcept {
+template <>
+void PanChromaFirst::Run<Mmx>(Args& args) noexcept {
   Pan<false, false>(args);
 }
 
-void PanChromaFirstShifted(PanRowArgs& args) noexcept {
+template <>
+void PanChromaFirstShifted::Run<Mmx>(Args& args) noexcept {
   Pan<false, true>(args);
 }
 
-void PanLumaFirst(PanRowArgs& args) noexcept {
+template <>
+void PanLumaFirst::Run<Mmx>(Args& args) noexcept {
   Pan<true, false>(args);
 }
 
-void PanLumaFirstShifted(PanRowArgs& args) noexcept {
+template <>
+void PanLumaFirstShifted::Run<Mmx>(Args& args) noexcept {
   Pan<true, true>(args);
 }
 
-}  // namespace kv_img::scanning::mmx
+}  // namespace kv_img::scanning

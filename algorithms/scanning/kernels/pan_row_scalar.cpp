@@ -1,12 +1,12 @@
 #include "algorithms/scanning/kernels/pan_row.h"
 
-namespace kv_img::scanning::scalar {
+namespace kv_img::scanning {
 namespace {
 
 constexpr int pixel = 2;
 
 template <int lumaAt, bool isShifted>
-void Pan(PanRowArgs& args) noexcept {
+void Pan(RowPan::Args& args) noexcept {
   constexpr int chromaAt = 1 - lumaAt;
   const std::uint8_t* upper = args.upper;
   const std::uint8_t* lower = args.lower;
@@ -33,20 +33,24 @@ void Pan(PanRowArgs& args) noexcept {
 
 }  // namespace
 
-void PanChromaFirst(PanRowArgs& args) noexcept {
+template <>
+void PanChromaFirst::Run<Scalar>(Args& args) noexcept {
   Pan<1, false>(args);
 }
 
-void PanChromaFirstShifted(PanRowArgs& args) noexcept {
+template <>
+void PanChromaFirstShifted::Run<Scalar>(Args& args) noexcept {
   Pan<1, true>(args);
 }
 
-void PanLumaFirst(PanRowArgs& args) noexcept {
+template <>
+void PanLumaFirst::Run<Scalar>(Args& args) noexcept {
   Pan<0, false>(args);
 }
 
-void PanLumaFirstShifted(PanRowArgs& args) noexcept {
+template <>
+void PanLumaFirstShifted::Run<Scalar>(Args& args) noexcept {
   Pan<0, true>(args);
 }
 
-}  // namespace kv_img::scanning::scalar
+}  // namespace kv_img::scanning

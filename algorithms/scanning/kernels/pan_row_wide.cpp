@@ -1,7 +1,7 @@
 #include "algorithms/scanning/kernels/pan_row.h"
 #include "algorithms/simd/wide.h"
 
-namespace kv_img::scanning::wide {
+namespace kv_img::scanning {
 namespace {
 
 /// Samples of both rows at one place, blended with one weight; as the upper bytes of 16-bit lanes.
@@ -15,15 +15,15 @@ KV_INLINE Vector Raise(Vector pixels) {
   return byte == 0 ? ShiftLeft16<8>(pixels) : AndNot(Set16(0xFF), pixels);
 }
 
-template <int lumaAt, bool isShifted>
-void Pan(PanRowArgs& args) {
+template <class Record, int lumaAt>
+void Pan(RowPan::Args& args) {
   constexpr int chromaAt = 1 - lumaAt;
+  constexpr bool isShifted = std::is_same_v<Record, ShiftedRowPan>;
   const Vector leftWeight = Set16(args.leftWeight);
   const Vector rightWeight = Set16(args.rightWeight);
-  WalkPlaces<width / 8>(
-      args.groups,
-      [leftWeight, rightWeight](const std::uint8_t* upper, const std::uint8_t* lower,
-                                std::uint8_t* destination) {
+  Walk<typename Record::Streams, width / 8>(
+      args, [leftWeight, rightWeight](const std::uint8_t* upper, const std::uint8_t* lower,
+                                      std::uint8_t* destination) {
         const Vector upperHere = Load(upper);
         const Vector lowerHere = Load(lower);
         const Vector upperNext = Load(upper + 2);
@@ -42,31 +42,29 @@ void Pan(PanRowArgs& args) {
         }
         Store(destination, lumaAt == 0 ? Or(UpperBytes16(luma), ShiftLeft16<8>(chroma))
                                        : Or(AndNot(Set16(0xFF), luma), chroma));
-      },
-      Reading<8, isShifted ? 2 : 0, 2>{args.upper}, Reading<8, isShifted ? 2 : 0, 2>{args.lower},
-      Writing<8>{args.destination});
+      });
 }
 
 }  // namespace
 
 template <>
-void PanChromaFirst<level>(PanRowArgs& args) noexcept {
-  Pan<1, false>(args);
+void PanChromaFirst::Run<Wide<level>>(Args& args) noexcept {
+  Pan<AlignedRowPan, 1>(args);
 }
 
 template <>
-void PanChromaFirstShifted<level>(PanRowArgs& args) noexcept {
-  Pan<1, true>(args);
+void PanChromaFirstShifted::Run<Wide<level>>(Args& args) noexcept {
+  Pan<ShiftedRowPan, 1>(args);
 }
 
 template <>
-void PanLumaFirst<level>(PanRowArgs& args) noexcept {
-  Pan<0, false>(args);
+void PanLumaFirst::Run<Wide<level>>(Args& args) noexcept {
+  Pan<AlignedRowPan, 0>(args);
 }
 
 template <>
-void PanLumaFirstShifted<level>(PanRowArgs& args) noexcept {
-  Pan<0, true>(args);
+void PanLumaFirstShifted::Run<Wide<level>>(Args& args) noexcept {
+  Pan<ShiftedRowPan, 0>(args);
 }
 
-}  // namespace kv_img::scanning::wide
+}  // namespace kv_img::scanning
