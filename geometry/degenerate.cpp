@@ -10,20 +10,20 @@ namespace {
 
 constexpr double tolerance = 4.0 * std::numeric_limits<double>::epsilon();
 
-/// A power of two that brings the largest coordinate near 1: scaling is exact, and products neither overflow
-/// nor vanish.
+/// A power of two that scales the largest coordinate to about 1. Scaling by it is exact, and products neither
+/// overflow nor underflow.
 double ScaleOf(const Loop& loop) {
   double largest = 0.0;
   for (const Vector2& point : loop) largest = std::max({largest, std::abs(point.x), std::abs(point.y)});
   return largest > 0.0 ? std::ldexp(1.0, -std::clamp(std::ilogb(largest), -1000, 1000)) : 1.0;
 }
 
-/// The way from `a` to `b`, scaled.
+/// The vector from `a` to `b`, scaled.
 Vector2 Way(const Vector2& a, const Vector2& b, double scale) {
   return {b.x * scale - a.x * scale, b.y * scale - a.y * scale};
 }
 
-/// True when the curve, coming from `previous` and going on to `next`, adds nothing by its visit to `tip`.
+/// True if the curve from `previous` over `tip` to `next` encloses no area at `tip`.
 bool IsSpike(const Vector2& previous, const Vector2& tip, const Vector2& next, double scale) {
   if ((tip.x == previous.x && tip.y == previous.y) || (tip.x == next.x && tip.y == next.y)) return true;
   const Vector2 in = Way(previous, tip, scale);

@@ -9,13 +9,13 @@
 namespace kv_math {
 namespace {
 
-/// A run of successive loop points inside the half plane, with the border points where the loop comes in and
-/// goes out.
+/// A run of consecutive loop points inside the half plane, and the border points where the loop enters and
+/// leaves it.
 struct Chain {
   Vector2 entry;
   Vector2 exit;
   std::size_t first;  ///< index of the first inside point
-  std::size_t count;  ///< number of inside points, from `first` on and past the loop's end
+  std::size_t count;  ///< number of inside points, starting at `first`; wraps at the loop's end
 };
 
 /// One end of a chain on the border.
@@ -25,12 +25,12 @@ struct ChainEnd {
   bool isExit;
 };
 
-/// The point where the edge from `a` to `b` meets the border. The edge's ends lie on different sides, or one
-/// on it.
+/// The point where the edge from `a` to `b` meets the border. The ends are on different sides, or one is on
+/// the border.
 Vector2 BorderPoint(const Vector2& a, const Vector2& b, const HalfPlane& side) {
   const std::size_t other = 1 - side.axis;
-  // Always from the lesser end to the greater, so that both half planes of a border cut an edge at the same
-  // point.
+  // Always from the lesser end to the greater, so that the half planes on both sides of a border cut an edge
+  // at the same point.
   const bool ascending = a[side.axis] < b[side.axis];
   const Vector2& low = ascending ? a : b;
   const Vector2& high = ascending ? b : a;
@@ -47,7 +47,7 @@ Vector2 BorderPoint(const Vector2& a, const Vector2& b, const HalfPlane& side) {
   return point;
 }
 
-/// The chains of `loop` in its order. At least one point must lie inside and one not.
+/// The chains of `loop` in its order. At least one point must be inside and one outside or on the border.
 std::vector<Chain> FindChains(const Loop& loop, const HalfPlane& side) {
   const std::size_t n = loop.size();
   std::size_t start = 0;
@@ -86,11 +86,11 @@ std::vector<ChainEnd> SortedEnds(const std::vector<Chain>& chains, const HalfPla
   return ends;
 }
 
-/// For every chain the one that the curve goes on with: each exit is joined along the border to an entry.
+/// The successor of every chain: each exit is joined along the border to an entry.
 ///
-/// On a simple loop exits and entries alternate along the border, and neighbours belong together. Where a
-/// vertex lies on the border, or so near that rounding decides, an exit and an entry may have changed places;
-/// joining the oldest open end first still gives both their right partners.
+/// On a simple loop exits and entries alternate along the border, and neighbours belong together. If a vertex
+/// is on the border, or so close that rounding decides, an exit and an entry may be swapped; joining the
+/// oldest open end first still pairs both correctly.
 std::vector<std::size_t> JoinChains(const std::vector<ChainEnd>& ends) {
   std::vector<std::size_t> successor(ends.size() / 2);
   std::deque<ChainEnd> open;

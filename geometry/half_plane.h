@@ -10,9 +10,8 @@ namespace kv_math {
 /// A closed curve by its corner points; the last is joined to the first.
 using Loop = std::vector<Vector2>;
 
-/// The open half plane on one side of a line parallel to an axis: where coordinate `axis` is greater than
-/// `position`
-/// (`greater`) or less than it.
+/// The open half plane on one side of a line parallel to an axis: coordinate `axis` is greater than
+/// `position` if `greater`, else less.
 struct HalfPlane {
   std::size_t axis;
   double position;
@@ -26,10 +25,10 @@ struct HalfPlane {
   }
 };
 
-/// Cuts `loop`, whose coordinates are finite, along the border of `side` and appends the closed curves that
-/// remain inside it, joined along the border, to `kept`. A loop without a point outside is kept as it is; one
-/// without a point inside is dropped. Around every point of the half plane the kept curves wind as often as
-/// the loop does.
+/// Cuts `loop` along the border of `side` and appends the closed curves inside, joined along the border, to
+/// `kept`. A loop with no point outside is appended unchanged, a loop with no point inside is dropped. The
+/// winding number of the curves equals the loop's at every point of the half plane. Coordinates must be
+/// finite.
 void AppendInside(Loop loop, const HalfPlane& side, std::vector<Loop>& kept);
 
 }  // namespace kv_math

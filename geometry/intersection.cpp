@@ -13,7 +13,7 @@
 namespace kv_math {
 namespace {
 
-/// The polygon's vertices, points repeated in succession taken once; empty when a vertex is no finite point.
+/// The polygon's vertices without consecutive duplicates; empty if a vertex is not a finite point.
 Loop LoopOf(const Polygon2& polygon) {
   Loop loop;
   loop.reserve(polygon.GetNbrOfVertices());

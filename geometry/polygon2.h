@@ -9,8 +9,8 @@
 namespace kv_math {
 
 /// A polygon by its vertices in order; the last one is joined to the first. Any vertices may be added, in
-/// either winding direction: what reads a polygon says what it asks of them. Threads may read one polygon at
-/// once; a change needs the polygon alone.
+/// either winding direction; functions that read a polygon document what they require. Several threads may
+/// read a polygon at the same time, but not while one changes it.
 class KV_MATH_API Polygon2 {
  public:
   /// Appends a vertex.
@@ -18,7 +18,7 @@ class KV_MATH_API Polygon2 {
 
   std::size_t GetNbrOfVertices() const noexcept { return vertices_.size(); }
 
-  /// The vertex at `index`, which must be less than `GetNbrOfVertices`.
+  /// `index` must be less than `GetNbrOfVertices()`.
   Vector2& operator[](std::size_t index) noexcept { return vertices_[index]; }
   const Vector2& operator[](std::size_t index) const noexcept { return vertices_[index]; }
 

@@ -8,26 +8,26 @@ namespace kv_math {
 /// An axis-aligned rectangle in pixels, y downwards: all points with left <= x <= right and top <= y <=
 /// bottom.
 ///
-/// A rectangle is either invalid (it holds no point; so a default-constructed one) or valid. A valid
-/// rectangle may be a single point or a line, and it may be mirrored (right < left or bottom < top), which
-/// names the same points as its `UnMirror`. A plain value; threads may read one rectangle at once.
+/// A rectangle is either invalid, with no point, such as a default-constructed one, or valid. A valid
+/// rectangle may be a single point or a line, and may be mirrored (right < left or bottom < top); it contains
+/// the same points as its `UnMirror`. A plain value; several threads may read it at the same time.
 class KV_MATH_API Rect2 {
  public:
-  /// The invalid rectangle, without a point.
+  /// The invalid rectangle.
   constexpr Rect2() noexcept = default;
 
-  /// The rectangle between two opposite corners. Invalid when a coordinate is NaN; infinite coordinates are
+  /// The rectangle between two opposite corners. Invalid if a coordinate is NaN; infinite coordinates are
   /// allowed.
   Rect2(double left, double top, double right, double bottom) noexcept;
 
-  /// Grows the rectangle just enough to hold `point`; an invalid rectangle becomes that one point, a mirrored
-  /// one is unmirrored. A point that is invalid or has a NaN coordinate changes nothing.
+  /// Grows the rectangle just enough to contain `point`. An invalid rectangle becomes that point, a mirrored
+  /// one is unmirrored. Does nothing if `point` is invalid or has a NaN coordinate.
   void Expand(const Vector2& point) noexcept;
 
   /// The same points with left <= right and top <= bottom; an invalid rectangle stays invalid.
   [[nodiscard]] Rect2 UnMirror() const noexcept;
 
-  /// True when the rectangle holds at least one point.
+  /// True if the rectangle contains at least one point.
   bool IsValid() const noexcept { return valid_; }
 
   /// The borders, 0 in an invalid rectangle.

@@ -13,14 +13,14 @@
 namespace kv_img {
 namespace fillpoly {
 
-/// True for four vertices that go round an axis-aligned rectangle, along x or along y first.
+/// True for the four corners of an axis-aligned rectangle in order, in either direction.
 inline bool IsUprightRectangle(const std::vector<kv_math::Vector2>& p) {
   if (p.size() != 4) return false;
   return (p[0].x == p[1].x && p[2].x == p[3].x && p[0].y == p[3].y && p[1].y == p[2].y) ||
          (p[0].y == p[1].y && p[2].y == p[3].y && p[0].x == p[3].x && p[1].x == p[2].x);
 }
 
-/// The part of the rectangle with these corners that lies in `clip`; invalid when there is none.
+/// The part of the rectangle with these corners inside `clip`; invalid if there is none.
 inline kv_math::Rect2 ClippedRectangle(const std::vector<kv_math::Vector2>& corners,
                                        const kv_math::Rect2& clip) {
   kv_math::Rect2 rectangle;
@@ -28,7 +28,7 @@ inline kv_math::Rect2 ClippedRectangle(const std::vector<kv_math::Vector2>& corn
   return kv_math::Intersection(rectangle, clip).UnMirror();
 }
 
-/// The parts of the polygon with these vertices that lie in `clip`.
+/// The parts of the polygon with these vertices inside `clip`.
 inline std::vector<kv_math::Polygon2> ClippedPolygon(const std::vector<kv_math::Vector2>& vertices,
                                                      const kv_math::Rect2& clip) {
   kv_math::Polygon2 polygon;
@@ -38,7 +38,7 @@ inline std::vector<kv_math::Polygon2> ClippedPolygon(const std::vector<kv_math::
   return pieces;
 }
 
-/// Room for one row of an image while it is painted.
+/// Scratch memory for painting one row of an image.
 struct RowBuffers {
   explicit RowBuffers(std::size_t width) : coverage(width + 2), crossings(2 * width + 4) {}
 
@@ -48,7 +48,8 @@ struct RowBuffers {
 
 }  // namespace fillpoly
 
-/// Prepares all that filling a polygon takes and then paints nothing: the image stays as it is, on purpose.
+/// Prepares everything that filling a polygon needs and then paints nothing: the image stays unchanged, on
+/// purpose.
 template <class Member, class ImageType>
 class FillPoly : public FillPolyAlgorithmInterface<ImageType> {
  public:

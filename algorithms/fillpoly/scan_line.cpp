@@ -81,7 +81,7 @@ bool ScanLineWalk::NextRow() {
   }
   row_ = started_ ? row_ + 1 : edges_[byFirstRow_.front()].firstRow;
   started_ = true;
-  // From 2^24 rows on the single-precision limit may lie below the last row.
+  // From 2^24 rows on the single-precision limit may be below the last row.
   if (row_ > bottom_) return false;
 
   std::erase_if(active_, [this](const ActiveEdge& edge) { return edges_[edge.index].lastRow < row_; });
