@@ -1,0 +1,155 @@
+#pragma once
+
+#include <type_traits>
+
+#include "algorithms/simd/kernel.h"
+#include "algorithms/simd/wide_registers.h"
+
+namespace kv_img {
+namespace {
+
+/// Copies `count` bytes, at least `bytes`, in steps of `bytes`; the last step overlaps the one before it.
+template <int bytes>
+KV_INLINE void CopyInSteps(std::uint8_t* to, const std::uint8_t* from, std::int32_t count) {
+  for (std::int32_t done = 0; done < count - bytes; done += bytes) std::memcpy(to + done, from + done, bytes);
+  std::memcpy(to + count - bytes, from + count - bytes, bytes);
+}
+/// Copies up to `most` bytes, a few registers: quicker than a call.
+template <int most>
+KV_INLINE void CopyFew(std::uint8_t* to, const std::uint8_t* from, std::int32_t count) {
+  if constexpr (most >= 16) {
+    if (count >= 16) return CopyInSteps<16>(to, from, count);
+  }
+  if constexpr (most >= 8) {
+    if (count >= 8) return CopyInSteps<8>(to, from, count);
+  }
+  if constexpr (most >= 4) {
+    if (count >= 4) return CopyInSteps<4>(to, from, count);
+  }
+  for (std::int32_t done = 0; done < count; ++done) to[done] = from[done];
+}
+
+// What is left of a stream after its last whole step, `groups` groups of `most`, is worked on once more
+// together with what is before it. What is written goes through a buffer, so that a stream that is read and
+// written in place stays right. When there was no whole step, what is read goes through a buffer too.
+
+/// Where a walk is in a stream that it reads: `perGroup` bytes a group, `before` and `after` bytes around all
+/// of them.
+template <int perGroup, int before = 0, int after = 0>
+struct Reading {
+  static constexpr int bytes = perGroup;
+  const std::uint8_t*& pointer;
+
+  template <int most>
+  struct Rest {
+    alignas(64) std::uint8_t buffer[before + most * perGroup + after];
+    const std::uint8_t* begin;
+    Rest(const Reading& in, std::int32_t groups, bool isAfterSteps) {
+      if (isAfterSteps) {
+        begin = in.pointer - (most - groups) * perGroup;
+      } else {
+        std::memset(buffer, 0, sizeof buffer);
+        CopyFew<before + most * perGroup + after>(buffer, in.pointer - before,
+                                                  before + groups * perGroup + after);
+        begin = buffer + before;
+      }
+    }
+    Rest(const Rest&) = delete;
+    const std::uint8_t* Begin() const { return begin; }
+    void Finish(const Reading& in, std::int32_t groups) const { in.pointer += groups * perGroup; }
+  };
+};
+/// In a stream that it writes.
+template <int perGroup>
+struct Writing {
+  static constexpr int bytes = perGroup;
+  std::uint8_t*& pointer;
+
+  template <int most>
+  struct Rest {
+    alignas(64) std::uint8_t buffer[most * perGroup];
+    const std::int32_t skipped;
+    Rest(const Writing& /*out*/, std::int32_t groups, bool isAfterSteps)
+        : skipped(isAfterSteps ? (most - groups) * perGroup : 0) {}
+    std::uint8_t* Begin() { return buffer; }
+    void Finish(const Writing& out, std::int32_t groups) const {
+      CopyFew<most * perGroup>(out.pointer, buffer + skipped, groups * perGroup);
+      out.pointer += groups * perGroup;
+    }
+  };
+};
+/// In a stream that it changes in place.
+template <int perGroup>
+struct Changing {
+  static constexpr int bytes = perGroup;
+  std::uint8_t*& pointer;
+
+  template <int most>
+  struct Rest {
+    alignas(64) std::uint8_t buffer[most * perGroup];
+    const std::int32_t skipped;
+    Rest(const Changing& inOut, std::int32_t groups, bool isAfterSteps)
+        : skipped(isAfterSteps ? (most - groups) * perGroup : 0) {
+      if (isAfterSteps) {
+        std::memcpy(buffer, inOut.pointer - skipped, sizeof buffer);
+      } else {
+        std::memset(buffer, 0, sizeof buffer);
+        CopyFew<most * perGroup>(buffer, inOut.pointer, groups * perGroup);
+      }
+    }
+    std::uint8_t* Begin() { return buffer; }
+    void Finish(const Changing& inOut, std::int32_t groups) const {
+      CopyFew<most * perGroup>(inOut.pointer, buffer + skipped, groups * perGroup);
+      inOut.pointer += groups * perGroup;
+    }
+  };
+};
+
+/// Calls `step` with the pointers of `groupsPerStep` groups at a time, and for what is left over with those
+/// of rests, so that a step never touches a byte beyond the groups. Advances the pointers.
+template <int groupsPerStep, class Step, class... Places>
+KV_INLINE void WalkPlaces(std::int32_t groups, Step step, Places... places) {
+  if (groups <= 0) return;
+  const bool hasSteps = groups >= groupsPerStep;
+  [&](auto*... pointers) {
+    for (; groups >= groupsPerStep; groups -= groupsPerStep) {
+      step(pointers...);
+      ((pointers += groupsPerStep * Places::bytes), ...);
+    }
+    ((places.pointer = pointers), ...);
+  }(places.pointer...);
+  if (groups == 0) return;
+  [&](auto&&... rests) {
+    step(rests.Begin()...);
+    (rests.Finish(places, groups), ...);
+  }(typename Places::template Rest<groupsPerStep>(places, groups, hasSteps)...);
+}
+
+template <auto pointer, int perGroup, int before, int after>
+Reading<perGroup, before, after> PlaceIn(In<pointer, perGroup, before, after>);
+template <auto pointer, int perGroup>
+Writing<perGroup> PlaceIn(Out<pointer, perGroup>);
+template <auto pointer, int perGroup>
+Changing<perGroup> PlaceIn(InOut<pointer, perGroup>);
+
+template <class Stream>
+using PointerIn = std::remove_reference_t<decltype(decltype(PlaceIn(Stream()))::pointer)>;
+
+template <int groupsPerStep, class Args, class Step, class... Streams>
+KV_INLINE void WalkStreams(Args& args, Step step, StreamList<Streams...> /*streams*/) {
+  [&](PointerIn<Streams>... pointers) {
+    WalkPlaces<groupsPerStep>(args.groups, step, decltype(PlaceIn(Streams())){pointers}...);
+    ((args.*Streams::pointer =
+          reinterpret_cast<std::remove_cvref_t<decltype(args.*Streams::pointer)>>(pointers)),
+     ...);
+  }(reinterpret_cast<PointerIn<Streams>>(args.*Streams::pointer)...);
+}
+
+/// Calls `step` with pointers into the streams of a record, in their order.
+template <class Streams, int groupsPerStep, class Args, class Step>
+KV_INLINE void Walk(Args& args, Step step) {
+  WalkStreams<groupsPerStep>(args, step, Streams());
+}
+
+}  // namespace
+}  // namespace kv_img
