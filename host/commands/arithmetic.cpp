@@ -33,7 +33,7 @@ struct TwoInputs {
     engine.AddTo(command, session);
   }
 
-  /// Calls `work(a, b)` for each pair of frames, converted to `kind`, and writes what it answers.
+  /// Calls `work(a, b)` for each pair of frames, their luma as `kind`, and writes what it answers.
   template <class Work>
   int ForEachPair(RasterKind kind, Work work) const {
     const OwnedEngine owned(engine);
@@ -43,8 +43,9 @@ struct TwoInputs {
     ForEachFrame(first, [&](const Raster& frame, std::int64_t number) {
       const Raster& other = second.FrameBeside(number);
       RequireEqualSizes(frame, a, other, b);
-      const Raster result = work(Convert(frame, kind, LayoutLumaFirst, owned.Get()),
-                                 Convert(other, kind, LayoutLumaFirst, owned.Get()), owned.Get());
+      const Engine with = owned.Get();
+      const Raster result =
+          work(LumaBeside(frame, other, kind, with), LumaBeside(other, frame, kind, with), with);
       WriteConverted(writer, result, owned.Get());
     });
     return owned.Finish(writer);

@@ -35,16 +35,20 @@ struct BlendOptions {
       const Raster& weight = weights.FrameBeside(number);
       RequireEqualSizes(frame, b, other, a);
       RequireEqualSizes(frame, b, weight, mask);
-      const auto over =
-          ToImage<kv_img::PixelYUV422>(Convert(frame, RasterKind::Yuv422, LayoutLumaFirst, with));
-      const Raster below = Convert(other, RasterKind::Yuv422, LayoutLumaFirst, with);
+      const Raster above = ConvertBeside(frame, other, LayoutLumaFirst, with);
+      const Raster below = ConvertBeside(other, frame, LayoutLumaFirst, with);
+      const auto over = ToImage<kv_img::PixelYUV422>(above);
       const auto from = ToImage<kv_img::PixelYUV422>(below);
       const auto alpha = ToImage<GreyPixel>(Convert(weight, RasterKind::Grey8, 0, with));
       // Outside the region the result is A.
       const auto to = ToImage<kv_img::PixelYUV422>(below);
       const auto where = RegionOf(frame);
       with.Run("BlendBoost", operation, *over, *from, *alpha, *to, where);
-      WriteConverted(writer, ToRaster(*to, frame), with);
+      Raster result = ToRaster(*to, above);
+      if (frame.kind == RasterKind::Grey8 && other.kind == RasterKind::Grey8) {
+        result = Convert(result, RasterKind::Grey8, 0, with);
+      }
+      WriteConverted(writer, result, with);
     });
     return owned.Finish(writer);
   }

@@ -1,16 +1,12 @@
-#include "frame/interfaces/copy_roi.h"
-
 #include <memory>
 
 #include "host/commands/command.h"
 #include "host/errors.h"
 #include "host/frames.h"
-#include "host/raster_image.h"
+#include "host/paste.h"
 
 namespace kv_host {
 namespace {
-
-using Frame422 = kv_img::Image<kv_img::PixelYUV422>;
 
 struct CopyRoiOptions {
   std::string source;
@@ -29,14 +25,9 @@ struct CopyRoiOptions {
     const auto what = MakeRegion(from, image.width, image.height);
     const auto where = MovedRegion(what, canvas);
 
-    const auto& operation = with.family.Require<kv_img::CopyROIAlgorithmInterface<Frame422, Frame422>>(
-        "CopyROI", {kv_img::PixelYUV422::ClassID, kv_img::PixelYUV422::ClassID});
-    const int layout = canvas.layout != 0 ? canvas.layout : LayoutLumaFirst;
-    const auto a = ToImage<kv_img::PixelYUV422>(Convert(image, RasterKind::Yuv422, layout, with));
-    const auto b = ToImage<kv_img::PixelYUV422>(Convert(canvas, RasterKind::Yuv422, layout, with));
-    with.Run("CopyROI", operation, *a, *b, what, where);
+    const Raster result = PasteRegion(image, what, canvas, where, with);
     PictureWriter writer(output.empty() ? destination : output);
-    WriteConverted(writer, ToRaster(*b, canvas), with);
+    WriteConverted(writer, result, with);
     return owned.Finish(writer);
   }
 

@@ -77,8 +77,8 @@ std::optional<Match> SearchAs(const Raster& first, const Raster& second, const F
   using ImageType = kv_img::Image<PixelClass>;
   const auto& operation = with.family.Require<FeatureFind<ImageType>>("FeatureFind", {PixelClass::ClassID});
   // The pictures' own widths: no match may include columns of padding.
-  const Raster a = Convert(first, kindOf<PixelClass>, LayoutLumaFirst, with);
-  const Raster b = Convert(second, kindOf<PixelClass>, LayoutLumaFirst, with);
+  const Raster a = LumaBeside(first, second, kindOf<PixelClass>, with);
+  const Raster b = LumaBeside(second, first, kindOf<PixelClass>, with);
   const auto from = ToImageOfWidth<PixelClass>(a.width, a);
   const auto in = ToImageOfWidth<PixelClass>(b.width, b);
   Match match;

@@ -30,7 +30,8 @@ struct PanOptions {
     const OwnedEngine owned(engine);
     const Engine with = owned.Get();
     PictureReader reader(photo, input.Get());
-    const Raster picture = Convert(*reader.Next(), RasterKind::Yuv422, LayoutLumaFirst, with);
+    const Raster original = *reader.Next();
+    const Raster picture = Convert(original, RasterKind::Yuv422, LayoutLumaFirst, with);
     const Size view = ParseSize(size, "--size");
     if (view.width > picture.width || view.height > picture.height) {
       throw UsageError("--size: " + size + " is larger than " + photo + ", which is " +
@@ -49,7 +50,9 @@ struct PanOptions {
     const auto count = static_cast<int>(std::min<std::int64_t>(range.count.value_or(frames), frames - first));
     Progress progress("frames", count);
     for (int frame = first; frame < first + count; ++frame) {
-      WriteConverted(writer, RenderFrame(operation, with, *from, picture, view, frame), with);
+      Raster rendered = RenderFrame(operation, with, *from, picture, view, frame);
+      if (original.kind == RasterKind::Grey8) rendered = Convert(rendered, RasterKind::Grey8, 0, with);
+      WriteConverted(writer, rendered, with);
       progress.Advance();
     }
     return owned.Finish(writer);

@@ -39,6 +39,7 @@ struct ParityOptions {
         }
       });
       Raster result = ToRaster(*to, frame);
+      if (frame.kind == RasterKind::Grey8) result = Convert(result, RasterKind::Grey8, 0, with);
       result.interlace =
           to->GetProperties().fieldOrder != 0 ? Interlace::BottomFieldFirst : Interlace::TopFieldFirst;
       WriteConverted(writer, result, with);

@@ -116,7 +116,7 @@ TEST(Family, OneMemberAloneCanBeAsked) {
   const WorkerPool pool(1);
   kv_test::Random random(15);
   const Raster grey = RandomRaster(random, RasterKind::Grey8, 8, 2);
-  EXPECT_THROW(Convert(grey, RasterKind::Dib24, 0, {family, pool}), NoMemberError);
+  EXPECT_THROW(Convert(grey, RasterKind::Yuv422, 0, {family, pool}), NoMemberError);
 }
 
 }  // namespace
