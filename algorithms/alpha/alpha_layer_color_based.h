@@ -1,13 +1,13 @@
 #pragma once
 
 #include <algorithm>
-#include <cstdlib>
 #include <utility>
 
 #include "algorithms/alpha/kernels/chroma_distance.h"
 #include "algorithms/alpha/smooth_mask.h"
 #include "algorithms/kernel_sets.h"
 #include "algorithms/packed422/samples.h"
+#include "algorithms/rounding.h"
 #include "frame/interfaces/alpha_layer_color_based.h"
 #include "frame/member_name.h"
 #include "frame/row_band.h"
@@ -76,7 +76,8 @@ class AlphaLayerColorBased : public AlphaLayerColorBasedAlgorithmInterface<Image
       const std::uint8_t* a = args.first + ChromaByte(args.order);
       const std::uint8_t* b = args.second + ChromaByte(args.order);
       for (int column = firstColumn + 4 * groups; column <= lastColumn; column += 2) {
-        const std::uint8_t alpha = alpha::TailAlpha(std::abs(a[0] - b[0]) + std::abs(a[2] - b[2]));
+        const std::uint8_t alpha =
+            alpha::TailAlpha(AbsoluteDifferenceOf(a[0], b[0]) + AbsoluteDifferenceOf(a[2], b[2]));
         *args.mask++ = alpha;
         if (column < lastColumn) *args.mask++ = alpha;
         a += 4;

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <algorithm>
 #include <utility>
 
 #include "algorithms/alpha/kernels/centred_difference.h"
@@ -14,10 +13,6 @@
 
 namespace kv_img {
 namespace alpha {
-
-constexpr std::uint8_t ClampToByte(std::int32_t value) {
-  return static_cast<std::uint8_t>(std::clamp(value, 0, 255));
-}
 
 /// The raw mask with gain: in 32 bits that wrap.
 constexpr std::uint8_t GainedDifference(std::uint8_t p, std::uint8_t q, std::uint32_t gain) {
@@ -54,7 +49,7 @@ class AlphaLayerProbMask : public AlphaLayerProbMaskAlgorithmInterface<ImageType
       row.groups = pixels / 4;
       Set::template Run<alpha::CentredDifference>(row);
       for (int pixel = 4 * row.groups; pixel < pixels; ++pixel) {
-        *row.mask++ = alpha::ClampToByte(*row.p++ - *row.q++ + 128);
+        *row.mask++ = alpha::Centred(*row.p++, *row.q++);
       }
     };
     return MakeLayer(p, q, destination, region, windowSize, std::move(intermediate), barrier, threadIndex,

@@ -4,6 +4,7 @@
 #include "algorithms/column_run.h"
 #include "algorithms/kernel_sets.h"
 #include "algorithms/packed422/samples.h"
+#include "algorithms/rounding.h"
 #include "frame/interfaces/absolute_difference.h"
 #include "frame/member_name.h"
 #include "frame/row_band.h"
@@ -48,7 +49,8 @@ class AbsoluteDifference : public AbsoluteDifferenceAlgorithmInterface<ImageIn, 
     Set::template Run<arithmetic::LumaDifference>(args);
     for (std::int32_t pixel = 0; pixel < rest; ++pixel) {
       const std::ptrdiff_t luma = PixelOffset(pixel) + LumaByte(args.order);
-      args.destination[pixel] = arithmetic::AbsoluteDifferenceOf(args.first[luma], args.second[luma]);
+      args.destination[pixel] =
+          static_cast<std::uint8_t>(AbsoluteDifferenceOf(args.first[luma], args.second[luma]));
     }
   }
 };

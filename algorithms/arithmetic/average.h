@@ -6,6 +6,7 @@
 #include "algorithms/arithmetic/kernels/halved_sum.h"
 #include "algorithms/column_run.h"
 #include "algorithms/kernel_sets.h"
+#include "algorithms/rounding.h"
 #include "frame/interfaces/average.h"
 #include "frame/member_name.h"
 #include "frame/row_band.h"
@@ -76,7 +77,7 @@ class Average : public AverageAlgorithmInterface<ImageType> {
 
     // Groups lose a half of two odd pixels, the remainder does not: both are meant.
     for (std::int32_t column = overlap.first + 4 * args.groups; column <= overlap.last; ++column)
-      destination[column] = arithmetic::FullMeanOf(first.pixels[column], second.pixels[column]);
+      destination[column] = MeanDown(first.pixels[column], second.pixels[column]);
   }
 };
 

@@ -66,7 +66,7 @@ struct InterpolatedSad<Set, Image<PixelClass>> {
       for (std::int64_t column = 0; column < patch.Width(); ++column) {
         const int sample = static_cast<int>(bottom[column + 1] * bottomRight + bottom[column] * bottomLeft +
                                             top[column + 1] * topRight + top[column] * topLeft + 0.5);
-        sum += static_cast<std::uint32_t>(std::abs(reference[column] - sample));
+        sum += static_cast<std::uint32_t>(AbsoluteDifferenceOf(reference[column], sample));
       }
     }
     return sum;

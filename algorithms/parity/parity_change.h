@@ -6,18 +6,13 @@
 #include "algorithms/kernel_sets.h"
 #include "algorithms/packed422/runs.h"
 #include "algorithms/parity/kernels/average_lines.h"
+#include "algorithms/rounding.h"
 #include "frame/interfaces/parity_change.h"
 #include "frame/member_name.h"
 #include "image/image_rect.h"
 
 namespace kv_img {
 namespace parity {
-
-/// Mean of two bytes in full precision, for the pixels of a region that fill no whole group.
-constexpr std::uint8_t FullAverage(std::uint8_t a, std::uint8_t b) {
-  return static_cast<std::uint8_t>((a + b) >> 1);
-}
-static_assert(FullAverage(3, 5) == 4 && FullAverage(3, 4) == 3 && FullAverage(255, 255) == 255);
 
 /// The offset d: output line y is formed from source lines y + d and y + d + 1.
 inline int LineOffset(const VideoImageProperties& source) {
@@ -129,7 +124,7 @@ class ParityChange : public ParityChangeAlgorithmInterface<ImageIn, ImageOut> {
                          int left, int right) {
     const auto averageSamples = [&](int first, int last) {
       const auto average = [&](std::ptrdiff_t fromAt, std::ptrdiff_t toAt) {
-        to[toAt] = parity::FullAverage(upper[fromAt], lower[fromAt]);
+        to[toAt] = MeanDown(upper[fromAt], lower[fromAt]);
       };
       ForEachSample(
           first, last, [&](int x) { average(fromSamples.Luma(x), toSamples.Luma(x)); },

@@ -5,6 +5,7 @@
 
 #include "algorithms/kernel_sets.h"
 #include "algorithms/packed422/samples.h"
+#include "algorithms/rounding.h"
 #include "algorithms/scanning/kernels/pan_row.h"
 #include "algorithms/scanning/viewport.h"
 #include "frame/member_name.h"
@@ -32,25 +33,18 @@ struct Neighbours {
 constexpr std::uint8_t BlendChroma(const Neighbours& chroma, float fraction) {
   const float right = fraction * 0.5F;
   const float left = (1.0F - fraction) * 0.5F;
-  return static_cast<std::uint8_t>(static_cast<int>(
+  return RoundHalfUp(
       static_cast<float>(chroma.upperRight) * right + static_cast<float>(chroma.upperLeft) * left +
-      static_cast<float>(chroma.lowerLeft) * left + static_cast<float>(chroma.lowerRight) * right + 0.5F));
+      static_cast<float>(chroma.lowerLeft) * left + static_cast<float>(chroma.lowerRight) * right);
 }
 static_assert(BlendChroma({10, 20, 30, 40}, 0.25F) == 23 && BlendChroma({255, 255, 255, 255}, 0.7F) == 255);
 
 /// Luma of an odd first pixel.
 constexpr std::uint8_t BlendFirstLuma(int leftSum, int rightSum, float fraction) {
-  return static_cast<std::uint8_t>(static_cast<int>(static_cast<float>(leftSum) * (1.0F - fraction) * 0.5F +
-                                                    static_cast<float>(rightSum) * fraction * 0.5F + 0.5F));
+  return RoundHalfUp(static_cast<float>(leftSum) * (1.0F - fraction) * 0.5F +
+                     static_cast<float>(rightSum) * fraction * 0.5F);
 }
 static_assert(BlendFirstLuma(5, 0, 0.0F) == 3 && BlendFirstLuma(510, 510, 0.3F) == 255);
-
-constexpr std::uint8_t AverageDown(int a, int b) {
-  return static_cast<std::uint8_t>((a + b) >> 1);
-}
-constexpr std::uint8_t AverageUp(int a, int b) {
-  return static_cast<std::uint8_t>((a + b + 1) >> 1);
-}
 
 /// Rows of a horizontal pan. Groups, pairs and the pixels at either end each have a rounding of their own,
 /// and shifted chroma two weightings: one row mixes them, and is meant to.
@@ -100,8 +94,8 @@ class HorizontalPan {
     // The last pixel or pair: the last luma and the chroma take no part of what lies right of them.
     if (x < right_) FillLuma(upper, lower, out, x);
     const std::ptrdiff_t luma = from_.Luma(right_ + toSource_);
-    out[to_.Luma(right_)] = AverageDown(upper[luma], lower[luma]);
-    AverageChroma(upper, lower, out, x, AverageDown);
+    out[to_.Luma(right_)] = MeanDown(upper[luma], lower[luma]);
+    AverageChroma(upper, lower, out, x, MeanDown);
   }
 
  private:
@@ -124,7 +118,7 @@ class HorizontalPan {
     const std::ptrdiff_t right = from_.Luma(x + toSource_ + 1);
     out[to_.Luma(x)] = BlendFirstLuma(upper[left] + lower[left], upper[right] + lower[right], fraction_);
     if (IsShifted()) {
-      AverageChroma(upper, lower, out, x, AverageUp);
+      AverageChroma(upper, lower, out, x, MeanUp);
     } else {
       InterpolateChroma(upper, lower, out, x, fraction_);
     }
@@ -142,7 +136,7 @@ class HorizontalPan {
     if (IsShifted()) {
       InterpolateChroma(upper, lower, out, x, fraction_ * 0.5F + 0.5F);
     } else {
-      AverageChroma(upper, lower, out, x, AverageDown);
+      AverageChroma(upper, lower, out, x, MeanDown);
     }
   }
 

@@ -1,11 +1,8 @@
 #include "algorithms/alpha/kernels/chroma_distance.h"
+#include "algorithms/rounding.h"
 
 namespace kv_img::alpha {
 namespace {
-
-constexpr std::int32_t Distance(std::int32_t a, std::int32_t b) {
-  return a < b ? b - a : a - b;
-}
 
 constexpr std::uint8_t Alpha(std::int32_t s) {
   const std::int32_t t = s < 6 ? s : 5;
@@ -20,7 +17,8 @@ void ChromaDistance::Run<Scalar>(Args& args) noexcept {
   for (std::int32_t pair = 0; pair < 2 * args.groups; ++pair) {
     const std::uint8_t* first = args.first + ChromaByte(args.order);
     const std::uint8_t* second = args.second + ChromaByte(args.order);
-    const std::uint8_t alpha = Alpha(Distance(first[0], second[0]) + Distance(first[2], second[2]));
+    const std::uint8_t alpha =
+        Alpha(AbsoluteDifferenceOf(first[0], second[0]) + AbsoluteDifferenceOf(first[2], second[2]));
     args.mask[0] = alpha;
     args.mask[1] = alpha;
     args.first += 4;

@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "algorithms/packed422/order.h"
+#include "algorithms/rounding.h"
 #include "algorithms/simd/kernel.h"
 
 namespace kv_img::arithmetic {
@@ -10,8 +11,7 @@ namespace kv_img::arithmetic {
 /// The weight of `b`, 0 to 127: the mask, raised where `a` is brighter than `b` and lowered where it is
 /// darker.
 constexpr std::uint8_t BoostedWeight(std::uint8_t mask, std::uint8_t lumaA, std::uint8_t lumaB) {
-  const int boosted = mask + lumaA - lumaB;
-  return static_cast<std::uint8_t>((boosted < 0 ? 0 : boosted > 255 ? 255 : boosted) >> 1);
+  return static_cast<std::uint8_t>(ClampToByte(mask + lumaA - lumaB) >> 1);
 }
 static_assert(BoostedWeight(255, 9, 9) == 127 && BoostedWeight(10, 0, 11) == 0 &&
               BoostedWeight(200, 200, 0) == 127 && BoostedWeight(0, 7, 0) == 3);

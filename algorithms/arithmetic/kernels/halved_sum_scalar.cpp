@@ -1,4 +1,5 @@
 #include "algorithms/arithmetic/kernels/halved_sum.h"
+#include "algorithms/rounding.h"
 
 namespace kv_img::arithmetic {
 
@@ -6,7 +7,7 @@ template <>
 void HalvedSum::Run<Scalar>(Args& args) noexcept {
   const std::int32_t pixels = 4 * args.groups;
   for (std::int32_t pixel = 0; pixel < pixels; ++pixel)
-    args.destination[pixel] = HalvedSumOf(args.first[pixel], args.second[pixel]);
+    args.destination[pixel] = HalvedMean(args.first[pixel], args.second[pixel]);
   args.first += pixels;
   args.second += pixels;
   args.destination += pixels;

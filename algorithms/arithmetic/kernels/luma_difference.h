@@ -7,11 +7,6 @@
 
 namespace kv_img::arithmetic {
 
-constexpr std::uint8_t AbsoluteDifferenceOf(std::uint8_t a, std::uint8_t b) {
-  return static_cast<std::uint8_t>(a > b ? a - b : b - a);
-}
-static_assert(AbsoluteDifferenceOf(3, 250) == 247 && AbsoluteDifferenceOf(255, 0) == 255);
-
 /// Absolute differences of the luma of two packed 4:2:2 rows in the same byte order.
 ///
 /// One group is four pixels: 8 bytes read at `first` and at `second`, 4 written at `destination`. The chroma

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "algorithms/featurefind/kernels/block_sad.h"
+#include "algorithms/rounding.h"
 #include "algorithms/simd/kernel.h"
 
 namespace kv_img::featurefind {
@@ -17,18 +18,20 @@ struct BilinearWeights {
 };
 
 /// The sample between four neighbours, 0 to 255, their weighted sum rounded once.
-constexpr int InterpolateRounded(std::uint32_t topLeft, std::uint32_t topRight, std::uint32_t bottomLeft,
-                                 std::uint32_t bottomRight, const BilinearWeights& weights) {
-  return static_cast<int>((topLeft * weights.topLeft + topRight * weights.topRight +
-                           bottomLeft * weights.bottomLeft + bottomRight * weights.bottomRight + 32768) >>
-                          16);
+constexpr int InterpolateRounded(std::uint8_t topLeft, std::uint8_t topRight, std::uint8_t bottomLeft,
+                                 std::uint8_t bottomRight, const BilinearWeights& weights) {
+  const std::uint32_t sum =
+      std::uint32_t{topLeft} * weights.topLeft + std::uint32_t{topRight} * weights.topRight +
+      std::uint32_t{bottomLeft} * weights.bottomLeft + std::uint32_t{bottomRight} * weights.bottomRight;
+  return static_cast<int>((sum + 32768) >> 16);
 }
 
 /// The same from terms that were cut to 1/256 one by one: now and then one less.
-constexpr int InterpolateTruncated(std::uint32_t topLeft, std::uint32_t topRight, std::uint32_t bottomLeft,
-                                   std::uint32_t bottomRight, const BilinearWeights& weights) {
-  const std::uint32_t sum = (topLeft * weights.topLeft >> 8) + (topRight * weights.topRight >> 8) +
-                            (bottomLeft * weights.bottomLeft >> 8) + (bottomRight * weights.bottomRight >> 8);
+constexpr int InterpolateTruncated(std::uint8_t topLeft, std::uint8_t topRight, std::uint8_t bottomLeft,
+                                   std::uint8_t bottomRight, const BilinearWeights& weights) {
+  const std::uint32_t sum =
+      WeightedSample(topLeft, weights.topLeft) + WeightedSample(topRight, weights.topRight) +
+      WeightedSample(bottomLeft, weights.bottomLeft) + WeightedSample(bottomRight, weights.bottomRight);
   return static_cast<int>(((sum >> 7) + 1) >> 1);
 }
 

@@ -1,4 +1,5 @@
 #include "algorithms/featurefind/kernels/bilinear_sad.h"
+#include "algorithms/rounding.h"
 
 namespace kv_img::featurefind {
 
@@ -15,8 +16,7 @@ void BilinearSad::Run<Scalar>(Args& args) noexcept {
       const int sample = column < args.truncatedColumns
                              ? InterpolateTruncated(a[0], a[1], b[0], b[1], args.weights)
                              : InterpolateRounded(a[0], a[1], b[0], b[1], args.weights);
-      const int difference = reference[column] - sample;
-      sum += static_cast<std::uint32_t>(difference < 0 ? -difference : difference);
+      sum += static_cast<std::uint32_t>(AbsoluteDifferenceOf(reference[column], sample));
     }
     reference += args.referenceStride;
     top = bottom;

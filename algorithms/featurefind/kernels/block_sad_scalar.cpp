@@ -1,4 +1,5 @@
 #include "algorithms/featurefind/kernels/block_sad.h"
+#include "algorithms/rounding.h"
 
 namespace kv_img::featurefind {
 
@@ -9,8 +10,7 @@ void BlockSad::Run<Scalar>(Args& args) noexcept {
       const std::uint8_t* searched = args.searched + position;
       std::uint32_t sum = args.sums[position];
       for (std::int32_t column = 0; column < args.columns; ++column) {
-        const int difference = args.reference[column] - searched[column];
-        sum += static_cast<std::uint32_t>(difference < 0 ? -difference : difference);
+        sum += static_cast<std::uint32_t>(AbsoluteDifferenceOf(args.reference[column], searched[column]));
       }
       args.sums[position] = sum;
     }

@@ -6,13 +6,7 @@
 
 namespace kv_img::parity {
 
-/// Mean of two bytes, each halved first: one less than (a + b) >> 1 when both are odd.
-constexpr std::uint8_t HalvedAverage(std::uint8_t a, std::uint8_t b) {
-  return static_cast<std::uint8_t>((a >> 1) + (b >> 1));
-}
-static_assert(HalvedAverage(3, 5) == 3 && HalvedAverage(3, 4) == 3 && HalvedAverage(255, 255) == 254);
-
-/// The halved average of two lines of a 4:2:2 image, byte by byte.
+/// The HalvedMean of two lines of a 4:2:2 image, byte by byte.
 ///
 /// One group is four pixels: 8 bytes read at `upper` and at `lower`, 8 written at `destination`. Any
 /// alignment; the lines may be the same, the destination overlaps neither.

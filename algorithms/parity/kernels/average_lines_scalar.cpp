@@ -1,4 +1,5 @@
 #include "algorithms/parity/kernels/average_lines.h"
+#include "algorithms/rounding.h"
 
 namespace kv_img::parity {
 namespace {
@@ -9,8 +10,8 @@ void Average(LineAverage::Args& args) noexcept {
   const std::uint8_t* lower = args.lower;
   std::uint8_t* to = args.destination;
   for (std::int32_t word = 0; word < 4 * args.groups; ++word) {
-    to[0] = HalvedAverage(upper[swap], lower[swap]);
-    to[1] = HalvedAverage(upper[1 - swap], lower[1 - swap]);
+    to[0] = HalvedMean(upper[swap], lower[swap]);
+    to[1] = HalvedMean(upper[1 - swap], lower[1 - swap]);
     upper += 2;
     lower += 2;
     to += 2;

@@ -2,24 +2,24 @@
 
 #include <cstdint>
 
+#include "algorithms/rounding.h"
 #include "algorithms/simd/kernel.h"
 
 namespace kv_img::scanning {
 
 /// A sample at `fraction` of the way from an upper row to the lower one.
 constexpr std::uint8_t BlendRows(std::uint8_t upper, std::uint8_t lower, float fraction) {
-  return static_cast<std::uint8_t>(static_cast<int>(static_cast<float>(upper) * (1.0F - fraction) +
-                                                    static_cast<float>(lower) * fraction + 0.5F));
+  return RoundHalfUp(static_cast<float>(upper) * (1.0F - fraction) + static_cast<float>(lower) * fraction);
 }
 static_assert(BlendRows(10, 20, 0.25F) == 13 && BlendRows(255, 255, 0.3F) == 255);
 
 /// The same of two neighbours in either row.
 constexpr std::uint8_t BlendRows(std::uint8_t upper, std::uint8_t upperNext, std::uint8_t lower,
                                  std::uint8_t lowerNext, float fraction) {
-  return static_cast<std::uint8_t>(static_cast<int>(static_cast<float>(upper) * (1.0F - fraction) * 0.5F +
-                                                    static_cast<float>(upperNext) * (1.0F - fraction) * 0.5F +
-                                                    static_cast<float>(lower) * fraction * 0.5F +
-                                                    static_cast<float>(lowerNext) * fraction * 0.5F + 0.5F));
+  return RoundHalfUp(static_cast<float>(upper) * (1.0F - fraction) * 0.5F +
+                     static_cast<float>(upperNext) * (1.0F - fraction) * 0.5F +
+                     static_cast<float>(lower) * fraction * 0.5F +
+                     static_cast<float>(lowerNext) * fraction * 0.5F);
 }
 static_assert(BlendRows(10, 20, 30, 41, 0.5F) == 25);
 

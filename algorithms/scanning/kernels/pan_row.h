@@ -2,22 +2,19 @@
 
 #include <cstdint>
 
+#include "algorithms/rounding.h"
 #include "algorithms/simd/kernel.h"
 
 namespace kv_img::scanning {
 
-/// Upper half of the 32-bit product of a sample, as the upper byte of a word, and a weight.
-constexpr std::uint32_t PanProduct(std::uint8_t sample, std::uint16_t weight) {
-  return (static_cast<std::uint32_t>(sample) << 8) * weight >> 16;
-}
 /// Each of the four products loses its fraction.
 constexpr std::uint8_t PanBlend(std::uint8_t upperLeft, std::uint8_t lowerLeft, std::uint8_t upperRight,
                                 std::uint8_t lowerRight, std::uint16_t leftWeight,
                                 std::uint16_t rightWeight) {
-  return static_cast<std::uint8_t>((PanProduct(upperLeft, leftWeight) + PanProduct(lowerLeft, leftWeight) +
-                                    PanProduct(upperRight, rightWeight) +
-                                    PanProduct(lowerRight, rightWeight)) >>
-                                   8);
+  return static_cast<std::uint8_t>(
+      (WeightedSample(upperLeft, leftWeight) + WeightedSample(lowerLeft, leftWeight) +
+       WeightedSample(upperRight, rightWeight) + WeightedSample(lowerRight, rightWeight)) >>
+      8);
 }
 static_assert(PanBlend(255, 255, 0, 0, 0x8000, 0) == 255 && PanBlend(10, 13, 99, 99, 0x8000, 0) == 11);
 static_assert(PanBlend(255, 255, 255, 255, 0x3FFF, 0x4000) == 254);

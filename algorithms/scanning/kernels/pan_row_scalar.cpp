@@ -20,7 +20,7 @@ void Pan(RowPan::Args& args) noexcept {
     if constexpr (isShifted) {
       to[chromaAt] = blend(chromaAt - pixel, chromaAt + pixel);
     } else {
-      to[chromaAt] = static_cast<std::uint8_t>((upper[chromaAt] + lower[chromaAt]) >> 1);
+      to[chromaAt] = MeanDown(upper[chromaAt], lower[chromaAt]);
     }
     upper += pixel;
     lower += pixel;
