@@ -32,6 +32,20 @@ elseif(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
 endif()
 
 set(KV_SANITIZE "" CACHE STRING "Sanitizers to build with, as for -fsanitize=")
+
+# Programs read files from anywhere: a fault in them ends the program, and does no more. Sanitizers see more than these
+# checks, and the two are not made for each other. Kernels leave them out (algorithms/CMakeLists.txt).
+set(KV_HARDENED OFF)
+if(NOT WIN32 AND NOT KV_SANITIZE)
+  set(KV_HARDENED ON)
+  include(CheckPIESupported)
+  check_pie_supported()
+  add_compile_options(-fstack-protector-strong)
+  # Without optimisation the C library could only warn.
+  # As one option: of equal ones CMake keeps the first, and a kernel's own -U has to come after it.
+  add_compile_options("$<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:SHELL:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3>")
+  add_link_options(-Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
+endif()
 if(KV_SANITIZE)
   add_compile_options(-fsanitize=${KV_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${KV_SANITIZE})
