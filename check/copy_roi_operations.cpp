@@ -1,3 +1,4 @@
+#include "check/models/copy_roi_model.h"
 #include "check/operation_call.h"
 #include "check/region_pairs.h"
 #include "frame/interfaces/copy_roi.h"
@@ -9,6 +10,23 @@ using kv_img::AlgorithmInterface;
 using kv_img::Image;
 using kv_img::PixelYUV411P;
 using kv_img::PixelYUV422;
+
+template <class In>
+class CopyRoiRule final : public kv_img::CopyROIAlgorithmInterface<Image<In>, Yuv422> {
+  Yuv422& Apply(const Image<In>& source, Yuv422& destination, const kv_img::RegionOfSupport& from,
+                const kv_img::RegionOfSupport& to, kv_std::SpinBarrier& barrier,
+                std::uint32_t index) const override {
+    if (kv_model::RoiIsRefused(source, destination, from, to)) Refuse(2);
+    const int threads = barrier.GetThreadCount();
+    if constexpr (std::is_same_v<In, PixelYUV411P>) {
+      if (kv_model::RoiIsUnevenlyPlaced(from, to)) Refuse(2);
+      if (index == 0) kv_model::CopyRoiPlanar(source, destination, from, to, threads);
+    } else {
+      if (index == 0) kv_model::CopyRoiYuv422(source, destination, from, to, threads);
+    }
+    return destination;
+  }
+};
 
 /// Regions that fit their images, and now and then ones that do not.
 RegionPair AnyRegions(Random& random, Size from, Size to, bool wantsEvenPlaces) {
@@ -46,8 +64,9 @@ Comparison CompareRoiCopies(Random& random, const AlgorithmInterface& reference,
 }  // namespace
 
 void AddCopyRoiOperations(std::vector<OperationCase>& list) {
-  list.push_back({"CopyROI", {PixelYUV422::ClassID, PixelYUV422::ClassID}, CompareRoiCopies<PixelYUV422>});
-  list.push_back({"CopyROI", {PixelYUV411P::ClassID, PixelYUV422::ClassID}, CompareRoiCopies<PixelYUV411P>});
+  AddRows<kv_img::algorithms::CopyROI>(list, []<class In>(kv_img::PixelClasses<In, PixelYUV422>) {
+    return RowCheck{CompareRoiCopies<In>, RuleOf<CopyRoiRule<In>>()};
+  });
 }
 
 }  // namespace kv_check

@@ -1,3 +1,4 @@
+#include "check/models/feature_find_model.h"
 #include "check/operation_call.h"
 #include "frame/interfaces/feature_find.h"
 
@@ -6,6 +7,72 @@ namespace {
 
 using kv_img::AlgorithmInterface;
 using kv_img::Image;
+
+template <class PixelClass>
+class FeatureFindRule final : public kv_img::FeatureFindAlgorithmInterface<Image<PixelClass>> {
+  using ImageType = Image<PixelClass>;
+
+  /// Records the scores, which come row after row, at their grid points.
+  static void Record(const kv_model::Outcome& outcome, kv_img::MatchScoreMap* map, const int first[2],
+                     const int last[2]) {
+    if (map == nullptr) return;
+    map->Reset({first[0], first[1], last[0], last[1]});
+    std::size_t next = 0;
+    const kv_img::ImageRect& rect = map->Rect();
+    for (int y = rect.GetTop(); y <= rect.GetBottom(); ++y) {
+      for (int x = rect.GetLeft(); x <= rect.GetRight(); ++x) map->Store(x, y, outcome.scores.at(next++));
+    }
+  }
+
+  void LocateFeature(const ImageType& image1, const ImageType& image2, const int point1[2],
+                     const int point2[2], int result[2], int hw, int hh, int rangeX, int rangeY,
+                     kv_img::MatchScoreMap* map, kv_std::SpinBarrier& /*barrier*/,
+                     int /*index*/) const override {
+    const kv_model::Outcome outcome =
+        kv_model::LocateFeature(image1, image2, point1, point2, result, hw, hh, rangeX, rangeY);
+    if (outcome.isRefused) Refuse(1);
+    const kv_model::Template t(image1, point1[0], point1[1], hw, hh);
+    const auto limit = [&](unsigned size, int part) { return static_cast<int>(size) - part - 1; };
+    const int first[2] = {t.ox + std::max(point2[0] - hw - rangeX, 0),
+                          t.oy + std::max(point2[1] - hh - rangeY, 0)};
+    const int last[2] = {t.ox + std::min(point2[0] - hw + rangeX, limit(image2.GetWidth(), t.tw)),
+                         t.oy + std::min(point2[1] - hh + rangeY, limit(image2.GetHeight(), t.th))};
+    Record(outcome, map, first, last);
+  }
+  void LocateFeatureNoMap(const ImageType& image1, const ImageType& image2, const int point1[2],
+                          const int point2[2], int result[2], int hw, int hh, int rangeX, int rangeY,
+                          kv_std::SpinBarrier& barrier, int index) const override {
+    LocateFeature(image1, image2, point1, point2, result, hw, hh, rangeX, rangeY, nullptr, barrier, index);
+  }
+  void LocateFeatureSubPixel(const ImageType& image1, const ImageType& image2, const double point1[2],
+                             const double point2[2], double result[2], int hw, int hh, double rangeX,
+                             double rangeY, double stepX, double stepY, int levels,
+                             kv_img::SubPixelScoreMap* map, kv_std::SpinBarrier& /*barrier*/,
+                             int /*index*/) const override {
+    const kv_model::Outcome outcome = kv_model::LocateFeatureSubPixel(
+        image1, image2, point1, point2, result, hw, hh, rangeX, rangeY, stepX, stepY, levels);
+    Finish(outcome, map);
+  }
+  void RefineFeature(const ImageType& image1, const ImageType& image2, const double point1[2],
+                     const double point2[2], double result[2], int hw, int hh, double rangeX, double rangeY,
+                     double stepX, double stepY, int level, int levels, kv_img::SubPixelScoreMap* map,
+                     kv_std::SpinBarrier& /*barrier*/, int /*index*/) const override {
+    const kv_model::Outcome outcome = kv_model::RefineFeature(image1, image2, point1, point2, result, hw, hh,
+                                                              rangeX, rangeY, stepX, stepY, level, levels);
+    Finish(outcome, map);
+  }
+
+  /// The scores alone, in a grid of one row.
+  static void Finish(const kv_model::Outcome& outcome, kv_img::SubPixelScoreMap* map) {
+    if (outcome.isRefused) Refuse(1);
+    if (map == nullptr || outcome.scores.empty()) return;
+    const auto columns = static_cast<double>(outcome.scores.size());
+    map->Reset({0, 0, columns - 1, 0}, 1, 1);
+    for (std::size_t i = 0; i < outcome.scores.size(); ++i) {
+      map->Store(static_cast<double>(i), 0, outcome.scores[i]);
+    }
+  }
+};
 
 /// The arguments of a search, of any of the four operations.
 struct Search {
@@ -98,17 +165,12 @@ Comparison CompareSearches(Random& random, const AlgorithmInterface& reference,
       image1, image2);
 }
 
-template <class PixelClass>
-void Add(std::vector<OperationCase>& list) {
-  list.push_back({"FeatureFind", {PixelClass::ClassID}, CompareSearches<PixelClass>});
-}
-
 }  // namespace
 
 void AddFeatureFindOperations(std::vector<OperationCase>& list) {
-  Add<kv_img::PixelYUV422>(list);
-  Add<kv_img::PixelDIB24>(list);
-  Add<kv_img::PixelDIB32>(list);
+  AddRows<kv_img::algorithms::FeatureFind>(list, []<class PixelClass>(kv_img::PixelClasses<PixelClass>) {
+    return RowCheck{CompareSearches<PixelClass>, RuleOf<FeatureFindRule<PixelClass>>()};
+  });
 }
 
 }  // namespace kv_check

@@ -1,5 +1,8 @@
 // Operations on frames of packed 4:2:2 and on bitmaps: parity change, pans, blending, polygons.
 
+#include "check/models/blend_boost_model.h"
+#include "check/models/parity_change_model.h"
+#include "check/models/scanning_model.h"
 #include "check/operation_call.h"
 #include "frame/interfaces/blend_boost.h"
 #include "frame/interfaces/fill_poly.h"
@@ -14,6 +17,21 @@ using kv_img::ImageRect;
 using kv_img::PixelDIB24;
 using kv_img::PixelYUV422;
 using NoColor = kv_img::PixelNoColor<unsigned char>;
+
+class ParityChangeRule final : public kv_img::ParityChangeAlgorithmInterface<Yuv422, Yuv422> {
+  Yuv422& Apply(const Yuv422& source, Yuv422& destination,
+                const kv_img::RegionOfSupport& region) const override {
+    if (!region.IsInside(kv_img::ImageRect(source)) || !region.IsInside(kv_img::ImageRect(destination)))
+      Refuse(1);
+    kv_model::ChangeParityOfRegion(source, destination, region);
+    return destination;
+  }
+  Yuv422& Apply(const Yuv422& source, Yuv422& destination) const override {
+    if (!HaveEqualSizes(source, destination)) Refuse(1);
+    kv_model::ChangeParityOfImage(source, destination);
+    return destination;
+  }
+};
 
 Comparison CompareParityChanges(Random& random, const AlgorithmInterface& reference,
                                 const AlgorithmInterface& other) {
@@ -33,6 +51,26 @@ Comparison CompareParityChanges(Random& random, const AlgorithmInterface& refere
       AnyImage<PixelYUV422>(random, AlmostAlways(random, width), height),
       AnyImage<PixelYUV422>(random, width, height));
 }
+
+class ScanningRule final : public kv_img::ScanningAlgorithmInterface<Yuv422, Yuv422> {
+  Yuv422& Apply(const Yuv422& source, Yuv422& destination, const kv_img::RegionOfSupport& from,
+                const kv_img::RegionOfSupport& to, std::uint8_t mode, std::int32_t steps, std::uint32_t step,
+                kv_std::SpinBarrier& barrier, std::int32_t index) const override {
+    const bool isHorizontal = (mode & 3) != 0;
+    const bool isVertical = !isHorizontal && (mode & 12) != 0;
+    if (to.GetWidth() > from.GetWidth() || to.GetHeight() > from.GetHeight() ||
+        (isHorizontal && to.GetHeight() != from.GetHeight()) ||
+        (isVertical && to.GetWidth() != from.GetWidth())) {
+      Refuse(2);
+    }
+    if (index == 0) {
+      const auto& fromRect = static_cast<const kv_img::ImageRect&>(from);
+      const auto& toRect = static_cast<const kv_img::ImageRect&>(to);
+      kv_model::Scan(source, destination, fromRect, toRect, mode, steps, step, barrier.GetThreadCount());
+    }
+    return destination;
+  }
+};
 
 /// A pan that fits its images; now and then the regions are exchanged, so that it does not.
 struct Pan {
@@ -82,6 +120,30 @@ Comparison CompareScans(Random& random, const AlgorithmInterface& reference,
       TestImage<PixelYUV422>(random, width, height, Placement::Any(random), toOptions));
 }
 
+class BlendBoostRule final : public kv_img::BlendBoostAlgorithmInterface<Yuv422> {
+  Yuv422& Apply(const Yuv422& b, const Yuv422& a, const Grey8& mask, Yuv422& destination,
+                const kv_img::RegionOfSupport& region, kv_std::SpinBarrier& barrier,
+                std::uint32_t index) const override {
+    if (region.GetRegionType() != 3) Refuse(4);
+    if (!HaveEqualSizes(a, destination) || !HaveEqualSizes(b, destination)) Refuse(1);
+    if (a.GetPixelLayout() != b.GetPixelLayout()) Refuse(6);
+    // Row after row, for a run that is refused leaves the rows above it written.
+    const int rows = std::max(region.GetBottom() - region.GetTop() + 1, 0);
+    const int threads = barrier.GetThreadCount();
+    const int first = region.GetTop() + rows * static_cast<int>(index) / threads;
+    const int end = region.GetTop() + rows * static_cast<int>(index + 1) / threads;
+    for (int row = first; row < end; ++row) {
+      const int left = region.GetLeft(row);
+      const int right = region.GetRight(row);
+      if ((right - left + 1) % 4 != 0 || right - left + 1 < 0) {
+        throw kv_img::AlgoMotionException(4, L"model", L"");
+      }
+      kv_model::BlendBoost(b, a, mask, destination, kv_img::ImageRect(left, row, right, row));
+    }
+    return destination;
+  }
+};
+
 Comparison CompareBlends(Random& random, const AlgorithmInterface& reference,
                          const AlgorithmInterface& other) {
   const int width = random.Between(4, 90);
@@ -107,6 +169,15 @@ Comparison CompareBlends(Random& random, const AlgorithmInterface& reference,
       AnyImage<NoColor>(random, width, height),
       AnyImage<PixelYUV422>(random, AlmostAlways(random, width), height));
 }
+
+/// Prepares, and paints nothing.
+class FillPolyRule final : public kv_img::FillPolyAlgorithmInterface<Dib24> {
+  Dib24& Apply(Dib24& image, const std::vector<kv_math::Vector2>& /*vertices*/,
+               const kv_img::Pixel& /*colour*/, int /*unused1*/, int /*unused2*/,
+               const kv_img::RegionOfSupport& /*region*/) const override {
+    return image;
+  }
+};
 
 /// A coordinate: on the grid, between, far out or no number at all.
 double AnyCoordinate(Random& random) {
@@ -146,11 +217,13 @@ Comparison CompareFills(Random& random, const AlgorithmInterface& reference,
 }  // namespace
 
 void AddFrameOperations(std::vector<OperationCase>& list) {
-  const int yuv422 = PixelYUV422::ClassID;
-  list.push_back({"ParityChange", {yuv422, yuv422}, CompareParityChanges});
-  list.push_back({"Scanning", {yuv422, yuv422}, CompareScans});
-  list.push_back({"BlendBoost", {yuv422}, CompareBlends});
-  list.push_back({"FillPoly", {PixelDIB24::ClassID}, CompareFills});
+  using namespace kv_img::algorithms;
+  AddRows<ParityChange>(list, [](auto) {
+    return RowCheck{CompareParityChanges, RuleOf<ParityChangeRule>()};
+  });
+  AddRows<Scanning>(list, [](auto) { return RowCheck{CompareScans, RuleOf<ScanningRule>()}; });
+  AddRows<BlendBoost>(list, [](auto) { return RowCheck{CompareBlends, RuleOf<BlendBoostRule>()}; });
+  AddRows<FillPoly>(list, [](auto) { return RowCheck{CompareFills, RuleOf<FillPolyRule>()}; });
 }
 
 }  // namespace kv_check

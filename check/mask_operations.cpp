@@ -1,5 +1,9 @@
 // Operations whose result is an 8-bit image.
 
+#include "check/models/absolute_difference_model.h"
+#include "check/models/alpha_layer_model.h"
+#include "check/models/average_filter_model.h"
+#include "check/models/average_model.h"
 #include "check/operation_call.h"
 #include "frame/interfaces/absolute_difference.h"
 #include "frame/interfaces/alpha_layer_color_based.h"
@@ -45,6 +49,17 @@ struct FramePair {
   }
 };
 
+class AbsoluteDifferenceRule final : public kv_img::AbsoluteDifferenceAlgorithmInterface<Yuv422, Grey8> {
+  Grey8& Apply(const Yuv422& first, const Yuv422& second, Grey8& destination,
+               const kv_img::RegionOfSupport& region, kv_std::SpinBarrier& /*barrier*/,
+               std::uint32_t index) const override {
+    if (!HaveEqualSizes(first, destination) || !HaveEqualSizes(second, destination)) Refuse(1);
+    if (first.GetPixelLayout() != second.GetPixelLayout()) Refuse(6);
+    if (index == 0) kv_model::AbsoluteDifference(first, second, destination, region);
+    return destination;
+  }
+};
+
 Comparison CompareDifferences(Random& random, const AlgorithmInterface& reference,
                               const AlgorithmInterface& other) {
   const int width = random.Between(1, 90);
@@ -61,6 +76,17 @@ Comparison CompareDifferences(Random& random, const AlgorithmInterface& referenc
       },
       frames.first, frames.second, AnyImage<NoColor>(random, width, height));
 }
+
+class AverageRule final : public kv_img::AverageAlgorithmInterface<Grey8> {
+  Grey8& Apply(const Grey8& first, const Grey8& second, Grey8& destination,
+               const kv_img::RegionOfSupport& firstRegion, const kv_img::RegionOfSupport& secondRegion,
+               const kv_img::RegionOfSupport& outputRegion, kv_std::SpinBarrier& /*barrier*/,
+               std::uint32_t index) const override {
+    if (!HaveEqualSizes(first, destination) || !HaveEqualSizes(second, destination)) Refuse(1);
+    if (index == 0) kv_model::Average(first, second, destination, firstRegion, secondRegion, outputRegion);
+    return destination;
+  }
+};
 
 Comparison CompareAverages(Random& random, const AlgorithmInterface& reference,
                            const AlgorithmInterface& other) {
@@ -82,6 +108,22 @@ Comparison CompareAverages(Random& random, const AlgorithmInterface& reference,
       AnyImage<NoColor>(random, width, height), AnyImage<NoColor>(random, width, height));
 }
 
+void Smooth(const Grey8& source, Grey8& destination, const kv_img::RegionOfSupport& region,
+            std::uint32_t windowSize) {
+  if (!HaveEqualSizes(source, destination)) Refuse(1);
+  if (windowSize < 1 || windowSize > 255) Refuse(4);
+  kv_model::AverageFilter(source, destination, region, static_cast<int>(windowSize));
+}
+
+class AverageFilterRule final : public kv_img::AverageFilterAlgorithmInterface<Grey8> {
+  Grey8& Apply(const Grey8& source, Grey8& destination, const kv_img::RegionOfSupport& region,
+               std::uint32_t windowSize, kv_std::SpinBarrier& /*barrier*/,
+               std::uint32_t index) const override {
+    if (index == 0) Smooth(source, destination, region, windowSize);
+    return destination;
+  }
+};
+
 Comparison CompareFilters(Random& random, const AlgorithmInterface& reference,
                           const AlgorithmInterface& other) {
   const int width = random.Between(1, 90);
@@ -101,6 +143,21 @@ Comparison CompareFilters(Random& random, const AlgorithmInterface& reference,
       AnyImage<NoColor>(random, width, height));
 }
 
+/// One thread makes its own intermediate.
+class ColorLayerRule final : public kv_img::AlphaLayerColorBasedAlgorithmInterface<Yuv422> {
+  Grey8& Apply(const Yuv422& first, const Yuv422& second, Grey8& destination,
+               const kv_img::RegionOfSupport& region, std::uint32_t windowSize,
+               std::shared_ptr<Grey8> /*intermediate*/, kv_std::SpinBarrier& /*barrier*/,
+               std::uint32_t /*index*/) const override {
+    if (!HaveEqualSizes(first, second) || !HaveEqualSizes(first, destination)) Refuse(1);
+    if (first.GetPixelLayout() != second.GetPixelLayout()) Refuse(6);
+    Grey8 raw(static_cast<int>(first.GetWidth()), static_cast<int>(first.GetHeight()));
+    kv_model::ColorRawMask(first, second, raw, region);
+    Smooth(raw, destination, region, windowSize);
+    return destination;
+  }
+};
+
 Comparison CompareColorLayers(Random& random, const AlgorithmInterface& reference,
                               const AlgorithmInterface& other) {
   const int width = random.Between(1, 90);
@@ -116,6 +173,23 @@ Comparison CompareColorLayers(Random& random, const AlgorithmInterface& referenc
       },
       frames.first, frames.second, AnyImage<NoColor>(random, width, height));
 }
+
+class ProbLayerRule final : public kv_img::AlphaLayerProbMaskAlgorithmInterface<Grey8> {
+  Grey8& Apply(const Grey8& p, const Grey8& q, Grey8& destination, const kv_img::RegionOfSupport& region,
+               std::uint32_t gain, std::uint32_t windowSize, std::shared_ptr<Grey8> /*intermediate*/,
+               kv_std::SpinBarrier& /*barrier*/, std::uint32_t /*index*/) const override {
+    if (!HaveEqualSizes(p, q) || !HaveEqualSizes(p, destination)) Refuse(1);
+    Grey8 raw(static_cast<int>(p.GetWidth()), static_cast<int>(p.GetHeight()));
+    kv_model::ProbRawMask(p, q, raw, region, gain);
+    Smooth(raw, destination, region, windowSize);
+    return destination;
+  }
+  Grey8& Apply(const Grey8& p, const Grey8& q, Grey8& destination, const kv_img::RegionOfSupport& region,
+               std::uint32_t windowSize, std::shared_ptr<Grey8> intermediate, kv_std::SpinBarrier& barrier,
+               std::uint32_t index) const override {
+    return Apply(p, q, destination, region, 1U, windowSize, std::move(intermediate), barrier, index);
+  }
+};
 
 Comparison CompareProbLayers(Random& random, const AlgorithmInterface& reference,
                              const AlgorithmInterface& other) {
@@ -143,14 +217,18 @@ Comparison CompareProbLayers(Random& random, const AlgorithmInterface& reference
 }  // namespace
 
 void AddMaskOperations(std::vector<OperationCase>& list) {
-  const int yuv422 = PixelYUV422::ClassID;
-  const int grey = NoColor::ClassID;
-  list.push_back({"AlphaLayerProbMask", {grey}, CompareProbLayers});
-  list.push_back({"AlphaLayerColorBased", {yuv422}, CompareColorLayers});
-  list.push_back({"AverageFilter", {grey}, CompareFilters});
-  list.push_back({"AverageFilter", {Grey8::ClassID}, CompareFilters});
-  list.push_back({"AbsoluteDifference", {yuv422, grey}, CompareDifferences});
-  list.push_back({"Average", {grey}, CompareAverages});
+  using namespace kv_img::algorithms;
+  AddRows<AlphaLayerProbMask>(list, [](auto) {
+    return RowCheck{CompareProbLayers, RuleOf<ProbLayerRule>()};
+  });
+  AddRows<AlphaLayerColorBased>(list, [](auto) {
+    return RowCheck{CompareColorLayers, RuleOf<ColorLayerRule>()};
+  });
+  AddRows<AverageFilter>(list, [](auto) { return RowCheck{CompareFilters, RuleOf<AverageFilterRule>()}; });
+  AddRows<AbsoluteDifference>(list, [](auto) {
+    return RowCheck{CompareDifferences, RuleOf<AbsoluteDifferenceRule>()};
+  });
+  AddRows<Average>(list, [](auto) { return RowCheck{CompareAverages, RuleOf<AverageRule>()}; });
 }
 
 }  // namespace kv_check

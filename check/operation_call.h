@@ -10,19 +10,51 @@
 #include "check/operation_case.h"
 #include "check/random_regions.h"
 #include "check/test_image.h"
-#include "image/errors/kv_exception.h"
+#include "frame/algorithm_list.h"
 #include "frame/spin_barrier.h"
+#include "image/errors/exceptions.h"
 
 // What the random calls of operation_case.h are made with.
 namespace kv_check {
+
+/// How an operation is called, and its plain rule.
+struct RowCheck {
+  Comparison (*compare)(Random&, const kv_img::AlgorithmInterface&, const kv_img::AlgorithmInterface&);
+  const kv_img::AlgorithmInterface* rule;
+};
+
+template <class Rule>
+const kv_img::AlgorithmInterface* RuleOf() {
+  static const Rule rule{};
+  return &rule;
+}
+
+/// Appends every combination of an algorithm; `checkOf(PixelClasses)` returns its RowCheck.
+template <class Algorithm, class CheckOf>
+void AddRows(std::vector<OperationCase>& list, CheckOf checkOf) {
+  kv_img::ForEach(typename Algorithm::AllRows{}, [&]<class... Classes>(kv_img::PixelClasses<Classes...> row) {
+    const RowCheck check = checkOf(row);
+    list.push_back({Algorithm::name, {Classes::ClassID...}, check.compare, check.rule});
+  });
+}
+
+/// What a rule throws: the code counts, the names in its message are the members' own.
+[[noreturn]] inline void Refuse(std::uint32_t code) {
+  throw kv_img::AlgoMMXException(code, L"rule", L"");
+}
+
+template <class A, class B>
+bool HaveEqualSizes(const A& a, const B& b) {
+  return a.GetWidth() == b.GetWidth() && a.GetHeight() == b.GetHeight();
+}
 
 /// What a call gave beside pixels.
 struct CallResult {
   /// Class and code of the exception; empty: none.
   std::string error;
+  /// The same for people.
+  std::string message = "nothing";
   std::vector<double> values;
-
-  bool operator==(const CallResult&) const = default;
 };
 
 /// Makes `call(operation, values, images…)` with images equal to these.
@@ -35,7 +67,10 @@ CallResult MakeCall(const kv_img::AlgorithmInterface& operation, Call& call,
         [&](auto&... image) { call(static_cast<const Interface&>(operation), result.values, *image...); },
         images);
   } catch (const kv_std::KVException& error) {
-    result.error = std::string(typeid(error).name()) + " " + std::to_string(error.Code());
+    const std::string code = std::to_string(error.Code());
+    result.error = typeid(error).name() + (" " + code);
+    const std::wstring& text = error.Message();
+    result.message = "exception " + code + " (" + std::string(text.begin(), text.end()) + ")";
   }
   return result;
 }
@@ -51,8 +86,7 @@ Comparison CompareCalls(const kv_img::AlgorithmInterface& reference, const kv_im
   Comparison comparison;
   comparison.wasRefused = !expectedResult.error.empty();
   if (result.error != expectedResult.error) {
-    const auto named = [](const std::string& error) { return error.empty() ? "nothing" : error; };
-    comparison.difference = "throws " + named(result.error) + ", not " + named(expectedResult.error);
+    comparison.difference = "throws " + result.message + ", not " + expectedResult.message;
   } else if (result.values != expectedResult.values) {
     comparison.difference = "gives other values";
   } else {

@@ -26,6 +26,10 @@ struct OperationCase {
   std::function<Comparison(Random& random, const kv_img::AlgorithmInterface& reference,
                            const kv_img::AlgorithmInterface& other)>
       compare;
+  /// The plain rule of the operation, written from its description alone, in the place of an implementation.
+  /// It does the work of all threads when thread 0 calls and nothing when the others do, so the threads have
+  /// to call in turn. It refuses what the operation must refuse.
+  const kv_img::AlgorithmInterface* rule;
 };
 
 /// Every operation that a member of the family may offer.

@@ -1,10 +1,11 @@
 #include "host/self_test.h"
 
-#include "check/checker.h"
 #include "host/combinations.h"
 
 namespace kv_host {
 namespace {
+
+std::string currentCheck = "no call";
 
 std::string NameOf(const kv_check::OperationCase& operation) {
   for (const Combination& combination : AllCombinations()) {
@@ -14,14 +15,16 @@ std::string NameOf(const kv_check::OperationCase& operation) {
   return operation.algorithm + " by image type";
 }
 
-SelfTestCheck Compare(const kv_check::OperationCase& operation, const kv_img::AlgorithmInterface& reference,
-                      const kv_img::AlgorithmInterface& other, const SelfTestScale& scale) {
+SelfTestCheck Compare(const std::string& member, const kv_check::OperationCase& operation,
+                      const kv_img::AlgorithmInterface& tested, const SelfTestScale& scale) {
   SelfTestCheck check;
+  check.member = member;
   check.what = NameOf(operation);
-  for (; check.rounds < scale.operationRounds && check.difference.empty(); ++check.rounds) {
+  for (; check.rounds < scale.rounds && check.difference.empty(); ++check.rounds) {
+    currentCheck = member + ", " + check.what + ", call " + std::to_string(check.rounds);
     // A seed of its own, so that one call can be repeated alone.
     kv_check::Random random(scale.seed + static_cast<std::uint64_t>(check.rounds));
-    const kv_check::Comparison comparison = operation.compare(random, reference, other);
+    const kv_check::Comparison comparison = operation.compare(random, *operation.rule, tested);
     if (comparison.wasRefused) ++check.refusals;
     if (!comparison.difference.empty()) {
       check.difference = "call " + std::to_string(check.rounds) + ": " + comparison.difference;
@@ -32,32 +35,16 @@ SelfTestCheck Compare(const kv_check::OperationCase& operation, const kv_img::Al
 
 }  // namespace
 
-std::vector<SelfTestCheck> CheckKernels(const std::vector<kv_check::KernelCase>& kernels,
-                                        const SelfTestScale& scale) {
-  std::vector<SelfTestCheck> checks;
-  for (const kv_check::KernelCase& kernel : kernels) {
-    for (std::size_t i = 1; i < kernel.variants.size(); ++i) {
-      const kv_check::Variant& variant = kernel.variants[i];
-      SelfTestCheck check{variant.set, kernel.name, scale.kernelRounds, 0, variant.runsHere, {}};
-      if (variant.runsHere) {
-        check.difference = kv_check::Check(kernel, variant, scale.seed, scale.kernelRounds);
-      }
-      checks.push_back(std::move(check));
-    }
-  }
-  return checks;
+const char* CurrentCheck() {
+  return currentCheck.c_str();
 }
 
-std::vector<SelfTestCheck> CheckMembers(const TestedMember& reference, std::span<const TestedMember> others,
-                                        const SelfTestScale& scale) {
+std::vector<SelfTestCheck> CheckMembers(std::span<const TestedMember> members, const SelfTestScale& scale) {
   std::vector<SelfTestCheck> checks;
-  for (const TestedMember& other : others) {
+  for (const TestedMember& member : members) {
     for (const kv_check::OperationCase& operation : kv_check::AllOperations()) {
-      const auto* expected = reference.implementation(operation);
-      const auto* tested = other.implementation(operation);
-      if (expected == nullptr || tested == nullptr) continue;
-      checks.push_back(Compare(operation, *expected, *tested, scale));
-      checks.back().tested = other.name;
+      if (const auto* tested = member.implementation(operation))
+        checks.push_back(Compare(member.name, operation, *tested, scale));
     }
   }
   return checks;

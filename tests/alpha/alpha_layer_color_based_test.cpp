@@ -5,7 +5,7 @@
 #include <algorithm>
 
 #include "tests/alpha/layer_test.h"
-#include "tests/models/alpha_layer_model.h"
+#include "check/models/alpha_layer_model.h"
 #include "tests/support/expect_error.h"
 #include "tests/support/member.h"
 

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/models/absolute_difference_model.h"
+#include "check/models/absolute_difference_model.h"
 #include "tests/support/any_region.h"
 #include "tests/support/expect_error.h"
 #include "tests/support/member.h"

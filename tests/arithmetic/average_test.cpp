@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/models/average_model.h"
+#include "check/models/average_model.h"
 #include "tests/support/any_region.h"
 #include "tests/support/expect_error.h"
 #include "tests/support/member.h"

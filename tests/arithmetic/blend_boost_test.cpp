@@ -4,7 +4,7 @@
 
 #include "image/image_rect.h"
 #include "image/run_region.h"
-#include "tests/models/blend_boost_model.h"
+#include "check/models/blend_boost_model.h"
 #include "tests/support/expect_error.h"
 #include "tests/support/member.h"
 #include "tests/support/test_image.h"

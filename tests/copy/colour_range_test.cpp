@@ -4,8 +4,8 @@
 #include <cstdlib>
 
 #include "tests/copy/copy_fixture.h"
-#include "tests/models/copy_rgb_to_yuv_model.h"
-#include "tests/models/copy_yuv_to_rgb_model.h"
+#include "check/models/copy_rgb_to_yuv_model.h"
+#include "check/models/copy_yuv_to_rgb_model.h"
 
 namespace {
 

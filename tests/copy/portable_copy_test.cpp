@@ -3,7 +3,7 @@
 
 #include "frame/algorithm_list.h"
 #include "frame/interfaces/copy.h"
-#include "tests/models/portable_copy_model.h"
+#include "check/models/portable_copy_model.h"
 #include "tests/support/expect_error.h"
 #include "tests/support/member.h"
 #include "tests/support/random.h"

@@ -1,5 +1,5 @@
 #include "tests/copy/copy_roi_fixture.h"
-#include "tests/models/copy_roi_model.h"
+#include "check/models/copy_roi_model.h"
 
 namespace {
 

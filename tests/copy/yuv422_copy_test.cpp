@@ -1,7 +1,7 @@
 #include <numeric>
 
 #include "tests/copy/copy_fixture.h"
-#include "tests/models/copy_model.h"
+#include "check/models/copy_model.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 #include "tests/copy/copy_fixture.h"
-#include "tests/models/copy_yuv_to_rgb_model.h"
+#include "check/models/copy_yuv_to_rgb_model.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include <cstring>
 
 #include "tests/featurefind/search_test.h"
-#include "tests/models/feature_find_model.h"
+#include "check/models/feature_find_model.h"
 
 namespace {
 

@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "tests/geometry/random_polygons.h"
-#include "tests/models/plane.h"
-#include "tests/models/scan_line_model.h"
+#include "tests/geometry/plane.h"
+#include "tests/fillpoly/scan_line_model.h"
 
 namespace kv_img::fillpoly {
 namespace {

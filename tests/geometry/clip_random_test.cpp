@@ -9,7 +9,7 @@
 
 #include "tests/geometry/clip.h"
 #include "tests/geometry/random_polygons.h"
-#include "tests/models/plane.h"
+#include "tests/geometry/plane.h"
 
 namespace kv_math {
 namespace {

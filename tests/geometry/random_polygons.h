@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "geometry/polygon2.h"
-#include "tests/models/plane.h"
+#include "tests/geometry/plane.h"
 #include "tests/support/random.h"
 
 /// Random polygons with repeatable seeds.

@@ -1,6 +1,6 @@
 // Random images and regions against the plain model.
 
-#include "tests/models/parity_change_model.h"
+#include "check/models/parity_change_model.h"
 
 #include "image/image_rect.h"
 #include "image/run_region.h"

@@ -1,8 +1,7 @@
-// Every operation gives the same bytes, values and errors on every member and in its plain model.
+// Every operation gives the same bytes, values and errors on every member and by its plain rule.
 #include <gtest/gtest.h>
 
 #include "check/operation_case.h"
-#include "tests/models/model_family.h"
 #include "tests/plugin/requests.h"
 #include "tests/support/member.h"
 #include "tests/support/random.h"
@@ -32,11 +31,6 @@ class MembersAgree : public testing::TestWithParam<OperationCase> {
 
   /// Calls every member with what `random` makes of `choice`; true when the call was not refused.
   bool CompareAll(std::uint64_t choice) {
-    const kv_img::AlgorithmInterface* model = kv_model::ModelOf(operation_);
-    if (model == nullptr) {
-      ADD_FAILURE() << "no model";
-      return false;
-    }
     bool wasDone = false;
     for (const Member& member : Members()) {
       const auto* implementation = ImplementationOf(member, operation_);
@@ -45,7 +39,7 @@ class MembersAgree : public testing::TestWithParam<OperationCase> {
         continue;
       }
       Random random(choice);
-      const Comparison comparison = operation_.compare(random, *model, *implementation);
+      const Comparison comparison = operation_.compare(random, *operation_.rule, *implementation);
       EXPECT_EQ(comparison.difference, "") << member.Name();
       wasDone = !comparison.wasRefused;
     }

@@ -1,6 +1,6 @@
 // Random pans against the plain model, and frames whose bytes are the same from every compiler.
 
-#include "tests/models/scanning_model.h"
+#include "check/models/scanning_model.h"
 
 #include <memory>
 

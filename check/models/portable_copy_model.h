@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "image/image.h"
-#include "tests/models/copy_model.h"
+#include "check/models/copy_model.h"
 
 /// A plain model of the copies that only the portable member offers: every pixel by itself, in plain numbers.
 namespace kv_model {

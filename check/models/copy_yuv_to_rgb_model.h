@@ -4,7 +4,7 @@
 #include <initializer_list>
 
 #include "image/image.h"
-#include "tests/models/copy_model.h"
+#include "check/models/copy_model.h"
 
 /// Plain models of the copies from packed 4:2:2 to bitmaps.
 namespace kv_model {

@@ -3,7 +3,7 @@
 #include <cstdint>
 
 #include "image/image.h"
-#include "tests/models/copy_model.h"
+#include "check/models/copy_model.h"
 
 /// Plain models of the copies from bitmaps to packed 4:2:2.
 namespace kv_model {

@@ -6,7 +6,7 @@
 
 #include "image/image.h"
 #include "image/region_of_support.h"
-#include "tests/models/average_filter_model.h"
+#include "check/models/average_filter_model.h"
 
 /// Plain models of the alpha layers, pixel by pixel.
 namespace kv_model {

@@ -3,7 +3,7 @@
 #include <cstdint>
 
 #include "image/image.h"
-#include "tests/models/copy_model.h"
+#include "check/models/copy_model.h"
 
 namespace kv_model {
 
