@@ -1,6 +1,7 @@
 #pragma once
 
 #include <type_traits>
+#include <utility>
 
 #include "algorithms/simd/kernel.h"
 #include "algorithms/simd/wide_registers.h"
@@ -33,74 +34,60 @@ KV_INLINE void CopyFew(std::uint8_t* to, const std::uint8_t* from, std::int32_t 
 // together with what is before it. What is written goes through a buffer, so that a stream that is read and
 // written in place stays right. When there was no whole step, what is read goes through a buffer too.
 
-/// Where a walk is in a stream that it reads: `perGroup` bytes a group, `before` and `after` bytes around all
-/// of them.
-template <int perGroup, int before = 0, int after = 0>
+/// A pointer into a stream that is read: `perGroup` bytes a group, `before` and `after` bytes around all of
+/// them.
+template <int perGroup, int before = 0, int after = 0, class Element = std::uint8_t>
 struct Reading {
-  static constexpr int bytes = perGroup;
-  const std::uint8_t*& pointer;
+  static constexpr int elements = perGroup / static_cast<int>(sizeof(Element));
+  const Element*& pointer;
 
   template <int most>
   struct Rest {
     alignas(64) std::uint8_t buffer[before + most * perGroup + after];
-    const std::uint8_t* begin;
+    const Element* begin;
     Rest(const Reading& in, std::int32_t groups, bool isAfterSteps) {
       if (isAfterSteps) {
-        begin = in.pointer - (most - groups) * perGroup;
+        begin = in.pointer - (most - groups) * elements;
       } else {
         std::memset(buffer, 0, sizeof buffer);
-        CopyFew<before + most * perGroup + after>(buffer, in.pointer - before,
+        CopyFew<before + most * perGroup + after>(buffer,
+                                                  reinterpret_cast<const std::uint8_t*>(in.pointer) - before,
                                                   before + groups * perGroup + after);
-        begin = buffer + before;
+        begin = reinterpret_cast<const Element*>(buffer + before);
       }
     }
     Rest(const Rest&) = delete;
-    const std::uint8_t* Begin() const { return begin; }
-    void Finish(const Reading& in, std::int32_t groups) const { in.pointer += groups * perGroup; }
+    const Element* Begin() const { return begin; }
+    void Finish(const Reading& in, std::int32_t groups) const { in.pointer += groups * elements; }
   };
 };
-/// In a stream that it writes.
-template <int perGroup>
+/// A pointer into a stream that is written, and with `isRead` read first.
+template <int perGroup, bool isRead = false, class Element = std::uint8_t>
 struct Writing {
-  static constexpr int bytes = perGroup;
-  std::uint8_t*& pointer;
+  static constexpr int elements = perGroup / static_cast<int>(sizeof(Element));
+  Element*& pointer;
 
   template <int most>
   struct Rest {
     alignas(64) std::uint8_t buffer[most * perGroup];
     const std::int32_t skipped;
-    Rest(const Writing& /*out*/, std::int32_t groups, bool isAfterSteps)
-        : skipped(isAfterSteps ? (most - groups) * perGroup : 0) {}
-    std::uint8_t* Begin() { return buffer; }
-    void Finish(const Writing& out, std::int32_t groups) const {
-      CopyFew<most * perGroup>(out.pointer, buffer + skipped, groups * perGroup);
-      out.pointer += groups * perGroup;
-    }
-  };
-};
-/// In a stream that it changes in place.
-template <int perGroup>
-struct Changing {
-  static constexpr int bytes = perGroup;
-  std::uint8_t*& pointer;
-
-  template <int most>
-  struct Rest {
-    alignas(64) std::uint8_t buffer[most * perGroup];
-    const std::int32_t skipped;
-    Rest(const Changing& inOut, std::int32_t groups, bool isAfterSteps)
+    Rest(const Writing& out, std::int32_t groups, bool isAfterSteps)
         : skipped(isAfterSteps ? (most - groups) * perGroup : 0) {
-      if (isAfterSteps) {
-        std::memcpy(buffer, inOut.pointer - skipped, sizeof buffer);
-      } else {
-        std::memset(buffer, 0, sizeof buffer);
-        CopyFew<most * perGroup>(buffer, inOut.pointer, groups * perGroup);
+      if constexpr (isRead) {
+        const auto* bytes = reinterpret_cast<const std::uint8_t*>(out.pointer);
+        if (isAfterSteps) {
+          std::memcpy(buffer, bytes - skipped, sizeof buffer);
+        } else {
+          std::memset(buffer, 0, sizeof buffer);
+          CopyFew<most * perGroup>(buffer, bytes, groups * perGroup);
+        }
       }
     }
-    std::uint8_t* Begin() { return buffer; }
-    void Finish(const Changing& inOut, std::int32_t groups) const {
-      CopyFew<most * perGroup>(inOut.pointer, buffer + skipped, groups * perGroup);
-      inOut.pointer += groups * perGroup;
+    Element* Begin() { return reinterpret_cast<Element*>(buffer); }
+    void Finish(const Writing& out, std::int32_t groups) const {
+      CopyFew<most * perGroup>(reinterpret_cast<std::uint8_t*>(out.pointer), buffer + skipped,
+                               groups * perGroup);
+      out.pointer += groups * elements;
     }
   };
 };
@@ -114,7 +101,7 @@ KV_INLINE void WalkPlaces(std::int32_t groups, Step step, Places... places) {
   [&](auto*... pointers) {
     for (; groups >= groupsPerStep; groups -= groupsPerStep) {
       step(pointers...);
-      ((pointers += groupsPerStep * Places::bytes), ...);
+      ((pointers += groupsPerStep * Places::elements), ...);
     }
     ((places.pointer = pointers), ...);
   }(places.pointer...);
@@ -125,24 +112,26 @@ KV_INLINE void WalkPlaces(std::int32_t groups, Step step, Places... places) {
   }(typename Places::template Rest<groupsPerStep>(places, groups, hasSteps)...);
 }
 
-template <auto pointer, int perGroup, int before, int after>
-Reading<perGroup, before, after> PlaceIn(In<pointer, perGroup, before, after>);
-template <auto pointer, int perGroup>
-Writing<perGroup> PlaceIn(Out<pointer, perGroup>);
-template <auto pointer, int perGroup>
-Changing<perGroup> PlaceIn(InOut<pointer, perGroup>);
+template <auto pointer, class Args>
+using ElementOf = std::remove_cv_t<
+    std::remove_pointer_t<std::remove_reference_t<decltype(std::declval<Args&>().*pointer)>>>;
 
-template <class Stream>
-using PointerIn = std::remove_reference_t<decltype(decltype(PlaceIn(Stream()))::pointer)>;
+template <auto pointer, int perGroup, int before, int after, class Args>
+KV_INLINE auto PlaceOf(Args& args, In<pointer, perGroup, before, after> /*stream*/) {
+  return Reading<perGroup, before, after, ElementOf<pointer, Args>>{args.*pointer};
+}
+template <auto pointer, int perGroup, class Args>
+KV_INLINE auto PlaceOf(Args& args, Out<pointer, perGroup> /*stream*/) {
+  return Writing<perGroup, false, ElementOf<pointer, Args>>{args.*pointer};
+}
+template <auto pointer, int perGroup, class Args>
+KV_INLINE auto PlaceOf(Args& args, InOut<pointer, perGroup> /*stream*/) {
+  return Writing<perGroup, true, ElementOf<pointer, Args>>{args.*pointer};
+}
 
 template <int groupsPerStep, class Args, class Step, class... Streams>
 KV_INLINE void WalkStreams(Args& args, Step step, StreamList<Streams...> /*streams*/) {
-  [&](PointerIn<Streams>... pointers) {
-    WalkPlaces<groupsPerStep>(args.groups, step, decltype(PlaceIn(Streams())){pointers}...);
-    ((args.*Streams::pointer =
-          reinterpret_cast<std::remove_cvref_t<decltype(args.*Streams::pointer)>>(pointers)),
-     ...);
-  }(reinterpret_cast<PointerIn<Streams>>(args.*Streams::pointer)...);
+  WalkPlaces<groupsPerStep>(args.groups, step, PlaceOf(args, Streams())...);
 }
 
 /// Calls `step` with pointers into the streams of a record, in their order.

@@ -16,7 +16,7 @@ void ReplaceRow<level>(ReplaceRowArgs& args) noexcept {
         Store(first, Add16(Load(first), Sub16(LowerBytes16(entering), LowerBytes16(leaving))));
         Store(second, Add16(Load(second), Sub16(UpperBytes16(entering), UpperBytes16(leaving))));
       },
-      Reading<8>{args.entering}, Reading<8>{args.leaving}, Changing<8>{firstBytes}, Changing<8>{secondBytes});
+      Reading<8>{args.entering}, Reading<8>{args.leaving}, Writing<8, true>{firstBytes}, Writing<8, true>{secondBytes});
   args.first = reinterpret_cast<std::uint16_t*>(firstBytes);
   args.second = reinterpret_cast<std::uint16_t*>(secondBytes);
 }
