@@ -1,11 +1,14 @@
 #include <algorithm>
+#include <cstdio>
 #include <filesystem>
 #include <memory>
+#include <new>
 
 #include "frame/platform/platform.h"
 #include "host/commands/command.h"
 #include "host/errors.h"
 #include "host/formats/byte_sink.h"
+#include "host/formats/format_error.h"
 #include "host/gallery/page.h"
 #include "host/gallery/tour.h"
 #include "host/progress.h"
@@ -50,6 +53,15 @@ CommandResult RunInProcess(const std::vector<std::string>& arguments, const std:
   return result;
 }
 
+/// The problem with the picture's name before it, unless it has that already.
+std::string Named(const std::string& picture, const std::string& problem) {
+  return problem.starts_with(picture) ? problem : picture + ": " + problem;
+}
+
+void Tell(const std::string& problem) {
+  std::fprintf(stderr, "kv: %s\n", problem.c_str());
+}
+
 struct DemoOptions {
   std::vector<std::string> pictures;
   std::string output;
@@ -62,21 +74,39 @@ struct DemoOptions {
     fs::create_directories(output, error);
     if (!fs::is_directory(output)) throw UsageError("--output: " + output + " cannot be made a folder");
     std::vector<Room> rooms;
-    Progress progress("pictures", static_cast<std::int64_t>(shown.size()));
-    for (std::size_t i = 0; i < shown.size(); ++i) {
-      const std::string prefix = shown.size() == 1 ? "" : std::to_string(i + 1) + "-";
-      rooms.push_back(MakeTour(shown[i], {output, prefix, pool.ThreadCount(), RunInProcess}));
-      progress.Advance();
+    std::vector<std::string> problems;
+    {
+      Progress progress("pictures", static_cast<std::int64_t>(shown.size()));
+      for (std::size_t i = 0; i < shown.size(); ++i) {
+        const std::string prefix = shown.size() == 1 ? "" : std::to_string(i + 1) + "-";
+        try {
+          rooms.push_back(MakeTour(shown[i], {output, prefix, pool.ThreadCount(), RunInProcess}));
+        } catch (const FileError& problem) {
+          problems.push_back(Named(shown[i], problem.what()));
+        } catch (const UsageError& problem) {
+          problems.push_back(Named(shown[i], problem.what()));
+        } catch (const std::bad_alloc&) {
+          problems.push_back(shown[i] + ": out of memory");
+        }
+        progress.Advance();
+      }
     }
+    // The last problem is the program's; the others are told here.
+    if (rooms.empty()) {
+      for (std::size_t i = 0; i + 1 < problems.size(); ++i) Tell(problems[i]);
+      throw UsageError(problems.back());
+    }
+    for (const std::string& problem : problems) Tell(problem);
     const int count = pool.ThreadCount();
     ByteSink page((fs::path(output) / "index.html").string());
-    page.Write(GalleryPage(rooms, "Times are of the operation alone, without files, on " +
-                                      std::to_string(count) + (count == 1 ? " thread" : " threads") +
-                                      ", the best of three runs."));
+    page.Write(GalleryPage(rooms,
+                           "Times are of the operation alone, without files, on " + std::to_string(count) +
+                               (count == 1 ? " thread" : " threads") + ", the best of three runs.",
+                           problems));
     page.Commit();
     session.files.push_back(page.Name());
     session.Answer("open " + page.Name() + "\n");
-    return Done;
+    return problems.empty() ? Done : BadInput;
   }
 };
 

@@ -57,6 +57,10 @@ FileFormat Decide(ByteSource& source, const std::string& name, const ReadOptions
   const auto shown = FormatOfContent(source);
   if (shown) return *shown;
   if (source.AtEnd()) throw FormatError(source.Name(), 0, "the file is empty");
+  if (const auto start = source.Peek(2); start.size() == 2 && start[0] == 0xFF && start[1] == 0xD8) {
+    throw FormatError(source.Name(), 0,
+                      "JPEG is not read; convert it first, as in ffmpeg -i photo.jpg photo.png");
+  }
   if (named) return *named;
   throw FormatError(source.Name(), 0, "the format is not known; name it: " + FormatNames());
 }

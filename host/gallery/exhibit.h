@@ -32,6 +32,7 @@ struct Exhibit {
 struct Room {
   std::string title;
   std::string size;
+  std::string note;  ///< What was done to the picture for the gallery, if anything.
   std::vector<Exhibit> exhibits;
 };
 

@@ -144,7 +144,8 @@ void Show(std::ostream& html, const Exhibit& exhibit, const std::string& anchor)
 
 }  // namespace
 
-std::string GalleryPage(const std::vector<Room>& rooms, const std::string& footing) {
+std::string GalleryPage(const std::vector<Room>& rooms, const std::string& footing,
+                        const std::vector<std::string>& problems) {
   std::ostringstream html;
   html << "<!doctype html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
           "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
@@ -159,10 +160,12 @@ std::string GalleryPage(const std::vector<Room>& rooms, const std::string& footi
   for (std::size_t i = 0; !rooms.empty() && i < rooms.front().exhibits.size(); ++i) {
     html << "<a href=\"#e" << anchorOf(0, i) << "\">" << Escaped(rooms.front().exhibits[i].title) << "</a>\n";
   }
-  html << "</nav>\n</header>\n<main>\n";
+  html << "</nav>\n";
+  for (const std::string& problem : problems) html << "<p>Not shown: " << Escaped(problem) << "</p>\n";
+  html << "</header>\n<main>\n";
   for (std::size_t room = 0; room < rooms.size(); ++room) {
     html << "<h2>" << Escaped(rooms[room].title) << " <small>" << Escaped(rooms[room].size)
-         << "</small></h2>\n";
+         << (rooms[room].note.empty() ? "" : ", " + Escaped(rooms[room].note)) << "</small></h2>\n";
     for (std::size_t i = 0; i < rooms[room].exhibits.size(); ++i) {
       Show(html, rooms[room].exhibits[i], anchorOf(room, i));
     }
