@@ -197,10 +197,7 @@ class Tour {
         {scene_, PlateOf("painted-in.png", "its middle in other colours")},
         {{.file = "mask-color.png", .caption = "mask"}});
     Add("AlphaLayerProbMask", "Mask from probabilities",
-        "How much likelier a pixel is in the first picture than in the second, smoothed. Here the luma of "
-        "two "
-        "pictures "
-        "stands for probabilities.",
+        "How much likelier a pixel is in the first picture than in the second, smoothed; luma stands for it.",
         {"alpha-prob", "@scene.y4m", "@other.y4m", "@mask-prob.png", "--window", "5", "--gain", "2"},
         {scene_, other_}, {{.file = "mask-prob.png", .caption = "mask"}});
   }
@@ -215,9 +212,8 @@ class Tour {
     Plate before = writeDetail("fields.y4m", "fields-detail.png");
     before.caption = "two fields of two moments, a part enlarged";
     Add("ParityChange", "Field parity",
-        "The frame moves by half a line to the other field parity: each row becomes the mean of two, so the "
-        "comb of "
-        "the two fields becomes a soft double edge.",
+        "The frame moves by half a line to the other field parity: each row is the mean of two, so combs "
+        "become soft edges.",
         {"parity", "@fields.y4m", "@parity.y4m"}, {before}, {});
     Plate after = writeDetail("parity.y4m", "parity-detail.png");
     after.caption = "half a line on, the same part";
@@ -249,9 +245,8 @@ class Tour {
     const int half = std::min(16, std::min(width_, height_) / 6);
     const int range = std::min(40, std::min(width_, height_) / 2 - half - 6);
     Add("FeatureFind", "Template search",
-        "A small part of one picture is sought in another; the map shows the mean difference at every place, "
-        "from blue "
-        "(bad) to yellow (good).",
+        "A small part of one picture is sought in another; the map shows the mean difference everywhere, "
+        "blue is bad.",
         {"find", "@scene.y4m", "@moved.y4m", "--at",
          std::to_string(width_ / 2) + "," + std::to_string(height_ / 2), "--half", Text(half, half),
          "--range", Text(range, range), "--map", "@surface.png", "--annotate", "@found.png"},
@@ -272,9 +267,7 @@ class Tour {
         std::to_string(width_ / 2) + ",0," + std::to_string(width_ / 4) + "," + std::to_string(height_);
     Add("FillPoly", "Polygon",
         "A polygon is clipped to a region and its scan lines are prepared. Pixels stay as they are: a "
-        "painter "
-        "takes it "
-        "from there.",
+        "painter takes it from there.",
         {"clip", "--polygon", arrow.substr(0, arrow.size() - 1), "--size", Text(width_, height_), "--region",
          region, "--svg", "@pieces.svg"},
         {}, {{.file = "pieces.svg", .caption = "polygon, region (dashed) and pieces"}});
