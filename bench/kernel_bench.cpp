@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "check/kernel_case.h"
+#include "tests/kernel_check/kernel_case.h"
 
 namespace {
 

@@ -3,9 +3,9 @@
 
 #include <array>
 
-#include "check/checker.h"
 #include "check/region_pairs.h"
 #include "check/test_image.h"
+#include "tests/kernel_check/checker.h"
 
 namespace {
 

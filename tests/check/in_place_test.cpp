@@ -3,8 +3,8 @@
 
 #include <vector>
 
-#include "check/kernel_case.h"
 #include "check/random.h"
+#include "tests/kernel_check/kernel_case.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include <memory>
 
-#include "check/guarded_pages.h"
 #include "tests/featurefind/search_test.h"
+#include "tests/kernel_check/guarded_pages.h"
 
 namespace {
 

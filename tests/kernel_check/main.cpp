@@ -8,8 +8,8 @@
 #include <string>
 
 #include "algorithms/copy/kernels/swap_bytes.h"
-#include "check/checker.h"
-#include "check/listed_kernel.h"
+#include "tests/kernel_check/checker.h"
+#include "tests/kernel_check/listed_kernel.h"
 
 namespace {
 

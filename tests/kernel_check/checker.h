@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "check/kernel_case.h"
+#include "tests/kernel_check/kernel_case.h"
 
 namespace kv_check {
 

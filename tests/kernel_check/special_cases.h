@@ -5,7 +5,7 @@
 
 #include "algorithms/featurefind/kernels/bilinear_sad.h"
 #include "algorithms/featurefind/kernels/block_sad.h"
-#include "check/kernel_case.h"
+#include "tests/kernel_check/kernel_case.h"
 
 namespace kv_check {
 

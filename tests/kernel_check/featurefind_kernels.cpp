@@ -1,8 +1,8 @@
 #include <cstring>
 #include <utility>
 
-#include "check/listed_kernel.h"
-#include "check/special_cases.h"
+#include "tests/kernel_check/listed_kernel.h"
+#include "tests/kernel_check/special_cases.h"
 
 namespace kv_check {
 

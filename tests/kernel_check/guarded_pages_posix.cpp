@@ -3,7 +3,7 @@
 
 #include <new>
 
-#include "check/guarded_pages.h"
+#include "tests/kernel_check/guarded_pages.h"
 
 namespace kv_check {
 

@@ -1,7 +1,7 @@
 #include <algorithm>
 
 #include "algorithms/box_filter/kernels/kernel_sets.h"
-#include "check/kernel_case.h"
+#include "tests/kernel_check/kernel_case.h"
 
 namespace kv_check {
 

@@ -1,9 +1,9 @@
-#include "check/record_constants.h"
+#include "tests/kernel_check/record_constants.h"
 
 #include <algorithm>
 
-#include "check/kernel_case.h"
 #include "check/random.h"
+#include "tests/kernel_check/kernel_case.h"
 
 namespace kv_check {
 namespace {

@@ -3,8 +3,8 @@
 #include <type_traits>
 
 #include "algorithms/simd/kernel.h"
-#include "check/kernel_case.h"
-#include "check/record_constants.h"
+#include "tests/kernel_check/kernel_case.h"
+#include "tests/kernel_check/record_constants.h"
 
 // What the check tool makes of a kernel type: records are drawn from its streams.
 

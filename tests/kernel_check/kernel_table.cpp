@@ -6,8 +6,8 @@
 #include "algorithms/copy/kernels/swap_bytes.h"
 #include "algorithms/kernel_list.h"
 #include "algorithms/parity/kernels/average_lines.h"
-#include "check/listed_kernel.h"
-#include "check/special_cases.h"
+#include "tests/kernel_check/listed_kernel.h"
+#include "tests/kernel_check/special_cases.h"
 
 namespace kv_check {
 namespace {

@@ -1,12 +1,12 @@
-#include "check/checker.h"
+#include "tests/kernel_check/checker.h"
 
 #include <algorithm>
 #include <cstring>
 #include <memory>
 #include <sstream>
 
-#include "check/guarded_pages.h"
 #include "check/random.h"
+#include "tests/kernel_check/guarded_pages.h"
 
 namespace kv_check {
 namespace {
