@@ -17,4 +17,14 @@ enum class PackedOrder {
   return 1 - LumaByte(order);
 }
 
+/// Calls `work` with the order as its template argument.
+template <class Work>
+[[gnu::always_inline]] inline void WithOrder(PackedOrder order, Work work) {
+  if (order == PackedOrder::LumaFirst) {
+    work.template operator()<PackedOrder::LumaFirst>();
+  } else {
+    work.template operator()<PackedOrder::ChromaFirst>();
+  }
+}
+
 }  // namespace kv_img

@@ -1,5 +1,5 @@
 #include "algorithms/arithmetic/kernels/blend_boost.h"
-#include "algorithms/simd/mmx.h"
+#include "algorithms/packed422/lanes_mmx.h"
 
 namespace kv_img::arithmetic {
 namespace {
@@ -22,50 +22,40 @@ __m64 Blend(__m64 a, __m64 b, __m64 weights) {
   return _mm_add_pi16(a, _mm_srai_pi16(_mm_mullo_pi16(_mm_sub_pi16(b, a), weights), 7));
 }
 
-__m64 LowBytes(__m64 word) {
-  return _mm_and_si64(word, _mm_set1_pi16(0x00FF));
-}
-__m64 HighBytes(__m64 word) {
-  return _mm_srli_pi16(word, 8);
-}
-
 // A group: `b` and `a` as they lie in memory, the four mask values as 16-bit lanes.
 template <PackedOrder order>
 __m64 BlendGroup(__m64 b, __m64 a, __m64 mask) {
-  const __m64 lumaA = order == PackedOrder::ChromaFirst ? HighBytes(a) : LowBytes(a);
-  const __m64 lumaB = order == PackedOrder::ChromaFirst ? HighBytes(b) : LowBytes(b);
-  const __m64 chromaA = order == PackedOrder::ChromaFirst ? LowBytes(a) : HighBytes(a);
-  const __m64 chromaB = order == PackedOrder::ChromaFirst ? LowBytes(b) : HighBytes(b);
+  const __m64 lumaA = LumaLanes<order>(a);
+  const __m64 lumaB = LumaLanes<order>(b);
+  const __m64 chromaA = ChromaLanes<order>(a);
+  const __m64 chromaB = ChromaLanes<order>(b);
   const __m64 weights = BoostedWeights(mask, lumaA, lumaB);
   const __m64 luma = Blend(lumaA, lumaB, weights);
   const __m64 chroma = Blend(chromaA, chromaB, ChromaWeights(weights));
-  return order == PackedOrder::ChromaFirst ? _mm_or_si64(chroma, _mm_slli_pi16(luma, 8))
-                                           : _mm_or_si64(luma, _mm_slli_pi16(chroma, 8));
+  return JoinLanes<order>(luma, chroma);
 }
 
 template <PackedOrder order>
 void BlendRow(BlendBoost::Args& args) {
+  BlendBoost::Args at = args;  // no store can reach a local copy, so its pointers stay in registers
   const __m64 zero = _mm_setzero_si64();
-  for (std::int32_t group = 0; group < args.groups; ++group) {
-    const __m64 mask = _mm_unpacklo_pi8(Load32(args.mask), zero);
-    Store64(args.destination, BlendGroup<order>(Load64(args.b), Load64(args.a), mask));
-    args.b += 8;
-    args.a += 8;
-    args.mask += 4;
-    args.destination += 8;
+  for (std::int32_t group = 0; group < at.groups; ++group) {
+    const __m64 mask = _mm_unpacklo_pi8(Load32(at.mask), zero);
+    Store64(at.destination, BlendGroup<order>(Load64(at.b), Load64(at.a), mask));
+    at.b += 8;
+    at.a += 8;
+    at.mask += 4;
+    at.destination += 8;
   }
+  args = at;
+  _mm_empty();
 }
 
 }  // namespace
 
 template <>
 void BlendBoost::Run<Mmx>(Args& args) noexcept {
-  if (args.order == PackedOrder::ChromaFirst) {
-    BlendRow<PackedOrder::ChromaFirst>(args);
-  } else {
-    BlendRow<PackedOrder::LumaFirst>(args);
-  }
-  _mm_empty();
+  WithOrder(args.order, [&args]<PackedOrder order>() { BlendRow<order>(args); });
 }
 
 }  // namespace kv_img::arithmetic

@@ -1,5 +1,5 @@
 #include "algorithms/arithmetic/kernels/blend_boost.h"
-#include "algorithms/simd/wide.h"
+#include "algorithms/packed422/lanes_wide.h"
 
 namespace kv_img::arithmetic {
 namespace {
@@ -14,16 +14,15 @@ void BlendRow(BlendBoost::Args& args) {
                                                 const std::uint8_t* mask, std::uint8_t* destination) {
     const Vector pixelsA = Load(a);
     const Vector pixelsB = Load(b);
-    const Vector lumaA = order == PackedOrder::LumaFirst ? LowerBytes16(pixelsA) : UpperBytes16(pixelsA);
-    const Vector lumaB = order == PackedOrder::LumaFirst ? LowerBytes16(pixelsB) : UpperBytes16(pixelsB);
-    const Vector chromaA = order == PackedOrder::LumaFirst ? UpperBytes16(pixelsA) : LowerBytes16(pixelsA);
-    const Vector chromaB = order == PackedOrder::LumaFirst ? UpperBytes16(pixelsB) : LowerBytes16(pixelsB);
+    const Vector lumaA = LumaLanes<order>(pixelsA);
+    const Vector lumaB = LumaLanes<order>(pixelsB);
+    const Vector chromaA = ChromaLanes<order>(pixelsA);
+    const Vector chromaB = ChromaLanes<order>(pixelsB);
     const Vector boosted = Add16(Widen8To16(mask), Sub16(lumaA, lumaB));
     const Vector weight = ShiftRight16<1>(Clamp16(boosted));
     const Vector luma = Blend(lumaA, lumaB, weight);
     const Vector chroma = Blend(chromaA, chromaB, RepeatLower16(weight));
-    Store(destination, order == PackedOrder::LumaFirst ? Or(luma, ShiftLeft16<8>(chroma))
-                                                       : Or(ShiftLeft16<8>(luma), chroma));
+    Store(destination, JoinLanes<order>(luma, chroma));
   });
 }
 
@@ -31,8 +30,7 @@ void BlendRow(BlendBoost::Args& args) {
 
 template <>
 void BlendBoost::Run<Wide<level>>(Args& args) noexcept {
-  args.order == PackedOrder::LumaFirst ? BlendRow<PackedOrder::LumaFirst>(args)
-                                       : BlendRow<PackedOrder::ChromaFirst>(args);
+  WithOrder(args.order, [&args]<PackedOrder order>() { BlendRow<order>(args); });
 }
 
 }  // namespace kv_img::arithmetic

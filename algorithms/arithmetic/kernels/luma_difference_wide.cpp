@@ -1,6 +1,6 @@
 #define KV_HALF_REGISTERS
 #include "algorithms/arithmetic/kernels/luma_difference.h"
-#include "algorithms/simd/wide.h"
+#include "algorithms/packed422/lanes_wide.h"
 
 namespace kv_img::arithmetic {
 namespace {
@@ -13,8 +13,7 @@ void Differences(LumaDifference::Args& args) {
         const auto luma = [](const std::uint8_t* packed) {
           const Vector a = Load(packed);
           const Vector b = Load(packed + width);
-          return order == PackedOrder::LumaFirst ? KV_SIMD(packus_epi16)(LowerBytes16(a), LowerBytes16(b))
-                                                 : KV_SIMD(packus_epi16)(UpperBytes16(a), UpperBytes16(b));
+          return KV_SIMD(packus_epi16)(LumaLanes<order>(a), LumaLanes<order>(b));
         };
         Store(destination, OrderOfPack(AbsoluteDifferenceU8(luma(first), luma(second))));
       });
@@ -24,8 +23,7 @@ void Differences(LumaDifference::Args& args) {
 
 template <>
 void LumaDifference::Run<Wide<level>>(Args& args) noexcept {
-  args.order == PackedOrder::LumaFirst ? Differences<PackedOrder::LumaFirst>(args)
-                                       : Differences<PackedOrder::ChromaFirst>(args);
+  WithOrder(args.order, [&args]<PackedOrder order>() { Differences<order>(args); });
 }
 
 }  // namespace kv_img::arithmetic

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "algorithms/packed422/order.h"
 #include "algorithms/simd/kernel.h"
 
 namespace kv_img::copy {

@@ -1,18 +1,18 @@
 #define KV_HALF_REGISTERS
 #include "algorithms/copy/kernels/regroup_pairs.h"
-#include "algorithms/simd/wide.h"
+#include "algorithms/packed422/lanes_wide.h"
 
 namespace kv_img::copy {
 namespace {
 
-template <bool fromLumaFirst, bool toLumaFirst>
+template <PackedOrder from, PackedOrder to>
 void Regroup(RegroupPairs::Args& args) {
   Walk<RegroupPairs::Streams, width / 8>(args, [](const std::uint8_t* source, std::uint8_t* destination) {
     const Vector pixels = Load(source);
     const Vector next = Load(source + 2);
-    const Vector luma = fromLumaFirst ? LowerBytes16(pixels) : UpperBytes16(pixels);
-    const Vector chroma = fromLumaFirst ? UpperBytes16(next) : LowerBytes16(next);
-    Store(destination, toLumaFirst ? Or(luma, ShiftLeft16<8>(chroma)) : Or(ShiftLeft16<8>(luma), chroma));
+    const Vector luma = LumaLanes<from>(pixels);
+    const Vector chroma = ChromaLanes<from>(next);
+    Store(destination, JoinLanes<to>(luma, chroma));
   });
 }
 
@@ -20,12 +20,9 @@ void Regroup(RegroupPairs::Args& args) {
 
 template <>
 void RegroupPairs::Run<Wide<level>>(Args& args) noexcept {
-  const bool toLumaFirst = args.destinationOrder == PackedOrder::LumaFirst;
-  if (args.sourceOrder == PackedOrder::LumaFirst) {
-    toLumaFirst ? Regroup<true, true>(args) : Regroup<true, false>(args);
-  } else {
-    toLumaFirst ? Regroup<false, true>(args) : Regroup<false, false>(args);
-  }
+  WithOrder(args.sourceOrder, [&args]<PackedOrder from>() {
+    WithOrder(args.destinationOrder, [&args]<PackedOrder to>() { Regroup<from, to>(args); });
+  });
 }
 
 }  // namespace kv_img::copy

@@ -156,29 +156,17 @@ void ConvertDib32(Args& args) {
 
 template <>
 void Dib24ToYuv422::Run<Mmx>(Args& args) noexcept {
-  if (args.order == PackedOrder::LumaFirst) {
-    ConvertDib24<PackedOrder::LumaFirst>(args);
-  } else {
-    ConvertDib24<PackedOrder::ChromaFirst>(args);
-  }
+  WithOrder(args.order, [&args]<PackedOrder order>() { ConvertDib24<order>(args); });
 }
 
 template <>
 void Dib32ToYuv422::Run<Mmx>(Args& args) noexcept {
-  if (args.order == PackedOrder::LumaFirst) {
-    ConvertDib32<PackedOrder::LumaFirst>(args);
-  } else {
-    ConvertDib32<PackedOrder::ChromaFirst>(args);
-  }
+  WithOrder(args.order, [&args]<PackedOrder order>() { ConvertDib32<order>(args); });
 }
 
 template <>
 void Dib32ToYuva422::Run<Mmx>(Args& args) noexcept {
-  if (args.order == PackedOrder::LumaFirst) {
-    ConvertDib32<PackedOrder::LumaFirst>(args);
-  } else {
-    ConvertDib32<PackedOrder::ChromaFirst>(args);
-  }
+  WithOrder(args.order, [&args]<PackedOrder order>() { ConvertDib32<order>(args); });
 }
 
 }  // namespace kv_img::copy

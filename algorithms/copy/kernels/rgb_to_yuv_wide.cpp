@@ -101,7 +101,7 @@ Vector WholeAt(Vector sums) {
   return And(sums, Set32(std::uint32_t{0xFF} << 8 * byte));
 }
 
-template <bool isLumaFirst>
+template <PackedOrder order>
 class Converter {
  public:
   explicit Converter(const RgbToYuvMatrix& matrix)
@@ -123,8 +123,8 @@ class Converter {
   }
 
  private:
-  static constexpr int lumaByte = isLumaFirst ? 0 : 1;
-  static constexpr int chromaByte = 1 - lumaByte;
+  static constexpr int lumaByte = LumaByte(order);
+  static constexpr int chromaByte = ChromaByte(order);
 
   static Vector Compose(Vector evenLuma, Vector oddLuma, Vector cb, Vector cr) {
 #if KV_WIDE_LEVEL >= 3
@@ -204,27 +204,27 @@ Vector FourthBytes(const TwoVectors& pixels) {
 #endif
 }
 
-template <bool isLumaFirst>
+template <PackedOrder order>
 void Convert24(RgbToYuv::Args& args) {
-  const Converter<isLumaFirst> converter(args.matrix);
+  const Converter<order> converter(args.matrix);
   Walk<Dib24ToYuv422::Streams, width / 16>(
       args, [&converter](const std::uint8_t* source, std::uint8_t* destination) {
         Store(destination, converter.Convert(Read24(source)));
       });
 }
 
-template <bool isLumaFirst>
+template <PackedOrder order>
 void Convert32(RgbToYuv::Args& args) {
-  const Converter<isLumaFirst> converter(args.matrix);
+  const Converter<order> converter(args.matrix);
   Walk<Dib32ToYuv422::Streams, width / 8>(
       args, [&converter](const std::uint8_t* source, std::uint8_t* destination) {
         Store(destination, converter.Convert(Read32(source)));
       });
 }
 
-template <bool isLumaFirst>
+template <PackedOrder order>
 void Convert32WithAlpha(Dib32ToYuva422::Args& args) {
-  const Converter<isLumaFirst> converter(args.matrix);
+  const Converter<order> converter(args.matrix);
   Walk<Dib32ToYuva422::Streams, width / 8>(
       args, [&converter](const std::uint8_t* source, std::uint8_t* destination, std::uint8_t* alpha) {
         const TwoVectors pixels = Read32(source);
@@ -237,17 +237,17 @@ void Convert32WithAlpha(Dib32ToYuva422::Args& args) {
 
 template <>
 void Dib24ToYuv422::Run<Wide<level>>(Args& args) noexcept {
-  args.order == PackedOrder::LumaFirst ? Convert24<true>(args) : Convert24<false>(args);
+  WithOrder(args.order, [&args]<PackedOrder order>() { Convert24<order>(args); });
 }
 
 template <>
 void Dib32ToYuv422::Run<Wide<level>>(Args& args) noexcept {
-  args.order == PackedOrder::LumaFirst ? Convert32<true>(args) : Convert32<false>(args);
+  WithOrder(args.order, [&args]<PackedOrder order>() { Convert32<order>(args); });
 }
 
 template <>
 void Dib32ToYuva422::Run<Wide<level>>(Args& args) noexcept {
-  args.order == PackedOrder::LumaFirst ? Convert32WithAlpha<true>(args) : Convert32WithAlpha<false>(args);
+  WithOrder(args.order, [&args]<PackedOrder order>() { Convert32WithAlpha<order>(args); });
 }
 
 }  // namespace kv_img::copy

@@ -1,5 +1,5 @@
 #include "algorithms/copy/kernels/yuv_to_rgb.h"
-#include "algorithms/simd/mmx.h"
+#include "algorithms/packed422/lanes_mmx.h"
 
 namespace kv_img::copy {
 namespace {
@@ -43,26 +43,13 @@ __m64 AddAndClamp(__m64 lumaLow, __m64 lumaHigh, __m64 pairs) {
                         _mm_add_pi16(lumaHigh, _mm_unpackhi_pi16(pairs, pairs)));
 }
 
-template <PackedOrder order>
-__m64 LumaWords(__m64 source) {
-  return order == PackedOrder::LumaFirst ? _mm_and_si64(source, _mm_set1_pi16(0x00FF))
-                                         : _mm_srli_pi16(source, 8);
-}
-
-/// Cb, Cr, Cb, Cr
-template <PackedOrder order>
-__m64 ChromaWords(__m64 source) {
-  return order == PackedOrder::LumaFirst ? _mm_srli_pi16(source, 8)
-                                         : _mm_and_si64(source, _mm_set1_pi16(0x00FF));
-}
-
 /// Inlined by force: as a call it would pass its results through memory.
 template <PackedOrder order>
 [[gnu::always_inline]] inline EightPixels Convert(__m64 first, __m64 second, const MatrixWords& matrix) {
-  const __m64 lumaLow = Scale(_mm_sub_pi16(LumaWords<order>(first), matrix.lumaOffset), matrix.luma);
-  const __m64 lumaHigh = Scale(_mm_sub_pi16(LumaWords<order>(second), matrix.lumaOffset), matrix.luma);
-  const __m64 chromaLow = _mm_sub_pi16(ChromaWords<order>(first), matrix.chromaOffset);
-  const __m64 chromaHigh = _mm_sub_pi16(ChromaWords<order>(second), matrix.chromaOffset);
+  const __m64 lumaLow = Scale(_mm_sub_pi16(LumaLanes<order>(first), matrix.lumaOffset), matrix.luma);
+  const __m64 lumaHigh = Scale(_mm_sub_pi16(LumaLanes<order>(second), matrix.lumaOffset), matrix.luma);
+  const __m64 chromaLow = _mm_sub_pi16(ChromaLanes<order>(first), matrix.chromaOffset);
+  const __m64 chromaHigh = _mm_sub_pi16(ChromaLanes<order>(second), matrix.chromaOffset);
 
   const __m64 blueRedLow = Scale(chromaLow, matrix.blueRed);               // b0 r0 b1 r1
   const __m64 blueRedHigh = Scale(chromaHigh, matrix.blueRed);             // b2 r2 b3 r3
@@ -159,29 +146,17 @@ void ConvertToDib24(YuvToRgb::Args& args) {
 
 template <>
 void Yuv422ToDib15::Run<Mmx>(Args& args) noexcept {
-  if (args.order == PackedOrder::LumaFirst) {
-    ConvertToWords<PackedOrder::LumaFirst, Dib15Bytes>(args);
-  } else {
-    ConvertToWords<PackedOrder::ChromaFirst, Dib15Bytes>(args);
-  }
+  WithOrder(args.order, [&args]<PackedOrder order>() { ConvertToWords<order, Dib15Bytes>(args); });
 }
 
 template <>
 void Yuv422ToDib16::Run<Mmx>(Args& args) noexcept {
-  if (args.order == PackedOrder::LumaFirst) {
-    ConvertToWords<PackedOrder::LumaFirst, Dib16Bytes>(args);
-  } else {
-    ConvertToWords<PackedOrder::ChromaFirst, Dib16Bytes>(args);
-  }
+  WithOrder(args.order, [&args]<PackedOrder order>() { ConvertToWords<order, Dib16Bytes>(args); });
 }
 
 template <>
 void Yuv422ToDib24::Run<Mmx>(Args& args) noexcept {
-  if (args.order == PackedOrder::LumaFirst) {
-    ConvertToDib24<PackedOrder::LumaFirst>(args);
-  } else {
-    ConvertToDib24<PackedOrder::ChromaFirst>(args);
-  }
+  WithOrder(args.order, [&args]<PackedOrder order>() { ConvertToDib24<order>(args); });
 }
 
 }  // namespace kv_img::copy

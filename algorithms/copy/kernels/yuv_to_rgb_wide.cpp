@@ -1,17 +1,17 @@
 #include "algorithms/copy/kernels/yuv_to_rgb.h"
-#include "algorithms/simd/wide.h"
+#include "algorithms/packed422/lanes_wide.h"
 
 namespace kv_img::copy {
 namespace {
 
 /// Components of consecutive pixels in 16-bit lanes.
-struct Rgb {
+struct RgbLanes {
   Vector red;
   Vector green;
   Vector blue;
 };
 
-template <bool isLumaFirst>
+template <PackedOrder order>
 class Converter {
  public:
   explicit Converter(const YuvToRgbMatrix& matrix)
@@ -22,9 +22,9 @@ class Converter {
         chromaOffset_(Set16(matrix.chromaOffset)) {}
 
   /// Components of a register of packed 4:2:2, not yet clamped.
-  Rgb Convert(Vector packed) const {
-    const Vector y = isLumaFirst ? LowerBytes16(packed) : UpperBytes16(packed);
-    const Vector c = isLumaFirst ? UpperBytes16(packed) : LowerBytes16(packed);
+  RgbLanes Convert(Vector packed) const {
+    const Vector y = LumaLanes<order>(packed);
+    const Vector c = ChromaLanes<order>(packed);
     // Times 8, so that the upper half of a product with a gain is in units of 1 / 8192.
     const Vector luma = MultiplyHigh16(ShiftLeft16<3>(Sub16(y, lumaOffset_)), luma_);
     const Vector chroma = ShiftLeft16<3>(Sub16(c, chromaOffset_));
@@ -62,13 +62,13 @@ struct Dib16Word {
   }
 };
 
-template <class Word, bool isLumaFirst>
+template <class Word, PackedOrder order>
 void ConvertToWords(YuvToRgb::Args& args) {
-  const Converter<isLumaFirst> converter(args.matrix);
+  const Converter<order> converter(args.matrix);
   Walk<YuvToDibWords::Streams, width / 4>(
       args, [&converter](const std::uint8_t* source, std::uint8_t* destination) {
-        const Rgb first = converter.Convert(Load(source));
-        const Rgb second = converter.Convert(Load(source + width));
+        const RgbLanes first = converter.Convert(Load(source));
+        const RgbLanes second = converter.Convert(Load(source + width));
         // Packing clamps, and the order that it leaves is undone below.
         const Vector red = KV_SIMD(packus_epi16)(first.red, second.red);
         const Vector green = KV_SIMD(packus_epi16)(first.green, second.green);
@@ -103,11 +103,10 @@ constexpr Places places = [] {
 
 constexpr int groupsPerStep24 = 8;
 
-template <bool isLumaFirst>
-void ConvertStep24(const Converter<isLumaFirst>& converter, const std::uint8_t* source,
-                   std::uint8_t* destination) {
-  const Rgb first = converter.Convert(Load(source));
-  const Rgb second = converter.Convert(Load(source + width));
+template <PackedOrder order>
+void ConvertStep24(const Converter<order>& converter, const std::uint8_t* source, std::uint8_t* destination) {
+  const RgbLanes first = converter.Convert(Load(source));
+  const RgbLanes second = converter.Convert(Load(source + width));
   const Vector blue = _mm512_packus_epi16(first.blue, second.blue);
   const Vector green = _mm512_packus_epi16(first.green, second.green);
   const Vector red = _mm512_packus_epi16(first.red, second.red);
@@ -140,10 +139,10 @@ KV_INLINE void StoreLane(std::uint8_t* destination, __m128i front, __m128i back)
   _mm_storel_epi64(reinterpret_cast<__m128i*>(destination + 16), back);
 }
 
-template <bool isLumaFirst>
-KV_INLINE void ConvertStep24(const Converter<isLumaFirst>& converter, const std::uint8_t* source,
+template <PackedOrder order>
+KV_INLINE void ConvertStep24(const Converter<order>& converter, const std::uint8_t* source,
                              std::uint8_t* destination) {
-  const Rgb rgb = converter.Convert(Load(source));
+  const RgbLanes rgb = converter.Convert(Load(source));
   const Vector blueGreen = Or(Clamp16(rgb.blue), ShiftLeft16<8>(Clamp16(rgb.green)));
   const Vector red = Clamp16(rgb.red);
   // Eight pixels a lane: four and four.
@@ -168,9 +167,9 @@ KV_INLINE void ConvertStep24(const Converter<isLumaFirst>& converter, const std:
 
 #endif
 
-template <bool isLumaFirst>
+template <PackedOrder order>
 void ConvertTo24(YuvToRgb::Args& args) {
-  const Converter<isLumaFirst> converter(args.matrix);
+  const Converter<order> converter(args.matrix);
   Walk<Yuv422ToDib24::Streams, groupsPerStep24>(
       args, [&converter](const std::uint8_t* source, std::uint8_t* destination) {
         ConvertStep24(converter, source, destination);
@@ -181,19 +180,17 @@ void ConvertTo24(YuvToRgb::Args& args) {
 
 template <>
 void Yuv422ToDib15::Run<Wide<level>>(Args& args) noexcept {
-  args.order == PackedOrder::LumaFirst ? ConvertToWords<Dib15Word, true>(args)
-                                       : ConvertToWords<Dib15Word, false>(args);
+  WithOrder(args.order, [&args]<PackedOrder order>() { ConvertToWords<Dib15Word, order>(args); });
 }
 
 template <>
 void Yuv422ToDib16::Run<Wide<level>>(Args& args) noexcept {
-  args.order == PackedOrder::LumaFirst ? ConvertToWords<Dib16Word, true>(args)
-                                       : ConvertToWords<Dib16Word, false>(args);
+  WithOrder(args.order, [&args]<PackedOrder order>() { ConvertToWords<Dib16Word, order>(args); });
 }
 
 template <>
 void Yuv422ToDib24::Run<Wide<level>>(Args& args) noexcept {
-  args.order == PackedOrder::LumaFirst ? ConvertTo24<true>(args) : ConvertTo24<false>(args);
+  WithOrder(args.order, [&args]<PackedOrder order>() { ConvertTo24<order>(args); });
 }
 
 }  // namespace kv_img::copy

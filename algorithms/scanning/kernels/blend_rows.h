@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "algorithms/packed422/order.h"
 #include "algorithms/rounding.h"
 #include "algorithms/simd/kernel.h"
 

@@ -9,12 +9,12 @@ void BlendAligned::Run<Mmx>(Args& args) noexcept {
 
 template <>
 void BlendLumaFirstShifted::Run<Mmx>(Args& args) noexcept {
-  BlendShifted<0>(args);
+  BlendShifted<PackedOrder::LumaFirst>(args);
 }
 
 template <>
 void BlendChromaFirstShifted::Run<Mmx>(Args& args) noexcept {
-  BlendShifted<1>(args);
+  BlendShifted<PackedOrder::ChromaFirst>(args);
 }
 
 }  // namespace kv_img::scanning

@@ -23,16 +23,18 @@ void FillBytes(RowBlend::Args& args, Fill fill) {
   args.destination += bytes;
 }
 
-template <int lumaAt>
+template <PackedOrder order>
 void BlendShifted(RowBlend::Args& args) {
-  constexpr std::ptrdiff_t before = 1 - lumaAt - nextPixel;
-  constexpr std::ptrdiff_t behind = 1 - lumaAt + nextPixel;
+  constexpr std::ptrdiff_t lumaAt = LumaByte(order);
+  constexpr std::ptrdiff_t chromaAt = ChromaByte(order);
+  constexpr std::ptrdiff_t before = chromaAt - nextPixel;
+  constexpr std::ptrdiff_t after = chromaAt + nextPixel;
   FillBytes(args, [fraction = args.fraction](const std::uint8_t* upper, const std::uint8_t* lower,
                                              std::uint8_t* out, std::ptrdiff_t bytes) {
     for (std::ptrdiff_t i = 0; i < bytes; i += nextPixel) {
       out[i + lumaAt] = BlendRows(upper[i + lumaAt], lower[i + lumaAt], fraction);
-      out[i + 1 - lumaAt] =
-          BlendRows(upper[i + before], upper[i + behind], lower[i + before], lower[i + behind], fraction);
+      out[i + chromaAt] =
+          BlendRows(upper[i + before], upper[i + after], lower[i + before], lower[i + after], fraction);
     }
   });
 }

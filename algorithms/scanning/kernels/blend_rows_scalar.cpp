@@ -9,12 +9,12 @@ void BlendAligned::Run<Scalar>(Args& args) noexcept {
 
 template <>
 void BlendLumaFirstShifted::Run<Scalar>(Args& args) noexcept {
-  BlendShifted<0>(args);
+  BlendShifted<PackedOrder::LumaFirst>(args);
 }
 
 template <>
 void BlendChromaFirstShifted::Run<Scalar>(Args& args) noexcept {
-  BlendShifted<1>(args);
+  BlendShifted<PackedOrder::ChromaFirst>(args);
 }
 
 }  // namespace kv_img::scanning

@@ -46,9 +46,10 @@ KV_INLINE Vector BlendAt(const Blend& blend, Vector upper, Vector lower) {
   return ShiftLeft32<8 * byte>(blend.Of(NumberAt<byte>(upper), NumberAt<byte>(lower)));
 }
 
-template <int lumaAt>
+template <PackedOrder order>
 void BlendShifted(RowBlend::Args& args) {
-  constexpr int chromaAt = 1 - lumaAt;
+  constexpr int lumaAt = LumaByte(order);
+  constexpr int chromaAt = ChromaByte(order);
   Walk<ShiftedRowBlend::Streams, width / 8>(
       args, [blend = Blend(args.fraction)](const std::uint8_t* upperBytes, const std::uint8_t* lowerBytes,
                                            std::uint8_t* destination) {
@@ -85,12 +86,12 @@ void BlendAligned::Run<Wide<level>>(Args& args) noexcept {
 
 template <>
 void BlendLumaFirstShifted::Run<Wide<level>>(Args& args) noexcept {
-  BlendShifted<0>(args);
+  BlendShifted<PackedOrder::LumaFirst>(args);
 }
 
 template <>
 void BlendChromaFirstShifted::Run<Wide<level>>(Args& args) noexcept {
-  BlendShifted<1>(args);
+  BlendShifted<PackedOrder::ChromaFirst>(args);
 }
 
 }  // namespace kv_img::scanning

@@ -29,24 +29,24 @@ __m64 Weigh(__m64 upper, __m64 lower, const Weight& weight) {
   return _mm_add_pi16(products, _mm_and_si64(_mm_add_pi16(upper, lower), weight.missing));
 }
 
-template <bool isLumaFirst>
+template <PackedOrder order>
 __m64 Luma(__m64 words) {
-  return isLumaFirst ? LowSamples(words) : HighSamples(words);
+  return order == PackedOrder::LumaFirst ? LowSamples(words) : HighSamples(words);
 }
-template <bool isLumaFirst>
+template <PackedOrder order>
 __m64 Chroma(__m64 words) {
-  return isLumaFirst ? HighSamples(words) : LowSamples(words);
+  return order == PackedOrder::LumaFirst ? HighSamples(words) : LowSamples(words);
 }
 
 /// Puts the upper bytes of the luma and of the chroma words where the byte order wants them.
-template <bool isLumaFirst>
+template <PackedOrder order>
 __m64 Join(__m64 luma, __m64 chroma) {
-  const __m64 low = isLumaFirst ? luma : chroma;
-  const __m64 high = isLumaFirst ? chroma : luma;
+  const __m64 low = order == PackedOrder::LumaFirst ? luma : chroma;
+  const __m64 high = order == PackedOrder::LumaFirst ? chroma : luma;
   return _mm_or_si64(_mm_srli_pi16(low, 8), _mm_slli_pi16(_mm_srli_pi16(high, 8), 8));
 }
 
-template <bool isLumaFirst, bool isShifted, bool isOneRow>
+template <PackedOrder order, bool isShifted, bool isOneRow>
 void PanRows(RowPan::Args& args) noexcept {
   const std::uint8_t* upper = args.upper;
   const std::uint8_t* lower = args.lower;
@@ -58,18 +58,18 @@ void PanRows(RowPan::Args& args) noexcept {
     const __m64 lowerHere = isOneRow ? upperHere : Load64(lower);
     const __m64 upperNext = Load64(upper + 2);
     const __m64 lowerNext = isOneRow ? upperNext : Load64(lower + 2);
-    const __m64 luma = _mm_add_pi16(Weigh(Luma<isLumaFirst>(upperHere), Luma<isLumaFirst>(lowerHere), left),
-                                    Weigh(Luma<isLumaFirst>(upperNext), Luma<isLumaFirst>(lowerNext), right));
+    const __m64 luma = _mm_add_pi16(Weigh(Luma<order>(upperHere), Luma<order>(lowerHere), left),
+                                    Weigh(Luma<order>(upperNext), Luma<order>(lowerNext), right));
     __m64 chroma;
     if constexpr (isShifted) {
       const __m64 upperBefore = Load64(upper - 2);
       const __m64 lowerBefore = isOneRow ? upperBefore : Load64(lower - 2);
-      chroma = _mm_add_pi16(Weigh(Chroma<isLumaFirst>(upperBefore), Chroma<isLumaFirst>(lowerBefore), left),
-                            Weigh(Chroma<isLumaFirst>(upperNext), Chroma<isLumaFirst>(lowerNext), right));
+      chroma = _mm_add_pi16(Weigh(Chroma<order>(upperBefore), Chroma<order>(lowerBefore), left),
+                            Weigh(Chroma<order>(upperNext), Chroma<order>(lowerNext), right));
     } else {
-      chroma = _mm_add_pi16(Chroma<isLumaFirst>(upperHere), Chroma<isLumaFirst>(lowerHere));
+      chroma = _mm_add_pi16(Chroma<order>(upperHere), Chroma<order>(lowerHere));
     }
-    Store64(to, Join<isLumaFirst>(luma, chroma));
+    Store64(to, Join<order>(luma, chroma));
     upper += 8;
     lower += 8;
     to += 8;
@@ -81,12 +81,12 @@ void PanRows(RowPan::Args& args) noexcept {
 }
 
 /// A pan without interpolation between rows gives the same row twice: its products are made once.
-template <bool isLumaFirst, bool isShifted>
+template <PackedOrder order, bool isShifted>
 void Pan(RowPan::Args& args) noexcept {
   if (args.upper == args.lower) {
-    PanRows<isLumaFirst, isShifted, true>(args);
+    PanRows<order, isShifted, true>(args);
   } else {
-    PanRows<isLumaFirst, isShifted, false>(args);
+    PanRows<order, isShifted, false>(args);
   }
 }
 
@@ -94,22 +94,22 @@ void Pan(RowPan::Args& args) noexcept {
 
 template <>
 void PanChromaFirst::Run<Mmx>(Args& args) noexcept {
-  Pan<false, false>(args);
+  Pan<PackedOrder::ChromaFirst, false>(args);
 }
 
 template <>
 void PanChromaFirstShifted::Run<Mmx>(Args& args) noexcept {
-  Pan<false, true>(args);
+  Pan<PackedOrder::ChromaFirst, true>(args);
 }
 
 template <>
 void PanLumaFirst::Run<Mmx>(Args& args) noexcept {
-  Pan<true, false>(args);
+  Pan<PackedOrder::LumaFirst, false>(args);
 }
 
 template <>
 void PanLumaFirstShifted::Run<Mmx>(Args& args) noexcept {
-  Pan<true, true>(args);
+  Pan<PackedOrder::LumaFirst, true>(args);
 }
 
 }  // namespace kv_img::scanning

@@ -5,9 +5,10 @@ namespace {
 
 constexpr int pixel = 2;
 
-template <int lumaAt, bool isShifted>
+template <PackedOrder order, bool isShifted>
 void Pan(RowPan::Args& args) noexcept {
-  constexpr int chromaAt = 1 - lumaAt;
+  constexpr int lumaAt = LumaByte(order);
+  constexpr int chromaAt = ChromaByte(order);
   const std::uint8_t* upper = args.upper;
   const std::uint8_t* lower = args.lower;
   std::uint8_t* to = args.destination;
@@ -35,22 +36,22 @@ void Pan(RowPan::Args& args) noexcept {
 
 template <>
 void PanChromaFirst::Run<Scalar>(Args& args) noexcept {
-  Pan<1, false>(args);
+  Pan<PackedOrder::ChromaFirst, false>(args);
 }
 
 template <>
 void PanChromaFirstShifted::Run<Scalar>(Args& args) noexcept {
-  Pan<1, true>(args);
+  Pan<PackedOrder::ChromaFirst, true>(args);
 }
 
 template <>
 void PanLumaFirst::Run<Scalar>(Args& args) noexcept {
-  Pan<0, false>(args);
+  Pan<PackedOrder::LumaFirst, false>(args);
 }
 
 template <>
 void PanLumaFirstShifted::Run<Scalar>(Args& args) noexcept {
-  Pan<0, true>(args);
+  Pan<PackedOrder::LumaFirst, true>(args);
 }
 
 }  // namespace kv_img::scanning

@@ -1,5 +1,5 @@
+#include "algorithms/packed422/lanes_wide.h"
 #include "algorithms/scanning/kernels/pan_row.h"
-#include "algorithms/simd/wide.h"
 
 namespace kv_img::scanning {
 namespace {
@@ -15,9 +15,10 @@ KV_INLINE Vector Raise(Vector pixels) {
   return byte == 0 ? ShiftLeft16<8>(pixels) : AndNot(Set16(0xFF), pixels);
 }
 
-template <class Record, int lumaAt>
+template <class Record, PackedOrder order>
 void Pan(RowPan::Args& args) {
-  constexpr int chromaAt = 1 - lumaAt;
+  constexpr int lumaAt = LumaByte(order);
+  constexpr int chromaAt = ChromaByte(order);
   constexpr bool isShifted = std::is_same_v<Record, ShiftedRowPan>;
   const Vector leftWeight = Set16(args.leftWeight);
   const Vector rightWeight = Set16(args.rightWeight);
@@ -35,13 +36,11 @@ void Pan(RowPan::Args& args) {
           chroma = UpperBytes16(
               Add16(Weigh(Raise<chromaAt>(Load(upper - 2)), Raise<chromaAt>(Load(lower - 2)), leftWeight),
                     Weigh(Raise<chromaAt>(upperNext), Raise<chromaAt>(lowerNext), rightWeight)));
-        } else if constexpr (chromaAt == 0) {
-          chroma = ShiftRight16<1>(Add16(LowerBytes16(upperHere), LowerBytes16(lowerHere)));
         } else {
-          chroma = ShiftRight16<1>(Add16(UpperBytes16(upperHere), UpperBytes16(lowerHere)));
+          chroma = ShiftRight16<1>(Add16(ChromaLanes<order>(upperHere), ChromaLanes<order>(lowerHere)));
         }
-        Store(destination, lumaAt == 0 ? Or(UpperBytes16(luma), ShiftLeft16<8>(chroma))
-                                       : Or(AndNot(Set16(0xFF), luma), chroma));
+        Store(destination, order == PackedOrder::LumaFirst ? Or(UpperBytes16(luma), ShiftLeft16<8>(chroma))
+                                                           : Or(AndNot(Set16(0xFF), luma), chroma));
       });
 }
 
@@ -49,22 +48,22 @@ void Pan(RowPan::Args& args) {
 
 template <>
 void PanChromaFirst::Run<Wide<level>>(Args& args) noexcept {
-  Pan<AlignedRowPan, 1>(args);
+  Pan<AlignedRowPan, PackedOrder::ChromaFirst>(args);
 }
 
 template <>
 void PanChromaFirstShifted::Run<Wide<level>>(Args& args) noexcept {
-  Pan<ShiftedRowPan, 1>(args);
+  Pan<ShiftedRowPan, PackedOrder::ChromaFirst>(args);
 }
 
 template <>
 void PanLumaFirst::Run<Wide<level>>(Args& args) noexcept {
-  Pan<AlignedRowPan, 0>(args);
+  Pan<AlignedRowPan, PackedOrder::LumaFirst>(args);
 }
 
 template <>
 void PanLumaFirstShifted::Run<Wide<level>>(Args& args) noexcept {
-  Pan<ShiftedRowPan, 0>(args);
+  Pan<ShiftedRowPan, PackedOrder::LumaFirst>(args);
 }
 
 }  // namespace kv_img::scanning

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "algorithms/packed422/order.h"
+#include "algorithms/simd/wide.h"
+
+// Registers of packed 4:2:2, for kernel files of the wide set only.
+
+namespace kv_img {
+namespace {
+
+/// The luma of a register of pixels in 16-bit lanes.
+template <PackedOrder order>
+KV_INLINE Vector LumaLanes(Vector pixels) {
+  return order == PackedOrder::LumaFirst ? LowerBytes16(pixels) : UpperBytes16(pixels);
+}
+/// The chroma: Cb and Cr in turn.
+template <PackedOrder order>
+KV_INLINE Vector ChromaLanes(Vector pixels) {
+  return order == PackedOrder::LumaFirst ? UpperBytes16(pixels) : LowerBytes16(pixels);
+}
+/// The pixels with this luma and chroma, bytes in 16-bit lanes.
+template <PackedOrder order>
+KV_INLINE Vector JoinLanes(Vector luma, Vector chroma) {
+  return order == PackedOrder::LumaFirst ? Or(luma, ShiftLeft16<8>(chroma))
+                                         : Or(ShiftLeft16<8>(luma), chroma);
+}
+
+}  // namespace
+}  // namespace kv_img
