@@ -107,7 +107,6 @@ std::optional<Raster> PictureReader::NextOfFile() {
   std::optional<Raster> frame = frames_->Next();
   if (frame) {
     ++count_;
-    if (frame->kind == RasterKind::Grey8) frame->range = ColourRange::Full;
   } else if (count_ == 0) {
     source_.Fail("the file holds no frame");
   }

@@ -39,7 +39,7 @@ class PictureReader {
 
   /// Number of the picture that Next gives next, from 0 for the file's first.
   std::int64_t NextNumber() const;
-  /// The next picture of the range; empty after the last. Grey ones are of full range. Throws FileError or FormatError, also for a file
+  /// The next picture of the range; empty after the last. Throws FileError or FormatError, also for a file
   /// without any picture and for one that ends before the range begins.
   std::optional<Raster> Next();
 

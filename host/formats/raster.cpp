@@ -56,6 +56,7 @@ Raster MakeEmptyRaster(RasterKind kind, int width, int height, int layout) {
   raster.width = width;
   raster.height = height;
   raster.layout = layout;
+  if (kind == RasterKind::Grey8) raster.range = ColourRange::Full;
   for (const std::size_t stride : StridesOf(kind, static_cast<std::size_t>(width))) {
     raster.planes.push_back({.stride = stride, .rows = height, .bytes = {}});
   }

@@ -70,8 +70,8 @@ struct Raster {
   std::uint64_t ByteCount() const;
 };
 
-/// A picture of zeros. Throws std::invalid_argument, before it allocates, for a size that `SizeProblem` names
-/// or a layout that does not belong to the kind.
+/// A picture of zeros; a grey one is of full range. Throws std::invalid_argument, before it allocates, for a
+/// size that `SizeProblem` names or a layout that does not belong to the kind.
 Raster MakeRaster(RasterKind kind, int width, int height, int layout = 0);
 
 /// As `MakeRaster`, with strides and row counts set and every `bytes` empty: for readers, which let the bytes
