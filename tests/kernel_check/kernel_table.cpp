@@ -1,11 +1,7 @@
 #include <concepts>
 
-#include "algorithms/alpha/kernels/centred_difference.h"
-#include "algorithms/arithmetic/kernels/halved_sum.h"
-#include "algorithms/copy/kernels/interleave.h"
-#include "algorithms/copy/kernels/swap_bytes.h"
 #include "algorithms/kernel_list.h"
-#include "algorithms/parity/kernels/average_lines.h"
+#include "kernel_records.h"
 #include "tests/kernel_check/listed_kernel.h"
 #include "tests/kernel_check/special_cases.h"
 
