@@ -33,10 +33,10 @@ using Grey = Image<PixelGrey>;
 std::string ContenderName(const Member& member) {
   using namespace kv_img;
   const std::string full = "kv_algoSSE2";
-  if (member.Name() == full) return full + " " + NameOf(SupportedLevel());
+  if (member.Name() == full) return full + " " + NameOf(LevelInForce());
   for (const WideLevel level : wideLevels) {
     if (member.Name() == full + "_" + NameOf(level)) {
-      return level < SupportedLevel() ? full + " " + NameOf(level) : "";
+      return level < LevelInForce() ? full + " " + NameOf(level) : "";
     }
   }
   return member.Name();

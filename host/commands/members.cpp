@@ -2,6 +2,7 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
+#include "frame/platform/wide_level.h"
 #include "host/combinations.h"
 #include "host/commands/command.h"
 #include "host/formats/file_name.h"
@@ -27,6 +28,20 @@ std::string StateOf(const MemberProbe& probe) {
   return probe.answersRequests ? "usable" : "usable, but does not export _LoadAlgorithm";
 }
 
+/// The level that a member works at; empty for those that have none.
+std::string LevelOf(const MemberProbe& probe) {
+  const bool hasLevels = probe.finding == MemberProbe::Finding::Usable && Narrow(probe.name) == "kv_algoSSE2";
+  return hasLevels ? kv_img::NameOf(kv_img::LevelInForce()) : "";
+}
+
+std::string LevelNote(const MemberProbe& probe) {
+  const std::string level = LevelOf(probe);
+  if (level.empty()) return {};
+  const std::string supported = kv_img::NameOf(kv_img::SupportedLevel());
+  return ", level " + level +
+         (level == supported ? "" : " by KV_LEVEL (the processor has " + supported + ")");
+}
+
 bool IsFound(const MemberProbe& probe) {
   return probe.finding != MemberProbe::Finding::NotLoaded &&
          probe.finding != MemberProbe::Finding::NoPriority;
@@ -45,7 +60,7 @@ void PrintText(const Family& family, bool showsAll) {
   for (const MemberProbe& probe : family.Probes()) {
     std::printf("%-12s", Narrow(probe.name).c_str());
     if (IsFound(probe)) std::printf(" priority %u, feature mask 0x%x,", probe.priority, probe.featureMask);
-    std::printf(" %s\n", StateOf(probe).c_str());
+    std::printf(" %s%s\n", StateOf(probe).c_str(), LevelNote(probe).c_str());
     if (probe.finding != MemberProbe::Finding::Usable) continue;
     const auto offered = OfferedBy(family, probe);
     std::printf("  %s\n  %zu combinations", Utf8Name(probe.file).c_str(), offered.size());
@@ -66,6 +81,7 @@ void PrintJson(const Family& family) {
       one["priority"] = probe.priority;
       one["featureMask"] = probe.featureMask;
     }
+    if (const std::string level = LevelOf(probe); !level.empty()) one["level"] = level;
     one["usable"] = probe.finding == MemberProbe::Finding::Usable;
     one["combinations"] = OfferedBy(family, probe);
     all.push_back(std::move(one));

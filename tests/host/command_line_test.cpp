@@ -5,6 +5,7 @@
 #include <cmath>
 #include <nlohmann/json.hpp>
 
+#include "frame/platform/wide_level.h"
 #include "host/formats/file_name.h"
 #include "host/formats/picture_reader.h"
 #include "host/formats/picture_writer.h"
@@ -205,6 +206,24 @@ TEST_F(CommandLine, MembersAreListed) {
   EXPECT_EQ(json[1]["usable"], true);
   EXPECT_EQ(json[1]["combinations"].size(), 22U);
   EXPECT_EQ(json[2]["found"], false);
+}
+
+TEST_F(CommandLine, MembersShowTheLevelInForce) {
+  KV_NEEDS_SHELL();
+  const kv_test::TempFolder temp;
+  const std::string supported = kv_img::NameOf(kv_img::SupportedLevel());
+  const auto outputOf = [&](const std::string& command) {
+    return kv_test::RunShell(temp.Path(), command).out;
+  };
+  EXPECT_NE(outputOf("KV_LEVEL=AVX $KV members").find("usable, level " + supported + "\n"),
+            std::string::npos);
+  const auto members = nlohmann::json::parse(outputOf("KV_LEVEL=sse2 $KV members --json"));
+  EXPECT_EQ(members[3]["level"], "sse2");
+  EXPECT_FALSE(members[1].contains("level"));
+  if (supported == "sse2") return;
+  EXPECT_NE(outputOf("KV_LEVEL=sse2 $KV members")
+                .find("usable, level sse2 by KV_LEVEL (the processor has " + supported + ")\n"),
+            std::string::npos);
 }
 
 TEST_F(CommandLine, MembersForARequest) {

@@ -22,8 +22,23 @@ TEST_P(ExportedSymbols, AreTheThree) {
   kv_platform::UnloadModule(module.handle);
 }
 
-INSTANTIATE_TEST_SUITE_P(Members, ExportedSymbols, testing::Values(L"kv_algoC", L"kv_algoMMX", L"kv_algoSSE2"),
-                         [](const auto& info) {
+#if !defined(_WIN32)
+TEST(WantedSymbols, OnlyTheWideMemberReadsTheEnvironment) {
+  for (const wchar_t* member : {L"kv_algoC", L"kv_algoMMX", L"kv_algoSSE2"}) {
+    const kv_platform::LoadedModule module = kv_platform::LoadModule(member);
+    ASSERT_NE(module.handle, nullptr) << module.problem;
+    const Names wanted = kv_test::WantedSymbols(module.file);
+    EXPECT_TRUE(wanted.contains("memcpy")) << "the list holds what there is";
+    int readers = 0;
+    for (const std::string& name : wanted) readers += name.find("getenv") == std::string::npos ? 0 : 1;
+    EXPECT_EQ(readers, std::wstring(member) == L"kv_algoSSE2" ? 1 : 0) << module.file;
+    kv_platform::UnloadModule(module.handle);
+  }
+}
+#endif
+
+INSTANTIATE_TEST_SUITE_P(Members, ExportedSymbols,
+                         testing::Values(L"kv_algoC", L"kv_algoMMX", L"kv_algoSSE2"), [](const auto& info) {
                            const std::wstring name = info.param;
                            return std::string(name.begin(), name.end());
                          });

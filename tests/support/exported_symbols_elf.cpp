@@ -27,13 +27,15 @@ class ElfFile {
     }
   }
 
-  std::set<std::string> DefinedDynamicSymbols() const {
+  /// Names of the dynamic symbols that the file defines, or of those that it wants of others.
+  std::set<std::string> DynamicSymbols(bool areDefined) const {
     std::set<std::string> names;
     for (const Elf64_Shdr& section : sections_) {
       if (section.sh_type != SHT_DYNSYM) continue;
       for (std::uint64_t at = 0; at < section.sh_size; at += sizeof(Elf64_Sym)) {
         const auto symbol = At<Elf64_Sym>(section.sh_offset + at);
-        if (symbol.st_shndx == SHN_UNDEF || ELF64_ST_BIND(symbol.st_info) == STB_LOCAL) continue;
+        if (ELF64_ST_BIND(symbol.st_info) == STB_LOCAL || (symbol.st_shndx != SHN_UNDEF) != areDefined)
+          continue;
         names.insert(&bytes_.at(sections_.at(section.sh_link).sh_offset + symbol.st_name));
       }
     }
@@ -58,7 +60,11 @@ class ElfFile {
 }  // namespace
 
 std::set<std::string> ExportedSymbols(const std::filesystem::path& file) {
-  return ElfFile(file).DefinedDynamicSymbols();
+  return ElfFile(file).DynamicSymbols(true);
+}
+
+std::set<std::string> WantedSymbols(const std::filesystem::path& file) {
+  return ElfFile(file).DynamicSymbols(false);
 }
 
 }  // namespace kv_test
