@@ -20,7 +20,7 @@ echo "== kv"
 grep -qF "$libraries/kv_algo/kv_algoMMX.so" <<<"$("$prefix/bin/kv" members)" || fail "members are not taken from $libraries/kv_algo"
 
 run_examples() {
-  (cd "$1" && ./host picture.ppm && ./stop && if [ -e opencv ]; then ./opencv; fi)
+  (cd "$1" && ./host picture.ppm && ./guide && ./stop && if [ -e opencv ]; then ./opencv; fi)
   [ "$(head -c 15 "$1/picture.ppm" | tr '\n' ' ')" = "P6 720 576 255 " ] || fail "$1: no picture"
   [ "$(stat -c %s "$1/picture.ppm")" = $((15 + 720 * 576 * 3)) ] || fail "$1: picture of a wrong size"
 }
@@ -44,7 +44,7 @@ rm "$libraries/kv_algo/kv_algoSSE.so"
 echo "== by pkg-config"
 mkdir "$work/pkg"
 export PKG_CONFIG_PATH=$libraries/pkgconfig
-for example in host stop; do
+for example in guide host stop; do
   # shellcheck disable=SC2046
   "$compiler" -std=c++20 "$source/examples/$example/main.cpp" -o "$work/pkg/$example" $(pkg-config --cflags --libs kv_host)
 done
