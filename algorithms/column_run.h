@@ -8,7 +8,7 @@
 
 namespace kv_img {
 
-/// Columns of one row, both included; empty when last < first.
+/// Columns of one row, both included; empty if last < first.
 struct ColumnRun {
   std::int32_t first;
   std::int32_t last;
@@ -22,7 +22,7 @@ inline ColumnRun RunOf(const RegionOfSupport& region, std::int32_t row) {
   return {region.GetLeft(row), region.GetRight(row)};
 }
 
-/// The runs of a region that is asked row after row: a rectangle tells its sides once.
+/// The runs of a region, row by row; the sides of a rectangle are read only once.
 class RegionRuns {
  public:
   explicit RegionRuns(const RegionOfSupport& region)

@@ -17,9 +17,9 @@
 namespace kv_img {
 namespace alpha {
 
-/// Alpha of a pixel pair behind the last whole group: lower than the kernel's from s = 6 on, and meant to be.
+/// Alpha of a pixel pair after the last whole group. Deliberately lower than the kernel's from s = 6.
 constexpr std::uint8_t TailAlpha(std::int32_t s) {
-  // Single precision holds s and, up to the limit, its cube exactly.
+  // Single precision would hold s and, up to the limit, its cube exactly.
   return static_cast<std::uint8_t>(255 - std::min(s * s * s, 128));
 }
 static_assert(TailAlpha(0) == 255 && TailAlpha(5) == 130 && TailAlpha(6) == 127 && TailAlpha(510) == 127);
@@ -64,8 +64,8 @@ class AlphaLayerColorBased : public AlphaLayerColorBasedAlgorithmInterface<Image
     RawMask(const ImageType& first, const ImageType& second, Mask& mask)
         : first_(first.GetPixelBuffer()), second_(second.GetPixelBuffer()), mask_(mask.GetPixelBuffer()) {}
 
-    /// Pairs count from the first column on, also when that is odd: their first sample is the second of an
-    /// image pair then. A lone last pixel reads the sample two bytes on, up to 2 bytes behind the row.
+    /// Pairs count from the first column, even if it is odd: their first sample is then the second of a pair
+    /// of the image. A lone last pixel also reads the sample two bytes further, up to 2 bytes past the row.
     void operator()(int row, int firstColumn, int lastColumn) const {
       const int groups = (lastColumn - firstColumn + 1) / 4;
       alpha::ChromaDistance::Args args{groups, first_.rows[row] + PixelOffset(firstColumn),

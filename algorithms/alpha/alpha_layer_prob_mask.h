@@ -14,7 +14,7 @@
 namespace kv_img {
 namespace alpha {
 
-/// The raw mask with gain: in 32 bits that wrap.
+/// The raw mask with gain, in 32 bits that wrap.
 constexpr std::uint8_t GainedDifference(std::uint8_t p, std::uint8_t q, std::uint32_t gain) {
   const std::uint32_t difference = static_cast<std::uint32_t>(p) - static_cast<std::uint32_t>(q);
   return ClampToByte(static_cast<std::int32_t>(difference * gain + 128U));

@@ -8,10 +8,10 @@ namespace kv_img::alpha {
 
 using Mask = Image<PixelNoColor<unsigned char>>;
 
-/// The family's best averaging filter. Throws AlgoException code 1 when no member answers.
+/// The family's best averaging filter. Throws AlgoException code 1 if no member has one.
 ///
-/// Asks with the identifier of the image type, and that is meant: members answer "AverageFilter" under the
-/// identifier of the pixel class, so the filter is that of a member which also answers this one.
+/// Deliberately loaded with the identifier of the image type: members register "AverageFilter" under the
+/// identifier of the pixel class, so the filter is that of a member that knows both.
 inline AverageFilterAlgorithm<Mask> AverageFilter() {
   const int classId = Mask::ClassID;
   AlgorithmManager::GetInstance()->LoadImplementation("AverageFilter", &classId, 1,
@@ -19,8 +19,8 @@ inline AverageFilterAlgorithm<Mask> AverageFilter() {
   return {};
 }
 
-/// The second phase of an alpha layer. The filter reads rows of other bands, so that all threads must have
-/// finished the raw mask before.
+/// The second phase of an alpha layer. The filter reads rows of other bands, so all threads must finish the
+/// raw mask first.
 inline void SmoothMask(const Mask& rawMask, Mask& destination, const RegionOfSupport& region,
                        std::uint32_t windowSize, kv_std::SpinBarrier& barrier, std::uint32_t threadIndex) {
   barrier.Wait();

@@ -12,8 +12,8 @@
 
 namespace kv_img {
 
-/// Throws AlgoMMXException before a pixel is written: code 1 when the three sizes are not equal, code 6 when
-/// the sources' byte orders differ. Pixels outside the region stay as they were; empty runs are skipped.
+/// Throws AlgoMMXException before a pixel is written: code 1 if the three sizes are not equal, code 6 if the
+/// sources' byte orders differ. Pixels outside the region stay unchanged; empty runs are skipped.
 template <class Set, class ImageIn, class ImageOut>
 class AbsoluteDifference : public AbsoluteDifferenceAlgorithmInterface<ImageIn, ImageOut> {
  public:

@@ -14,8 +14,8 @@
 
 namespace kv_img {
 
-/// Throws AlgoMMXException code 1 when the three sizes are not equal, before a pixel is written. Pixels
-/// outside the output region stay as they were.
+/// Throws AlgoMMXException code 1 if the three sizes are not equal, before a pixel is written. Pixels outside
+/// the output region stay unchanged.
 template <class Set, class ImageType>
 class Average : public AverageAlgorithmInterface<ImageType> {
  public:
@@ -75,7 +75,7 @@ class Average : public AverageAlgorithmInterface<ImageType> {
                                      second.pixels + overlap.first, destination + overlap.first};
     Set::template Run<arithmetic::HalvedSum>(args);
 
-    // Groups lose a half of two odd pixels, the remainder does not: both are meant.
+    // The kernel's mean of two odd pixels is one less than the remainder's, on purpose.
     for (std::int32_t column = overlap.first + 4 * args.groups; column <= overlap.last; ++column)
       destination[column] = MeanDown(first.pixels[column], second.pixels[column]);
   }

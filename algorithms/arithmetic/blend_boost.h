@@ -12,10 +12,10 @@
 
 namespace kv_img {
 
-/// Throws before a pixel is written, in this order: AlgoMMXException code 4 when the region is not a
-/// RunRegion, code 1 when the frames' sizes differ (the mask's is not compared), code 6 when the byte orders
-/// of `a` and `b` differ. A run that is not a multiple of four pixels wide is refused when its row is
-/// reached, with rows above it already written.
+/// Throws before a pixel is written, in this order: AlgoMMXException code 4 if the region is not a RunRegion,
+/// code 1 if the frames' sizes differ (the mask's is not compared), code 6 if the byte orders of `a` and `b`
+/// differ. A run whose width is not a multiple of four pixels throws when its row is reached; the rows above
+/// are then already written.
 template <class Set, class ImageType>
 class BlendBoost : public BlendBoostAlgorithmInterface<ImageType> {
  public:
@@ -35,7 +35,7 @@ class BlendBoost : public BlendBoostAlgorithmInterface<ImageType> {
     const auto& aBuffer = a.GetPixelBuffer();
     const std::int32_t layout = bBuffer.descriptor.GetLayout();
     if (layout != aBuffer.descriptor.GetLayout()) {
-      // This message names another algorithm, and that is meant: hosts know it by this text.
+      // This message names another algorithm on purpose: hosts know it by this text.
       Refuse<Set>(6, L"AlphaLayerColorBased", L"<ImageYUV422>");
     }
     const auto& maskBuffer = mask.GetPixelBuffer();

@@ -13,7 +13,7 @@ namespace kv_img {
 namespace copy {
 
 /// Rows by which the source is shifted against the destination: frames whose first rows belong to different
-/// fields lie half a line apart.
+/// fields are half a line apart.
 inline int FieldParityShift(const VideoImageProperties& source, const VideoImageProperties& destination) {
   if (source.fieldParity == destination.fieldParity) return 0;
   return source.fieldParity != 0 ? 1 : -1;
@@ -58,7 +58,7 @@ class Copy : public CopyAlgorithmInterface<ImageIn, ImageOut> {
 
  private:
   /// The shifted source row is clamped to the thread's own band, not to the image: a thread reads only rows
-  /// of its band, so the row at the band's edge is repeated.
+  /// of its band, so the row at the edge of the band is repeated.
   template <class RowWork>
   static void ForEachRowPair(const ImageIn& source, ImageOut& destination, std::int32_t threads,
                              std::uint32_t threadIndex, RowWork work) {
@@ -77,8 +77,8 @@ class Copy : public CopyAlgorithmInterface<ImageIn, ImageOut> {
     if (from.properties == to.properties &&
         (from.properties.propertyFlag == 0 || from.properties.propertyMode == 2) &&
         from.storageFlag == to.storageFlag) {
-      // One block, shared out by threads. Bytes between the pieces of a total that the threads do not divide
-      // stay as they were.
+      // One block, one piece per thread. If the number of threads does not divide the total, the bytes
+      // between the pieces stay unchanged.
       const auto count = static_cast<std::uint64_t>(threads);
       const auto index =
           static_cast<std::uint64_t>(static_cast<std::int64_t>(static_cast<std::int32_t>(threadIndex)));

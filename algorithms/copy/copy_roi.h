@@ -16,8 +16,8 @@ struct RoiPair {
   const RegionOfSupport& destination;
 };
 
-/// Copies between regions that fit. Specialised for every pair of formats:
-/// - constructed from the images and the regions, which it may still refuse;
+/// Copies between regions that the frame has checked. Specialised for every pair of formats: - the
+/// constructor takes the images and the regions, and may still refuse them;
 /// - `Copy(threads, index)` does the work of thread `index`.
 template <class Set, class ImageIn, class ImageOut>
 class RoiCopier;
@@ -27,7 +27,7 @@ inline std::int64_t Distance(int a, int b) {
   return std::int64_t{a} - b;
 }
 
-/// Whether two regions have equal sizes, or run by run equal lengths where one of them is not rectangular.
+/// Whether two regions have equal sizes or, if one of them is not rectangular, equal run lengths row by row.
 inline bool HaveEqualShapes(const RoiPair& regions) {
   const auto& [source, destination] = regions;
   if (source.IsRectangular() && destination.IsRectangular()) {

@@ -13,7 +13,7 @@ class RoiCopier<Set, Image<PixelYUV411P>, Image<PixelYUV422>> {
  public:
   RoiCopier(const Image<PixelYUV411P>& source, Image<PixelYUV422>& destination, const RoiPair& regions)
       : source_(source.GetPixelBuffer()), destination_(destination.GetPixelBuffer()), regions_(regions) {
-    // A chroma sample belongs to two pixels, so the bounding boxes must begin and end with whole pairs.
+    // A chroma sample belongs to two pixels, so the bounding boxes must start and end at whole pairs.
     if (regions.source.GetLeft() % 2 != 0 || regions.destination.GetLeft() % 2 != 0 ||
         regions.source.GetWidth() % 2 != 0 || regions.destination.GetWidth() % 2 != 0) {
       Refuse<Set>(2, L"CopyROI");
@@ -28,8 +28,8 @@ class RoiCopier<Set, Image<PixelYUV411P>, Image<PixelYUV422>> {
   }
 
  private:
-  /// The number of pixels does not depend on the run but on the source image: whole groups of its width, from
-  /// the run's first column on. Short runs are run past; the images need slack behind their rows for it.
+  /// The number of pixels depends on the source image, not on the run: all groups of the image's width,
+  /// starting at the run's first column. Short runs are overrun; the images need slack after their rows.
   void CopySpan(const RoiSpan& span) const {
     // Tested here, so that a thread without rows refuses nothing.
     const std::int32_t layout = destination_.descriptor.GetLayout();
@@ -51,7 +51,7 @@ class RoiCopier<Set, Image<PixelYUV411P>, Image<PixelYUV422>> {
       Set::template Run<InterleaveChromaFirst>(args);
     }
     // Four pixels at a time, from where the kernel stopped. The run's last column is compared with the number
-    // of pixels, wherever the run began.
+    // of pixels, wherever the run starts.
     const int remainder = std::max(sourceLast - 8 * groups, 0);
     InterleaveSamples(args.luma, args.cb, args.cr, (remainder + 3) / 4 * 4, args.destination,
                       PackedSamples(destination_.descriptor));

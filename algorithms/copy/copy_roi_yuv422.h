@@ -9,7 +9,7 @@
 
 namespace kv_img::copy {
 
-/// Region of packed 4:2:2 to packed 4:2:2, in one byte order or from one into the other.
+/// Region of packed 4:2:2 to packed 4:2:2, in the same byte order or from one to the other.
 template <class Set>
 class RoiCopier<Set, Image<PixelYUV422>, Image<PixelYUV422>> {
  public:
@@ -39,7 +39,8 @@ class RoiCopier<Set, Image<PixelYUV422>, Image<PixelYUV422>> {
     return region.GetLeft() == 0 && region.GetRight() == buffer.width - 1;
   }
 
-  /// Whether whole rows that lie alike are copied. The destination region's own shape is not asked for.
+  /// Whether the regions are whole rows in the same memory layout. The shape of the destination region is not
+  /// checked.
   bool IsBlock() const {
     return source_.properties == destination_.properties && regions_.source.IsRectangular() &&
            HasFullWidth(regions_.source, source_) && HasFullWidth(regions_.destination, destination_) &&
@@ -47,8 +48,8 @@ class RoiCopier<Set, Image<PixelYUV422>, Image<PixelYUV422>> {
            source_.storageFlag == destination_.storageFlag;
   }
 
-  /// Every thread copies the size of the whole region from its own start on, so all but the first run past
-  /// the region's end: threads need spare bytes behind the last row.
+  /// Every thread copies the size of the whole region from its own start, so all but the first copy past the
+  /// region's end: several threads need spare bytes after the last row.
   void CopyBlock(std::int32_t threads, std::uint32_t index) const {
     const std::int32_t size =
         WrappingMultiply(static_cast<std::int32_t>(regions_.source.GetHeight()), source_.bytesPerRow);
@@ -91,13 +92,13 @@ class RoiCopier<Set, Image<PixelYUV422>, Image<PixelYUV422>> {
     }
   }
 
-  /// Copies between columns of different parity. Every pixel brings the chroma of its pair along, so a pair
-  /// ends with the chroma of the pixel that was copied last.
+  /// Copies between columns of different parity. Every pixel overwrites the chroma of its pair, so a pair
+  /// keeps the chroma of the pixel that was copied last.
   void CopyAcrossPairs(const std::uint8_t* from, int source, std::uint8_t* to, int destination,
                        int pixels) const {
     const int head = std::clamp(pixels, 0, destination & 1);
     CopyPixels(from, source, to, destination, head);
-    // The kernel reads the pixel behind its last group, so one is always left to the loop.
+    // The kernel reads the pixel after its last group, so at least one is left to the loop.
     const int groups = std::max(pixels - head - 1, 0) / 4;
     RegroupPairs::Args args{groups, OrderOf(source_.descriptor.GetLayout()),
                             OrderOf(destination_.descriptor.GetLayout()), from + PixelOffset(source + head),

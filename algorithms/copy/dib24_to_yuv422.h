@@ -19,8 +19,8 @@ class RowConverter<Set, Image<PixelDIB24>, Image<PixelYUV422>> {
         destination_(destination),
         firstBlue_(OffsetOf<PixelDIB24>(BitmapComponent::Blue, source.descriptor)) {}
 
-  /// Pixels are read from the blue byte onward as blue, green, red. The last width mod 8 pixels stay as they
-  /// were; with an unknown layout code all of them do.
+  /// Pixels are read from the blue byte onward as blue, green, red. The last width mod 8 pixels stay
+  /// unchanged; with an unknown layout code the whole row does.
   void Convert(int sourceRow, int destinationRow) const {
     const std::int32_t layout = destination_.descriptor.GetLayout();
     if (!IsKnownOrder(layout)) return;

@@ -10,8 +10,9 @@
 
 namespace kv_img::copy {
 
-/// Reads 32-bit bitmap rows; shared by the destinations with and without alpha. Kernels read the pixels from
-/// the blue byte onward as blue, green, red, alpha; remainders take each component where the descriptor says.
+/// Reads 32-bit bitmap rows, for destinations with and without alpha. Kernels read the pixels from the blue
+/// byte onward as blue, green, red, alpha; the remainder takes the position of each component from the
+/// descriptor.
 class Dib32Rows {
  public:
   using Source = Image<PixelDIB32>::Buffer;
@@ -28,8 +29,8 @@ class Dib32Rows {
   const std::uint8_t* FirstBlue(int row) const { return source_.rows[row] + blue_; }
   const std::uint8_t* FirstAlpha(int row) const { return source_.rows[row] + alpha_; }
 
-  /// The remainder restarts at the row start: its first pixels are written again, now in floating point, and
-  /// the last width mod 4 pixels stay as they were. The second pixel of a pair stores its chroma, so an
+  /// The remainder restarts at the row start: the first pixels are written again, now in floating point, and
+  /// the last width mod 4 pixels stay unchanged. The second pixel of a pair stores its chroma, so an
   /// incomplete pair gets none.
   void ConvertRemainder(int row, std::uint8_t* to, PackedSamples samples) const {
     const std::uint8_t* from = source_.rows[row];
@@ -64,7 +65,7 @@ class RowConverter<Set, Image<PixelDIB32>, Image<PixelYUV422>> {
   RowConverter(const Dib32Rows::Source& source, Destination& destination)
       : source_(source), destination_(destination) {}
 
-  /// With an unknown layout code the remainder alone is converted, as luma-first.
+  /// With an unknown layout code only the remainder is converted, as luma-first.
   void Convert(int sourceRow, int destinationRow) const {
     const std::int32_t layout = destination_.descriptor.GetLayout();
     std::uint8_t* to = destination_.rows[destinationRow];

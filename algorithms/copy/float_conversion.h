@@ -8,7 +8,7 @@
 
 namespace kv_img::copy {
 
-// The conversions of remainder pixels, ITU-R BT.601 in studio range: single precision, in the written order.
+// The conversions of remainder pixels, ITU-R BT.601 in studio range: single precision, in the order written.
 // They can differ by one from the fixed-point conversions of the kernels.
 
 struct Yuv {

@@ -16,22 +16,22 @@ struct RoiSide {
   std::int32_t height;
 };
 
-/// Columns of a row: `sourceFirst` to `sourceLast` go to `destinationFirst` and the columns behind it.
+/// Columns of a row: `sourceFirst` to `sourceLast` are copied to `destinationFirst` onward.
 struct RoiColumns {
   int sourceFirst;
-  int sourceLast;  ///< inclusive; before `sourceFirst` when the run is empty
+  int sourceLast;  ///< inclusive; less than `sourceFirst` if the run is empty
   int destinationFirst;
 };
 
 /// What is copied of one row.
 struct RoiSpan {
   int sourceRow;         ///< the row that the run was taken from
-  int shiftedSourceRow;  ///< moved by the field-parity shift, but not out of the thread's rows
+  int shiftedSourceRow;  ///< moved by the field-parity shift, clamped to the thread's rows
   int destinationRow;
   RoiColumns columns;
 };
 
-/// The columns of a pair of runs that lie in both images; none when a run or its counterpart lies outside.
+/// The columns of a pair of runs that are inside both images; none if a run or its counterpart is outside.
 inline std::optional<RoiColumns> RoiColumnsOf(const RoiSide& source, int sourceRow,
                                               const RoiSide& destination, int destinationRow) {
   const std::int64_t sourceLeft = source.region.GetLeft(sourceRow);
@@ -51,12 +51,12 @@ inline std::optional<RoiColumns> RoiColumnsOf(const RoiSide& source, int sourceR
                     static_cast<int>(destinationFirst)};
 }
 
-/// Calls `work(span)` for the rows of thread `index` that lie in both images, from top to bottom. The regions
-/// have equal heights; `shift` is the field-parity shift.
+/// Calls `work(span)` for the rows of thread `index` that are inside both images, from top to bottom. The
+/// regions have equal heights; `shift` is the field-parity shift.
 template <class SpanWork>
 void ForEachRoiSpan(const RoiSide& source, const RoiSide& destination, int shift, std::int32_t threads,
                     std::uint32_t index, SpanWork work) {
-  // 64 bits hold whatever bounds regions without pixels have.
+  // In 64 bits, for regions without pixels may have any bounds.
   const std::int64_t top = source.region.GetTop();
   const RowBand share =
       BandOf(0, RowCount(source.region.GetTop(), source.region.GetBottom()) - 1, threads, index);

@@ -16,7 +16,7 @@ class RowConverter<Set, Image<PixelYUV411P>, Image<PixelYUV422>> {
 
   RowConverter(const Source& source, Destination& destination) : source_(source), destination_(destination) {}
 
-  /// Whole groups are converted to luma-first alone: chroma-first destinations get what the remainder writes.
+  /// Groups are converted to luma-first only: chroma-first destinations get only what the remainder writes.
   /// The layout is tested here, row by row, so that a thread without rows refuses nothing.
   void Convert(int sourceRow, int destinationRow) const {
     const std::uint8_t* luma = StoredRow(source_, source_.descriptor.GetComponent(0), sourceRow);
@@ -33,8 +33,8 @@ class RowConverter<Set, Image<PixelYUV411P>, Image<PixelYUV422>> {
       Set::template Run<InterleaveLumaFirst>(args);
     }
 
-    // The remainder restarts at the row start, four pixels a pass, so the last width mod 8 pixels stay as
-    // they were.
+    // The remainder restarts at the row start, four pixels at a time, so the last width mod 8 pixels stay
+    // unchanged.
     const int remainder = source_.width - 8 * groups;
     InterleaveSamples(luma, cb, cr, (remainder + 3) / 4 * 4, row, PackedSamples(destination_.descriptor));
   }

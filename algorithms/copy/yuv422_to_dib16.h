@@ -9,7 +9,7 @@
 
 namespace kv_img::copy {
 
-/// What sets the two bitmap classes of one word per pixel apart.
+/// The differences between the two bitmap classes of one word per pixel.
 template <class PixelOut>
 struct DibWordFormat;
 
@@ -46,8 +46,8 @@ class DibWordConverter {
     YuvToRgb::Args args{groups, order_, from, to};
     Set::template Run<typename Format::Kernel>(args);
 
-    // The remainder restarts at the row start: its first pixels are written again, now in floating point, and
-    // the last width mod 4 pixels stay as they were.
+    // The remainder restarts at the row start: the first pixels are written again, now in floating point, and
+    // the last width mod 4 pixels stay unchanged.
     const int remainder = source_.width - 4 * groups;
     for (int x = 0; x < remainder; ++x) {
       const Rgb rgb = FloatYuvToRgb(from[samples_.Luma(x)], from[samples_.Cb(x)], from[samples_.Cr(x)]);

@@ -16,7 +16,7 @@ class RowConverter<Set, Image<PixelYUV422>, Image<PixelDIB24>> {
   RowConverter(const Source& source, Destination& destination)
       : source_(source), destination_(destination), order_(OrderOf(source.descriptor.GetLayout())) {}
 
-  /// The last width mod 8 pixels stay as they were.
+  /// The last width mod 8 pixels stay unchanged.
   void Convert(int sourceRow, int destinationRow) const {
     YuvToRgb::Args args{source_.width / 8, order_, source_.rows[sourceRow],
                         destination_.rows[destinationRow]};

@@ -5,7 +5,7 @@
 
 namespace kv_img::copy {
 
-/// Packed 4:2:2 from one byte order into the other.
+/// Packed 4:2:2 from one byte order to the other.
 template <class Set>
 class RowConverter<Set, Image<PixelYUV422>, Image<PixelYUV422>> {
  public:
@@ -20,7 +20,7 @@ class RowConverter<Set, Image<PixelYUV422>, Image<PixelYUV422>> {
     SwapBytes::Args args{groups, from, to};
     Set::template Run<SwapBytes>(args);
 
-    // The remainder restarts at the row start, so the last width mod 4 pixels stay as they were.
+    // The remainder restarts at the row start, so the last width mod 4 pixels stay unchanged.
     const int remainder = source_.width - 4 * groups;
     for (int pair = 0; pair < (remainder + 1) / 2; ++pair) {
       to[0] = from[1];

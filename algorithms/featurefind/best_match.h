@@ -12,18 +12,18 @@ namespace kv_img::featurefind {
 /// No 32-bit sum reaches it.
 inline constexpr std::uint64_t unlimited = std::uint64_t{1} << 32;
 
-/// The best position so far. The first of equal ones stays.
+/// The best position so far; of equal scores the first.
 template <class Coordinate>
 class BestMatch {
  public:
-  /// `x`, `y`: what the position is until a better one is found. With `needsEverySum` no sum is cut short.
+  /// `x`, `y`: the position until a better one is found. With `needsEverySum` every sum is completed.
   BestMatch(const Patch& patch, Coordinate x, Coordinate y, bool needsEverySum) : x_(x), y_(y) {
     constexpr std::int64_t mostSamples = std::numeric_limits<std::int32_t>::max() / 255;
     mayStopEarly_ = !needsEverySum && patch.SampleCount() <= static_cast<double>(mostSamples);
   }
 
-  /// Sums from here on cannot win, whatever is added to them. Sums that may grow beyond 31 bits have no
-  /// limit: they are compared as signed values, and a larger one may win again.
+  /// Sums that reach it cannot win, whatever is added to them. There is no limit for sums that may exceed 31
+  /// bits: they are compared as signed values, and a larger one may win again.
   std::uint64_t Limit() const { return mayStopEarly_ ? static_cast<std::uint64_t>(score_) : unlimited; }
   /// Whether a score would be the best.
   bool IsBeatenBy(std::int32_t score) const { return score < score_; }
@@ -44,8 +44,8 @@ class BestMatch {
   Coordinate y_;
 };
 
-/// What a search gives a kernel at a time: positions side by side, and rows to add up before the sums are
-/// compared with the best one.
+/// What a search gives a kernel per call: adjacent positions, and rows to add up before the sums are compared
+/// with the best one.
 template <class Set>
 struct SearchStep {
   static constexpr int positions = 1;
@@ -57,14 +57,14 @@ struct SearchStep<Widest> {
   static constexpr int rows = 16;
 };
 
-/// Rows to add up before a sum is compared with `limit`. Without one, as many as stay in the nearest cache:
+/// Rows to add up before a sum is compared with `limit`. Without a limit, as many as fit the L1 cache:
 /// kernels go down the columns.
 template <class Set>
 constexpr std::int32_t RowsAtOnce(std::uint64_t limit) {
   return limit == unlimited ? 64 : SearchStep<Set>::rows;
 }
 
-/// The least of several sums, as they are compared.
+/// The least of several sums, compared as signed values.
 inline std::int32_t LeastScore(const std::uint32_t* sums, int count) {
   std::int32_t least = std::numeric_limits<std::int32_t>::max();
   for (int i = 0; i < count; ++i) least = std::min(least, static_cast<std::int32_t>(sums[i]));

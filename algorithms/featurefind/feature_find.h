@@ -16,8 +16,8 @@
 
 namespace kv_img {
 
-/// The exhaustive search. Samples of patch and searched area are gathered once per call, as every position
-/// reads them again.
+/// The exhaustive search. The samples of the patch and of the searched area are gathered once per call,
+/// because every position reads them again.
 template <class Set, class ImageType>
 class FeatureFind : public FeatureFindAlgorithmInterface<ImageType> {
  public:
@@ -82,7 +82,7 @@ class FeatureFind : public FeatureFindAlgorithmInterface<ImageType> {
         const auto columns = StepRange::Around(centreX, hw, rangeX, stepX, static_cast<double>(limits.x));
         const auto rows = StepRange::Around(centreY, hh, rangeY, stepY, static_cast<double>(limits.y));
         SearchSteps(patch, image2, columns, rows, limits, result, map);
-        // The next level: around the match just found, half the range in half the steps, no map.
+        // The next level: around the match just found, with half the range, half the step and no map.
         centreX = result[0];
         centreY = result[1];
         rangeX = columns.range / 2;
@@ -110,8 +110,8 @@ class FeatureFind : public FeatureFindAlgorithmInterface<ImageType> {
     return Patch(buffer.width, buffer.height, x, y, hw, hh);
   }
 
-  /// The last left top corner that leaves `margin` pixels of the image right of and below the patch. Corners
-  /// 0 and 1 at least must be possible.
+  /// The last top left corner with `margin` pixels of the image right of and below the patch. At least
+  /// corners 0 and 1 must be possible.
   static Limits LimitsOf(const ImageType& image, const Patch& patch, int margin) {
     const auto& buffer = image.GetPixelBuffer();
     const Limits limits{buffer.width - patch.Width() - margin, buffer.height - patch.Height() - margin};
@@ -135,7 +135,7 @@ class FeatureFind : public FeatureFindAlgorithmInterface<ImageType> {
     result[1] = best.Y() + offsetY;
   }
 
-  /// Runs `search`; memory that cannot be had becomes an exception of the family.
+  /// Runs `search`; turns std::bad_alloc into an exception of the family.
   template <class Search>
   static void WithMemory(Search search) {
     try {

@@ -8,7 +8,7 @@
 
 namespace kv_img::featurefind {
 
-/// How far right of and below its whole pixel a position lies.
+/// The fractions of a position, right of and below its whole pixel.
 struct Fractions {
   double right;
   double down;
@@ -16,15 +16,14 @@ struct Fractions {
   Fractions(double x, double y) : right(x - std::floor(x)), down(y - std::floor(y)) {}
 };
 
-/// The sum of absolute differences of a patch and the samples that lie between those of an image. Specialised
-/// for the formats:
-/// `Sum(patch, searched, stride, fractions, limit)` compares from the byte `searched` on, whose rows are
-/// `stride` bytes apart; a sum that reaches `limit` may be cut short.
+/// The sum of absolute differences of a patch and samples interpolated between those of an image. Specialised
+/// for the formats: `Sum(patch, searched, stride, fractions, limit)` compares with the block at `searched`,
+/// rows `stride` bytes apart. May stop at a sum that reaches `limit`.
 template <class Set, class ImageType>
 struct InterpolatedSad;
 
-/// 4:2:2: integer weights. Columns in whole groups of four are truncated term by term, but for the last four
-/// to seven, which are rounded: both are the rule.
+/// 4:2:2: integer weights. Columns in groups of four are truncated term by term, the last four to seven are
+/// rounded: both are the rule.
 template <class Set>
 struct InterpolatedSad<Set, Image<PixelYUV422>> {
   static constexpr int TruncatedColumns(int width) { return width > 3 ? (width / 4 - 1) * 4 : 0; }

@@ -7,10 +7,10 @@
 
 namespace kv_img::featurefind {
 
-/// The samples around a feature, cut to the image: what a search looks for.
+/// The samples around a feature, clipped to the image: what a search looks for.
 ///
-/// A patch that lies wholly outside its image, or whose half-sizes are negative, has no samples: it equals
-/// everything, and its width or height is 0 or less.
+/// A patch completely outside its image, or with negative half-sizes, has no samples: it matches everything,
+/// and its width or height is 0 or less.
 class Patch {
  public:
   /// Of an image of this size; the samples are not read yet.
@@ -33,14 +33,14 @@ class Patch {
   bool HasSamples() const { return width_ > 0 && height_ > 0; }
   std::int64_t Width() const { return width_; }
   std::int64_t Height() const { return height_; }
-  /// Where the feature lies in the patch, from its left top corner.
+  /// Position of the feature in the patch, from its top left corner.
   std::int64_t OffsetX() const { return offsetX_; }
   std::int64_t OffsetY() const { return offsetY_; }
   const SampleBlock& Samples() const { return samples_; }
 
-  /// Width times height, also where they are 0 or less.
+  /// Width times height, even if they are 0 or less.
   double SampleCount() const { return static_cast<double>(width_) * static_cast<double>(height_); }
-  /// The score that maps record: mean absolute difference per pixel. Not a number when there are no pixels.
+  /// The score that maps record: mean absolute difference per pixel. NaN if there are no pixels.
   double MeanOf(std::uint32_t sum) const { return static_cast<double>(sum) / SampleCount(); }
 
  private:

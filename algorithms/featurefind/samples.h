@@ -14,11 +14,11 @@ namespace kv_img::featurefind {
 
 /// Reads the samples that a search compares, one byte per pixel. Specialised for the formats:
 /// - constructed from the pixel buffer;
-/// - `Read(row, column, count, destination)` reads `count` pixels, none beyond them.
+/// - `Read(row, column, count, destination)` reads `count` pixels and nothing past them.
 template <class Set, class ImageType>
 class SampleReader;
 
-/// The luma of packed 4:2:2.
+/// Luma of packed 4:2:2.
 template <class Set>
 class SampleReader<Set, Image<PixelYUV422>> {
  public:
@@ -40,7 +40,7 @@ class SampleReader<Set, Image<PixelYUV422>> {
   PackedOrder order_;
 };
 
-/// The green of bitmaps.
+/// Green of bitmaps.
 template <class Set, class PixelClass>
 class SampleReader<Set, Image<PixelClass>> {
  public:
@@ -64,12 +64,12 @@ class SampleReader<Set, Image<PixelClass>> {
 
 /// The samples of a rectangle of an image, read once for all the positions that compare them.
 ///
-/// Behind each row lie spare bytes, so that kernels may read whole registers from any column on.
+/// Each row is padded, so that kernels may read whole registers at any column.
 class SampleBlock {
  public:
   /// No samples.
   SampleBlock() = default;
-  /// Columns `left` on and rows `top` on, all of them inside the image.
+  /// `width` columns from `left` and `height` rows from `top`, all inside the image.
   template <class Reader>
   SampleBlock(const Reader& reader, int left, int top, int width, int height)
       : stride_(width + spareColumns),

@@ -7,7 +7,7 @@
 namespace kv_img::featurefind {
 
 /// The positions of a sub-pixel search along one axis: first, first + step, … with a margin of half a step
-/// behind `last`, so that added-up rounding never loses the end point. All in double precision and in the
+/// after `last`, so that accumulated rounding never loses the end point. All in double precision and in the
 /// order written: every rounding shows in the positions.
 struct StepRange {
   double first;
@@ -16,8 +16,8 @@ struct StepRange {
   /// The range in whole steps.
   double range;
 
-  /// Left (top) edges of a patch whose feature is looked for up to `range` around `centre`. Range and centre
-  /// are taken to the nearest step; the ends are moved by whole steps into 0 to `limit`.
+  /// Left (top) edges of a patch whose feature is searched up to `range` around `centre`. Range and centre
+  /// are rounded to whole steps; the ends are moved by whole steps into 0 to `limit`.
   static StepRange Around(double centre, int halfSize, double range, double step, double limit) {
     StepRange steps{};
     steps.step = step;
@@ -33,7 +33,7 @@ struct StepRange {
   double End() const { return last + step / 2; }
   bool IsEmpty() const { return !(first <= End()); }
 
-  /// Calls `visit` with every position; ends where adding the step moves no further.
+  /// Calls `visit` with every position; stops if adding the step does not change it.
   template <class Visit>
   void ForEach(Visit visit) const {
     double next = first;
@@ -51,14 +51,13 @@ struct StepPixels {
   int last = -1;
 
   StepPixels() = default;
-  /// Of a range that is not empty, cut to 0 to `limit`.
+  /// Of a range that is not empty, clamped to 0 to `limit`.
   StepPixels(const StepRange& range, std::int64_t limit)
       : first(static_cast<int>(std::clamp(range.first, 0.0, static_cast<double>(limit)))),
         last(static_cast<int>(std::clamp(range.End(), 0.0, static_cast<double>(limit)))) {}
 
-  /// Whether a position of the range lies over one of them. Rounding may put it a trifle before pixel 0,
-  /// where it counts to that pixel; elsewhere only ranges so large that doubles have no fractions left put
-  /// one.
+  /// Whether a position of the range is at one of them. Rounding may move it slightly before pixel 0, where
+  /// it counts as that pixel; elsewhere only in ranges so large that doubles have no fraction left.
   bool Hold(double position) const { return position > -1 && position < last + 1.0; }
 };
 

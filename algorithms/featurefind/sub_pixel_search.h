@@ -11,12 +11,12 @@
 
 namespace kv_img::featurefind {
 
-/// Tries every left top corner of a grid for the patch, row after row.
+/// Tries the patch at every top left corner of a grid, row by row.
 template <class Set, class ImageType>
 class SubPixelSearch {
  public:
-  /// `limitX`, `limitY`: the last positions at which patch, right neighbour and row below lie inside the
-  /// image with a pixel to spare.
+  /// `limitX`, `limitY`: the last positions at which the patch, its right neighbours and the row below are
+  /// inside the image with a pixel to spare.
   SubPixelSearch(const Patch& patch, const ImageType& image, const StepRange& columns, const StepRange& rows,
                  std::int64_t limitX, std::int64_t limitY)
       : patch_(patch), columns_(columns), rows_(rows) {
@@ -29,7 +29,7 @@ class SubPixelSearch {
                     static_cast<int>(pixelsY_.last - pixelsY_.first + patch.Height()) + 1);
   }
 
-  /// Leaves the best position in `best` and the score of every position in `map`, if there is one.
+  /// Stores the best position in `best` and the score of every position in `map`, if there is one.
   void Run(BestMatch<double>& best, SubPixelScoreMap* map) const {
     const auto offsetX = static_cast<double>(patch_.OffsetX());
     const auto offsetY = static_cast<double>(patch_.OffsetY());

@@ -17,14 +17,14 @@ struct PixelRange {
   std::int64_t first;
   std::int64_t last;
 
-  /// Up to `range` around `middle`, cut to 0 to `limit`.
+  /// Up to `range` around `middle`, clamped to 0 to `limit`.
   static PixelRange Around(std::int64_t middle, int range, std::int64_t limit) {
     return {std::max<std::int64_t>(middle - range, 0), std::min(middle + range, limit)};
   }
   bool IsEmpty() const { return last < first; }
 };
 
-/// Tries every left top corner for the patch, row after row.
+/// Tries the patch at every top left corner, row by row.
 template <class Set, class ImageType>
 class WholePixelSearch {
  public:
@@ -38,7 +38,7 @@ class WholePixelSearch {
                             static_cast<int>(rows.last - rows.first + patch.Height()));
   }
 
-  /// Leaves the best position in `best` and the score of every position in `map`, if there is one.
+  /// Stores the best position in `best` and the score of every position in `map`, if there is one.
   void Run(BestMatch<std::int64_t>& best, MatchScoreMap* map) const {
     for (std::int64_t y = rows_.first; y <= rows_.last; ++y) {
       for (std::int64_t x = columns_.first; x <= columns_.last; x += positionsAtOnce) {
@@ -66,7 +66,7 @@ class WholePixelSearch {
  private:
   static constexpr int positionsAtOnce = SearchStep<Set>::positions;
 
-  /// The sums of positions side by side; those that reach `limit` may be cut short.
+  /// The sums of adjacent positions; those that reach `limit` may be incomplete.
   void SumUp(std::int64_t x, std::int64_t y, int positions, std::uint64_t limit, std::uint32_t* sums) const {
     if (!patch_.HasSamples()) return;
     BlockSad::Args args{};

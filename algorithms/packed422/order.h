@@ -8,11 +8,11 @@ enum class PackedOrder {
   ChromaFirst  ///< Cb Y0 Cr Y1
 };
 
-/// Which byte of a pixel holds the luma, 0 or 1.
+/// The byte of a pixel that holds the luma, 0 or 1.
 [[gnu::always_inline]] constexpr int LumaByte(PackedOrder order) {
   return order == PackedOrder::LumaFirst ? 0 : 1;
 }
-/// Which one holds the chroma.
+/// The byte of a pixel that holds the chroma.
 [[gnu::always_inline]] constexpr int ChromaByte(PackedOrder order) {
   return 1 - LumaByte(order);
 }

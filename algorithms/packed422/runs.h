@@ -9,7 +9,7 @@
 namespace kv_img {
 
 /// Calls `luma(column)` for every column of the run, and `chroma(column)` once for every pair that has a
-/// column in it, with the first such column: an odd first column and an even last one bring the chroma of
+/// column in it, with the first such column: an odd first column and an even last one count for the chroma of
 /// their pair.
 template <class LumaWork, class ChromaWork>
 void ForEachSample(int left, int right, LumaWork luma, ChromaWork chroma) {
@@ -20,8 +20,8 @@ void ForEachSample(int left, int right, LumaWork luma, ChromaWork chroma) {
   }
 }
 
-/// Splits a run of columns into its whole pairs and what is left: `pixels(first, last)` takes columns that
-/// make no whole pair, possibly none, and `pairs(begin, end)` the columns of whole pairs, if there are any.
+/// Splits a run of columns into its whole pairs and the rest: calls `pairs(begin, end)` for the columns of
+/// whole pairs, if there are any, and `pixels(first, last)` for columns without a whole pair, possibly none.
 template <class PixelWork, class PairWork>
 void SplitRun(int left, int right, PixelWork pixels, PairWork pairs) {
   const int begin = (left + 1) & ~1;
@@ -36,8 +36,8 @@ void SplitRun(int left, int right, PixelWork pixels, PairWork pairs) {
 }
 
 /// Copies the samples of a run of columns from one row to another, component by component, so that the byte
-/// order becomes the destination's. Whole pairs and, of a pixel alone at either end, its luma and its pair's
-/// chroma are written. The rows must not overlap.
+/// order becomes the destination's. Writes whole pairs; of a lone pixel at either end its luma and the chroma
+/// of its pair. The rows must not overlap.
 inline void CopyRun(const std::uint8_t* from, const PackedSamples& fromSamples, std::uint8_t* to,
                     const PackedSamples& toSamples, int left, int right) {
   const auto copySamples = [&](int first, int last) {

@@ -24,7 +24,7 @@ constexpr std::ptrdiff_t PixelOffset(int column) {
 }
 
 /// Offsets of the samples of a packed 4:2:2 row in bytes from its start. The pixels 2n and 2n + 1 are a pair:
-/// four bytes with a luma sample of each and one sample of either chroma kind.
+/// four bytes, with the luma of each pixel, one Cb and one Cr.
 class PackedSamples {
  public:
   explicit PackedSamples(const PixelDescriptorYUV& descriptor)
@@ -50,7 +50,7 @@ class PackedSamples {
   std::ptrdiff_t cr_;
 };
 
-/// Writes `pixels` pixels of separate samples, chroma once per pair; a lone last pixel has its own.
+/// Writes `pixels` pixels from separate samples, one Cb and Cr per pair; a lone last pixel has its own.
 inline void InterleaveSamples(const std::uint8_t* luma, const std::uint8_t* cb, const std::uint8_t* cr,
                               int pixels, std::uint8_t* row, PackedSamples to) {
   for (int x = 0; x < pixels; ++x) row[to.Luma(x)] = luma[x];

@@ -19,8 +19,8 @@ inline int LineOffset(const VideoImageProperties& source) {
   return (source.fieldOrder != 0) == (source.fieldParity != 0) ? -1 : 0;
 }
 
-/// Calls `average(y, line, line + 1)` for the lines top to bottom whose two source lines are there, and
-/// `copy(y)` for the one line at the top (offset -1) or bottom (offset 0) that has only itself.
+/// Calls `average(y, line, line + 1)` for the lines `top` to `bottom` that have two source lines, and
+/// `copy(y)` for the one at the top (offset -1) or bottom (offset 0) that has only itself.
 template <class AverageWork, class CopyWork>
 void ForEachLine(int top, int bottom, int offset, AverageWork average, CopyWork copy) {
   const int alone = offset < 0 ? top : bottom;
@@ -49,7 +49,7 @@ class ParityChange : public ParityChangeAlgorithmInterface<ImageIn, ImageOut> {
       Refuse<Set>(4, L"ParityChange", L"<ImageYUV422, ImageYUV422>: region of support not rectangular");
     }
     const int offset = TurnFieldOrder(source, destination);
-    // A region without pixels may lie anywhere, where no rows are.
+    // A region without pixels may be anywhere, even where there are no rows.
     if (region.GetWidth() == 0) return destination;
     const auto& from = source.GetPixelBuffer();
     auto& to = destination.GetPixelBuffer();
@@ -83,12 +83,12 @@ class ParityChange : public ParityChangeAlgorithmInterface<ImageIn, ImageOut> {
     parity::ForEachLine(
         0, static_cast<int>(source.GetHeight()) - 1, offset,
         [&](int y, int upper, int lower) {
-          // The last width mod 4 pixels of an averaged line stay as they were.
+          // The last width mod 4 pixels of an averaged line stay unchanged.
           parity::LineAverage::Args args{groups, from.rows[upper], from.rows[lower], to.rows[y]};
           kernel(args);
         },
         [&](int y) {
-          // Between layouts the line that has only itself stays as it was.
+          // If the layouts differ, the line that has only itself stays unchanged.
           if (isSameLayout) std::memcpy(to.rows[y], from.rows[y], rowBytes);
         });
     return destination;
@@ -111,14 +111,14 @@ class ParityChange : public ParityChangeAlgorithmInterface<ImageIn, ImageOut> {
     }
   }
 
-  /// Gives the destination the other field order and returns the line offset.
+  /// Sets the destination to the other field order and returns the line offset.
   static int TurnFieldOrder(const ImageIn& source, ImageOut& destination) {
     const VideoImageProperties& properties = source.GetPixelBuffer().properties;
     destination.GetPixelBuffer().properties.fieldOrder = properties.fieldOrder == 0 ? 1 : 0;
     return parity::LineOffset(properties);
   }
 
-  /// Pixels that fill groups take the kernel's average, the others the full one.
+  /// Pixels in groups get the kernel's mean, the others MeanDown.
   static void AverageRun(AverageKernel kernel, const std::uint8_t* upper, const std::uint8_t* lower,
                          const PackedSamples& fromSamples, std::uint8_t* to, const PackedSamples& toSamples,
                          int left, int right) {

@@ -21,7 +21,7 @@ constexpr std::uint8_t BlendLuma(std::uint32_t leftSum, std::uint32_t rightSum, 
 static_assert(BlendLuma(510, 510, 0x3FFFFF) == 255 && BlendLuma(5, 0, 0) == 2 &&
               BlendLuma(4, 8, 0x400000) == 3);
 
-/// Samples of two rows, `left` and `right` of where the output lies.
+/// Samples of two rows, left and right of the output's position.
 struct Neighbours {
   std::uint8_t upperLeft;
   std::uint8_t upperRight;
@@ -46,8 +46,8 @@ constexpr std::uint8_t BlendFirstLuma(int leftSum, int rightSum, float fraction)
 }
 static_assert(BlendFirstLuma(5, 0, 0.0F) == 3 && BlendFirstLuma(510, 510, 0.3F) == 255);
 
-/// Rows of a horizontal pan. Groups, pairs and the pixels at either end each have a rounding of their own,
-/// and shifted chroma two weightings: one row mixes them, and is meant to.
+/// Rows of a horizontal pan. Groups, pairs and the pixels at both ends have different roundings, and shifted
+/// chroma has two weightings: one row mixes them, on purpose.
 template <class Set, class Buffer>
 class HorizontalPan {
  public:
@@ -72,7 +72,7 @@ class HorizontalPan {
     }
     if (kernel_ == nullptr) Refuse<Set>(4, L"Scanning");
 
-    // Counted from the region's own first column, also when an odd first pixel has been taken.
+    // Counted from the region's first column, even after an odd first pixel.
     const int groups = (right_ - left_ - 2) / 4;
     if (groups > 0) {
       const std::ptrdiff_t start = PixelOffset(x + toSource_);
@@ -91,7 +91,7 @@ class HorizontalPan {
       FillChroma(upper, lower, out, x);
     }
     if (x > right_) return;
-    // The last pixel or pair: the last luma and the chroma take no part of what lies right of them.
+    // The last pixel or pair: its last luma and its chroma are not interpolated with what is right of them.
     if (x < right_) FillLuma(upper, lower, out, x);
     const std::ptrdiff_t luma = from_.Luma(right_ + toSource_);
     out[to_.Luma(right_)] = MeanDown(upper[luma], lower[luma]);
@@ -101,10 +101,10 @@ class HorizontalPan {
  private:
   using Kernel = void (*)(RowPan::Args&) noexcept;
 
-  /// Source and destination columns are of unlike parity: the chroma of a source pixel is of the other kind.
+  /// Source and destination columns have different parity: the chroma of a source pixel is of the other kind.
   bool IsShifted() const { return toSource_ % 2 != 0; }
 
-  /// Null for layouts that have none.
+  /// Null for layouts without a kernel.
   Kernel KernelFor(std::int32_t source, std::int32_t destination) const {
     if (source != destination || !IsKnownOrder(source)) return nullptr;
     if (OrderOf(source) == PackedOrder::ChromaFirst) {
@@ -140,7 +140,7 @@ class HorizontalPan {
     }
   }
 
-  /// The chroma of the source pair that holds the column of pixel x, and of the pair right of it.
+  /// From the chroma of the source pair of pixel x and of the pair right of it.
   void InterpolateChroma(const std::uint8_t* upper, const std::uint8_t* lower, std::uint8_t* out, int x,
                          float fraction) const {
     const auto interpolate = [&](std::ptrdiff_t left, std::ptrdiff_t right) {

@@ -15,7 +15,7 @@
 namespace kv_img {
 namespace scanning {
 
-/// Mode flags, tested from the top: any horizontal one beats the vertical ones.
+/// Mode flags, tested in this order: horizontal flags override vertical ones.
 enum Mode : std::uint8_t {
   horizontalForward = 0x01,
   horizontalReverse = 0x02,
@@ -40,7 +40,7 @@ class Scanning : public ScanningAlgorithmInterface<ImageIn, ImageOut> {
         (isVertical && sourceRegion.GetWidth() != destinationRegion.GetWidth())) {
       Refuse<Set>(2, L"Scanning");
     }
-    // A region without pixels may lie anywhere, where no rows are.
+    // A region without pixels may be anywhere, even where there are no rows.
     if (destinationRegion.GetWidth() == 0) return destination;
     const bool isForward = (modeFlags & (isHorizontal ? horizontalForward : verticalForward)) != 0;
     const std::uint32_t frame = isForward ? step : static_cast<std::uint32_t>(steps) - step - 1U;
@@ -60,7 +60,7 @@ class Scanning : public ScanningAlgorithmInterface<ImageIn, ImageOut> {
   }
 
  private:
-  /// The destination region too is measured against the source image, on purpose.
+  /// The destination region, too, is checked against the source image, on purpose.
   static void CheckRegions(const ImageIn& source, const RegionOfSupport& sourceRegion,
                            const RegionOfSupport& destinationRegion) {
     const ImageRect bounds(source);
@@ -109,8 +109,8 @@ class Scanning : public ScanningAlgorithmInterface<ImageIn, ImageOut> {
     }
   }
 
-  /// Ends a band of the other field: its last row becomes a copy of the row above, which belongs to another
-  /// band when the band has one row. Row 0 has none above it and stays.
+  /// Finishes a band of the other field: its last row becomes a copy of the row above, which is in another
+  /// band if the band has one row. Row 0 has none above it and stays unchanged.
   static void RepeatLastRow(ImageOut& destination, const RegionOfSupport& region, RowBand band) {
     if (band.last < band.first || band.last == 0) return;
     auto& to = destination.GetPixelBuffer();

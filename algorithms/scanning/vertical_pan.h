@@ -14,7 +14,8 @@ namespace kv_img::scanning {
 template <class Set, class Buffer>
 class VerticalPan {
  public:
-  /// Fills the columns `left` to `right` of the destination from as many of the source, from `sourceLeft` on.
+  /// Fills the columns `left` to `right` of the destination from the same number of source columns, starting
+  /// at `sourceLeft`.
   VerticalPan(const Buffer& source, const Buffer& destination, int left, int right, int sourceLeft,
               float fraction)
       : from_(source.descriptor),
@@ -48,8 +49,8 @@ class VerticalPan {
     const auto blend = [&](std::ptrdiff_t to, std::ptrdiff_t from) {
       out[to] = BlendRows(upper[from], lower[from], fraction_);
     };
-    // Between unlike columns chroma lies between two pairs of the source: the one that holds the column, and
-    // always the one right of it.
+    // Between unlike columns chroma is between two pairs of the source: the pair of the column, and always
+    // the one right of it.
     const auto blendChroma = [&](std::ptrdiff_t to, std::ptrdiff_t from, std::ptrdiff_t next) {
       if (AreColumnsAlike()) {
         blend(to, from);
@@ -66,7 +67,7 @@ class VerticalPan {
         });
   }
 
-  /// The same of groups of four pixels, between equal layouts.
+  /// The same for groups of four pixels, between equal layouts.
   void FillGroups(RowBlend::Args& args) const {
     if (AreColumnsAlike()) {
       Set::template Run<BlendAligned>(args);

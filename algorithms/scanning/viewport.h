@@ -15,8 +15,8 @@ struct ViewportStart {
 };
 
 /// Where the viewport of frame `frame` (0 to frames - 1) starts when it moves from one end of the source
-/// region to the other. Lengths along the axis in pixels; the source region starts at `start`, the picture is
-/// moved on by `lead` of a pixel. With one frame or none the viewport stays at the start.
+/// region to the other. Lengths along the axis in pixels. The source region starts at `start`; `lead`, a
+/// fraction of a pixel, is added to the position. With one frame or none the viewport stays at the start.
 constexpr ViewportStart StartOfViewport(int start, std::uint32_t sourceLength,
                                         std::uint32_t destinationLength, std::int32_t frames,
                                         std::uint32_t frame, float lead) {

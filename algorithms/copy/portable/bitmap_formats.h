@@ -53,7 +53,7 @@ struct Format<PixelDIB24> : ByteFormat<PixelDIB24, 3> {};
 template <>
 struct Format<PixelDIB32> : ByteFormat<PixelDIB32, 4> {};
 
-/// Five and six bits become eight by repeating the upper bits below.
+/// Widens five and six bits to eight by repeating the upper bits in the lower ones.
 constexpr std::uint8_t Widen5(int bits) {
   return static_cast<std::uint8_t>(bits << 3 | bits >> 2);
 }
@@ -62,7 +62,7 @@ constexpr std::uint8_t Widen6(int bits) {
 }
 static_assert(Widen5(31) == 255 && Widen5(16) == 132 && Widen6(63) == 255 && Widen6(32) == 130);
 
-/// Little-endian words: five bits of blue, `greenBits` of green, five of red, from the lowest bit on.
+/// Little-endian words: from the lowest bit, five bits of blue, `greenBits` of green, five of red.
 template <class PixelClass, int greenBits>
 struct WordFormat {
   using Block = RgbBlock;

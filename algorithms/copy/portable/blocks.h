@@ -7,7 +7,7 @@ namespace kv_img::copy::portable {
 /// Rows are converted in blocks of up to this many pixels: a multiple of every format's pixel group.
 inline constexpr int blockPixels = 256;
 
-/// Pixels of any YUV or grey format: chroma once per pixel pair, a lone last pixel having its own.
+/// Pixels of any YUV or grey format: chroma once per pixel pair; a lone last pixel has its own.
 struct YuvBlock {
   std::uint8_t luma[blockPixels];
   std::uint8_t cb[blockPixels / 2];

@@ -12,9 +12,9 @@ namespace kv_img::copy::portable {
 inline constexpr YuvToRgbMatrix toRgb;
 inline constexpr RgbToYuvMatrix toYuv;
 
-/// The colours; alpha is left.
+/// The colours, without alpha.
 inline void ToRgb(const YuvBlock& from, int pixels, RgbBlock& to) {
-  // Sums of a luma and a chroma term fit 16 bits, and simple loops over them suit every compiler.
+  // Sums of a luma and a chroma term fit 16 bits, and every compiler vectorises simple loops over them.
   std::int16_t luma[blockPixels];
   std::int16_t chroma[blockPixels];
   for (int i = 0; i < pixels; ++i) luma[i] = static_cast<std::int16_t>(LumaTerm(toRgb, from.luma[i]));
@@ -34,14 +34,14 @@ inline void ToRgb(const YuvBlock& from, int pixels, RgbBlock& to) {
   addTo(to.red, [](int, int cr) { return RedTerm(toRgb, cr); });
 }
 
-/// The luma alone.
+/// Luma only.
 inline void ToLuma(const RgbBlock& from, int pixels, YuvBlock& to) {
   for (int i = 0; i < pixels; ++i) {
     to.luma[i] = LumaOf(Weigh(toYuv.luma, from.red[i], from.green[i], from.blue[i]), toYuv.lumaOffset);
   }
 }
 
-/// The chroma alone; a lone last pixel is a pair with itself.
+/// Chroma only; a lone last pixel is a pair with itself.
 inline void ToChroma(const RgbBlock& from, int pixels, YuvBlock& to) {
   const auto cb = [&](int i) { return Weigh(toYuv.cb, from.red[i], from.green[i], from.blue[i]); };
   const auto cr = [&](int i) { return Weigh(toYuv.cr, from.red[i], from.green[i], from.blue[i]); };

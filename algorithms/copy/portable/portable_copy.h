@@ -12,7 +12,7 @@ namespace kv_img {
 namespace copy {
 namespace portable {
 
-/// No kernels: every format is read or written by itself, and blocks of pixels go from one to the other.
+/// No kernels: every format has a reader or writer of its own, and blocks of pixels go from one to the other.
 struct NoKernels : MemberC {};
 
 }  // namespace portable
@@ -59,7 +59,7 @@ class RowConverter<portable::NoKernels, Image<PixelIn>, Image<PixelOut>> {
 
 }  // namespace copy
 
-/// "Copy" of the pairs that the portable member alone offers.
+/// "Copy" of the pairs that only the portable member offers.
 template <class ImageIn, class ImageOut>
 class PortableCopyC final : public Copy<copy::portable::NoKernels, ImageIn, ImageOut> {};
 

@@ -14,12 +14,10 @@ namespace kv_img::copy::portable {
 
 /// How the pixels of one format are read and written. Specialised per pixel class:
 /// - `Block`, the kind of block that holds its pixels; of a YuvBlock, `hasChroma`;
-/// - `Read(buffer, row, x, pixels, block)` fills a block with `pixels` pixels from column x on, x being a
-/// multiple
-///   of blockPixels;
-/// - `Write(buffer, row, x, pixels, block)` writes every sample of these pixels, the last ones up to 2 bytes
-/// behind
-///   the row's pixels. Bytes of a last group that belong to no pixel stay as they were.
+/// - `Read(buffer, row, x, pixels, block)` fills a block with `pixels` pixels, starting at column x, a
+///   multiple of blockPixels;
+/// - `Write(buffer, row, x, pixels, block)` writes every sample of these pixels, up to 2 bytes past the last
+///   pixel of the row. Bytes of a last group that belong to no pixel stay unchanged.
 template <class PixelClass>
 struct Format;
 
@@ -93,8 +91,7 @@ struct Format<PixelYUV411P> {
   }
 };
 
-/// Of `count` samples the mean, rounded down, of numbers 2 * index and 2 * index + 1; a lone last one stands
-/// for both.
+/// The mean, rounded down, of samples 2 * index and 2 * index + 1 of `count`; a lone last one counts twice.
 inline std::uint8_t MeanOfTwo(const std::uint8_t* samples, int count, int index) {
   return MeanDown(samples[2 * index], samples[std::min(2 * index + 1, count - 1)]);
 }
