@@ -140,7 +140,7 @@ void Run(const Search& search, const kv_img::FeatureFindAlgorithmInterface<Image
                          s.stepY, 0, s.levels, &map, barrier, 0);
   }
   values = {result[0], result[1], static_cast<double>(wholeResult[0]), static_cast<double>(wholeResult[1])};
-  // A score is no number where the template has no pixels; as a number it can be compared.
+  // The score of a template without pixels is NaN, which equals nothing.
   for (const double score : wholeMap.Scores()) values.push_back(score == score ? score : -1);
   for (const double score : map.Scores()) values.push_back(score == score ? score : -1);
 }
@@ -154,7 +154,7 @@ Comparison CompareSearches(Random& random, const AlgorithmInterface& reference,
   auto image1 = AnyImage<PixelClass>(random, random.OneIn(4) ? random.Between(4, 44) : width, height, 0);
   auto image2 = AnyImage<PixelClass>(random, width, height, 0);
   if (random.OneIn(4)) {
-    // Few values, so that many positions score alike.
+    // Few values, so that many positions have equal scores.
     for (std::uint8_t& byte : image1.Arena()) byte &= 1;
     for (std::uint8_t& byte : image2.Arena()) byte &= 1;
   }

@@ -102,7 +102,7 @@ Comparison CompareScans(Random& random, const AlgorithmInterface& reference,
                         const AlgorithmInterface& other) {
   const Pan pan(random);
   const int threads = random.Between(1, 5);
-  // Both regions lie inside the source.
+  // Both regions are inside the source.
   const int width = std::max(pan.from.GetRight(), pan.to.GetRight()) + 1 + random.Between(0, 2);
   const int height = std::max(pan.from.GetBottom(), pan.to.GetBottom()) + 1 + random.Between(0, 2);
   const kv_img::ImageOptions options = AnyOptions<PixelYUV422>(random);
@@ -179,7 +179,7 @@ class FillPolyRule final : public kv_img::FillPolyAlgorithmInterface<Dib24> {
   }
 };
 
-/// A coordinate: on the grid, between, far out or no number at all.
+/// A coordinate: on the grid, between grid points, far outside, infinite or NaN.
 double AnyCoordinate(Random& random) {
   switch (random.Between(0, 9)) {
     case 0:

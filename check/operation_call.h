@@ -14,7 +14,7 @@
 #include "frame/spin_barrier.h"
 #include "image/errors/exceptions.h"
 
-// What the random calls of operation_case.h are made with.
+// Tools for the random calls of operation_case.h.
 namespace kv_check {
 
 /// How an operation is called, and its plain rule.
@@ -38,7 +38,7 @@ void AddRows(std::vector<OperationCase>& list, CheckOf checkOf) {
   });
 }
 
-/// What a rule throws: the code counts, the names in its message are the members' own.
+/// Throws for a rule. Only the code is compared: members put their own names into the message.
 [[noreturn]] inline void Refuse(std::uint32_t code) {
   throw kv_img::AlgoMMXException(code, L"rule", L"");
 }
@@ -48,7 +48,7 @@ bool HaveEqualSizes(const A& a, const B& b) {
   return a.GetWidth() == b.GetWidth() && a.GetHeight() == b.GetHeight();
 }
 
-/// What a call gave beside pixels.
+/// The result of a call, apart from the pixels.
 struct CallResult {
   /// Class and code of the exception; empty: none.
   std::string error;
@@ -124,7 +124,7 @@ kv_img::ImageOptions AnyOptions(Random& random) {
   }
   options.properties.fieldParity = static_cast<std::uint8_t>(random.Between(0, 2));
   options.properties.fieldOrder = static_cast<std::uint8_t>(random.Between(0, 1));
-  // Images in scattered rows are no block.
+  // The rows are scattered, so the image is no single block.
   options.properties.propertyFlag = 1;
   return options;
 }
@@ -135,7 +135,7 @@ TestImage<PixelClass> AnyImage(Random& random, int width, int height, std::size_
   return {random, width, height, Placement::Any(random, slack), options};
 }
 
-/// `size`, or now and then one that does not fit.
+/// `size`, or now and then a size that does not match.
 inline int AlmostAlways(Random& random, int size) {
   return random.OneIn(40) ? size + 1 : size;
 }

@@ -9,11 +9,11 @@
 
 namespace kv_check {
 
-/// What a comparison of one call came to.
+/// The result of comparing one call.
 struct Comparison {
-  /// What differs, with where; empty when nothing does.
+  /// What differs, and where; empty if nothing does.
   std::string difference;
-  /// The reference threw: a refused call, which the other must refuse alike.
+  /// The reference threw: the other must throw the same exception.
   bool wasRefused = false;
 };
 
@@ -21,8 +21,8 @@ struct Comparison {
 struct OperationCase {
   std::string algorithm;
   std::vector<int> ids;
-  /// Makes one random call on both objects, implementations of this operation, with equal images: all bytes
-  /// of all images, slack and guard bytes too, the values that come back and the exceptions must be equal.
+  /// Makes one random call on two implementations of this operation, with equal images. All bytes of all
+  /// images (slack and guard bytes included), the returned values and the exceptions must be equal.
   std::function<Comparison(Random& random, const kv_img::AlgorithmInterface& reference,
                            const kv_img::AlgorithmInterface& other)>
       compare;

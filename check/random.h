@@ -11,7 +11,7 @@ namespace kv_check {
 class Random {
  public:
   explicit Random(std::uint64_t seed) : engine_(seed) {}
-  /// Values that the bytes decide, a choice among up to 256 by one byte; when they are used up, as of seed 0.
+  /// Values taken from bytes: a choice among up to 256 takes one byte. After the last byte, as seed 0.
   /// The bytes must outlive this object.
   explicit Random(std::span<const std::uint8_t> choices) : engine_(0), choices_(choices) {}
 
@@ -35,7 +35,7 @@ class Random {
   void Fill(std::span<std::uint8_t> bytes);
 
  private:
-  /// A value out of as many bytes as one up to `highest` takes.
+  /// A value made of the number of bytes that `highest` takes.
   std::uint64_t Chosen(std::uint64_t highest);
   /// Eight bytes of every value.
   void FillFromEngine(std::span<std::uint8_t> bytes);

@@ -22,8 +22,8 @@ inline kv_img::RunRegion Runs(int top, const std::vector<std::pair<int, int>>& r
   return {top, first, last};
 }
 
-/// Runs that claim to lie inside every rectangle, as a region type of a host's own may: what reaches out of
-/// an image must be cut off.
+/// Runs that claim to be inside every rectangle, as a host's own region type may: operations must clip what
+/// is outside an image.
 class BoldRegion final : public kv_img::RegionOfSupport {
  public:
   explicit BoldRegion(kv_img::RunRegion runs) : runs_(std::move(runs)) {}
@@ -68,7 +68,7 @@ inline RegionPair RandomRectPair(Random& random, Size source, Size destination) 
   return {std::move(from), place(destination)};
 }
 
-/// Rectangles without columns, whose rows and columns may lie anywhere.
+/// Rectangles without columns, at any position.
 inline RegionPair RandomEmptyRectPair(Random& random, Size source, Size destination) {
   const int height = random.Between(1, 6);
   const auto place = [&](Size image) {
@@ -80,8 +80,8 @@ inline RegionPair RandomEmptyRectPair(Random& random, Size source, Size destinat
   return {std::move(from), place(destination)};
 }
 
-/// Runs of equal lengths, each run anywhere in its image. Some are empty, and those may lie outside the
-/// image, as do rows above and below it.
+/// Runs of equal lengths, each run anywhere in its image. Some are empty; those may be outside the image, and
+/// so may the rows above and below it.
 inline RegionPair RandomRunPair(Random& random, Size source, Size destination) {
   const int rows = random.Between(1, std::min(source.height, destination.height) + 3);
   const int sourceTop = random.Between(-2, std::max(source.height - rows, 0) + 2);

@@ -12,11 +12,11 @@
 
 namespace kv_check {
 
-/// How the rows of a test image lie in its memory.
+/// How the rows of a test image are placed in memory.
 struct Placement {
   enum class Order { TopDown, BottomUp, Shuffled };
   Order order = Order::TopDown;
-  /// Bytes behind each row's pixels that belong to it; what follows belongs to nobody.
+  /// Bytes after the pixels of a row that still belong to it.
   std::size_t slack = 8;
   /// Bytes between the end of a row's slack and the next row: guard bytes.
   std::size_t gap = 16;
@@ -33,7 +33,7 @@ struct Placement {
   }
 };
 
-/// An image whose rows lie scattered in one arena of random bytes. A copy has equal bytes at equal places, so
+/// An image whose rows are scattered in one arena of random bytes. A copy has equal bytes at equal places, so
 /// the code under test works on one copy, the model on the other, and every byte of the arenas is compared:
 /// pixels, slack and the guard bytes between and around the rows.
 template <class PixelClass>
@@ -82,7 +82,7 @@ class TestImage {
   std::span<std::uint8_t> Arena() { return {memory_, size_}; }
 
   /// Empty when every byte of both arenas and the properties are equal; otherwise where the first difference
-  /// lies.
+  /// is.
   std::string DifferenceFrom(const TestImage& other) const {
     std::ostringstream text;
     if (!((*this)->GetProperties() == other->GetProperties())) text << "properties differ; ";

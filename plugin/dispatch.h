@@ -7,8 +7,8 @@
 
 namespace kv_plugin {
 
-/// The object of the first row of `Algorithm` that `pixelClassIds` match; null when there is none. Every
-/// algorithm has it in a source file of its own.
+/// Returns the object of the first row of `Algorithm` that `pixelClassIds` match, or null. Defined for each
+/// algorithm in a source file of its own, in plugin/rows/.
 template <class Algorithm>
 kv_img::AlgorithmInterface* Find(const int* pixelClassIds);
 

@@ -5,8 +5,8 @@
 
 #include "frame/algorithm_list.h"
 
-/// What tells the members of the family apart. Each source file of a member is compiled with KV_MEMBER, the
-/// name of one of these, with which the names of the member's implementation classes end.
+/// What differs between the members of the family. Each source file of a member is compiled with KV_MEMBER,
+/// the name of one of these structs. It is the suffix of the member's implementation classes.
 namespace kv_plugin::members {
 
 struct C {

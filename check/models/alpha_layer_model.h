@@ -4,17 +4,17 @@
 #include <cmath>
 #include <cstdint>
 
+#include "check/models/average_filter_model.h"
 #include "image/image.h"
 #include "image/region_of_support.h"
-#include "check/models/average_filter_model.h"
 
 /// Plain models of the alpha layers, pixel by pixel.
 namespace kv_model {
 
 using Mask = kv_img::Image<kv_img::PixelNoColor<unsigned char>>;
 
-/// Alpha of a pixel pair from its chroma samples. The last pixels of a run, behind whole groups of four,
-/// follow a rule of their own.
+/// Alpha of a pixel pair from its chroma samples. The last pixels of a run, after the whole groups of
+/// four, have a rule of their own.
 inline std::uint8_t ChromaAlpha(int u1, int v1, int u2, int v2, bool isTail) {
   if (!isTail) {
     int s = std::abs(u1 - u2) + std::abs(v1 - v2);

@@ -7,7 +7,7 @@
 
 namespace kv_model {
 
-/// "AverageFilter": every output pixel gathers its whole window anew.
+/// "AverageFilter": every output pixel sums its whole window from scratch.
 inline void AverageFilter(const kv_img::Image<kv_img::PixelNoColor<unsigned char>>& source,
                           kv_img::Image<kv_img::PixelNoColor<unsigned char>>& destination,
                           const kv_img::RegionOfSupport& region, int windowSize) {

@@ -9,7 +9,7 @@ inline bool Contains(const kv_img::RegionOfSupport& region, int x, int y) {
   return y >= region.GetTop() && y <= region.GetBottom() && x >= region.GetLeft(y) && x <= region.GetRight(y);
 }
 
-/// "Average": asks of every output pixel which sources are valid there.
+/// "Average": checks for every output pixel which sources are valid there.
 inline void Average(const kv_img::Image<kv_img::PixelNoColor<unsigned char>>& first,
                     const kv_img::Image<kv_img::PixelNoColor<unsigned char>>& second,
                     kv_img::Image<kv_img::PixelNoColor<unsigned char>>& destination,

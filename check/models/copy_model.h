@@ -5,7 +5,7 @@
 
 #include "image/image.h"
 
-/// Plain models of the copies: one obvious loop per rule, written apart from the library.
+/// Plain models of the copies: one obvious loop per rule, written separately from the library.
 namespace kv_model {
 
 struct Rows {

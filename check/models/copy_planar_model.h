@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-#include "image/image.h"
 #include "check/models/copy_model.h"
+#include "image/image.h"
 
 namespace kv_model {
 

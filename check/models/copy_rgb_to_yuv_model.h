@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-#include "image/image.h"
 #include "check/models/copy_model.h"
+#include "image/image.h"
 
 /// Plain models of the copies from bitmaps to packed 4:2:2.
 namespace kv_model {
@@ -69,7 +69,7 @@ inline YuvValue RgbToYuvInFloats(int red, int green, int blue) {
   return {limited(y), limited(u), limited(v)};
 }
 
-/// Where the samples of a packed pair lie.
+/// Positions of the samples of a packed pair.
 struct PairPositions {
   int y;
   int cb;
@@ -142,7 +142,7 @@ inline void CopyDib32ToYuv422(const kv_img::Image<kv_img::PixelDIB32>& source,
   });
 }
 
-/// The alpha rows lie behind the colour rows.
+/// The alpha rows follow the colour rows.
 inline void CopyDib32ToYuva422(const kv_img::Image<kv_img::PixelDIB32>& source,
                                kv_img::Image<kv_img::PixelYUVA422>& destination, int threads) {
   const auto& from = source.GetPixelBuffer();

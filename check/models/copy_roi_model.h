@@ -5,8 +5,8 @@
 #include "image/image.h"
 #include "image/image_rect.h"
 
-/// Plain models of the region copies: one obvious loop per rule, written apart from the library. Letters are
-/// the rule's own: s source, d destination, k column offset.
+/// Plain models of the region copies: one obvious loop per rule, written separately from the library. Letters
+/// are the rule's own: s source, d destination, k column offset.
 namespace kv_model {
 
 /// Whether the regions are refused with code 2.

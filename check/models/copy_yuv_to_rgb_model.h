@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <initializer_list>
 
-#include "image/image.h"
 #include "check/models/copy_model.h"
+#include "image/image.h"
 
 /// Plain models of the copies from packed 4:2:2 to bitmaps.
 namespace kv_model {

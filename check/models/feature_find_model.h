@@ -10,8 +10,8 @@
 
 #include "image/image.h"
 
-/// A plain model of the feature search: every sample read where it lies, every sum from scratch, written
-/// apart from the library.
+/// A plain model of the feature search: every sample read in place, every sum from scratch, written
+/// separately from the library.
 namespace kv_model {
 
 inline constexpr double noScore = 3.4028234663852886e38;
@@ -40,7 +40,7 @@ int Sample(const kv_img::Image<PixelClass>& image, int x, int y, Search search) 
   }
 }
 
-/// The template rectangle around a feature and where the feature lies in it.
+/// The template rectangle around a feature, and the position of the feature in it.
 struct Template {
   int x0;
   int y0;

@@ -5,7 +5,7 @@
 #include "image/image.h"
 #include "image/region_of_support.h"
 
-/// Plain models of the field-parity change: one obvious loop per rule, written apart from the library.
+/// Plain models of the field-parity change: one obvious loop per rule, written separately from the library.
 namespace kv_model {
 
 using ParityImage = kv_img::Image<kv_img::PixelYUV422>;

@@ -4,8 +4,8 @@
 #include <type_traits>
 #include <vector>
 
-#include "image/image.h"
 #include "check/models/copy_model.h"
+#include "image/image.h"
 
 /// A plain model of the copies that only the portable member offers: every pixel by itself, in plain numbers.
 namespace kv_model {

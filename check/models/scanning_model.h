@@ -7,7 +7,7 @@
 #include "image/image_rect.h"
 
 /// A plain model of the pan: a column's part in its row decides the rule, and every rule stands by itself.
-/// Written apart from the library.
+/// Written separately from the library.
 namespace kv_model {
 
 using ScanImage = kv_img::Image<kv_img::PixelYUV422>;
@@ -114,7 +114,7 @@ inline void PanRowHorizontally(SampleRow a, SampleRow b, SampleRow out, int left
       out.Luma(x) = static_cast<std::uint8_t>((here * Wleft + next * W) >> 24);
     }
     if (part == 's' && !sameParity) {
-      // The chroma byte of this very pixel lies between those of the pixels before and behind.
+      // The chroma byte of this very pixel is between those of the previous and the next pixel.
       const Single g = frac * 0.5F + 0.5F;
       const Single one = 1.0F;
       const Single h = g * 0.5F;

@@ -1,4 +1,4 @@
-// What the comparisons stand on: repeatable choices, and images that tell where they differ.
+// The parts of a comparison: repeatable random choices, and images that report where they differ.
 #include <gtest/gtest.h>
 
 #include <array>

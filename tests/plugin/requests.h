@@ -49,7 +49,7 @@ inline const std::vector<std::string> algorithmNames = {"Copy",
                                                         "Average",
                                                         "FeatureFind"};
 
-/// The ten pixel classes, the 8-bit image type and a class that nobody knows.
+/// The ten pixel classes, the 8-bit image type and an unknown class.
 inline const std::vector<int> classIds = {yuv422, yuva422, yuv411P, yuv411,  yuv211,       dib24,
                                           dib32,  dib15,   dib16,   noColor, noColorImage, -1};
 
@@ -79,7 +79,7 @@ inline std::set<Request> CommonRequests() {
           {"FeatureFind", {dib32}}};
 }
 
-/// What kv_algoC answers beside: the pairs that have a holder, and the averaging filter under the identifier
+/// What kv_algoC answers in addition: the other pairs that have a holder, and the averaging filter under the identifier
 /// of its image type.
 inline std::set<Request> PortableRequests() {
   return {{"Copy", {yuva422, yuva422}}, {"Copy", {noColor, dib32}},   {"Copy", {yuva422, dib24}},
