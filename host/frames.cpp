@@ -7,8 +7,18 @@
 
 namespace kv_host {
 
-CompanionInput::CompanionInput(const std::string& name, const ReadOptions& options)
-    : reader_(name, {options.format, options.width, options.height, {}}) {}
+CompanionInput::CompanionInput(const std::string& name, const ReadOptions& options, const PictureReader& main)
+    : reader_(name, {options.format, options.width, options.height, {}}), main_(main.Name()) {
+  const auto length = reader_.Length();
+  const auto needed = ClipPart{main.Range(), main.Length()}.Count();
+  if (!length || *length < 2 || !main.Length() || !needed) return;
+  if (*length < main.Range().first + *needed) FailForFrames(*length);
+}
+
+void CompanionInput::FailForFrames(std::int64_t count) const {
+  throw UsageError(Name() + ": has " + std::to_string(count) + " frames, fewer than the other input (" +
+                   main_ + "); give as many, or one for all");
+}
 
 const Raster& CompanionInput::FrameBeside(std::int64_t number) {
   while (number >= count_) {
@@ -19,8 +29,7 @@ const Raster& CompanionInput::FrameBeside(std::int64_t number) {
     } else if (count_ == 1) {
       break;
     } else {
-      throw UsageError(Name() + ": has " + std::to_string(count_) +
-                       " frames, fewer than the other input; give as many, or one for all");
+      FailForFrames(count_);
     }
   }
   return *current_;

@@ -14,14 +14,19 @@ namespace kv_host {
 /// them.
 class CompanionInput {
  public:
-  CompanionInput(const std::string& name, const ReadOptions& options);
+  /// Throws UsageError when the files' sizes show that it has too few frames for `main`.
+  CompanionInput(const std::string& name, const ReadOptions& options, const PictureReader& main);
 
   const std::string& Name() const { return reader_.Name(); }
+  const PictureReader& Reader() const { return reader_; }
   /// The frame beside frame `number` (from 0) of the other input. Throws UsageError when the frames run out.
   const Raster& FrameBeside(std::int64_t number);
 
  private:
+  [[noreturn]] void FailForFrames(std::int64_t count) const;
+
   PictureReader reader_;
+  std::string main_;
   std::optional<Raster> current_;
   std::int64_t count_ = 0;
 };

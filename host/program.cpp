@@ -4,58 +4,83 @@
 #include <cstdio>
 #include <exception>
 #include <new>
+#include <sstream>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "host/commands/command.h"
 #include "host/errors.h"
+#include "host/family.h"
 #include "host/formats/format_error.h"
 #include "host/formats/unfinished_files.h"
 #include "host/platform/platform.h"
+#include "host/session.h"
 #include "image/errors/kv_exception.h"
 
 namespace kv_host {
 namespace {
 
-int Complain(std::string_view problem, int status) {
-  std::fprintf(stderr, "kv: %.*s\n", static_cast<int>(problem.size()), problem.data());
-  return status;
+constexpr const char* seeHelp = " (kv --help shows what there is)";
+
+/// As reports are when there is no memory to make them.
+constexpr const char* outOfMemoryReport =
+    R"({"version":1,"command":null,"status":2,"error":{"code":"outOfMemory","message":"out of memory",)"
+    R"("file":null,"offset":null},"files":[],"operations":[],"result":null})"
+    "\n";
+
+/// Before the options are parsed, which may fail.
+bool AsksForReport(const std::vector<std::string>& arguments) {
+  const auto end = std::ranges::find(arguments, "--");
+  return std::find(arguments.begin(), end, "--json") != end;
 }
 
-int Run(std::vector<std::string> arguments) {
+/// Runs the command line; throws what commands throw.
+void RunCommand(std::vector<std::string> arguments, Session& session) {
   CLI::App app("Pictures and video in packed YUV 4:2:2, through the best plug-in that can do it.", "kv");
   app.require_subcommand(1);
   app.set_version_flag("--version", std::string("kv ") + KV_VERSION);
   app.footer(
       "kv COMMAND --help shows a command's options and an example.\n"
-      "Exit status: 0 done, 1 nothing found where something was sought, 2 bad input or usage, 3 no member "
-      "can do it.");
-  Session session;
+      "Exit status: 0 done, 1 not found or not equal, 2 bad input or usage or output that cannot be written, "
+      "3 no member can do it.");
   AddAllCommands(app, session);
-  const auto commands = app.get_subcommands([](const CLI::App*) { return true; });
-  if (!arguments.empty() && !arguments[0].starts_with('-') &&
-      std::ranges::none_of(commands,
-                           [&](const CLI::App* command) { return command->get_name() == arguments[0]; })) {
-    return Complain(arguments[0] + ": no such command (kv --help shows what there is)", BadInput);
+  if (!arguments.empty() && !arguments[0].starts_with('-')) {
+    const auto commands =
+        app.get_subcommands([&](const CLI::App* command) { return command->get_name() == arguments[0]; });
+    if (commands.empty()) throw UsageError(arguments[0] + ": no such command" + seeHelp);
+    session.command = arguments[0];
   }
   try {
     // It takes them from the back.
     std::ranges::reverse(arguments);
     app.parse(std::move(arguments));
-    return session.status;
   } catch (const CLI::Success& success) {
-    return app.exit(success);
+    std::ostringstream text;
+    app.exit(success, text, text);
+    session.answer = text.str();
+    session.json = false;
+  }
+}
+
+void Run(std::vector<std::string> arguments, Session& session) {
+  try {
+    RunCommand(std::move(arguments), session);
   } catch (const CLI::ParseError& error) {
-    return Complain(std::string(error.what()) + " (kv --help shows what there is)", BadInput);
+    session.failure = {BadInput, "usage", std::string(error.what()) + seeHelp};
+  } catch (const UsageError& error) {
+    session.failure = {BadInput, "usage", error.what()};
   } catch (const NoMemberError& error) {
-    return Complain(error.what(), NoMember);
+    session.failure = {NoMember, "noMember", error.what()};
+  } catch (const FormatError& error) {
+    session.failure = {BadInput, "format", error.what(), error.File(), error.Offset()};
+  } catch (const FileError& error) {
+    session.failure = {BadInput, "file", error.what(), error.File()};
   } catch (const kv_std::KVException& error) {
-    return Complain(Narrow(error.Message()), BadInput);
+    session.failure = {BadInput, "operation", Narrow(error.Message())};
   } catch (const std::bad_alloc&) {
-    return Complain("out of memory", BadInput);
+    session.failure = {BadInput, "outOfMemory", "out of memory"};
   } catch (const std::exception& error) {
-    return Complain(error.what(), BadInput);
+    session.failure = {BadInput, "internal", error.what()};
   }
 }
 
@@ -64,9 +89,14 @@ int Run(std::vector<std::string> arguments) {
 int RunProgram(int argc, char** argv) {
   PrepareProcess();
   RemoveUnfinishedFilesWhenInterrupted();
+  Session session;
   try {
-    return Run(Arguments(argc, argv));
+    std::vector<std::string> arguments = Arguments(argc, argv);
+    session.json = AsksForReport(arguments);
+    Run(std::move(arguments), session);
+    return session.Print();
   } catch (const std::bad_alloc&) {
+    if (session.json) std::fputs(outOfMemoryReport, session.picturesOnStandardOutput ? stderr : stdout);
     return Complain("out of memory", BadInput);
   }
 }

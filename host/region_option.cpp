@@ -34,15 +34,16 @@ std::pair<int, int> RunOfRow(std::span<const std::uint8_t> row, const std::strin
   return {static_cast<int>(first - row.begin()), static_cast<int>(end - row.begin()) - 1};
 }
 
-RunRegion RegionOfMask(const std::string& file, const std::string& option, int width, int height) {
+RunRegion RegionOfMask(const std::string& file, const std::string& option, int width, int height,
+                       const std::string& picture) {
   PictureReader reader(file);
   const auto mask = reader.Next();
   if (!mask || mask->kind != RasterKind::Grey8) {
     throw UsageError(option + ": " + file + " is no 8-bit grey picture; write the mask as PGM or grey PNG");
   }
   if (mask->width != width || mask->height != height) {
-    throw UsageError(option + ": " + file + " is " + SizeText(mask->width, mask->height) + ", the picture " +
-                     SizeText(width, height) + "; they must be of one size");
+    throw UsageError(option + ": " + file + " is " + SizeText(mask->width, mask->height) + ", " + picture +
+                     " is " + SizeText(width, height) + "; they must be of one size");
   }
   std::vector<int> first;
   std::vector<int> last;
@@ -95,11 +96,11 @@ ImageRect ParseRect(const std::string& text, const std::string& option, int widt
   return {n[0], n[1], n[0] + n[2] - 1, n[1] + n[3] - 1};
 }
 
-RunRegion MakeRegion(const RegionText& text, int width, int height) {
+RunRegion MakeRegion(const RegionText& text, int width, int height, const std::string& picture) {
   if (!text.rect.empty() && !text.mask.empty()) {
     throw UsageError("give " + text.option + " or " + text.maskOption + ", not both");
   }
-  if (!text.mask.empty()) return RegionOfMask(text.mask, text.maskOption, width, height);
+  if (!text.mask.empty()) return RegionOfMask(text.mask, text.maskOption, width, height, picture);
   if (!text.rect.empty()) return RunRegion(ParseRect(text.rect, text.option, width, height));
   return RunRegion(ImageRect(0, 0, width - 1, height - 1));
 }

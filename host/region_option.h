@@ -28,9 +28,9 @@ struct RegionText {
   bool IsGiven() const { return !rect.empty() || !mask.empty(); }
 };
 
-/// The region that the text describes in a picture of this size; the whole picture when it is empty. A mask
-/// must have the picture's size and at most one run of non-zero pixels in each row. Throws UsageError or a
-/// file's error.
-kv_img::RunRegion MakeRegion(const RegionText& text, int width, int height);
+/// The region that the text describes in `picture`, which has this size; all of it when the text is empty. A
+/// mask must have the picture's size and at most one run of non-zero pixels in each row. Throws UsageError or
+/// a file's error.
+kv_img::RunRegion MakeRegion(const RegionText& text, int width, int height, const std::string& picture);
 
 }  // namespace kv_host

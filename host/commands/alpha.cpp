@@ -18,7 +18,7 @@ using Grey = kv_img::Image<GreyPixel>;
 struct AlphaOptions {
   std::string first;
   std::string second;
-  std::string output;
+  OutputOptions output;
   unsigned window = 0;
   std::optional<unsigned> gain;
   InputOptions input;
@@ -26,7 +26,7 @@ struct AlphaOptions {
   RegionOptions region;
 
   void AddTo(CLI::App& command, Session& session) {
-    command.add_option("OUT", output, "mask to write, such as mask.pgm")->required();
+    output.AddTo(command, session, "mask to write, such as mask.pgm");
     command.add_option("--window", window, "side of the box that smooths the mask, 1 to 255")
         ->required()
         ->check(CLI::Range(1, 255))
@@ -38,34 +38,35 @@ struct AlphaOptions {
 
   /// `Interface` is that of the algorithm; `own` are the operation's own parameters, window included.
   template <class PixelClass, class Interface, class... Own>
-  int ForEachPair(const char* algorithm, Own... own) const {
+  void ForEachPair(const char* algorithm, Own... own) const {
     const OwnedEngine owned(engine);
     const Engine with = owned.Get();
     const auto& operation = with.family.Require<Interface>(algorithm, {PixelClass::ClassID});
     PictureReader reader(first, input.Get());
-    CompanionInput companion(second, input.Get());
-    PictureWriter writer(output);
+    CompanionInput companion(second, input.Get(), reader);
+    input.RequireUse({&reader, &companion.Reader()});
+    PictureWriter writer = output.Open(reader);
     ForEachFrame(reader, [&](const Raster& frame, std::int64_t number) {
       const Raster& other = companion.FrameBeside(number);
       RequireEqualSizes(frame, first, other, second);
       const auto a = ToImage<PixelClass>(Convert(frame, kindOf<PixelClass>, LayoutLumaFirst, with));
       const auto b = ToImage<PixelClass>(Convert(other, kindOf<PixelClass>, LayoutLumaFirst, with));
-      const auto where = MakeRegion(region.text, frame.width, frame.height);
+      const auto where = MakeRegion(region.text, frame.width, frame.height, first);
       const auto to = MakeWorkingImage<GreyPixel>(frame.width, frame.height);
       // One raw mask for all threads: each smooths rows that others made.
       const std::shared_ptr<Grey> raw = MakeWorkingImage<GreyPixel>(frame.width, frame.height);
       with.Run(algorithm, operation, *a, *b, *to, where, own..., raw);
       WriteConverted(writer, ToRaster(*to, frame), with);
     });
-    return owned.Finish(writer);
+    owned.Finish(writer);
   }
 
-  int RunColor() const {
+  void RunColor() const {
     using Interface = kv_img::AlphaLayerColorBasedAlgorithmInterface<Frame422>;
     return ForEachPair<kv_img::PixelYUV422, Interface>("AlphaLayerColorBased", window);
   }
 
-  int RunProbability() const {
+  void RunProbability() const {
     using Interface = kv_img::AlphaLayerProbMaskAlgorithmInterface<Grey>;
     if (gain) return ForEachPair<GreyPixel, Interface>("AlphaLayerProbMask", *gain, window);
     return ForEachPair<GreyPixel, Interface>("AlphaLayerProbMask", window);
@@ -82,7 +83,7 @@ void AddAlphaCommands(CLI::App& app, Session& session) {
   command->add_option("B", colour->second, "colour reference of the same size")->required();
   colour->AddTo(*command, session);
   command->footer("Example: kv alpha-color scene.png background.png mask.pgm --window 5");
-  command->callback([colour, &session] { session.status = colour->RunColor(); });
+  command->callback([colour] { colour->RunColor(); });
 
   auto probability = std::make_shared<AlphaOptions>();
   command =
@@ -92,7 +93,7 @@ void AddAlphaCommands(CLI::App& app, Session& session) {
   probability->AddTo(*command, session);
   command->add_option("--gain", probability->gain, "factor of the difference")->type_name("G");
   command->footer("Example: kv alpha-prob foreground.pgm background.pgm mask.pgm --window 3 --gain 2");
-  command->callback([probability, &session] { session.status = probability->RunProbability(); });
+  command->callback([probability] { probability->RunProbability(); });
 }
 
 }  // namespace kv_host

@@ -20,7 +20,7 @@ using GreyPixel = kv_img::PixelNoColor<unsigned char>;
 struct TwoInputs {
   std::string a;
   std::string b;
-  std::string output;
+  OutputOptions output;
   InputOptions input;
   EngineOptions engine;
 
@@ -28,18 +28,19 @@ struct TwoInputs {
     command.add_option("A", a, "first picture or video; - is standard input")->required();
     command.add_option("B", b, "second one, of the same size: a frame for each of A's, or one for all")
         ->required();
-    command.add_option("OUT", output, "8-bit picture to write, such as out.pgm or out.png")->required();
+    output.AddTo(command, session, "8-bit picture to write, such as out.pgm or out.png");
     input.AddWithFramesTo(command);
     engine.AddTo(command, session);
   }
 
   /// Calls `work(a, b)` for each pair of frames, their luma as `kind`, and writes what it answers.
   template <class Work>
-  int ForEachPair(RasterKind kind, Work work) const {
+  void ForEachPair(RasterKind kind, Work work) const {
     const OwnedEngine owned(engine);
     PictureReader first(a, input.Get());
-    CompanionInput second(b, input.Get());
-    PictureWriter writer(output);
+    CompanionInput second(b, input.Get(), first);
+    input.RequireUse({&first, &second.Reader()});
+    PictureWriter writer = output.Open(first);
     ForEachFrame(first, [&](const Raster& frame, std::int64_t number) {
       const Raster& other = second.FrameBeside(number);
       RequireEqualSizes(frame, a, other, b);
@@ -48,26 +49,25 @@ struct TwoInputs {
           work(LumaBeside(frame, other, kind, with), LumaBeside(other, frame, kind, with), with);
       WriteConverted(writer, result, owned.Get());
     });
-    return owned.Finish(writer);
+    owned.Finish(writer);
   }
 };
 
 struct DifferenceOptions : TwoInputs {
   RegionOptions region;
 
-  int Run() const {
-    return ForEachPair(RasterKind::Yuv422,
-                       [&](const Raster& first, const Raster& second, const Engine& with) {
-                         using Interface = kv_img::AbsoluteDifferenceAlgorithmInterface<Frame422, Grey>;
-                         const auto& operation = with.family.Require<Interface>(
-                             "AbsoluteDifference", {kv_img::PixelYUV422::ClassID, GreyPixel::ClassID});
-                         const auto where = MakeRegion(region.text, first.width, first.height);
-                         const auto from = ToImage<kv_img::PixelYUV422>(first);
-                         const auto against = ToImage<kv_img::PixelYUV422>(second);
-                         const auto to = MakeWorkingImage<GreyPixel>(first.width, first.height);
-                         with.Run("AbsoluteDifference", operation, *from, *against, *to, where);
-                         return ToRaster(*to, first);
-                       });
+  void Run() const {
+    ForEachPair(RasterKind::Yuv422, [&](const Raster& first, const Raster& second, const Engine& with) {
+      using Interface = kv_img::AbsoluteDifferenceAlgorithmInterface<Frame422, Grey>;
+      const auto& operation = with.family.Require<Interface>(
+          "AbsoluteDifference", {kv_img::PixelYUV422::ClassID, GreyPixel::ClassID});
+      const auto where = MakeRegion(region.text, first.width, first.height, TwoInputs::a);
+      const auto from = ToImage<kv_img::PixelYUV422>(first);
+      const auto against = ToImage<kv_img::PixelYUV422>(second);
+      const auto to = MakeWorkingImage<GreyPixel>(first.width, first.height);
+      with.Run("AbsoluteDifference", operation, *from, *against, *to, where);
+      return ToRaster(*to, first);
+    });
   }
 };
 
@@ -76,13 +76,13 @@ struct AverageOptions : TwoInputs {
   RegionOptions secondRegion;
   RegionOptions region;
 
-  int Run() const {
-    return ForEachPair(RasterKind::Grey8, [&](const Raster& first, const Raster& second, const Engine& with) {
+  void Run() const {
+    ForEachPair(RasterKind::Grey8, [&](const Raster& first, const Raster& second, const Engine& with) {
       const auto& operation =
           with.family.Require<kv_img::AverageAlgorithmInterface<Grey>>("Average", {GreyPixel::ClassID});
-      const auto ofFirst = MakeRegion(firstRegion.text, first.width, first.height);
-      const auto ofSecond = MakeRegion(secondRegion.text, first.width, first.height);
-      const auto where = MakeRegion(region.text, first.width, first.height);
+      const auto ofFirst = MakeRegion(firstRegion.text, first.width, first.height, TwoInputs::a);
+      const auto ofSecond = MakeRegion(secondRegion.text, first.width, first.height, TwoInputs::b);
+      const auto where = MakeRegion(region.text, first.width, first.height, TwoInputs::a);
       const auto a = ToImage<GreyPixel>(first);
       const auto b = ToImage<GreyPixel>(second);
       const auto to = MakeWorkingImage<GreyPixel>(first.width, first.height);
@@ -94,29 +94,30 @@ struct AverageOptions : TwoInputs {
 
 struct FilterOptions {
   std::string input;
-  std::string output;
+  OutputOptions output;
   unsigned window = 0;
   InputOptions inputOptions;
   EngineOptions engine;
   RegionOptions region;
 
-  int Run() const {
+  void Run() const {
     const OwnedEngine owned(engine);
     const Engine with = owned.Get();
     PictureReader reader(input, inputOptions.Get());
-    PictureWriter writer(output);
+    inputOptions.RequireUse({&reader});
+    PictureWriter writer = output.Open(reader);
     ForEachFrame(reader, [&](const Raster& frame, std::int64_t) {
       const auto& operation = with.family.Require<kv_img::AverageFilterAlgorithmInterface<Grey>>(
           "AverageFilter", {GreyPixel::ClassID});
       const Raster grey = Convert(frame, RasterKind::Grey8, 0, with);
-      const auto where = MakeRegion(region.text, frame.width, frame.height);
+      const auto where = MakeRegion(region.text, frame.width, frame.height, input);
       const auto from = ToImage<GreyPixel>(grey);
       // What lies outside the region stays as it is in the picture.
       const auto to = ToImage<GreyPixel>(grey);
       with.Run("AverageFilter", operation, *from, *to, where, window);
       WriteConverted(writer, ToRaster(*to, grey), with);
     });
-    return owned.Finish(writer);
+    owned.Finish(writer);
   }
 };
 
@@ -128,7 +129,7 @@ void AddDifferenceCommand(CLI::App& app, Session& session) {
   options->AddTo(*command, session);
   options->region.AddTo(*command, "--region", "where to compare");
   command->footer("Example: kv diff before.png after.png difference.pgm");
-  command->callback([options, &session] { session.status = options->Run(); });
+  command->callback([options] { options->Run(); });
 }
 
 void AddAverageCommand(CLI::App& app, Session& session) {
@@ -141,15 +142,14 @@ void AddAverageCommand(CLI::App& app, Session& session) {
   options->region.AddTo(*command, "--region", "where to write");
   command->footer(
       "Example: kv average left.pgm right.pgm both.pgm --region-a 0,0,400,576 --region-b 320,0,400,576");
-  command->callback([options, &session] { session.status = options->Run(); });
+  command->callback([options] { options->Run(); });
 }
 
 void AddFilterCommand(CLI::App& app, Session& session) {
   auto options = std::make_shared<FilterOptions>();
   CLI::App* command = app.add_subcommand("filter", "Box filter of an 8-bit picture; colour becomes grey");
   command->add_option("IN", options->input, "picture or video; - is standard input")->required();
-  command->add_option("OUT", options->output, "8-bit picture to write, such as out.pgm or out.png")
-      ->required();
+  options->output.AddTo(*command, session, "8-bit picture to write, such as out.pgm or out.png");
   command->add_option("--window", options->window, "side of the box in pixels, 1 to 255")
       ->required()
       ->check(CLI::Range(1, 255))
@@ -158,7 +158,7 @@ void AddFilterCommand(CLI::App& app, Session& session) {
   options->engine.AddTo(*command, session);
   options->region.AddTo(*command, "--region", "where to filter");
   command->footer("Example: kv filter photo.png soft.pgm --window 9");
-  command->callback([options, &session] { session.status = options->Run(); });
+  command->callback([options] { options->Run(); });
 }
 
 }  // namespace kv_host

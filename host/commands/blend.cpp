@@ -16,18 +16,19 @@ struct BlendOptions {
   std::string b;
   std::string a;
   std::string mask;
-  std::string output;
+  OutputOptions output;
   InputOptions input;
   EngineOptions engine;
   RegionOptions region;
 
-  int Run() const {
+  void Run() const {
     const OwnedEngine owned(engine);
     const Engine with = owned.Get();
     PictureReader reader(b, input.Get());
-    CompanionInput under(a, input.Get());
-    CompanionInput weights(mask, input.Get());
-    PictureWriter writer(output);
+    CompanionInput under(a, input.Get(), reader);
+    CompanionInput weights(mask, input.Get(), reader);
+    input.RequireUse({&reader, &under.Reader(), &weights.Reader()});
+    PictureWriter writer = output.Open(reader);
     const auto& operation = with.family.Require<kv_img::BlendBoostAlgorithmInterface<Frame422>>(
         "BlendBoost", {kv_img::PixelYUV422::ClassID});
     ForEachFrame(reader, [&](const Raster& frame, std::int64_t number) {
@@ -50,7 +51,7 @@ struct BlendOptions {
       }
       WriteConverted(writer, result, with);
     });
-    return owned.Finish(writer);
+    owned.Finish(writer);
   }
 
  private:
@@ -59,7 +60,7 @@ struct BlendOptions {
     if (!region.text.IsGiven()) {
       return kv_img::RunRegion(kv_img::ImageRect(0, 0, WorkingWidth(frame.width) - 1, frame.height - 1));
     }
-    auto where = MakeRegion(region.text, frame.width, frame.height);
+    auto where = MakeRegion(region.text, frame.width, frame.height, b);
     for (int row = where.GetTop(); row <= where.GetBottom(); ++row) {
       const int width = where.GetRight(row) - where.GetLeft(row) + 1;
       if (width % 4 == 0) continue;
@@ -80,12 +81,12 @@ void AddBlendCommand(CLI::App& app, Session& session) {
   command->add_option("A", options->a, "picture that shows where the mask is dark, of the same size")
       ->required();
   command->add_option("MASK", options->mask, "8-bit mask of the same size")->required();
-  command->add_option("OUT", options->output, "file to write")->required();
+  options->output.AddTo(*command, session, "file to write");
   options->input.AddWithFramesTo(*command);
   options->engine.AddTo(*command, session);
   options->region.AddTo(*command, "--region", "where to blend, in runs of multiples of 4 pixels");
   command->footer("Example: kv blend title.png scene.png mask.pgm out.png");
-  command->callback([options, &session] { session.status = options->Run(); });
+  command->callback([options] { options->Run(); });
 }
 
 }  // namespace kv_host

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <charconv>
-#include <cstdio>
 #include <memory>
 #include <sstream>
 
@@ -27,13 +26,16 @@ struct ClipOptions {
   std::string svg;
   EngineOptions engine;
 
-  int Run() const {
+  void Run() const {
     const Size image = ParseSize(size, "--size");
     if (image.width > kv_img::maxImageSide || image.height > kv_img::maxImageSide) {
       throw UsageError("--size: " + size + " is too large; sides go up to 1048576 pixels");
     }
     const auto where = ParseRect(region, "--region", image.width, image.height);
     const std::vector<Vector2> vertices = ParseVertices();
+    if (!svg.empty() && !svg.ends_with(".svg")) {
+      throw UsageError("--svg: " + svg + " is no name of a drawing; write one such as pieces.svg");
+    }
     Polygon2 whole;
     for (const Vector2& vertex : vertices) whole.AddVertex(vertex);
     std::vector<Polygon2> pieces;
@@ -49,8 +51,7 @@ struct ClipOptions {
     with.Time("FillPoly",
               [&] { operation.Apply(canvas, vertices, kv_img::PixelDIB24(0, 0, 0), 0, 0, where); });
     if (!svg.empty()) WriteSvg(image, where, whole, pieces);
-    Print(pieces, with);
-    return pieces.empty() ? NothingFound : Done;
+    Answer(pieces, with);
   }
 
  private:
@@ -104,23 +105,22 @@ struct ClipOptions {
     engine.session->files.push_back(svg);
   }
 
-  void Print(const std::vector<Polygon2>& pieces, const Engine& with) const {
-    std::string text;
-    if (engine.json) {
-      nlohmann::ordered_json all = nlohmann::ordered_json::array();
-      for (const Polygon2& piece : pieces) {
-        nlohmann::ordered_json points = nlohmann::ordered_json::array();
-        for (std::size_t i = 0; i < piece.GetNbrOfVertices(); ++i) points.push_back({piece[i].x, piece[i].y});
-        all.push_back(std::move(points));
+  void Answer(const std::vector<Polygon2>& pieces, const Engine& with) const {
+    Session& session = *engine.session;
+    JsonText all = JsonText::Array();
+    for (const Polygon2& piece : pieces) {
+      JsonText points = JsonText::Array();
+      for (std::size_t i = 0; i < piece.GetNbrOfVertices(); ++i) {
+        points.Add(std::vector<double>{piece[i].x, piece[i].y});
       }
-      const nlohmann::ordered_json result = {{"pieces", std::move(all)},
-                                             {"member", with.family.AnsweredBy("FillPoly")}};
-      text = result.dump(2) + "\n";
-    } else {
-      for (const Polygon2& piece : pieces) text += Points(piece) + "\n";
+      all.Add(points);
+      session.answer += Points(piece) + "\n";
     }
-    engine.session->Answer(text);
-    if (pieces.empty()) std::fputs("kv: nothing of the polygon lies inside --region\n", stderr);
+    session.result = JsonText::Object();
+    session.result->Add("pieces", all).Add("member", with.family.AnsweredBy("FillPoly"));
+    if (pieces.empty()) {
+      session.failure = {NothingFound, "notFound", "no part of the polygon is inside --region"};
+    }
   }
 };
 
@@ -139,10 +139,10 @@ void AddClipCommand(CLI::App& app, Session& session) {
       ->required()
       ->type_name("RECT");
   command->add_option("--svg", options->svg, "draw polygon, region and pieces")->type_name("FILE");
-  options->engine.AddTo(*command, session, "answer as JSON");
+  options->engine.AddWithoutThreadsTo(*command, session);
   command->footer(
       "Example: kv clip --polygon \"2,1 14,1 6,4 14,7 2,7\" --size 16x8 --region 8,0,4,8 --svg pieces.svg");
-  command->callback([options, &session] { session.status = options->Run(); });
+  command->callback([options] { options->Run(); });
 }
 
 }  // namespace kv_host

@@ -1,49 +1,45 @@
 #include "host/commands/command.h"
 
+#include <algorithm>
 #include <charconv>
-#include <cstdio>
 
 #include "host/errors.h"
 #include "host/formats/format_error.h"
 
 namespace kv_host {
 
-void Session::Answer(const std::string& text) {
-  answer += text;
-  if (!isQuiet) std::fputs(text.c_str(), stdout);
+void AddReportOption(CLI::App& command, Session& session) {
+  command.add_flag("--json", session.json, "report as JSON");
 }
 
-void EngineOptions::AddTo(CLI::App& command, Session& of, const std::string& result) {
-  session = &of;
-  command.add_flag("--json", json, result);
+void EngineOptions::AddTo(CLI::App& command, Session& of) {
   command.add_option("--threads", threads, "threads to work on (default: what the machine runs at once)")
       ->check(CLI::Range(1, 1024))
       ->type_name("N");
+  AddWithoutThreadsTo(command, of);
+}
+
+void EngineOptions::AddWithoutThreadsTo(CLI::App& command, Session& of) {
+  session = &of;
   command
       .add_option("--member", member, "family member to use, such as kv_algoMMX (default: the best that can)")
       ->type_name("NAME");
+  AddReportOption(command, of);
 }
 
-int OwnedEngine::Finish(PictureWriter& writer) const {
+void OwnedEngine::Finish(PictureWriter& writer) const {
   // What may fail for want of memory comes before the files take their names: a failure leaves none.
   writer.NameFiles();
   Session& session = *options_.session;
+  const std::size_t before = session.files.size();
   session.files.insert(session.files.end(), writer.Names().begin(), writer.Names().end());
-  const std::string report = options_.json ? ReportOf(session).dump(2) + '\n' : std::string();
-  writer.Commit();
-  std::fputs(report.c_str(), writer.WritesToStandardOutput() ? stderr : stdout);
-  return Done;
-}
-
-nlohmann::ordered_json ReportOf(const Session& session) {
-  nlohmann::ordered_json operations = nlohmann::ordered_json::array();
-  for (const OperationTally& tally : session.log.Tallies()) {
-    operations.push_back({{"algorithm", tally.algorithm},
-                          {"member", tally.member},
-                          {"calls", tally.calls},
-                          {"millisecondsPerCall", tally.MillisecondsPerCall()}});
+  session.PrepareReport();
+  try {
+    writer.Commit();
+  } catch (...) {
+    session.files.resize(before + writer.CommittedFiles());
+    throw;
   }
-  return {{"files", session.files}, {"operations", std::move(operations)}};
 }
 
 void RegionOptions::AddTo(CLI::App& command, const std::string& option, const std::string& what) {
@@ -70,6 +66,36 @@ void InputOptions::AddWithFramesTo(CLI::App& command) {
   AddTo(command);
   command.add_option("--frames", frames, "work on COUNT frames from FIRST on, counted from 0 (default: all)")
       ->type_name("FIRST:COUNT");
+}
+
+void InputOptions::RequireUse(std::initializer_list<const PictureReader*> inputs) const {
+  const auto isRaw = [](const PictureReader* input) { return TraitsOf(input->Format()).raw; };
+  if (size.empty() || std::ranges::any_of(inputs, isRaw)) return;
+  throw UsageError("--size: " + (*inputs.begin())->Name() +
+                   " states its own size; only raw frames (uyvy, yuy2, uyvya, yuy2a) need it");
+}
+
+void OutputOptions::AddTo(CLI::App& command, Session& of, const std::string& what,
+                          const std::string& option) {
+  // Before anything can fail: the report must not go between the pictures.
+  command.add_option(option, name, what)->required()->each([&of](const std::string& file) {
+    of.picturesOnStandardOutput = file == "-";
+  });
+  command.add_flag("--overwrite", overwrite,
+                   "replace numbered files that exist (a single file is replaced anyway)");
+}
+
+void OutputOptions::AddWithFormatTo(CLI::App& command, Session& of, const std::string& what,
+                                    const std::string& option) {
+  AddTo(command, of, what, option);
+  command.add_option("--to-format", format, "format of the output (default: by its extension)")
+      ->type_name("FORMAT");
+}
+
+PictureWriter OutputOptions::Open(const ClipPart& clip) const {
+  WriteOptions options{.clip = clip, .overwrite = overwrite};
+  if (!format.empty()) options.format = ParseFormat(format, "--to-format");
+  return PictureWriter(name, options);
 }
 
 ReadOptions InputOptions::Get() const {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <vector>
@@ -11,37 +10,19 @@
 #include "host/formats/picture_reader.h"
 #include "host/formats/picture_writer.h"
 #include "host/region_option.h"
+#include "host/session.h"
 
 namespace kv_host {
-
-/// Exit statuses of the program.
-enum ExitStatus : int {
-  Done = 0,
-  NothingFound = 1,  ///< something was sought and not found, or compared and not equal
-  BadInput = 2,      ///< bad input or usage
-  NoMember = 3       ///< no member of the family can do it
-};
-
-/// One run of a command, for those who want to know what came of it.
-struct Session {
-  int status = Done;
-  OperationLog log;
-  std::vector<std::string> files;  ///< Written, under their final names.
-  std::string answer;              ///< What the command says on standard output.
-  bool isQuiet = false;            ///< The answer is kept for whoever runs the command, and not printed.
-
-  void Answer(const std::string& text);
-};
 
 /// Options that every command with an engine takes.
 struct EngineOptions {
   int threads = 0;
   std::string member;
-  bool json = false;
   Session* session = nullptr;
 
-  /// `result` names what the command answers with --json.
-  void AddTo(CLI::App& command, Session& session, const std::string& result = "report as JSON");
+  void AddTo(CLI::App& command, Session& session);
+  /// All of them but --threads, for commands that work on one.
+  void AddWithoutThreadsTo(CLI::App& command, Session& session);
 };
 
 /// An engine as these options ask for it.
@@ -51,18 +32,14 @@ class OwnedEngine {
       : options_(options), family_(options.member), pool_(options.threads) {}
   Engine Get() const { return {family_, pool_, &options_.session->log}; }
 
-  /// Commits what was written and reports when --json asks for it; answers the exit status. The
-  /// report goes to standard output, or to standard error when the pictures go there.
-  int Finish(PictureWriter& writer) const;
+  /// Gives the files that were written their names, which the session then lists.
+  void Finish(PictureWriter& writer) const;
 
  private:
   const EngineOptions& options_;
   Family family_;
   WorkerPool pool_;
 };
-
-/// Operations, frames and files of a session, as people's programs read them.
-nlohmann::ordered_json ReportOf(const Session& session);
 
 /// The region that a command works in.
 struct RegionOptions {
@@ -72,17 +49,39 @@ struct RegionOptions {
   void AddTo(CLI::App& command, const std::string& option, const std::string& what);
 };
 
+/// --json, which every command takes.
+void AddReportOption(CLI::App& command, Session& session);
+
 /// Options of files: their format, and the size of raw frames.
 struct InputOptions {
   std::string size;
   std::string format;
   std::string frames;
 
-  /// `mayBeRaw`: the command can be told the size of frames that have no header.
+  /// `mayBeRaw`: the command takes the size of frames that have no header.
   void AddTo(CLI::App& command, bool mayBeRaw = true);
   /// --frames too, for commands that work on every frame.
   void AddWithFramesTo(CLI::App& command);
   ReadOptions Get() const;
+
+  /// Throws UsageError when --size is given and none of the inputs is raw.
+  void RequireUse(std::initializer_list<const PictureReader*> inputs) const;
+};
+
+/// The file that a command writes frames to.
+struct OutputOptions {
+  std::string name;
+  std::string format;
+  bool overwrite = false;
+
+  /// `option`: "OUT", or another name.
+  void AddTo(CLI::App& command, Session& session, const std::string& what, const std::string& option = "OUT");
+  /// --to-format too.
+  void AddWithFormatTo(CLI::App& command, Session& session, const std::string& what,
+                       const std::string& option = "OUT");
+  /// A writer of these frames.
+  PictureWriter Open(const ClipPart& clip) const;
+  PictureWriter Open(const PictureReader& frames) const { return Open({frames.Range(), frames.Length()}); }
 };
 
 /// A range out of "100:25". Throws UsageError naming the option.
@@ -101,7 +100,7 @@ FileFormat ParseFormat(const std::string& name, const std::string& option);
 /// Byte order out of "uyvy" or "yuy2"; 0 for an empty text.
 int ParseLayout(const std::string& name);
 
-/// All commands, in the order of the help. The session tells what a call came to.
+/// All commands, in the order of the help. The session is what a call comes to.
 void AddAllCommands(CLI::App& app, Session& session);
 
 // Each adds one command to the program.

@@ -10,10 +10,9 @@ namespace {
 
 struct ConvertOptions {
   std::string input;
-  std::string output;
+  OutputOptions output;
   InputOptions inputOptions;
   EngineOptions engine;
-  std::string format;
   std::string layout;
   int depth = 0;
 };
@@ -30,20 +29,29 @@ RasterKind KindOfDepth(const FormatTraits& format, int depth) {
                    "-bit pixels");
 }
 
-int ConvertFrames(const ConvertOptions& options) {
+/// Throws UsageError when the output has no packed samples, or has them in the other order.
+void RequireLayout(const FormatTraits& format, const ConvertOptions& options) {
+  if (options.layout.empty() || ParseLayout(options.layout) == format.layout) return;
+  throw UsageError(
+      "--layout: " + options.output.name + " is written as " + std::string(format.name) +
+      (format.layout == 0 ? ", which is not packed 4:2:2" : ", whose byte order is the other one") +
+      "; --to-format uyvy and yuy2 name the order");
+}
+
+void ConvertFrames(const ConvertOptions& options) {
   const OwnedEngine engine(options.engine);
-  WriteOptions writeOptions;
-  if (!options.format.empty()) writeOptions.format = ParseFormat(options.format, "--to-format");
   PictureReader reader(options.input, options.inputOptions.Get());
-  PictureWriter writer(options.output, writeOptions);
-  const FormatTraits& format = TraitsOf(writer.Format());
+  options.inputOptions.RequireUse({&reader});
   const int layout = ParseLayout(options.layout);
+  PictureWriter writer = options.output.Open(reader);
+  const FormatTraits& format = TraitsOf(writer.Format());
+  RequireLayout(format, options);
 
   ForEachFrame(reader, [&](const Raster& frame, std::int64_t) {
     if (options.depth == 0) return WriteConverted(writer, frame, engine.Get(), layout);
     writer.Write(Convert(frame, KindOfDepth(format, options.depth), layout, engine.Get()));
   });
-  return engine.Finish(writer);
+  engine.Finish(writer);
 }
 
 }  // namespace
@@ -52,18 +60,16 @@ void AddConvertCommand(CLI::App& app, Session& session) {
   auto options = std::make_shared<ConvertOptions>();
   CLI::App* command = app.add_subcommand("convert", "Convert pictures and video between formats");
   command->add_option("IN", options->input, "picture or video; - is standard input")->required();
-  command->add_option("OUT", options->output, "file to write; - is standard output (Y4M)")->required();
+  options->output.AddWithFormatTo(*command, session, "file to write; - is standard output (Y4M)");
   options->inputOptions.AddWithFramesTo(*command);
   options->engine.AddTo(*command, session);
-  command->add_option("--to-format", options->format, "format of the output (default: by its extension)")
-      ->type_name("FORMAT");
   command->add_option("--layout", options->layout, "byte order of packed 4:2:2: uyvy or yuy2")
       ->type_name("ORDER");
   command->add_option("--depth", options->depth, "bits of a bitmap's pixel: 8, 15, 16, 24 or 32")
       ->check(CLI::IsMember({8, 15, 16, 24, 32}))
       ->type_name("BITS");
   command->footer("Example: ffmpeg -i clip.mp4 -pix_fmt yuv422p -f yuv4mpegpipe - | kv convert - frame.png");
-  command->callback([options, &session] { session.status = ConvertFrames(*options); });
+  command->callback([options] { ConvertFrames(*options); });
 }
 
 }  // namespace kv_host

@@ -1,4 +1,5 @@
 #include <memory>
+#include <utility>
 
 #include "host/commands/command.h"
 #include "host/errors.h"
@@ -17,25 +18,35 @@ struct CopyRoiOptions {
   InputOptions input;
   EngineOptions engine;
 
-  int Run() const {
+  void Run() const {
     const OwnedEngine owned(engine);
     const Engine with = owned.Get();
-    const Raster image = OnlyPicture(source);
-    const Raster canvas = OnlyPicture(destination);
-    const auto what = MakeRegion(from, image.width, image.height);
+    const std::string& result = output.empty() ? destination : output;
+    engine.session->picturesOnStandardOutput = result == "-";
+    const auto [image, canvas] = ReadPictures();
+    const auto what = MakeRegion(from, image.width, image.height, source);
     const auto where = MovedRegion(what, canvas);
 
-    const Raster result = PasteRegion(image, what, canvas, where, with);
-    PictureWriter writer(output.empty() ? destination : output);
-    WriteConverted(writer, result, with);
-    return owned.Finish(writer);
+    const Raster picture = PasteRegion(image, what, canvas, where, with);
+    PictureWriter writer(result);
+    WriteConverted(writer, picture, with);
+    owned.Finish(writer);
   }
 
  private:
-  Raster OnlyPicture(const std::string& name) const {
-    PictureReader reader(name, input.Get());
+  /// Source and destination. Their files are closed again: the destination may be replaced.
+  std::pair<Raster, Raster> ReadPictures() const {
+    PictureReader sourceFile(source, input.Get());
+    PictureReader destinationFile(destination, input.Get());
+    input.RequireUse({&sourceFile, &destinationFile});
+    Raster image = OnlyPicture(sourceFile);
+    return {std::move(image), OnlyPicture(destinationFile)};
+  }
+
+  static Raster OnlyPicture(PictureReader& reader) {
     auto picture = reader.Next();
-    if (reader.Next()) throw UsageError(name + ": holds several frames; copy-roi works on single pictures");
+    if (reader.Next())
+      throw UsageError(reader.Name() + ": holds several frames; copy-roi works on single pictures");
     return *std::move(picture);
   }
 
@@ -87,7 +98,7 @@ void AddCopyRoiCommand(CLI::App& app, Session& session) {
   options->input.AddTo(*command);
   options->engine.AddTo(*command, session);
   command->footer("Example: kv copy-roi face.png frame.png --from 100,80,64,64 --to 16,16 --output both.png");
-  command->callback([options, &session] { session.status = options->Run(); });
+  command->callback([options] { options->Run(); });
 }
 
 }  // namespace kv_host

@@ -38,7 +38,6 @@ std::vector<std::string> OwnPictures() {
 CommandResult RunInProcess(const std::vector<std::string>& arguments, const std::string& algorithm) {
   CLI::App app("", "kv");
   Session session;
-  session.isQuiet = true;
   AddAllCommands(app, session);
   std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
   app.parse(reversed);
@@ -67,7 +66,7 @@ struct DemoOptions {
   std::string output;
   int threads = 0;
 
-  int Run(Session& session) const {
+  void Run(Session& session) const {
     const auto shown = pictures.empty() ? OwnPictures() : pictures;
     const WorkerPool pool(threads);
     std::error_code error;
@@ -91,12 +90,9 @@ struct DemoOptions {
         progress.Advance();
       }
     }
-    // The last problem is the program's; the others are told here.
-    if (rooms.empty()) {
-      for (std::size_t i = 0; i + 1 < problems.size(); ++i) Tell(problems[i]);
-      throw UsageError(problems.back());
-    }
-    for (const std::string& problem : problems) Tell(problem);
+    // The last problem is the program's failure; the others are told here.
+    for (std::size_t i = 0; i + 1 < problems.size(); ++i) Tell(problems[i]);
+    if (rooms.empty()) throw UsageError(problems.back());
     const int count = pool.ThreadCount();
     ByteSink page((fs::path(output) / "index.html").string());
     page.Write(GalleryPage(rooms,
@@ -105,8 +101,8 @@ struct DemoOptions {
                            problems));
     page.Commit();
     session.files.push_back(page.Name());
-    session.Answer("open " + page.Name() + "\n");
-    return problems.empty() ? Done : BadInput;
+    session.answer = "open " + page.Name() + "\n";
+    if (!problems.empty()) session.failure = {BadInput, "file", problems.back()};
   }
 };
 
@@ -125,8 +121,9 @@ void AddDemoCommand(CLI::App& app, Session& session) {
                    "threads to work on (default: what the machine runs at once)")
       ->check(CLI::Range(1, 1024))
       ->type_name("N");
+  AddReportOption(*command, session);
   command->footer("Example: kv demo photo.png -o gallery");
-  command->callback([options, &session] { session.status = options->Run(session); });
+  command->callback([options, &session] { options->Run(session); });
 }
 
 }  // namespace kv_host

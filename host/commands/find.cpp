@@ -2,7 +2,6 @@
 #include <cmath>
 #include <cstdio>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <sstream>
 
 #include "frame/interfaces/feature_find.h"
@@ -25,20 +24,18 @@ struct FindOptions {
   std::string range;
   std::string around;
   std::optional<double> subpixel;
-  int levels = 1;
+  std::optional<int> levels;
   std::string map;
   std::string annotate;
   std::int64_t frame = 0;
   InputOptions input;
   EngineOptions engine;
 
-  int Run() const;
+  void Run() const;
 
  private:
   FeatureSearch Parse() const;
-  void WriteMap(const Surface& surface, const Engine& with) const;
-  void WriteAnnotated(const Raster& first, const Raster& second, const FeatureSearch& request,
-                      const Match& match, const Engine& with) const;
+  void RequireFiles() const;
 };
 
 FeatureSearch FindOptions::Parse() const {
@@ -60,28 +57,35 @@ FeatureSearch FindOptions::Parse() const {
     throw UsageError("--subpixel: the step must be above 0 and at most 1 pixel");
   }
   request.subpixel = subpixel;
-  request.levels = levels;
+  request.levels = levels.value_or(1);
   return request;
 }
 
-void FindOptions::WriteMap(const Surface& surface, const Engine& with) const {
-  const auto position = [&](std::size_t index) {
-    return std::pair{surface.left + static_cast<double>(index % surface.columns) * surface.stepX,
-                     surface.top + static_cast<double>(index / surface.columns) * surface.stepY};
-  };
-  if (map.ends_with(".csv")) {
-    std::ostringstream text;
-    text << "x,y,score\n";
-    for (std::size_t i = 0; i < surface.scores.size(); ++i) {
-      if (surface.scores[i] == kv_img::unscored) continue;
-      const auto [x, y] = position(i);
-      text << x << ',' << y << ',' << surface.scores[i] << '\n';
-    }
-    ByteSink sink(map);
-    sink.Write(text.str());
-    sink.Commit();
-    return;
+/// Standard output is for the answer.
+void FindOptions::RequireFiles() const {
+  for (const auto& [option, file] : {std::pair{"--map", map}, std::pair{"--annotate", annotate}}) {
+    if (file == "-")
+      throw UsageError(std::string(option) + ": - is no file; the answer goes to standard output");
   }
+  if (!map.empty() && !map.ends_with(".csv") && !FormatOfExtension(map)) {
+    throw UsageError("--map: " + map + ": the extension is not known; there are csv, " + FormatNames());
+  }
+  if (!subpixel && levels) throw UsageError("--levels is for --subpixel, which is not given");
+}
+
+std::string MapText(const Surface& surface) {
+  std::ostringstream text;
+  text << "x,y,score\n";
+  for (std::size_t i = 0; i < surface.scores.size(); ++i) {
+    if (surface.scores[i] == kv_img::unscored) continue;
+    text << surface.left + static_cast<double>(i % surface.columns) * surface.stepX << ','
+         << surface.top + static_cast<double>(i / surface.columns) * surface.stepY << ',' << surface.scores[i]
+         << '\n';
+  }
+  return text.str();
+}
+
+Raster MapPicture(const Surface& surface) {
   double best = kv_img::unscored;
   double worst = 0;
   for (const double score : surface.scores) {
@@ -96,13 +100,12 @@ void FindOptions::WriteMap(const Surface& surface, const Engine& with) const {
     return score == kv_img::unscored ? std::uint8_t{255}
                                      : static_cast<std::uint8_t>((score - best) * scale + 0.5);
   });
-  PictureWriter writer(map);
-  WriteConverted(writer, picture, with);
-  writer.Commit();
+  return picture;
 }
 
-void FindOptions::WriteAnnotated(const Raster& first, const Raster& second, const FeatureSearch& request,
-                                 const Match& match, const Engine& with) const {
+/// Both pictures, with the feature and the match framed.
+Raster Annotated(const Raster& first, const Raster& second, const FeatureSearch& request, const Match& match,
+                 const Engine& with) {
   Raster left = Convert(first, RasterKind::Dib24, 0, with);
   Raster right = Convert(second, RasterKind::Dib24, 0, with);
   const auto around = [&](int x, int y) {
@@ -111,19 +114,19 @@ void FindOptions::WriteAnnotated(const Raster& first, const Raster& second, cons
   };
   DrawFrame(left, around(request.at[0], request.at[1]));
   DrawFrame(right, around(static_cast<int>(std::lround(match.x)), static_cast<int>(std::lround(match.y))));
-  PictureWriter writer(annotate);
-  WriteConverted(writer, SideBySide(left, right), with);
-  writer.Commit();
+  return SideBySide(left, right);
 }
 
-int FindOptions::Run() const {
+void FindOptions::Run() const {
   const FeatureSearch request = Parse();
+  RequireFiles();
   const OwnedEngine owned(engine);
   const Engine with = owned.Get();
   ReadOptions read = input.Get();
-  read.frames.first = frame;
+  read.frames = {frame, 1};
   PictureReader searched(searchImage, read);
-  CompanionInput templates(templateImage, input.Get());
+  CompanionInput templates(templateImage, input.Get(), searched);
+  input.RequireUse({&searched, &templates.Reader()});
   const Raster second = *searched.Next();
   const Raster& first = templates.FrameBeside(frame);
   if (request.at[0] < 0 || request.at[1] < 0 || request.at[0] >= first.width ||
@@ -131,28 +134,40 @@ int FindOptions::Run() const {
     throw UsageError("--at: " + at + " lies outside " + templateImage + ", which is " +
                      std::to_string(first.width) + "x" + std::to_string(first.height));
   }
+  // Opened before the search, which may take a while.
+  std::optional<ByteSink> table;
+  std::optional<PictureWriter> surface;
+  std::optional<PictureWriter> annotated;
+  if (map.ends_with(".csv")) {
+    table.emplace(map);
+  } else if (!map.empty()) {
+    surface.emplace(map);
+  }
+  if (!annotate.empty()) annotated.emplace(annotate);
   const std::optional<Match> match = Search(first, second, request, with);
+  Session& session = *engine.session;
   if (!match) {
-    std::fprintf(stderr, "kv: no position within --range of --around lies inside %s\n", searchImage.c_str());
-    return NothingFound;
+    session.failure = {NothingFound, "notFound",
+                       "no position within --range of --around is inside " + searchImage};
+    return;
   }
-  if (!map.empty()) WriteMap(match->surface, with);
-  if (!annotate.empty()) WriteAnnotated(first, second, request, *match, with);
+  if (table) table->Write(MapText(match->surface));
+  if (surface) WriteConverted(*surface, MapPicture(match->surface), with);
+  if (annotated) WriteConverted(*annotated, Annotated(first, second, request, *match, with), with);
+  session.result = JsonText::Object();
+  session.result->Add("x", match->x).Add("y", match->y).Add("score", match->score);
+  session.result->Add("at", request.at).Add("half", request.half);
+  session.result->Add("member", with.family.AnsweredBy("FeatureFind"));
+  std::ostringstream text;
+  text << "found at " << match->x << ',' << match->y << " with a mean difference of " << match->score << '\n';
+  session.answer = text.str();
   for (const std::string& file : {map, annotate}) {
-    if (!file.empty()) engine.session->files.push_back(file);
+    if (!file.empty()) session.files.push_back(file);
   }
-  if (engine.json) {
-    const nlohmann::ordered_json result = {
-        {"x", match->x},    {"y", match->y},        {"score", match->score},
-        {"at", request.at}, {"half", request.half}, {"member", with.family.AnsweredBy("FeatureFind")}};
-    engine.session->Answer(result.dump(2) + "\n");
-  } else {
-    std::ostringstream text;
-    text << "found at " << match->x << ',' << match->y << " with a mean difference of " << match->score
-         << '\n';
-    engine.session->Answer(text.str());
-  }
-  return Done;
+  session.PrepareReport();
+  if (table) table->Commit();
+  if (surface) surface->Commit();
+  if (annotated) annotated->Commit();
 }
 
 }  // namespace
@@ -190,9 +205,9 @@ void AddFindCommand(CLI::App& app, Session& session) {
                    "frame of SEARCH, and of TEMPLATE if it has several, from 0 (default: 0)")
       ->check(CLI::Range(0, 1'000'000'000))
       ->type_name("NUMBER");
-  options->engine.AddTo(*command, session, "answer as JSON");
+  options->engine.AddTo(*command, session);
   command->footer("Example: kv find a.png b.png --at 120,80 --half 16x16 --range 32x32 --annotate found.png");
-  command->callback([options, &session] { session.status = options->Run(); });
+  command->callback([options] { options->Run(); });
 }
 
 }  // namespace kv_host

@@ -1,6 +1,6 @@
-#include <cstdio>
+#include <iomanip>
 #include <memory>
-#include <nlohmann/json.hpp>
+#include <sstream>
 
 #include "frame/platform/wide_level.h"
 #include "host/combinations.h"
@@ -56,43 +56,45 @@ std::vector<std::string> OfferedBy(const Family& family, const MemberProbe& prob
   return offered;
 }
 
-void PrintText(const Family& family, bool showsAll) {
+std::string Table(const Family& family, bool showsAll) {
+  std::ostringstream text;
   for (const MemberProbe& probe : family.Probes()) {
-    std::printf("%-12s", Narrow(probe.name).c_str());
-    if (IsFound(probe)) std::printf(" priority %u, feature mask 0x%x,", probe.priority, probe.featureMask);
-    std::printf(" %s%s\n", StateOf(probe).c_str(), LevelNote(probe).c_str());
+    text << std::left << std::setw(12) << Narrow(probe.name);
+    if (IsFound(probe)) {
+      text << " priority " << probe.priority << ", feature mask 0x" << std::hex << probe.featureMask
+           << std::dec << ',';
+    }
+    text << ' ' << StateOf(probe) << LevelNote(probe) << '\n';
     if (probe.finding != MemberProbe::Finding::Usable) continue;
     const auto offered = OfferedBy(family, probe);
-    std::printf("  %s\n  %zu combinations", Utf8Name(probe.file).c_str(), offered.size());
-    if (showsAll) {
-      for (const std::string& combination : offered) std::printf("\n    %s", combination.c_str());
-    }
-    std::printf("\n");
+    text << "  " << Utf8Name(probe.file) << "\n  " << offered.size() << " combinations\n";
+    if (!showsAll) continue;
+    for (const std::string& combination : offered) text << "    " << combination << '\n';
   }
+  return text.str();
 }
 
-void PrintJson(const Family& family) {
-  nlohmann::ordered_json all = nlohmann::ordered_json::array();
+JsonText ToJson(const Family& family) {
+  JsonText all = JsonText::Array();
   for (const MemberProbe& probe : family.Probes()) {
-    nlohmann::ordered_json one = {
-        {"name", Narrow(probe.name)}, {"found", IsFound(probe)}, {"state", StateOf(probe)}};
+    JsonText one = JsonText::Object();
+    one.Add("name", Narrow(probe.name)).Add("found", IsFound(probe)).Add("state", StateOf(probe));
+    one.Add("usable", probe.finding == MemberProbe::Finding::Usable);
     if (IsFound(probe)) {
-      one["file"] = Utf8Name(probe.file);
-      one["priority"] = probe.priority;
-      one["featureMask"] = probe.featureMask;
+      one.Add("file", Utf8Name(probe.file)).Add("priority", probe.priority);
+      one.Add("featureMask", probe.featureMask);
     }
-    if (const std::string level = LevelOf(probe); !level.empty()) one["level"] = level;
-    one["usable"] = probe.finding == MemberProbe::Finding::Usable;
-    one["combinations"] = OfferedBy(family, probe);
-    all.push_back(std::move(one));
+    if (const std::string level = LevelOf(probe); !level.empty()) one.Add("level", level);
+    all.Add(one.Add("combinations", OfferedBy(family, probe)));
   }
-  std::printf("%s\n", all.dump(2).c_str());
+  return JsonText::Object().Add("members", all);
 }
 
-int ShowWhoAnswers(const Family& family, const std::string& text, bool json) {
-  const Combination combination = ParseCombination(text, "--for");
+void AnswerRequest(const Family& family, const std::string& request, Session& session) {
+  const Combination combination = ParseCombination(request, "--for");
   const std::string answer = family.WhoAnswers(combination.algorithm, combination.ids);
-  nlohmann::ordered_json members = nlohmann::ordered_json::array();
+  JsonText members = JsonText::Array();
+  std::ostringstream text;
   for (const MemberProbe& probe : family.Probes()) {
     const std::string name = Narrow(probe.name);
     const bool offers = family.Answers(probe.name, combination.algorithm, combination.ids);
@@ -106,42 +108,39 @@ int ShowWhoAnswers(const Family& family, const std::string& text, bool json) {
     } else {
       why = "offers it, priority " + std::to_string(probe.priority) + " is lower";
     }
-    members.push_back({{"name", name}, {"offers", offers}, {"why", why}});
-    if (!json) std::printf("%-12s %s\n", name.c_str(), why.c_str());
+    members.Add(JsonText::Object().Add("name", name).Add("offers", offers).Add("why", why));
+    text << std::left << std::setw(12) << name << ' ' << why << '\n';
   }
-  if (json) {
-    nlohmann::ordered_json result = {{"request", combination.Text()}, {"answeredBy", nullptr}};
-    if (!answer.empty()) result["answeredBy"] = answer;
-    result["members"] = std::move(members);
-    std::printf("%s\n", result.dump(2).c_str());
+  session.answer = text.str();
+  session.result = JsonText::Object();
+  session.result->Add("request", combination.Text());
+  session.result->Add("answeredBy", answer.empty() ? std::nullopt : std::optional(answer));
+  session.result->Add("members", members);
+  if (answer.empty()) {
+    session.failure = {NoMember, "noMember", "no member of the family offers " + combination.Text()};
   }
-  return answer.empty() ? NoMember : Done;
 }
 
 }  // namespace
 
 void AddMembersCommand(CLI::App& app, Session& session) {
   struct Options {
-    bool json = false;
     bool all = false;
     std::string request;
   };
   auto options = std::make_shared<Options>();
   CLI::App* command = app.add_subcommand("members", "Show the plug-ins that were found and what they offer");
-  command->add_flag("--json", options->json, "answer as JSON");
-  command->add_flag("--all", options->all, "list every combination of pixel classes");
+  AddReportOption(*command, session);
+  CLI::Option* all = command->add_flag("--all", options->all, "list every combination of pixel classes");
   command->add_option("--for", options->request, "show who would answer a request, such as Copy:yuv422:dib32")
+      ->excludes(all)
       ->type_name("REQUEST");
   command->footer("Example: kv members --for Copy:yuv422:dib24");
   command->callback([options, &session] {
     const Family family;
-    if (!options->request.empty()) {
-      session.status = ShowWhoAnswers(family, options->request, options->json);
-    } else if (options->json) {
-      PrintJson(family);
-    } else {
-      PrintText(family, options->all);
-    }
+    if (!options->request.empty()) return AnswerRequest(family, options->request, session);
+    session.answer = Table(family, options->all);
+    session.result = ToJson(family);
   });
 }
 

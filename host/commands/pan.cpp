@@ -17,7 +17,7 @@ using kv_img::ImageRect;
 
 struct PanOptions {
   std::string photo;
-  std::string output;
+  OutputOptions output;
   std::string size;
   std::string direction;
   std::string only;
@@ -26,7 +26,7 @@ struct PanOptions {
   InputOptions input;
   EngineOptions engine;
 
-  int Run() const {
+  void Run() const {
     const OwnedEngine owned(engine);
     const Engine with = owned.Get();
     PictureReader reader(photo, input.Get());
@@ -40,7 +40,6 @@ struct PanOptions {
     const auto& operation = with.family.Require<Operation>(
         "Scanning", {kv_img::PixelYUV422::ClassID, kv_img::PixelYUV422::ClassID});
     const auto from = ToImage<kv_img::PixelYUV422>(picture);
-    PictureWriter writer(output);
     const FrameRange range = only.empty() ? FrameRange() : ParseFrameRange(only, "--only");
     if (range.first >= frames) {
       throw UsageError("--only: " + only + " begins behind the last of " + std::to_string(frames) +
@@ -48,6 +47,7 @@ struct PanOptions {
     }
     const auto first = static_cast<int>(range.first);
     const auto count = static_cast<int>(std::min<std::int64_t>(range.count.value_or(frames), frames - first));
+    PictureWriter writer = output.Open({range, frames});
     Progress progress("frames", count);
     for (int frame = first; frame < first + count; ++frame) {
       Raster rendered = RenderFrame(operation, with, *from, picture, view, frame);
@@ -55,7 +55,7 @@ struct PanOptions {
       WriteConverted(writer, rendered, with);
       progress.Advance();
     }
-    return owned.Finish(writer);
+    owned.Finish(writer);
   }
 
  private:
@@ -115,8 +115,7 @@ void AddPanCommand(CLI::App& app, Session& session) {
   auto options = std::make_shared<PanOptions>();
   CLI::App* command = app.add_subcommand("pan", "Make a movie that moves across a photograph");
   command->add_option("PHOTO", options->photo, "picture to move across; - is standard input")->required();
-  command->add_option("OUT", options->output, "movie to write, such as out.y4m; - is standard output")
-      ->required();
+  options->output.AddTo(*command, session, "movie to write, such as out.y4m; - is standard output");
   command->add_option("--size", options->size, "width and height of the movie, such as 720x576")
       ->required()
       ->type_name("WxH");
@@ -135,7 +134,7 @@ void AddPanCommand(CLI::App& app, Session& session) {
   options->input.AddTo(*command, false);
   options->engine.AddTo(*command, session);
   command->footer("Example: kv pan photo.png pan.y4m --size 720x576 --frames 100 --direction right");
-  command->callback([options, &session] { session.status = options->Run(); });
+  command->callback([options] { options->Run(); });
 }
 
 }  // namespace kv_host

@@ -12,16 +12,17 @@ using Frame422 = kv_img::Image<kv_img::PixelYUV422>;
 
 struct ParityOptions {
   std::string input;
-  std::string output;
+  OutputOptions output;
   std::string region;
   InputOptions inputOptions;
   EngineOptions engine;
 
-  int Run() const {
+  void Run() const {
     const OwnedEngine owned(engine);
     const Engine with = owned.Get();
     PictureReader reader(input, inputOptions.Get());
-    PictureWriter writer(output);
+    inputOptions.RequireUse({&reader});
+    PictureWriter writer = output.Open(reader);
     const auto& operation = with.family.Require<kv_img::ParityChangeAlgorithmInterface<Frame422, Frame422>>(
         "ParityChange", {kv_img::PixelYUV422::ClassID, kv_img::PixelYUV422::ClassID});
     ForEachFrame(reader, [&](const Raster& frame, std::int64_t) {
@@ -44,7 +45,7 @@ struct ParityOptions {
           to->GetProperties().fieldOrder != 0 ? Interlace::BottomFieldFirst : Interlace::TopFieldFirst;
       WriteConverted(writer, result, with);
     });
-    return owned.Finish(writer);
+    owned.Finish(writer);
   }
 };
 
@@ -54,13 +55,13 @@ void AddParityCommand(CLI::App& app, Session& session) {
   auto options = std::make_shared<ParityOptions>();
   CLI::App* command = app.add_subcommand("parity", "Move frames by half a line to the other field parity");
   command->add_option("IN", options->input, "picture or video; - is standard input")->required();
-  command->add_option("OUT", options->output, "file to write; - is standard output")->required();
+  options->output.AddTo(*command, session, "file to write; - is standard output");
   command->add_option("--region", options->region, "work only inside the rectangle x,y,w,h")
       ->type_name("RECT");
   options->inputOptions.AddWithFramesTo(*command);
   options->engine.AddTo(*command, session);
   command->footer("Example: kv parity top-first.y4m bottom-first.y4m");
-  command->callback([options, &session] { session.status = options->Run(); });
+  command->callback([options] { options->Run(); });
 }
 
 }  // namespace kv_host

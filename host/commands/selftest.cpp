@@ -2,9 +2,10 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <iomanip>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <random>
+#include <sstream>
 
 #include "host/commands/command.h"
 #include "host/errors.h"
@@ -14,7 +15,6 @@ namespace kv_host {
 namespace {
 
 struct SelfTestOptions {
-  bool json = false;
   int rounds = 200;
   std::uint64_t seed = 0;
 };
@@ -41,8 +41,9 @@ std::vector<TestedMember> UsableMembers(const Family& family) {
 }
 
 /// A line for every member, then what differs.
-void PrintTable(const std::vector<TestedMember>& members, const std::vector<SelfTestCheck>& checks) {
-  std::printf("members, compared with the plain rules:\n");
+std::string Table(const std::vector<TestedMember>& members, const std::vector<SelfTestCheck>& checks) {
+  std::ostringstream text;
+  text << "members, compared with the plain rules:\n";
   for (const TestedMember& member : members) {
     int operations = 0;
     int differing = 0;
@@ -53,34 +54,34 @@ void PrintTable(const std::vector<TestedMember>& members, const std::vector<Self
       calls += check.rounds;
       if (!check.difference.empty()) ++differing;
     }
-    std::printf("  %-12s%d operations, %lld calls: ", member.name.c_str(), operations, calls);
+    text << "  " << std::left << std::setw(12) << member.name << operations << " operations, " << calls
+         << " calls: ";
     if (differing == 0) {
-      std::printf("all equal\n");
+      text << "all equal\n";
     } else {
-      std::printf("%d DIFFER\n", differing);
+      text << differing << " DIFFER\n";
     }
   }
   for (const SelfTestCheck& check : checks) {
     if (check.difference.empty()) continue;
-    std::printf("  %s of %s: %s\n", check.what.c_str(), check.member.c_str(), check.difference.c_str());
+    text << "  " << check.what << " of " << check.member << ": " << check.difference << '\n';
   }
+  return text.str();
 }
 
-nlohmann::ordered_json ToJson(const std::vector<SelfTestCheck>& checks) {
-  nlohmann::ordered_json all = nlohmann::ordered_json::array();
+JsonText ToJson(const std::vector<SelfTestCheck>& checks) {
+  JsonText all = JsonText::Array();
   for (const SelfTestCheck& check : checks) {
-    nlohmann::ordered_json one = {{"tested", check.member},
-                                  {"what", check.what},
-                                  {"rounds", check.rounds},
-                                  {"refusals", check.refusals},
-                                  {"equal", check.difference.empty()}};
-    if (!check.difference.empty()) one["difference"] = check.difference;
-    all.push_back(std::move(one));
+    JsonText one = JsonText::Object();
+    one.Add("tested", check.member).Add("what", check.what);
+    one.Add("rounds", check.rounds).Add("refusals", check.refusals).Add("equal", check.difference.empty());
+    if (!check.difference.empty()) one.Add("difference", check.difference);
+    all.Add(one);
   }
   return all;
 }
 
-int Run(const SelfTestOptions& options) {
+void Run(const SelfTestOptions& options, Session& session) {
   const Family family;
   const std::vector<TestedMember> members = UsableMembers(family);
   SelfTestScale scale{options.rounds, options.seed};
@@ -93,20 +94,18 @@ int Run(const SelfTestOptions& options) {
 
   const auto differences =
       std::ranges::count_if(checks, [](const auto& check) { return !check.difference.empty(); });
-  if (options.json) {
-    const nlohmann::ordered_json result = {
-        {"seed", scale.seed}, {"equal", differences == 0}, {"members", ToJson(checks)}};
-    std::printf("%s\n", result.dump(2).c_str());
-  } else {
-    PrintTable(members, checks);
-    if (differences == 0) {
-      std::printf("all is equal (seed %llu)\n", static_cast<unsigned long long>(scale.seed));
-    } else {
-      std::printf("%td of %zu comparisons DIFFER; --seed %llu repeats this\n", differences, checks.size(),
-                  static_cast<unsigned long long>(scale.seed));
-    }
+  session.result = JsonText::Object();
+  session.result->Add("seed", scale.seed).Add("equal", differences == 0).Add("members", ToJson(checks));
+  const std::string seed = std::to_string(scale.seed);
+  session.answer = Table(members, checks);
+  if (differences == 0) {
+    session.answer += "all is equal (seed " + seed + ")\n";
+    return;
   }
-  return differences == 0 ? Done : NothingFound;
+  const std::string verdict = std::to_string(differences) + " of " + std::to_string(checks.size()) +
+                              " comparisons DIFFER; --seed " + seed + " repeats this";
+  session.answer += verdict + "\n";
+  session.failure = {NothingFound, "different", verdict};
 }
 
 }  // namespace
@@ -115,14 +114,14 @@ void AddSelfTestCommand(CLI::App& app, Session& session) {
   auto options = std::make_shared<SelfTestOptions>();
   CLI::App* command = app.add_subcommand(
       "selftest", "Compare every plug-in that was found with the plain rules, on random pictures");
-  command->add_flag("--json", options->json, "answer as JSON");
+  AddReportOption(*command, session);
   command->add_option("--rounds", options->rounds, "random calls of every operation (default: 200)")
       ->check(CLI::Range(1, 1000000))
       ->type_name("N");
   command->add_option("--seed", options->seed, "repeats a run (default: another one every time)")
       ->type_name("N");
   command->footer("Exit status 1: something differs.\nExample: kv selftest --rounds 1000");
-  command->callback([options, &session] { session.status = Run(*options); });
+  command->callback([options, &session] { Run(*options, session); });
 }
 
 }  // namespace kv_host

@@ -6,7 +6,6 @@
 
 #include "host/formats/file_name.h"
 #include "host/formats/format_error.h"
-#include "host/formats/unfinished_files.h"
 #include "host/platform/platform.h"
 
 namespace kv_host {
@@ -47,6 +46,10 @@ std::string RandomDigits() {
 
 }  // namespace
 
+FileError ExistsError(const std::string& name) {
+  return {name, "exists already; --overwrite replaces it"};
+}
+
 void ByteSink::Closer::operator()(std::FILE* file) const noexcept {
   if (file != stdout) std::fclose(file);
 }
@@ -73,28 +76,24 @@ ByteSink::~ByteSink() {
   file_.reset();
   if (temporary_ == nullptr) return;
   std::error_code error;
-  fs::remove(*temporary_, error);
-  DropUnfinishedFile(*temporary_);
+  fs::remove(temporary_->Path(), error);
 }
 
 void ByteSink::OpenTemporary() {
   // The short name fits wherever the target's own does; "x" refuses a file that is already there.
   for (int attempt = 0; attempt < 10 && file_ == nullptr; ++attempt) {
-    auto path = std::make_unique<const fs::path>(target_.parent_path() / (".kv-" + RandomDigits() + ".part"));
-    AddUnfinishedFile(*path);
-    file_.reset(OpenFile(*path, "wbx"));
-    if (file_ != nullptr) {
-      temporary_ = std::move(path);
-      continue;
-    }
+    temporary_ =
+        std::make_unique<UnfinishedFile>(target_.parent_path() / (".kv-" + RandomDigits() + ".part"));
+    file_.reset(OpenFile(temporary_->Path(), "wbx"));
+    if (file_ != nullptr) break;
     const int error = errno;
-    DropUnfinishedFile(*path);
+    temporary_.reset();
     if (error != EEXIST) FailToWrite(error);
   }
   if (file_ == nullptr) FailToWrite(EEXIST);
   std::error_code error;
   const fs::file_status old = fs::status(target_, error);
-  if (fs::is_regular_file(old)) fs::permissions(*temporary_, old.permissions(), error);
+  if (fs::is_regular_file(old)) fs::permissions(temporary_->Path(), old.permissions(), error);
 }
 
 void ByteSink::FailToWrite(int error) const {
@@ -133,13 +132,13 @@ void ByteSink::Rename(const std::string& name) {
   target_ = target;
 }
 
-void ByteSink::Commit() {
+void ByteSink::Commit(bool replaces) {
   Finish();
   if (temporary_ == nullptr) return;
   std::error_code error;
-  Replace(*temporary_, target_, error);
+  (replaces ? Replace : RenameToNew)(temporary_->Path(), target_, error);
+  if (error == std::errc::file_exists && !replaces) throw ExistsError(name_);
   if (error) throw FileError(name_, "cannot be written: " + error.message());
-  DropUnfinishedFile(*temporary_);
   temporary_.reset();
 }
 

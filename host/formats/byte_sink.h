@@ -8,13 +8,18 @@
 #include <string>
 #include <string_view>
 
+#include "host/formats/format_error.h"
+#include "host/formats/unfinished_files.h"
+
 namespace kv_host {
 
+/// For a file that must not be replaced.
+FileError ExistsError(const std::string& name);
+
 /// Bytes on their way to a file. They are written to a temporary file beside the target, which takes the
-/// target's name on Commit(); a sink that goes without Commit() removes it, so nothing half-written stands
-/// under the final name and an older file there stays whole. Standard output, pipes and devices have no such
-/// shelter: they are written straight through. Every operation throws FileError (disk full, closed pipe, …);
-/// the program must ignore SIGPIPE. One thread at a time.
+/// target's name on Commit(); a sink that is destroyed without Commit() removes it, so nothing half-written
+/// stands under the final name and an older file there stays whole. Standard output, pipes and devices are
+/// written at once. Every operation throws FileError (disk full, …). One thread at a time.
 class ByteSink {
  public:
   /// `-` is standard output. Throws FileError if the target cannot be written.
@@ -36,8 +41,8 @@ class ByteSink {
   void Finish();
   /// Gives the file another final name, in the same folder.
   void Rename(const std::string& name);
-  /// Finish(), then the final name.
-  void Commit();
+  /// Finish(), then the final name. With `replaces` false a file that has this name already is an error.
+  void Commit(bool replaces = true);
 
  private:
   struct Closer {
@@ -50,8 +55,7 @@ class ByteSink {
   std::string name_;
   std::unique_ptr<std::FILE, Closer> file_;
   std::filesystem::path target_;
-  std::unique_ptr<const std::filesystem::path>
-      temporary_;  // set while there is a file to rename or to remove
+  std::unique_ptr<UnfinishedFile> temporary_;  // while there is a file to rename or to remove
   bool writesThrough_ = false;
 };
 

@@ -15,12 +15,12 @@ std::string OneLine(std::string text) {
 }  // namespace
 
 FileError::FileError(const std::string& name, const std::string& problem)
-    : std::runtime_error(OneLine(name + ": " + problem)) {}
+    : std::runtime_error(OneLine(name + ": " + problem)), file_(name) {}
 
 FormatError::FormatError(const std::string& name, const std::string& problem) : FileError(name, problem) {}
 
 FormatError::FormatError(const std::string& name, std::uint64_t offset, const std::string& problem)
-    : FileError(name, "byte " + std::to_string(offset) + ": " + problem) {}
+    : FileError(name, "byte " + std::to_string(offset) + ": " + problem), offset_(offset) {}
 
 std::string SystemText(int error) {
   return std::generic_category().message(error);

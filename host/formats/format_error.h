@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -12,6 +13,12 @@ namespace kv_host {
 class FileError : public std::runtime_error {
  public:
   FileError(const std::string& name, const std::string& problem);
+
+  /// Name of the file.
+  const std::string& File() const { return file_; }
+
+ private:
+  std::string file_;
 };
 
 /// A file whose content, or what is asked of it, does not fit its format. The line names the file, the byte
@@ -20,6 +27,12 @@ class FormatError : public FileError {
  public:
   FormatError(const std::string& name, const std::string& problem);
   FormatError(const std::string& name, std::uint64_t offset, const std::string& problem);
+
+  /// The byte where the content stops making sense, if there is one.
+  const std::optional<std::uint64_t>& Offset() const { return offset_; }
+
+ private:
+  std::optional<std::uint64_t> offset_;
 };
 
 /// The system's text for an errno value.

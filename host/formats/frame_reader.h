@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 
 #include "host/formats/raster.h"
@@ -16,6 +17,9 @@ class FrameReader {
 
   /// The next picture; empty after the last one. Throws FileError or FormatError.
   virtual std::optional<Raster> Next() = 0;
+
+  /// How many pictures there are, where the file's size shows it.
+  virtual std::optional<std::int64_t> Length() const { return std::nullopt; }
 };
 
 }  // namespace kv_host

@@ -7,15 +7,10 @@
 
 #include "host/formats/byte_source.h"
 #include "host/formats/file_format.h"
+#include "host/formats/frame_range.h"
 #include "host/formats/frame_reader.h"
 
 namespace kv_host {
-
-/// Some of the pictures of a file, one behind the other.
-struct FrameRange {
-  std::int64_t first = 0;             ///< From 0.
-  std::optional<std::int64_t> count;  ///< None: to the last one. A file may end earlier.
-};
 
 struct ReadOptions {
   std::optional<FileFormat> format;  ///< Overrides what content and name say.
@@ -36,6 +31,10 @@ class PictureReader {
 
   const std::string& Name() const { return source_.Name(); }
   FileFormat Format() const { return format_; }
+  /// Which of the file's pictures are read.
+  const FrameRange& Range() const { return range_; }
+  /// How many pictures the file holds, where its size shows it.
+  std::optional<std::int64_t> Length() const { return frames_->Length(); }
 
   /// Number of the picture that Next gives next, from 0 for the file's first.
   std::int64_t NextNumber() const;

@@ -20,19 +20,57 @@ FileFormat Decide(const std::string& name, const WriteOptions& options) {
   throw FormatError(name, "the format is not known; name it: " + FormatNames());
 }
 
-/// out.png, 7, 4 → out-0007.png
-std::string Numbered(const std::string& name, std::size_t number, std::size_t digits) {
-  const std::filesystem::path path = PathOf(name);
-  std::string text = std::to_string(number);
-  text.insert(0, digits - std::min(digits, text.size()), '0');
-  return Utf8Name(path.parent_path() / path.stem()) + "-" + text + Utf8Name(path.extension());
+bool Exists(const std::string& name) {
+  std::error_code error;
+  return std::filesystem::exists(std::filesystem::symlink_status(PathOf(name), error));
 }
 
 }  // namespace
 
+std::optional<std::int64_t> ClipPart::Count() const {
+  if (!length) return frames.count;
+  const std::int64_t rest = std::max<std::int64_t>(*length - frames.first, 0);
+  return frames.count ? std::min(*frames.count, rest) : rest;
+}
+
 PictureWriter::PictureWriter(const std::string& name, const WriteOptions& options)
-    : name_(name), format_(Decide(name, options)) {
-  sinks_.emplace_back(name);
+    : name_(name),
+      options_(options),
+      format_(Decide(name, options)),
+      frameNames_(name, options.clip.has_value()),
+      hasOwnFiles_(frameNames_.IsPattern() || !TraitsOf(format_).stream),
+      isNumbered_(frameNames_.IsPattern()) {
+  sinks_.emplace_back(isNumbered_ ? NumberedName(0) : name);
+  if (!hasOwnFiles_ || !options_.clip || sinks_.front().WritesThrough()) return;
+  // What is asked for counts, not what there is: the last part of a clip may be one frame.
+  const auto wanted = options_.clip->frames.count ? options_.clip->frames.count : options_.clip->Count();
+  if (wanted.value_or(1) > 1) isNumbered_ = true;
+  if (isNumbered_ && !options_.overwrite) RequireNewFiles();
+}
+
+void PictureWriter::RequireNewFiles() const {
+  // More names take too long; Commit() tries them all.
+  constexpr std::int64_t MostNames = 100000;
+  const std::int64_t count = std::min(options_.clip->Count().value_or(1), MostNames);
+  for (std::int64_t i = 0; i < count; ++i) {
+    const std::string name = NumberedName(i);
+    if (Exists(name)) throw ExistsError(name);
+  }
+}
+
+int PictureWriter::Digits() const {
+  constexpr int Fewest = 4;
+  constexpr int UnknownLength = 6;
+  std::int64_t length = count_;
+  if (options_.clip) {
+    if (!options_.clip->length && options_.clip->frames.count) return UnknownLength;
+    length = options_.clip->length.value_or(count_);
+  }
+  return std::max(Fewest, static_cast<int>(std::to_string(length - 1).size()));
+}
+
+std::string PictureWriter::NumberedName(std::int64_t index) const {
+  return frameNames_.Of((options_.clip ? options_.clip->frames.first : 0) + index, Digits());
 }
 
 void PictureWriter::Write(const Raster& frame) {
@@ -42,8 +80,11 @@ void PictureWriter::Write(const Raster& frame) {
     throw FormatError(sinks_.front().Name(),
                       "a " + std::string(traits.name) + " file cannot hold " + NameOf(frame.kind));
   }
-  const bool ownFile = !traits.stream && !sinks_.front().WritesThrough();
-  if (ownFile && count_ > 0) sinks_.emplace_back(name_);
+  const bool ownFile = hasOwnFiles_ && !sinks_.front().WritesThrough();
+  if (ownFile && count_ > 0) {
+    sinks_.emplace_back(frameNames_.IsPattern() ? NumberedName(count_) : name_);
+    y4m_ = Y4mWriter();
+  }
   ByteSink& sink = sinks_.back();
   Encode(frame, sink);
   if (ownFile) {
@@ -83,11 +124,12 @@ void PictureWriter::Encode(const Raster& frame, ByteSink& sink) {
 void PictureWriter::NameFiles() {
   if (count_ == 0) throw FileError(sinks_.front().Name(), "no picture was written");
   std::vector<std::string> names;
-  if (sinks_.size() > 1) {
+  if (sinks_.size() > 1) isNumbered_ = true;
+  if (isNumbered_) {
     // All names are tried before the first file takes its own.
-    const std::size_t digits = std::max<std::size_t>(4, std::to_string(sinks_.size()).size());
     for (std::size_t i = 0; i < sinks_.size(); ++i) {
-      names.push_back(Numbered(name_, i + 1, digits));
+      names.push_back(NumberedName(static_cast<std::int64_t>(i)));
+      if (!options_.overwrite && Exists(names.back())) throw ExistsError(names.back());
       sinks_[i].Rename(names.back());
     }
   } else if (name_ != "-") {
@@ -98,7 +140,10 @@ void PictureWriter::NameFiles() {
 
 void PictureWriter::Commit() {
   if (names_.empty()) NameFiles();
-  for (ByteSink& sink : sinks_) sink.Commit();
+  for (ByteSink& sink : sinks_) {
+    sink.Commit(!isNumbered_ || options_.overwrite);
+    ++committed_;
+  }
 }
 
 }  // namespace kv_host

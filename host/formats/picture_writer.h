@@ -6,22 +6,39 @@
 
 #include "host/formats/byte_sink.h"
 #include "host/formats/file_format.h"
+#include "host/formats/frame_names.h"
+#include "host/formats/frame_range.h"
 #include "host/formats/y4m.h"
 
 namespace kv_host {
 
-struct WriteOptions {
-  std::optional<FileFormat> format;  ///< Overrides what the extension says.
+/// The frames of a clip that a file is made of.
+struct ClipPart {
+  FrameRange frames = {};
+  std::optional<std::int64_t> length = {};  ///< Frames of the whole clip, where it is known.
+
+  /// How many frames there will be, where it is known: no more than that.
+  std::optional<std::int64_t> Count() const;
 };
 
-/// Writes pictures to a file or to standard output. Y4M and raw files take every frame; of the other formats
-/// one frame becomes the named file, several become numbered ones (out-0001.png, out-0002.png, …; more digits
-/// from 10000 on). Nothing stands under a final name before Commit(), and nothing is left if Commit() is
-/// never called. Standard output, pipes and devices show each frame at once, pictures one behind the other.
+struct WriteOptions {
+  std::optional<FileFormat> format = {};  ///< Overrides what the extension says.
+  std::optional<ClipPart> clip = {};      ///< None: single pictures, whose name is taken as it is.
+  bool overwrite = false;                 ///< Numbered files may be replaced.
+};
+
+/// Writes pictures to a file or to standard output. Y4M and raw files take every frame. Of the other formats
+/// one frame becomes the named file, as does the one that was asked for of a clip; several become files
+/// numbered as the frames of the clip are: out-0000.png, out-0001.png, …, with as many digits as the clip's
+/// last frame needs, four at least, and six where nobody knows the clip's length. With a place for the number
+/// in the name (frame-%06d.png), files of every format are numbered, and single ones too. A single file
+/// replaces an older one; numbered files do so where the options say so. Nothing stands under a final name
+/// before Commit(), and nothing is left if Commit() is never called. Standard output, pipes and devices show
+/// each frame at once, one picture after the other.
 class PictureWriter {
  public:
   /// `-` is standard output, and Y4M when nothing else is said. Throws FileError if the file cannot be
-  /// written, FormatError if its format is not known.
+  /// written, also for numbered files that exist; FormatError if the format is not known.
   explicit PictureWriter(const std::string& name, const WriteOptions& options = {});
 
   FileFormat Format() const { return format_; }
@@ -36,17 +53,27 @@ class PictureWriter {
   void Commit();
   /// The names that NameFiles() or Commit() decided on; empty for standard output.
   const std::vector<std::string>& Names() const { return names_; }
+  /// How many of them Commit() has made.
+  std::size_t CommittedFiles() const { return committed_; }
 
  private:
+  void RequireNewFiles() const;
+  int Digits() const;
+  std::string NumberedName(std::int64_t index) const;
   void Encode(const Raster& frame, ByteSink& sink);
 
   std::string name_;
+  WriteOptions options_;
   FileFormat format_;
+  FrameNames frameNames_;
+  bool hasOwnFiles_;  // each frame
+  bool isNumbered_;
   std::vector<ByteSink>
       sinks_;  // the first one is open from the start, so that an unwritable target is found early
   Y4mWriter y4m_;
-  std::size_t count_ = 0;
+  std::int64_t count_ = 0;
   std::vector<std::string> names_;
+  std::size_t committed_ = 0;
 };
 
 }  // namespace kv_host

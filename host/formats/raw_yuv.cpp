@@ -28,6 +28,7 @@ RawYuvReader::RawYuvReader(ByteSource& source, RasterKind kind, int layout, int 
                                          std::to_string(*size / frame) + " frames and " +
                                          std::to_string(*size % frame) + " bytes over");
   }
+  if (size) length_ = static_cast<std::int64_t>(*size / frame);
 }
 
 std::optional<Raster> RawYuvReader::Next() {

@@ -17,10 +17,12 @@ class RawYuvReader final : public FrameReader {
   RawYuvReader(ByteSource& source, RasterKind kind, int layout, int width, int height);
 
   std::optional<Raster> Next() override;
+  std::optional<std::int64_t> Length() const override { return length_; }
 
  private:
   ByteSource& source_;
   Raster shape_;
+  std::optional<std::int64_t> length_;
   std::int64_t frame_ = 0;
 };
 

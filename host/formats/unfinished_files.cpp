@@ -1,47 +1,59 @@
 #include "host/formats/unfinished_files.h"
 
 #include <array>
-#include <atomic>
-#include <csignal>
 #include <system_error>
+#include <thread>
+#include <utility>
+
+#include "host/platform/platform.h"
 
 namespace kv_host {
 namespace {
 
-std::array<std::atomic<const std::filesystem::path*>, 16> files{};
+/// Names of unfinished files. A signal may come at any moment: blocks are added, never moved or freed.
+struct Block {
+  std::array<std::atomic<const std::filesystem::path*>, 64> files{};
+  std::atomic<Block*> next{nullptr};
+};
 
-void RemoveAndEnd(int signal) {
-  for (auto& slot : files) {
-    const std::filesystem::path* file = slot.exchange(nullptr);
-    if (file == nullptr) continue;
-    // One call of the system: nothing here allocates or locks, for the signal may come at any moment.
-    std::error_code error;
-    std::filesystem::remove(*file, error);
-  }
-  std::signal(signal, SIG_DFL);
-  std::raise(signal);
-}
+Block firstBlock;
+std::atomic<Block*> blockInUse = &firstBlock;
 
-void Exchange(const std::filesystem::path* from, const std::filesystem::path* to) noexcept {
-  for (auto& slot : files) {
-    const std::filesystem::path* expected = from;
-    if (slot.compare_exchange_strong(expected, to)) return;
+/// Allocates nothing and takes no lock.
+void RemoveAll() noexcept {
+  for (Block* block = &firstBlock; block != nullptr; block = block->next) {
+    for (auto& slot : block->files) {
+      const std::filesystem::path* file = slot.exchange(nullptr);
+      std::error_code error;
+      if (file != nullptr) std::filesystem::remove(*file, error);
+    }
   }
 }
 
 }  // namespace
 
-void AddUnfinishedFile(const std::filesystem::path& file) noexcept {
-  Exchange(nullptr, &file);
+UnfinishedFile::Slot& UnfinishedFile::FreeSlot() {
+  for (Block* block = blockInUse;; blockInUse = block = block->next) {
+    for (Slot& slot : block->files) {
+      if (slot == nullptr) return slot;
+    }
+    if (block->next == nullptr) block->next = new Block;
+  }
 }
 
-void DropUnfinishedFile(const std::filesystem::path& file) noexcept {
-  Exchange(&file, nullptr);
+UnfinishedFile::UnfinishedFile(std::filesystem::path path) : path_(std::move(path)), slot_(FreeSlot()) {
+  slot_ = &path_;
+}
+
+UnfinishedFile::~UnfinishedFile() {
+  const std::filesystem::path* expected = &path_;
+  if (slot_.compare_exchange_strong(expected, nullptr)) return;
+  // A signal has taken it, and needs the name until the program ends.
+  for (;;) std::this_thread::yield();
 }
 
 void RemoveUnfinishedFilesWhenInterrupted() {
-  std::signal(SIGINT, RemoveAndEnd);
-  std::signal(SIGTERM, RemoveAndEnd);
+  BeforeSignalsEndTheProgram(RemoveAll);
 }
 
 }  // namespace kv_host

@@ -1,17 +1,31 @@
 #pragma once
 
+#include <atomic>
 #include <filesystem>
 
 namespace kv_host {
 
-/// Lists a file that has to go when the program is interrupted. The path stays where it is until it is
-/// finished. Beyond 16 files at a time the others stay behind.
-void AddUnfinishedFile(const std::filesystem::path& file) noexcept;
-/// Takes it off the list.
-void DropUnfinishedFile(const std::filesystem::path& file) noexcept;
+/// The name of a file that is removed when a signal ends the program while this object exists.
+class UnfinishedFile {
+ public:
+  explicit UnfinishedFile(std::filesystem::path path);
+  UnfinishedFile(const UnfinishedFile&) = delete;
+  UnfinishedFile& operator=(const UnfinishedFile&) = delete;
+  ~UnfinishedFile();
 
-/// From now on an interrupt (Ctrl-C) or a request to end removes the listed files before the program ends by
-/// it.
+  const std::filesystem::path& Path() const noexcept { return path_; }
+
+ private:
+  using Slot = std::atomic<const std::filesystem::path*>;
+
+  static Slot& FreeSlot();
+
+  const std::filesystem::path path_;
+  Slot& slot_;
+};
+
+/// From now on a signal that ends the program (an interrupt, a hang-up, a closed pipe, …) removes the
+/// unfinished files first.
 void RemoveUnfinishedFilesWhenInterrupted();
 
 }  // namespace kv_host

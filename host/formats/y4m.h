@@ -29,12 +29,16 @@ class Y4mReader final : public FrameReader {
   explicit Y4mReader(ByteSource& source);
 
   std::optional<Raster> Next() override;
+  /// Known for a file whose frames all begin with a line of the same length.
+  std::optional<std::int64_t> Length() const override { return length_; }
 
  private:
+  std::optional<std::int64_t> CountFrames();
   void ReadFrameLine(Interlace& interlace);
 
   ByteSource& source_;
   Y4mHeader header_;
+  std::optional<std::int64_t> length_;
   std::int64_t frame_ = 0;
 };
 

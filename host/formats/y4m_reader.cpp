@@ -169,6 +169,21 @@ Y4mReader::Y4mReader(ByteSource& source) : source_(source) {
     throw FormatError(source.Name(), offset, "a space must follow YUV4MPEG2");
   }
   header_ = ParseHeader(source, offset, line);
+  length_ = CountFrames();
+}
+
+std::optional<std::int64_t> Y4mReader::CountFrames() {
+  constexpr std::size_t LongestLine = 80;
+  const auto remaining = source_.Remaining();
+  if (!remaining) return std::nullopt;
+  const auto start = source_.Peek(LongestLine);
+  const auto end = std::find(start.begin(), start.end(), '\n');
+  if (end == start.end()) return std::nullopt;
+  const std::uint64_t size =
+      static_cast<std::uint64_t>(end - start.begin()) + 1 +
+      MakeEmptyRaster(RasterKind::Yuv422Planar, header_.width, header_.height).ByteCount();
+  if (*remaining % size != 0) return std::nullopt;
+  return static_cast<std::int64_t>(*remaining / size);
 }
 
 void Y4mReader::ReadFrameLine(Interlace& interlace) {

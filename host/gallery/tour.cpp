@@ -65,7 +65,10 @@ class Tour {
     for (const std::string& word : words) {
       arguments.push_back(word.starts_with('@') ? Path(word.substr(1)) : word);
     }
-    arguments.insert(arguments.end(), {"--threads", std::to_string(studio_.threads)});
+    // Clipping works on one thread.
+    if (words.front() != "clip") {
+      arguments.insert(arguments.end(), {"--threads", std::to_string(studio_.threads)});
+    }
     CommandResult best = studio_.run(arguments, algorithm);
     for (int again = 0; again < 2; ++again) {
       best.milliseconds = std::min(best.milliseconds, studio_.run(arguments, algorithm).milliseconds);

@@ -9,9 +9,14 @@
 /// The program's own door to the operating system.
 namespace kv_host {
 
-/// To be called once, first of all: standard input and output carry bytes as they are, a closed pipe is a
-/// write error like any other, and no failure opens a window.
+/// To be called once, first of all: standard input and output carry bytes as they are, no file takes the
+/// place of a standard stream that is closed, and no failure opens a window.
 void PrepareProcess();
+
+/// From now on a signal that ends the program (hang-up, interrupt, request to end, closed pipe, …) calls
+/// `cleanUp` first; the program then ends by that signal. `cleanUp` may run at any moment. Signals that the
+/// program's parent had ignored stay ignored, but for a closed pipe.
+void BeforeSignalsEndTheProgram(void (*cleanUp)() noexcept);
 
 /// The arguments of the program, without its own name.
 std::vector<std::string> Arguments(int argc, const char* const* argv);
@@ -25,5 +30,8 @@ std::FILE* OpenFile(const std::filesystem::path& file, const char* mode);
 /// Gives the file `from` the name `to`, in one step: whoever opens `to` meanwhile sees the old file or the
 /// new one.
 void Replace(const std::filesystem::path& from, const std::filesystem::path& to, std::error_code& error);
+
+/// The same where there is no file `to` yet; otherwise the error is std::errc::file_exists.
+void RenameToNew(const std::filesystem::path& from, const std::filesystem::path& to, std::error_code& error);
 
 }  // namespace kv_host

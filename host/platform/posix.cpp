@@ -1,13 +1,53 @@
+#include <fcntl.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
+#include <cstdio>
 
 #include "host/platform/platform.h"
 
 namespace kv_host {
+namespace {
+
+constexpr int endingSignals[] = {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGXCPU, SIGPIPE};
+
+void (*beforeTheEnd)() noexcept = nullptr;
+
+void EndBy(int signal) {
+  beforeTheEnd();
+  std::signal(signal, SIG_DFL);
+  // It waits until this handler returns.
+  std::raise(signal);
+}
+
+std::error_code LastError() {
+  return {errno, std::generic_category()};
+}
+
+}  // namespace
 
 void PrepareProcess() {
-  std::signal(SIGPIPE, SIG_IGN);
+  // The next file that is opened would be the standard stream. Opened the wrong way round, they report
+  // errors.
+  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(stream, F_GETFD) >= 0) continue;
+    static_cast<void>(open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY));
+  }
+  // A file that grows beyond the user's limit is a write error.
+  std::signal(SIGXFSZ, SIG_IGN);
+}
+
+void BeforeSignalsEndTheProgram(void (*cleanUp)() noexcept) {
+  beforeTheEnd = cleanUp;
+  struct sigaction action {};
+  action.sa_handler = EndBy;
+  for (const int signal : endingSignals) sigaddset(&action.sa_mask, signal);
+  for (const int signal : endingSignals) {
+    struct sigaction inherited {};
+    sigaction(signal, nullptr, &inherited);
+    if (signal == SIGPIPE || inherited.sa_handler != SIG_IGN) sigaction(signal, &action, nullptr);
+  }
 }
 
 std::vector<std::string> Arguments(int argc, const char* const* argv) {
@@ -24,6 +64,24 @@ std::FILE* OpenFile(const std::filesystem::path& file, const char* mode) {
 
 void Replace(const std::filesystem::path& from, const std::filesystem::path& to, std::error_code& error) {
   std::filesystem::rename(from, to, error);
+}
+
+void RenameToNew(const std::filesystem::path& from, const std::filesystem::path& to, std::error_code& error) {
+  error.clear();
+  if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return;
+  if (errno == EINVAL || errno == ENOSYS) {
+    // A network's file system: it knows links.
+    if (link(from.c_str(), to.c_str()) == 0) {
+      unlink(from.c_str());
+      return;
+    }
+    if (errno == EPERM || errno == ENOTSUP) {
+      // One that knows neither.
+      if (!std::filesystem::exists(to, error)) return Replace(from, to, error);
+      errno = EEXIST;
+    }
+  }
+  error = LastError();
 }
 
 }  // namespace kv_host

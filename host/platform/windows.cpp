@@ -5,6 +5,7 @@
 // After windows.h, whose types it needs.
 #include <shellapi.h>
 
+#include <csignal>
 #include <memory>
 
 #include "host/platform/platform.h"
@@ -21,6 +22,21 @@ std::string Utf8(std::wstring_view text) {
   return narrow;
 }
 
+void (*beforeTheEnd)() noexcept = nullptr;
+
+void EndBy(int /*signal*/) {
+  beforeTheEnd();
+  // The status of a program that an interrupt ends.
+  TerminateProcess(GetCurrentProcess(), STATUS_CONTROL_C_EXIT);
+}
+
+void Move(const std::filesystem::path& from, const std::filesystem::path& to, DWORD flags,
+          std::error_code& error) {
+  error.clear();
+  if (MoveFileExW(from.c_str(), to.c_str(), flags) != 0) return;
+  error.assign(static_cast<int>(GetLastError()), std::system_category());
+}
+
 }  // namespace
 
 void PrepareProcess() {
@@ -29,6 +45,11 @@ void PrepareProcess() {
   _setmode(_fileno(stdout), _O_BINARY);
   // Messages name files in UTF-8.
   SetConsoleOutputCP(CP_UTF8);
+}
+
+void BeforeSignalsEndTheProgram(void (*cleanUp)() noexcept) {
+  beforeTheEnd = cleanUp;
+  for (const int signal : {SIGINT, SIGTERM, SIGBREAK}) std::signal(signal, EndBy);
 }
 
 std::vector<std::string> Arguments(int /*argc*/, const char* const* /*argv*/) {
@@ -53,10 +74,12 @@ std::FILE* OpenFile(const std::filesystem::path& file, const char* mode) {
 }
 
 void Replace(const std::filesystem::path& from, const std::filesystem::path& to, std::error_code& error) {
-  error.clear();
-  if (MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING) == 0) {
-    error.assign(static_cast<int>(GetLastError()), std::system_category());
-  }
+  Move(from, to, MOVEFILE_REPLACE_EXISTING, error);
+}
+
+void RenameToNew(const std::filesystem::path& from, const std::filesystem::path& to, std::error_code& error) {
+  Move(from, to, 0, error);
+  if (error.value() == ERROR_ALREADY_EXISTS) error = std::make_error_code(std::errc::file_exists);
 }
 
 }  // namespace kv_host

@@ -4,7 +4,6 @@
 
 #include "host/formats/picture_reader.h"
 #include "host/formats/png_file.h"
-#include "host/platform/platform.h"
 #include "tests/formats/support.h"
 
 namespace kv_host {
@@ -27,29 +26,127 @@ TEST(PictureWriter, SeveralPicturesBecomeNumberedFiles) {
       std::vector{RandomRaster(RasterKind::Grey8, 3, 2, 0, 1), RandomRaster(RasterKind::Grey8, 5, 4, 0, 2),
                   RandomRaster(RasterKind::Grey8, 1, 1, 0, 3)};
   WriteAll(folder / "out.pgm", frames);
-  EXPECT_EQ(folder.Names(), (Names{"out-0001.pgm", "out-0002.pgm", "out-0003.pgm"}));
+  EXPECT_EQ(folder.Names(), (Names{"out-0000.pgm", "out-0001.pgm", "out-0002.pgm"}));
   for (std::size_t i = 0; i < 3; ++i) {
-    EXPECT_EQ(ReadAll(folder / ("out-000" + std::to_string(i + 1) + ".pgm")), std::vector{frames[i]});
+    EXPECT_EQ(ReadAll(folder / ("out-000" + std::to_string(i) + ".pgm")), std::vector{frames[i]});
   }
 }
 
 TEST(PictureWriter, NumbersGoBeforeTheLastExtensionOnly) {
   const TestFolder folder;
   WriteAll(folder / "a.b.bmp", {MakeRaster(RasterKind::Dib16, 1, 1), MakeRaster(RasterKind::Dib16, 1, 1)});
-  EXPECT_EQ(folder.Names(), (Names{"a.b-0001.bmp", "a.b-0002.bmp"}));
+  EXPECT_EQ(folder.Names(), (Names{"a.b-0000.bmp", "a.b-0001.bmp"}));
 }
 
-TEST(PictureWriter, FromTenThousandFilesOnNumbersStillSort) {
+TEST(PictureWriter, OfMoreThanTenThousandFilesNumbersStillSort) {
 #if defined(_WIN32)
   GTEST_SKIP()
       << "with so many files in a folder Wine takes minutes, and the numbers are those of every system";
 #endif
   const TestFolder folder;
-  WriteAll(folder / "o.pgm", std::vector<Raster>(10000, MakeRaster(RasterKind::Grey8, 1, 1)));
+  WriteAll(folder / "o.pgm", std::vector<Raster>(10001, MakeRaster(RasterKind::Grey8, 1, 1)));
   const Names names = folder.Names();
-  ASSERT_EQ(names.size(), 10000U);
-  EXPECT_EQ(names.front(), "o-00001.pgm");
+  ASSERT_EQ(names.size(), 10001U);
+  EXPECT_EQ(names.front(), "o-00000.pgm");
   EXPECT_EQ(names.back(), "o-10000.pgm");
+}
+
+/// The names that frames of a clip get.
+Names NamesOf(const TestFolder& folder, const std::string& name, const ClipPart& clip, int frames) {
+  PictureWriter writer(folder / name, {.clip = clip});
+  for (int i = 0; i < frames; ++i) writer.Write(MakeRaster(RasterKind::Grey8, 1, 1));
+  writer.Commit();
+  Names names = folder.Names();
+  for (const std::string& made : names) std::filesystem::remove(folder / made);
+  return names;
+}
+
+TEST(PictureWriter, FilesHaveTheNumbersOfTheirFrames) {
+  const TestFolder folder;
+  const auto names = [&](const std::string& name, const ClipPart& clip, int frames) {
+    return NamesOf(folder, name, clip, frames);
+  };
+  EXPECT_EQ(names("o.pgm", {{100, 2}, 5000}, 2), (Names{"o-0100.pgm", "o-0101.pgm"}));
+  EXPECT_EQ(names("o.pgm", {{100, 2}, 10000}, 2), (Names{"o-0100.pgm", "o-0101.pgm"}));
+  EXPECT_EQ(names("o.pgm", {{100, 2}, 10001}, 2), (Names{"o-00100.pgm", "o-00101.pgm"}));
+  // Who does not know the length gives the same width to each part.
+  EXPECT_EQ(names("o.pgm", {{100, 2}, {}}, 2), (Names{"o-000100.pgm", "o-000101.pgm"}));
+  EXPECT_EQ(names("o.pgm", {{}, {}}, 2), (Names{"o-0000.pgm", "o-0001.pgm"}));
+  // The last part of a clip may hold one frame.
+  EXPECT_EQ(names("o.pgm", {{100, 50}, 101}, 1), Names{"o-0100.pgm"});
+  // One frame that was asked for has the name as it is, and so has a clip of one frame.
+  EXPECT_EQ(names("o.pgm", {{100, 1}, 101}, 1), Names{"o.pgm"});
+  EXPECT_EQ(names("o.pgm", {{}, 1}, 1), Names{"o.pgm"});
+}
+
+TEST(PictureWriter, ANameMayHaveAPlaceForTheNumber) {
+  const TestFolder folder;
+  const auto names = [&](const std::string& name, const ClipPart& clip, int frames) {
+    return NamesOf(folder, name, clip, frames);
+  };
+  EXPECT_EQ(names("f%06d.pgm", {{7, 2}, 9}, 2), (Names{"f000007.pgm", "f000008.pgm"}));
+  EXPECT_EQ(names("f%d-x.pgm", {{9, 2}, 11}, 2), (Names{"f10-x.pgm", "f9-x.pgm"}));
+  EXPECT_EQ(names("f%012d.pgm", {{7, 1}, 9}, 1), Names{"f000000000007.pgm"}) << "a single one too";
+  // A blank in names from the web is no place.
+  EXPECT_EQ(names("my%20dog.pgm", {{0, 1}, 1}, 1), Names{"my%20dog.pgm"});
+  EXPECT_EQ(names("50%.pgm", {{0, 1}, 1}, 1), Names{"50%.pgm"});
+  EXPECT_NE(FormatErrorText([&] { names("%02d-%02d.pgm", {}, 1); }).find("two places for a number"),
+            std::string::npos);
+  // Of single pictures a name is taken as it is.
+  WriteAll(folder / "f%06d.pgm", {MakeRaster(RasterKind::Grey8, 1, 1)});
+  EXPECT_EQ(folder.Names(), Names{"f%06d.pgm"});
+}
+
+TEST(PictureWriter, EveryFrameOfAVideoMayHaveItsOwnFile) {
+  const TestFolder folder;
+  const Raster frame = RandomRaster(RasterKind::Yuv422Planar, 4, 2);
+  PictureWriter writer(folder / "f%02d.y4m", {.clip = ClipPart()});
+  for (int i = 0; i < 2; ++i) writer.Write(frame);
+  writer.Commit();
+  EXPECT_EQ(folder.Names(), (Names{"f00.y4m", "f01.y4m"}));
+  EXPECT_EQ(ReadAll(folder / "f01.y4m").size(), 1U);
+}
+
+TEST(PictureWriter, NumberedFilesAreReplacedOnlyWhereThatIsAskedFor) {
+  const TestFolder folder;
+  const ClipPart clip{{100, 3}, 200};
+  WriteFile(folder / "o-0102.pgm", ToBytes("old"));
+  const std::string refusal = folder / "o-0102.pgm: exists already; --overwrite replaces it";
+  // Before any work where the names are known …
+  EXPECT_EQ(FileErrorText([&] { PictureWriter(folder / "o.pgm", {.clip = clip}); }), refusal);
+  EXPECT_EQ(FileErrorText([&] { PictureWriter(folder / "o-%04d.pgm", {.clip = clip}); }), refusal);
+  // … and else before any file gets its name.
+  const auto write = [&](PictureWriter& writer) {
+    for (int i = 0; i < 3; ++i) writer.Write(MakeRaster(RasterKind::Grey8, 1, 1));
+    writer.Commit();
+  };
+  WriteFile(folder / "p-0002.pgm", ToBytes("old"));
+  EXPECT_NE(FileErrorText([&] {
+              PictureWriter writer(folder / "p.pgm", {.clip = ClipPart()});
+              write(writer);
+            }).find("p-0002.pgm: exists already"),
+            std::string::npos);
+  EXPECT_EQ(folder.Names(), (Names{"o-0102.pgm", "p-0002.pgm"}));
+  EXPECT_EQ(FileBytes(folder / "o-0102.pgm"), ToBytes("old"));
+
+  PictureWriter replacing(folder / "o.pgm", {.clip = clip, .overwrite = true});
+  write(replacing);
+  EXPECT_EQ(ReadAll(folder / "o-0102.pgm").size(), 1U);
+  // Files that the clip's frames do not touch are no obstacle.
+  PictureWriter beside(folder / "o.pgm", {.clip = ClipPart{{103, 3}, 200}});
+  write(beside);
+  EXPECT_EQ(folder.Names().size(), 7U);
+}
+
+TEST(PictureWriter, AFileThatAppearsMeanwhileIsNotReplaced) {
+  const TestFolder folder;
+  PictureWriter writer(folder / "o.pgm", {.clip = ClipPart{{0, 2}, 2}});
+  for (int i = 0; i < 2; ++i) writer.Write(MakeRaster(RasterKind::Grey8, 1, 1));
+  writer.NameFiles();
+  WriteFile(folder / "o-0001.pgm", ToBytes("theirs"));
+  EXPECT_NE(FileErrorText([&] { writer.Commit(); }).find("o-0001.pgm: exists already"), std::string::npos);
+  EXPECT_EQ(writer.CommittedFiles(), 1U);
+  EXPECT_EQ(FileBytes(folder / "o-0001.pgm"), ToBytes("theirs"));
 }
 
 TEST(PictureWriter, NothingStandsBeforeCommitAndNothingIsLeftWithoutIt) {
@@ -152,7 +249,6 @@ TEST(PictureWriter, PipesShowEveryPictureAtOnce) {
 
 TEST(PictureWriter, ClosedPipeIsReported) {
   KV_NEEDS_NAMED_PIPES();
-  PrepareProcess();  // it ignores the signal
   TestPipe pipe;
   PictureWriter writer(pipe.WriteName(), {.format = FileFormat::Y4m});
   writer.Write(MakeRaster(RasterKind::Yuv422Planar, 3, 2));

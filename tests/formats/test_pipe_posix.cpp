@@ -1,5 +1,6 @@
 #include <unistd.h>
 
+#include <csignal>
 #include <stdexcept>
 
 #include "tests/formats/support.h"
@@ -8,6 +9,8 @@ namespace kv_host {
 
 TestPipe::TestPipe() {
   int ends[2];
+  // Who writes to a closed pipe shall see the error.
+  std::signal(SIGPIPE, SIG_IGN);
   if (pipe(ends) != 0) throw std::runtime_error("no pipe");
   reader_ = ends[0];
   writer_ = ends[1];

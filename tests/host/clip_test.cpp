@@ -39,7 +39,7 @@ TEST_F(Clip, AnArrowHasTwoPieces) {
 }
 
 TEST_F(Clip, PiecesAsJson) {
-  const auto answer = nlohmann::json::parse(Kv(arrow_ + " --json").out);
+  const auto answer = nlohmann::json::parse(Kv(arrow_ + " --json").out)["result"];
   ASSERT_EQ(answer["pieces"].size(), 2U);
   EXPECT_EQ(answer["pieces"][0], nlohmann::json::parse("[[12,1.75],[8,3.25],[8,1],[12,1]]"));
   EXPECT_EQ(answer["member"], "kv_algoSSE2");
@@ -67,7 +67,7 @@ TEST_F(Clip, NothingInsideIsNothingFound) {
   const Outcome outcome = Kv("--polygon '0,1 1,1 0,4' --size 16x8 --region 8,0,4,8");
   EXPECT_EQ(outcome.status, 1);
   EXPECT_EQ(outcome.out, "");
-  ExpectSaid(outcome, "nothing of the polygon lies inside --region");
+  ExpectSaid(outcome, "no part of the polygon is inside --region");
 }
 
 TEST_F(Clip, WrongArgumentsAreTold) {

@@ -154,7 +154,7 @@ TEST_F(Operations, MasksGiveTheRegion) {
   Write("two.pgm", mask);
   Refused("filter a.pgm out.pgm --window 3 --region-mask two.pgm", "two.pgm: row 2 has a second run");
   Write("small.pgm", Grey(11, 6, 5));
-  Refused("filter a.pgm out.pgm --window 3 --region-mask small.pgm", "small.pgm is 11x6, the picture 12x6");
+  Refused("filter a.pgm out.pgm --window 3 --region-mask small.pgm", "small.pgm is 11x6, a.pgm is 12x6");
 }
 
 TEST_F(Operations, BlendFollowsTheMask) {
@@ -327,7 +327,7 @@ TEST_F(Operations, FindReportsAShiftedNoisyPatch) {
       folder_,
       "find a.y4m b.y4m --at 150,130 --half 16x12 --range 40x40 --map map.csv --annotate found.bmp --json");
   ASSERT_EQ(outcome.status, 0) << outcome.err;
-  const auto found = nlohmann::json::parse(outcome.out);
+  const auto found = nlohmann::json::parse(outcome.out)["result"];
   EXPECT_EQ(found["x"], 128);
   EXPECT_EQ(found["y"], 99);
   EXPECT_LT(found["score"], 4.0);
@@ -362,7 +362,7 @@ TEST_F(Operations, FindReportsPartsOfPixels) {
   const Outcome outcome = kv_test::RunKv(
       folder_, "find a.y4m b.y4m --at 100,80 --half 20x20 --range 4x4 --subpixel 0.5 --levels 3 --json");
   ASSERT_EQ(outcome.status, 0) << outcome.err;
-  const auto found = nlohmann::json::parse(outcome.out);
+  const auto found = nlohmann::json::parse(outcome.out)["result"];
   EXPECT_NEAR(found["x"], 100.25, 0.13);
   EXPECT_NEAR(found["y"], 80.5, 0.13);
 }

@@ -92,7 +92,7 @@ TEST(SelfTest, TheProgramAnswersWithATableAndAVerdict) {
 TEST(SelfTest, TheProgramAnswersAsJson) {
   const kv_test::TempFolder temp;
   const Outcome outcome = kv_test::RunKv(temp.Path(), "selftest --rounds 5 --seed 4 --json");
-  const auto result = nlohmann::json::parse(outcome.out);
+  const auto result = nlohmann::json::parse(outcome.out)["result"];
   EXPECT_EQ(result["seed"], 4);
   EXPECT_EQ(result["equal"], true);
   EXPECT_EQ(result["members"].size(), 52U + 22U + 23U);

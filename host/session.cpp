@@ -1,0 +1,76 @@
+#include "host/session.h"
+
+#include <cstdio>
+
+#include "host/formats/byte_sink.h"
+
+namespace kv_host {
+namespace {
+
+std::optional<std::string> NotEmpty(const std::string& text) {
+  return text.empty() ? std::nullopt : std::optional(text);
+}
+
+JsonText OperationsOf(const OperationLog& log) {
+  JsonText operations = JsonText::Array();
+  for (const OperationTally& tally : log.Tallies()) {
+    operations.Add(JsonText::Object()
+                       .Add("algorithm", tally.algorithm)
+                       .Add("member", tally.member)
+                       .Add("calls", tally.calls)
+                       .Add("millisecondsPerCall", tally.MillisecondsPerCall()));
+  }
+  return operations;
+}
+
+JsonText ErrorOf(const Failure& failure) {
+  JsonText error = JsonText::Object();
+  error.Add("code", failure.code).Add("message", failure.message);
+  error.Add("file", NotEmpty(failure.file)).Add("offset", failure.offset);
+  return error;
+}
+
+}  // namespace
+
+std::string Session::Report() const {
+  JsonText report = JsonText::Object();
+  report.Add("version", 1);
+  report.Add("command", NotEmpty(command)).Add("status", Status());
+  report.Add("error", failure ? std::optional(ErrorOf(*failure)) : std::nullopt);
+  report.Add("files", files).Add("operations", OperationsOf(log)).Add("result", result);
+  return report.Text() + "\n";
+}
+
+void Session::PrepareReport() {
+  if (json) prepared_ = Report();
+}
+
+void Session::PrintOutput() {
+  if (json && (failure || prepared_.empty())) prepared_ = Report();
+  const std::string& text = json ? prepared_ : answer;
+  if (picturesOnStandardOutput) {
+    std::fputs(text.c_str(), stderr);
+  } else if (!text.empty()) {
+    ByteSink output("-");
+    output.Write(text);
+    output.Commit();
+  }
+}
+
+int Session::Print() {
+  // Where the report goes to standard error it goes there alone.
+  if (failure && !(json && picturesOnStandardOutput)) Complain(failure->message, failure->status);
+  try {
+    PrintOutput();
+  } catch (const FileError& error) {
+    return Complain(error.what(), failure ? failure->status : BadInput);
+  }
+  return Status();
+}
+
+int Complain(const std::string& message, int status) {
+  std::fprintf(stderr, "kv: %s\n", message.c_str());
+  return status;
+}
+
+}  // namespace kv_host
