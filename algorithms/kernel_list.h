@@ -19,6 +19,9 @@ using Kernels = KernelList<struct CentredDifference, struct ChromaDistance>;
 namespace arithmetic {
 using Kernels = KernelList<struct BlendBoost, struct HalvedSum, struct LumaDifference>;
 }
+namespace box_filter {
+using Kernels = KernelList<struct ReplaceRow, struct SmallWindowMeans, struct WindowMeans>;
+}
 namespace copy {
 using Kernels =
     KernelList<struct Dib24ToYuv422, struct Dib32ToYuv422, struct Dib32ToYuva422,
@@ -42,8 +45,8 @@ struct KernelLists {
   template <class Kernel>
   static constexpr bool has = (Lists::template has<Kernel> || ...);
 };
-using ListedKernels = KernelLists<alpha::Kernels, arithmetic::Kernels, copy::Kernels, featurefind::Kernels,
-                                  parity::Kernels, scanning::Kernels>;
+using ListedKernels = KernelLists<alpha::Kernels, arithmetic::Kernels, box_filter::Kernels, copy::Kernels,
+                                  featurefind::Kernels, parity::Kernels, scanning::Kernels>;
 
 template <class Kernel>
 concept ListedKernel = ListedKernels::has<Kernel>;

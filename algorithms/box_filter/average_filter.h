@@ -1,12 +1,14 @@
 #pragma once
 
-#include <algorithm>
+#include <cstdint>
 
-#include "algorithms/box_filter/even_borders.h"
-#include "algorithms/box_filter/kernels/kernel_sets.h"
+#include "algorithms/box_filter/border.h"
+#include "algorithms/box_filter/kernels/box_filter.h"
+#include "algorithms/box_filter/kernels/means.h"
 #include "algorithms/box_filter/moving_columns.h"
-#include "algorithms/box_filter/small_windows.h"
+#include "algorithms/box_filter/window_rows.h"
 #include "algorithms/column_run.h"
+#include "algorithms/kernel_sets.h"
 #include "frame/interfaces/average_filter.h"
 #include "frame/member_name.h"
 #include "frame/row_band.h"
@@ -15,141 +17,126 @@
 namespace kv_img {
 namespace box_filter {
 
-/// Slides a window over the columns of one output row.
-///
-/// The window of column c covers columns c - windowSize / 2 to c - windowSize / 2 + windowSize - 1, clipped
-/// to the output row's own run; the output is the sum of its column sums divided by the sum of their counts.
-template <class Kernels>
-class WindowRow {
+/// Filters rows of an 8-bit image one after another, from top to bottom.
+template <class Set>
+class RowFilter {
  public:
-  WindowRow(const MovingColumns<Kernels>& columns, const ColumnRun& run, std::uint32_t windowSize,
-            std::uint8_t* destination)
-      : columns_(columns),
-        sums_{columns.SumsFrom(0), columns.SumsFrom(1)},
-        counts_(columns.Counts()),
-        run_(run),
-        windowSize_(windowSize),
-        before_(static_cast<std::int32_t>(windowSize / 2)),
-        behind_(static_cast<std::int32_t>(windowSize) - 1 - before_),
-        destination_(destination) {}
+  using Buffer = Image<PixelNoColor<unsigned char>>::Buffer;
 
-  void Filter() const {
-    const ColumnRun interior = Interior();
-    if (interior.Width() < 8) return FilterBorder(run_);
-    ForEachGroups(interior, [this](std::int32_t column, std::int32_t groups) {
-      WindowMeansArgs args{groups, columns_.SumsFrom(column - before_),
-                           columns_.SumsFrom(column - before_ + 1), destination_ + column, windowSize_};
-      Kernels::WindowMeans(args);
-    });
-    if (interior == ColumnRun{run_.first + before_, run_.last - behind_}) {
-      const auto sumOf = [this](std::int32_t column) -> std::int32_t {
-        return sums_[column & 1][column >> 1];
-      };
-      return EvenBorders(run_, static_cast<std::int32_t>(windowSize_), sumOf, destination_).Filter();
+  /// Throws nothing: see IsAllocated.
+  RowFilter(const Buffer& source, const Window& window)
+      : source_(source), window_(window), columns_(source, window), border_(source.width, window) {}
+
+  /// Returns false if there was no memory; nothing else may be called then.
+  bool IsAllocated() const { return columns_.IsAllocated() && border_.IsAllocated(); }
+
+  /// Filters the output row of `rows`.
+  void Filter(const WindowRows& rows, std::uint8_t* destination) {
+    const ColumnRun run = rows.RunOf(rows.Row());
+    if (window_.size <= static_cast<std::int32_t>(mostSmall) && rows.AreUniform()) {
+      switch (window_.size) {
+        case 2:
+          return FilterPixels<2>(rows, run, destination);
+        case 3:
+          return FilterPixels<3>(rows, run, destination);
+        case 4:
+          return FilterPixels<4>(rows, run, destination);
+        default:
+          return FilterPixels<1>(rows, run, destination);
+      }
     }
-    FilterBorder({run_.first, interior.first - 1});
-    FilterBorder({interior.last + 1, run_.last});
+    columns_.MoveTo(rows);
+    FilterSums(run, destination);
   }
 
  private:
-  /// The columns whose whole window has a pixel in every row.
-  ColumnRun Interior() const {
-    ColumnRun full = run_;
-    while (!full.IsEmpty() && counts_[full.first] != windowSize_) ++full.first;
-    while (!full.IsEmpty() && counts_[full.last] != windowSize_) --full.last;
-    return {full.first + before_, full.last - behind_};
-  }
-
-  /// Divides by the counts, in any column of the run.
-  void FilterBorder(const ColumnRun& part) const {
-    constexpr std::int32_t columnsAtOnce = 256;
-    std::int32_t sums[columnsAtOnce + maxWindowSize];
-    std::int32_t counts[columnsAtOnce + maxWindowSize];
-    const auto windowSize = static_cast<std::int32_t>(windowSize_);
-    for (std::int32_t first = part.first; first <= part.last; first += columnsAtOnce) {
-      const std::int32_t width = std::min(part.last - first + 1, columnsAtOnce);
-      AddUp(first - before_, width + windowSize, sums, counts);
-      // A loop of its own, for compilers to make vectors of.
-      std::uint8_t* destination = destination_ + first;
-      for (std::int32_t i = 0; i < width; ++i)
-        destination[i] = FloatMeanOf(sums[i + windowSize] - sums[i], counts[i + windowSize] - counts[i]);
-    }
-  }
-
-  /// For each of some columns the sums and counts of the columns before it, from `column` on, that are in the
-  /// run.
-  void AddUp(std::int32_t column, std::int32_t width, std::int32_t* sums, std::int32_t* counts) const {
-    const std::int32_t end = column + width;
-    const std::int32_t behindRun = std::min(end, run_.last + 1);
-    std::int32_t sum = 0;
-    std::int32_t count = 0;
-    const auto next = [&](std::int32_t columnSum, std::int32_t columnCount) {
-      *sums++ = sum;
-      *counts++ = count;
-      sum += columnSum;
-      count += columnCount;
-      ++column;
+  /// Small windows over rows of one run, as in a rectangle, are added up from their pixels.
+  template <std::int32_t size>
+  void FilterPixels(const WindowRows& windowRows, const ColumnRun& run, std::uint8_t* destination) const {
+    const std::uint8_t* rows[mostSmall];
+    for (std::int32_t i = 0; i < size; ++i) rows[i] = source_.rows[windowRows.At(i)];
+    const ColumnRun groups = GroupsOf(window_.Inside(run), run, 1);
+    SmallWindowMeans::Args args{
+        groups.Width(), {}, destination + groups.first, static_cast<std::uint32_t>(size)};
+    for (std::int32_t i = 0; i < size; ++i) args.rows[i] = rows[i] + groups.first - window_.before;
+    Set::template Run<SmallWindowMeans>(args);
+    const auto pixelsFrom = [&](std::int32_t column) {
+      return [&rows, column]() mutable {
+        std::uint32_t sum = 0;
+        for (std::int32_t i = 0; i < size; ++i) sum += rows[i][column];
+        ++column;
+        return Pixels(sum, static_cast<std::uint32_t>(size));
+      };
     };
-    while (column < std::min(end, run_.first)) next(0, 0);
-    if (column < behindRun && column % 2 != 0) next(sums_[1][column / 2], counts_[column]);
-    while (column + 1 < behindRun) {
-      next(sums_[0][column / 2], counts_[column]);
-      next(sums_[1][column / 2], counts_[column]);
-    }
-    if (column < behindRun) next(sums_[0][column / 2], counts_[column]);
-    while (column < end) next(0, 0);
+    border_.Filter(run, groups, pixelsFrom, destination);
   }
 
-  const MovingColumns<Kernels>& columns_;
-  const std::uint16_t* sums_[2];
-  const std::uint8_t* counts_;
-  const ColumnRun run_;
-  const std::uint32_t windowSize_;
-  const std::int32_t before_;
-  const std::int32_t behind_;
-  std::uint8_t* destination_;
+  /// All other windows are added up from column sums. Not inlined: in one function with FilterPixels g++ runs
+  /// out of registers, and rows that are mostly border cost a tenth more.
+  [[gnu::noinline]] void FilterSums(const ColumnRun& run, std::uint8_t* destination) const {
+    const ColumnRun groups = GroupsOf(window_.Inside(columns_.FullColumns(run)), run, 8);
+    WindowMeans::Args args{groups.Width() / 8, columns_.SumsFrom(groups.first - window_.before),
+                           columns_.SumsFrom(groups.first - window_.before + 1), destination + groups.first,
+                           static_cast<std::uint32_t>(window_.size)};
+    Set::template Run<WindowMeans>(args);
+    border_.Filter(
+        run, groups, [this](std::int32_t column) { return columns_.PixelsFrom(column); }, destination);
+  }
+
+  /// The columns that a kernel filters: whole groups of the interior. If there are none, the empty run that
+  /// ends before the first column.
+  static ColumnRun GroupsOf(const ColumnRun& interior, const ColumnRun& run, std::int32_t columnsPerGroup) {
+    const std::int32_t width = interior.Width() / columnsPerGroup * columnsPerGroup;
+    const std::int32_t first = width == 0 ? run.first : interior.first;
+    return {first, first + width - 1};
+  }
+
+  const Buffer& source_;
+  const Window window_;
+  MovingColumns<Set> columns_;
+  Border border_;
 };
 
 }  // namespace box_filter
 
 /// Throws AlgoMMXException before a pixel is written, in this order: code 1 when the sizes differ, code 4
-/// when windowSize is not 1 to 255, code 3 when there is no memory for the column sums. Pixels outside the
+/// when windowSize is not 1 to 255, code 3 when there is no memory. Pixels outside the
 /// region are neither read nor written.
-template <class Kernels, class ImageType>
+template <class Set, class ImageType>
 class AverageFilter : public AverageFilterAlgorithmInterface<ImageType> {
  public:
   ImageType& Apply(const ImageType& source, ImageType& destination, const RegionOfSupport& region,
                    std::uint32_t windowSize, kv_std::SpinBarrier& barrier,
                    std::uint32_t threadIndex) const override {
     if (source.GetWidth() != destination.GetWidth() || source.GetHeight() != destination.GetHeight()) {
-      Refuse<Kernels>(1, L"AverageFilter");
+      Refuse<Set>(1, L"AverageFilter");
     }
     if (windowSize == 0 || windowSize > box_filter::maxWindowSize) {
-      Refuse<Kernels>(4, L"AverageFilter", {}, L"window size");
+      Refuse<Set>(4, L"AverageFilter", {}, L"window size");
     }
-    box_filter::MovingColumns<Kernels> columns(source.GetPixelBuffer(), region, windowSize);
-    if (!columns.IsAllocated()) Refuse<Kernels>(3, L"AverageFilter", L"<ImageUChar>");
+    const box_filter::Window window(windowSize);
+    box_filter::RowFilter<Set> filter(source.GetPixelBuffer(), window);
+    if (!filter.IsAllocated()) Refuse<Set>(3, L"AverageFilter", L"<ImageUChar>");
 
     const auto& to = destination.GetPixelBuffer();
     const RowBand band = BandOf(region, barrier, threadIndex);
     if (band.last < band.first) return destination;
-    box_filter::SmallWindows<Kernels> small(source.GetPixelBuffer(), region, windowSize, band.first);
+    box_filter::WindowRows rows(region, window, band.first);
     for (std::int32_t row = band.first; row <= band.last; ++row) {
-      if (small.Filter(row, to.rows[row])) continue;
-      columns.MoveTo(row);
-      box_filter::WindowRow(columns, RunOf(region, row), windowSize, to.rows[row]).Filter();
+      rows.MoveTo(row);
+      filter.Filter(rows, to.rows[row]);
     }
     return destination;
   }
 };
 
 template <class ImageType>
-class AverageFilterC final : public AverageFilter<box_filter::ScalarKernels, ImageType> {};
+class AverageFilterC final : public AverageFilter<Scalar, ImageType> {};
 
 template <class ImageType>
-class AverageFilterMMX final : public AverageFilter<box_filter::MmxKernels, ImageType> {};
+class AverageFilterMMX final : public AverageFilter<Mmx, ImageType> {};
 
 template <class ImageType>
-class AverageFilterSSE2 final : public AverageFilter<box_filter::WideKernels, ImageType> {};
+class AverageFilterSSE2 final : public AverageFilter<Widest, ImageType> {};
 
 }  // namespace kv_img

@@ -4,73 +4,76 @@
 #include <cstdint>
 #include <memory>
 #include <new>
+#include <utility>
 
-#include "algorithms/box_filter/kernels/kernel_sets.h"
-#include "algorithms/column_run.h"
+#include "algorithms/box_filter/border.h"
+#include "algorithms/box_filter/kernels/box_filter.h"
+#include "algorithms/box_filter/window_rows.h"
 #include "image/image.h"
-#include "image/region_of_support.h"
 
 namespace kv_img::box_filter {
 
 /// The columns of a window that moves down a region of an 8-bit image: per column the sum of the pixels that
-/// the window's rows have there, and how many of its rows do.
-///
-/// The window of an output row is `windowSize` rows high and starts windowSize / 2 rows above it. A row above
-/// the region is replaced by the region's first row, a row below it by the last, so one row may count several
-/// times. A row takes part in the columns of its own run alone.
+/// the window's rows have there, and how many of its rows do. A row takes part in the columns of its own run
+/// alone.
 ///
 /// Moving down costs one row that enters and one that leaves, whatever the window's size.
-template <class Kernels>
+template <class Set>
 class MovingColumns {
  public:
   using Buffer = Image<PixelNoColor<unsigned char>>::Buffer;
 
-  /// The region must lie inside the image; windowSize is 1 to maxWindowSize. Throws nothing: see IsAllocated.
-  MovingColumns(const Buffer& source, const RegionOfSupport& region, std::uint32_t windowSize)
+  /// Throws nothing: see IsAllocated.
+  MovingColumns(const Buffer& source, const Window& window)
       : source_(source),
-        region_(region),
-        above_(static_cast<std::int32_t>(windowSize / 2)),
-        below_(static_cast<std::int32_t>(windowSize - windowSize / 2 - 1)),
+        window_(window),
         oddSums_(RoundedUp(static_cast<std::size_t>(source.width) / 2 + 2 * spareSums)),
         sums_(new (std::nothrow) std::uint16_t[2 * oddSums_ + aligned]()),
-        counts_(new (std::nothrow) std::uint8_t[static_cast<std::size_t>(source.width)]()) {}
+        counts_(new (std::nothrow) std::uint8_t[static_cast<std::size_t>(source.width)]()),
+        sumsOf_{Aligned(sums_.get()) + spareSums, Aligned(sums_.get()) + spareSums + oddSums_} {}
 
-  /// False when there was no memory; nothing else may be called then.
+  /// Returns false if there was no memory; nothing else may be called then.
   bool IsAllocated() const { return sums_ != nullptr && counts_ != nullptr; }
 
-  /// Moves the window to that of an output row, not above the one before.
-  void MoveTo(std::int32_t row) {
+  /// Moves to the window of `rows`, not above the one before. The region must be inside the image.
+  void MoveTo(const WindowRows& rows) {
     if (!isFilled_) {
-      Start(row);
+      for (std::int32_t place = 0; place < window_.size; ++place)
+        Add(rows.At(place), rows.RunOf(rows.At(place)));
       isFilled_ = true;
-    } else {
-      while (row_ < row) MoveDownTo(++row_);
+      row_ = rows.Row();
     }
-    row_ = row;
+    while (row_ < rows.Row()) MoveDownTo(++row_, rows);
   }
 
-  /// The sum of a column of the image, with those of every second column behind it, and spareSums around all
-  /// of them; no sum is above 255 * windowSize.
+  /// The sum of a column of the image, followed by those of every second column; spareSums surround all of
+  /// them. No sum is above 255 * size.
   const std::uint16_t* SumsFrom(std::int32_t column) const { return SumAt(column); }
-  /// By column of the image.
-  const std::uint8_t* Counts() const { return counts_.get(); }
+  /// Returns a function that returns the pixels of a column, then of the next, and so on.
+  auto PixelsFrom(std::int32_t column) const {
+    return [next = SumsFrom(column), afterNext = SumsFrom(column + 1),
+            count = counts_.get() + column]() mutable {
+      const Pixels pixels(*next++, *count++);
+      std::swap(next, afterNext);
+      return pixels;
+    };
+  }
+
+  /// The columns from the first to the last one of a run that have a pixel in every row of the window.
+  ColumnRun FullColumns(ColumnRun run) const {
+    while (!run.IsEmpty() && counts_[run.first] != window_.size) ++run.first;
+    while (!run.IsEmpty() && counts_[run.last] != window_.size) --run.last;
+    return run;
+  }
 
  private:
-  /// Fills the window of the first output row.
-  void Start(std::int32_t row) {
-    for (std::int32_t offset = -above_; offset <= below_; ++offset) {
-      const std::int32_t entering = NearestRow(row + offset);
-      Add(entering, RunOf(region_, entering));
-    }
-  }
-
   /// Moves from the window of the row above to that of `row`.
-  void MoveDownTo(std::int32_t row) {
-    const std::int32_t leaving = NearestRow(row - 1 - above_);
-    const std::int32_t entering = NearestRow(row + below_);
+  void MoveDownTo(std::int32_t row, const WindowRows& rows) {
+    const std::int32_t leaving = rows.TopOf(row - 1);
+    const std::int32_t entering = rows.BottomOf(row);
     if (leaving == entering) return;
-    const ColumnRun leavingRun = RunOf(region_, leaving);
-    const ColumnRun enteringRun = RunOf(region_, entering);
+    const ColumnRun leavingRun = rows.RunOf(leaving);
+    const ColumnRun enteringRun = rows.RunOf(entering);
     const ColumnRun shared = Intersection(leavingRun, enteringRun);
     if (shared.IsEmpty()) {
       Remove(leaving, leavingRun);
@@ -86,7 +89,7 @@ class MovingColumns {
     Replace(leaving, entering, shared);
   }
 
-  /// Sums start on boundaries of the widest registers: multiples of so many.
+  /// Sums start at multiples of the widest register: this many sums.
   static constexpr std::size_t aligned = 32;
   static_assert(spareSums % aligned == 0);
   static std::size_t RoundedUp(std::size_t sums) { return (sums + aligned - 1) / aligned * aligned; }
@@ -95,13 +98,7 @@ class MovingColumns {
                                             sizeof *sums);
   }
 
-  std::uint16_t* SumAt(std::int32_t column) const {
-    return Aligned(sums_.get()) + spareSums + (column % 2 == 0 ? 0 : oddSums_) + column / 2;
-  }
-
-  std::int32_t NearestRow(std::int32_t row) const {
-    return std::max(region_.GetTop(), std::min(region_.GetBottom(), row));
-  }
+  std::uint16_t* SumAt(std::int32_t column) const { return sumsOf_[column & 1] + (column >> 1); }
 
   void Add(std::int32_t row, const ColumnRun& run) {
     AddTimes(1, row, run);
@@ -133,9 +130,9 @@ class MovingColumns {
   void Replace(std::int32_t leaving, std::int32_t entering, const ColumnRun& run) {
     const std::uint8_t* leavingPixels = source_.rows[leaving];
     const std::uint8_t* enteringPixels = source_.rows[entering];
-    ReplaceRowArgs args{run.Width() / 8, enteringPixels + run.first, leavingPixels + run.first,
-                        SumAt(run.first), SumAt(run.first + 1)};
-    Kernels::ReplaceRow(args);
+    ReplaceRow::Args args{run.Width() / 8, enteringPixels + run.first, leavingPixels + run.first,
+                          SumAt(run.first), SumAt(run.first + 1)};
+    Set::template Run<ReplaceRow>(args);
     for (std::int32_t column = run.first + 8 * args.groups; column <= run.last; ++column) {
       std::uint16_t& sum = *SumAt(column);
       sum = static_cast<std::uint16_t>(sum + enteringPixels[column] - leavingPixels[column]);
@@ -143,15 +140,14 @@ class MovingColumns {
   }
 
   const Buffer& source_;
-  const RegionOfSupport& region_;
-  const std::int32_t above_;
-  const std::int32_t below_;
-  /// Where the sums of columns at odd places stand behind those of columns at even ones.
+  const Window window_;
+  /// From the sum of an even column to that of the next odd one.
   const std::size_t oddSums_;
   std::int32_t row_ = 0;
   bool isFilled_ = false;
   std::unique_ptr<std::uint16_t[]> sums_;
   std::unique_ptr<std::uint8_t[]> counts_;
+  std::uint16_t* const sumsOf_[2];
 };
 
 }  // namespace kv_img::box_filter

@@ -1,4 +1,4 @@
-#include "algorithms/box_filter/kernels/window_means.h"
+#include "algorithms/box_filter/kernels/box_filter.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +9,7 @@ namespace {
 using namespace kv_img::box_filter;
 
 /// The first mean of one group whose first window has this sum, spread over columns as evenly as it goes.
-int MeanOfFirstWindow(void (*kernel)(WindowMeansArgs&) noexcept, std::uint32_t windowSize,
+int MeanOfFirstWindow(void (*kernel)(WindowMeans::Args&) noexcept, std::uint32_t windowSize,
                       std::uint32_t sum) {
   const std::size_t pairs = (windowSize + 8) / 2;
   std::vector<std::uint16_t> columns(2 * (pairs + 2 * spareSums),
@@ -17,14 +17,14 @@ int MeanOfFirstWindow(void (*kernel)(WindowMeansArgs&) noexcept, std::uint32_t w
   std::uint16_t* halves[2] = {columns.data() + spareSums, columns.data() + pairs + 3 * spareSums};
   for (std::uint32_t column = 0; column < sum % windowSize; ++column) ++halves[column % 2][column / 2];
   std::uint8_t means[8] = {};
-  WindowMeansArgs args{1, halves[0], halves[1], means, windowSize};
+  WindowMeans::Args args{1, halves[0], halves[1], means, windowSize};
   kernel(args);
   return means[0];
 }
 
 /// A quotient that does not fall as the sum rises is exact everywhere when it is exact on both sides of each
 /// of its steps.
-void ExpectExactAtEveryStep(void (*kernel)(WindowMeansArgs&) noexcept) {
+void ExpectExactAtEveryStep(void (*kernel)(WindowMeans::Args&) noexcept) {
   for (std::uint32_t windowSize = 1; windowSize <= maxWindowSize; ++windowSize) {
     const std::uint32_t area = windowSize * windowSize;
     for (std::uint32_t mean = 0; mean <= 255; ++mean) {
@@ -38,11 +38,11 @@ void ExpectExactAtEveryStep(void (*kernel)(WindowMeansArgs&) noexcept) {
 }
 
 TEST(WindowMeans, ScalarIsExactForEveryWindow) {
-  ExpectExactAtEveryStep(scalar::WindowMeans);
+  ExpectExactAtEveryStep(WindowMeans::Run<kv_img::Scalar>);
 }
 
 TEST(WindowMeans, MmxIsExactForEveryWindow) {
-  ExpectExactAtEveryStep(mmx::WindowMeans);
+  ExpectExactAtEveryStep(WindowMeans::Run<kv_img::Mmx>);
 }
 
 }  // namespace

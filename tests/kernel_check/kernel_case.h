@@ -59,35 +59,9 @@ struct KernelCase {
 /// Every kernel of the family with its sets: what the check tool and the benchmark walk.
 const std::vector<KernelCase>& AllKernels();
 
-// The kernels of one folder, appended to the list.
-void AddBoxFilterKernels(std::vector<KernelCase>& list);
-
-/// A variant for each level of a wide kernel. `variant` makes one from the name of a set and a kernel.
-template <class Kernel, class Make>
-void AddLevels(std::vector<Variant>& variants, Kernel kernel, Make variant) {
-  using kv_img::WideLevel;
-  const auto add = [&]<WideLevel level>() {
-    Variant made = variant(kv_img::NameOf(level), [kernel](auto& args) { kernel.template At<level>(args); });
-    made.runsHere = level <= kv_img::SupportedLevel();
-    variants.push_back(std::move(made));
-  };
-  add.template operator()<WideLevel::Sse2>();
-  add.template operator()<WideLevel::Avx2>();
-  add.template operator()<WideLevel::Avx512>();
-  add.template operator()<WideLevel::Avx512Vbmi>();
-}
-
 /// Both byte orders.
 constexpr kv_img::PackedOrder OrderFromBit(std::uint64_t bit) {
   return bit != 0 ? kv_img::PackedOrder::LumaFirst : kv_img::PackedOrder::ChromaFirst;
-}
-
-/// The variants of a kernel in all sets, the reference first.
-template <class Make, class Scalar, class Mmx, class Wide>
-std::vector<Variant> AllSets(Make variant, Scalar scalar, Mmx mmx, Wide wide) {
-  std::vector<Variant> variants = {variant("scalar", scalar), variant("mmx", mmx)};
-  AddLevels(variants, wide, variant);
-  return variants;
 }
 
 }  // namespace kv_check

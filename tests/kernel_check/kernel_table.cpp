@@ -55,7 +55,6 @@ const std::vector<KernelCase>& AllKernels() {
   static const std::vector<KernelCase> kernels = [] {
     std::vector<KernelCase> cases;
     AddLists(cases, kv_img::ListedKernels());
-    AddBoxFilterKernels(cases);
     return cases;
   }();
   return kernels;

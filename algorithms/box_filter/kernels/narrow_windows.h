@@ -1,12 +1,30 @@
 #pragma once
 
-#include "algorithms/box_filter/kernels/area_reciprocal.h"
+#include "algorithms/box_filter/kernels/means.h"
 #include "algorithms/simd/wide.h"
 
-// Windows in 16-bit lanes, for kernel files of the wide set only.
+// Windows whose sums fit 16-bit lanes, for kernel files of the wide set only.
 
-namespace kv_img::box_filter::wide {
+namespace kv_img::box_filter {
 namespace {
+
+/// Calls `step(window, destination)` for `width` windows at a time, and `start(window)` before the first of a
+/// sequence. The last windows are done together with some before them or, if there are too few, with
+/// windows that are not written.
+template <class Start, class Step>
+KV_INLINE void ForEachStep(std::int32_t windows, std::uint8_t* destination, Start start, Step step) {
+  alignas(64) std::uint8_t few[width];
+  const bool areFew = windows < width;
+  std::uint8_t* means = areFew ? few : destination;
+  const std::int32_t last = areFew ? 0 : windows - width;
+  // One call of each, for what a step keeps to stay in registers.
+  for (std::int32_t window = 0;; window = last) {
+    start(window);
+    for (; window <= last; window += width) step(window, means + window);
+    if (window == last + width) break;
+  }
+  if (areFew) std::memcpy(destination, few, static_cast<std::size_t>(windows));
+}
 
 #if KV_REGISTER_LEVEL >= 2
 /// Numbers of 16-bit lanes, one after another.
@@ -21,7 +39,7 @@ constexpr Places lanesFrom = [] {
 }();
 #endif
 
-/// 16-bit lanes of `current` moved up by `count`, those that `before` ends with behind them.
+/// 16-bit lanes of `current` moved up by `count`; the last lanes of `before` fill the gap.
 template <int count>
 KV_INLINE Vector MoveUp(Vector current, Vector before) {
   if constexpr (count == 0) {
@@ -118,4 +136,4 @@ class NarrowWindows {
 };
 
 }  // namespace
-}  // namespace kv_img::box_filter::wide
+}  // namespace kv_img::box_filter

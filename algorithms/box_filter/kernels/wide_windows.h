@@ -1,48 +1,15 @@
+#pragma once
+
 #include <bit>
 
+#include "algorithms/box_filter/kernels/box_filter.h"
 #include "algorithms/box_filter/kernels/narrow_windows.h"
-#include "algorithms/box_filter/kernels/window_means.h"
+#include "algorithms/simd/wide.h"
 
-namespace kv_img::box_filter::wide {
+// Windows whose sums need 32-bit lanes, for kernel files of the wide set only.
+
+namespace kv_img::box_filter {
 namespace {
-
-// Columns are taken in pairs, or in quads, so that what a register adds up along the row is half, or a
-// quarter, of it; the windows between are told by the columns in which they differ.
-
-static_assert(spareSums >= width / 2 + 8);
-
-/// Calls `step(window, destination)` for `width` windows at a time. What is left over is done again with
-/// those before it, or, when there are too few, together with windows that nobody asked for.
-template <class Step>
-KV_INLINE void ForEachStep(std::int32_t windows, std::uint8_t* destination, Step step) {
-  alignas(64) std::uint8_t few[width];
-  std::uint8_t* means = windows < width ? few : destination;
-  const std::int32_t last = windows < width ? 0 : windows - width;
-  // One call, for what a step keeps to stay in registers.
-  for (std::int32_t window = 0;; window += width) {
-    if (window > last) window = last;
-    step(window, means + window);
-    if (window == last) break;
-  }
-  if (windows < width) std::memcpy(destination, few, static_cast<std::size_t>(windows));
-}
-
-template <int windowSize>
-void SlideNarrow(const WindowMeansArgs& args) {
-  // Pairs start at columns that make windows start at even ones end at lower columns of pairs.
-  constexpr bool isOdd = windowSize % 2 != 0;
-  const std::uint16_t* lower = (isOdd ? args.first : args.second - 1) + windowSize / 2;
-  const std::uint16_t* upper = (isOdd ? args.second : args.first) + windowSize / 2;
-  constexpr int step = width / 2;
-  NarrowWindows<windowSize> windows;
-  std::int32_t next = -1;
-  ForEachStep(8 * args.groups, args.destination, [&](std::int32_t window, std::uint8_t* destination) {
-    const std::int32_t pair = window / 2;
-    if (window != next) windows.Start(Load(lower + pair - step), Load(upper + pair - step));
-    next = window + width;
-    Store(destination, windows.Next(Load(lower + pair), Load(upper + pair)));
-  });
-}
 
 // Wider windows have sums of 32 bits, at most 255^3, and so do the running sums that they are differences of.
 // Those wrap; their differences are right all the same.
@@ -156,7 +123,7 @@ class WideMeans {
 
 /// Windows of 4 * n + rest columns.
 template <bool isSigned, int rest, class Means>
-void SlideWide(const WindowMeansArgs& args, const Means& means) {
+void SlideWide(const WindowMeans::Args& args, const Means& means) {
   const auto windowSize = static_cast<std::int32_t>(args.windowSize);
   const std::int32_t quads = windowSize / 4;
   alignas(64) std::uint32_t running[1 + (windowsAtOnce + maxWindowSize) / 4 + 64];
@@ -177,23 +144,24 @@ void SlideWide(const WindowMeansArgs& args, const Means& means) {
       before = LastInAllLanes32(before);
     }
 
-    ForEachStep(count, args.destination + done, [&](std::int32_t window, std::uint8_t* destination) {
+    const auto nothing = [](std::int32_t /*window*/) {};
+    ForEachStep(count, args.destination + done, nothing, [&](std::int32_t window, std::uint8_t* destination) {
       const std::int32_t quad = window / 4;
       const std::uint16_t* leavingFirst = first + 2 * quad;
       const std::uint16_t* leavingSecond = second + 2 * quad;
-      const std::uint16_t* behindFirst = leavingFirst + 2 * quads;
-      const std::uint16_t* behindSecond = leavingSecond + 2 * quads;
+      const std::uint16_t* afterFirst = leavingFirst + 2 * quads;
+      const std::uint16_t* afterSecond = leavingSecond + 2 * quads;
       Vector sums = Sub32(Load(running + quad + quads), Load(running + quad));
-      if constexpr (rest == 1) sums = AddLower<isSigned>(sums, Load(behindFirst));
+      if constexpr (rest == 1) sums = AddLower<isSigned>(sums, Load(afterFirst));
       if constexpr (rest == 2) {
-        sums = AddLower<isSigned>(AddLower<isSigned>(sums, Load(behindFirst)), Load(behindSecond));
+        sums = AddLower<isSigned>(AddLower<isSigned>(sums, Load(afterFirst)), Load(afterSecond));
       }
       if constexpr (rest == 3) {
-        sums = AddLower<isSigned>(AddBoth<isSigned>(sums, Load(behindFirst)), Load(behindSecond));
+        sums = AddLower<isSigned>(AddBoth<isSigned>(sums, Load(afterFirst)), Load(afterSecond));
       }
       // The columns that enter the windows at the second, third and fourth column of each quad.
-      const Vector entering = Load(rest % 2 == 0 ? behindFirst + rest / 2 : behindSecond + rest / 2);
-      const Vector enteringNext = Load(rest % 2 == 0 ? behindSecond + rest / 2 : behindFirst + rest / 2 + 1);
+      const Vector entering = Load(rest % 2 == 0 ? afterFirst + rest / 2 : afterSecond + rest / 2);
+      const Vector enteringNext = Load(rest % 2 == 0 ? afterSecond + rest / 2 : afterFirst + rest / 2 + 1);
       const Vector leaving = Load(leavingFirst);
       Vector result = means.Of(sums);
       sums = MoveLower<isSigned>(sums, entering, leaving);
@@ -209,7 +177,7 @@ void SlideWide(const WindowMeansArgs& args, const Means& means) {
 }
 
 template <bool isSigned, class Means>
-void SlideWide(const WindowMeansArgs& args, const Means& means) {
+void SlideWide(const WindowMeans::Args& args, const Means& means) {
   switch (args.windowSize % 4) {
     case 0:
       return SlideWide<isSigned, 0>(args, means);
@@ -222,58 +190,5 @@ void SlideWide(const WindowMeansArgs& args, const Means& means) {
   }
 }
 
-void Slide(const WindowMeansArgs& args) {
-  const std::uint32_t area = args.windowSize * args.windowSize;
-  switch (args.windowSize) {
-    case 1:
-      return SlideNarrow<1>(args);
-    case 2:
-      return SlideNarrow<2>(args);
-    case 3:
-      return SlideNarrow<3>(args);
-    case 4:
-      return SlideNarrow<4>(args);
-    case 5:
-      return SlideNarrow<5>(args);
-    case 6:
-      return SlideNarrow<6>(args);
-    case 7:
-      return SlideNarrow<7>(args);
-    case 8:
-      return SlideNarrow<8>(args);
-    case 9:
-      return SlideNarrow<9>(args);
-    case 10:
-      return SlideNarrow<10>(args);
-    case 11:
-      return SlideNarrow<11>(args);
-    case 12:
-      return SlideNarrow<12>(args);
-    case 13:
-      return SlideNarrow<13>(args);
-    case 14:
-      return SlideNarrow<14>(args);
-    case 15:
-      return SlideNarrow<15>(args);
-    case 16:
-      return SlideNarrow<16>(args);
-    default:
-      break;
-  }
-  if (args.windowSize <= mostSigned) return SlideWide<true>(args, WideMeans<true>(area));
-  if (args.windowSize <= mostMultiplied) return SlideWide<false>(args, WideMeans<true>(area));
-  SlideWide<false>(args, WideMeans<false>(area));
-}
-
 }  // namespace
-
-template <>
-void WindowMeans<level>(WindowMeansArgs& args) noexcept {
-  if (args.groups <= 0) return;
-  Slide(args);
-  args.first += 4 * args.groups;
-  args.second += 4 * args.groups;
-  args.destination += 8 * args.groups;
-}
-
-}  // namespace kv_img::box_filter::wide
+}  // namespace kv_img::box_filter
