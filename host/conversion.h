@@ -17,8 +17,8 @@ Raster Convert(const Raster& source, RasterKind kind, int layout, const Engine& 
 /// Whether black is 0 and white 255 in the picture's luma: grey pictures, and 4:2:2 that says so.
 bool IsFullRange(const Raster& picture);
 
-/// The picture as packed 4:2:2 in which it can meet another one, converted so too: a grey picture beside one
-/// of limited range, or beside RGB, which becomes limited range, is brought to limited range by way of RGB.
+/// The picture as packed 4:2:2, in the same range as the other picture, converted in the same way: a grey
+/// picture beside RGB or limited range comes to limited range by way of RGB.
 /// Throws UsageError when 4:2:2 of full range would have to be.
 Raster ConvertBeside(const Raster& picture, const Raster& other, int layout, const Engine& engine);
 

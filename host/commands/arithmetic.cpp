@@ -112,7 +112,7 @@ struct FilterOptions {
       const Raster grey = Convert(frame, RasterKind::Grey8, 0, with);
       const auto where = MakeRegion(region.text, frame.width, frame.height, input);
       const auto from = ToImage<GreyPixel>(grey);
-      // What lies outside the region stays as it is in the picture.
+      // Outside the region the picture stays as it is.
       const auto to = ToImage<GreyPixel>(grey);
       with.Run("AverageFilter", operation, *from, *to, where, window);
       WriteConverted(writer, ToRaster(*to, grey), with);

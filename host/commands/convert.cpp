@@ -17,7 +17,7 @@ struct ConvertOptions {
   int depth = 0;
 };
 
-/// The kind that holds pixels of so many bits. Throws UsageError when the format cannot be written from it.
+/// The kind with pixels of `depth` bits. Throws UsageError when the format cannot be written from it.
 RasterKind KindOfDepth(const FormatTraits& format, int depth) {
   const RasterKind kind = depth == 8    ? RasterKind::Grey8
                           : depth == 15 ? RasterKind::Dib15

@@ -97,7 +97,7 @@ struct PanOptions {
                     const Raster& picture, const Raster& shape, int steps, int step) const {
     kv_img::ImageOptions options;
     options.layout = LayoutLumaFirst;
-    // The frame's parity as the step expects it: rows are rendered where they lie, none is moved by half a
+    // The frame's parity as the step expects it: rows are rendered in place, none is moved by half a
     // line.
     options.properties.fieldParity = static_cast<std::uint8_t>(step & 1);
     Frame422 to(shape.width, shape.height, options);

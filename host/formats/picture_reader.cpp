@@ -26,7 +26,7 @@ ReadPicture PictureFunctionOf(FileFormat format) {
   }
 }
 
-/// Pictures of a format that knows only single ones, one behind the other.
+/// Pictures of a format for single ones, one after the other.
 class PictureSequence final : public FrameReader {
  public:
   PictureSequence(ByteSource& source, FileFormat format)

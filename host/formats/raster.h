@@ -8,7 +8,7 @@
 
 namespace kv_host {
 
-/// What the samples of a picture are and how they lie in memory.
+/// What the samples of a picture are and how they are stored.
 enum class RasterKind {
   Yuv422,        ///< One plane of packed pairs, 4 bytes for two pixels in the order that `layout` names.
   Yuva422,       ///< Plane 0 as `Yuv422`, plane 1 alpha, one byte a pixel.

@@ -15,7 +15,7 @@ struct CommandResult {
   double milliseconds = 0;  ///< For one call of it.
 };
 
-/// Runs a command line of the program, without its name, and tells about one algorithm that it calls.
+/// Runs a command line of the program, without its name, and reports on one algorithm that it calls.
 using RunCommand =
     std::function<CommandResult(const std::vector<std::string>& arguments, const std::string& algorithm)>;
 
