@@ -1,5 +1,5 @@
 #include "algorithms/copy/kernels/rgb_to_yuv.h"
-#include "algorithms/simd/wide.h"
+#include "algorithms/simd/bitmap_pixels.h"
 
 namespace kv_img::copy {
 namespace {
@@ -38,33 +38,6 @@ constexpr BytePlaces thirdBytesInTurn = [] {
   return places;
 }();
 #endif
-
-/// Bitmap pixels as 32-bit lanes: blue, green, red and a byte that does not count.
-struct TwoVectors {
-  Vector first;
-  Vector second;
-};
-
-/// The even and the odd ones of two registers of 32-bit lanes, two of the first register and two of the
-/// second in turn.
-TwoVectors EvenAndOdd(const TwoVectors& lanes) {
-#if KV_WIDE_LEVEL >= 2
-  const __m512 first = _mm512_castsi512_ps(lanes.first);
-  const __m512 second = _mm512_castsi512_ps(lanes.second);
-  return {_mm512_castps_si512(_mm512_shuffle_ps(first, second, 0x88)),
-          _mm512_castps_si512(_mm512_shuffle_ps(first, second, 0xDD))};
-#elif KV_WIDE_LEVEL == 1
-  const __m256 first = _mm256_castsi256_ps(lanes.first);
-  const __m256 second = _mm256_castsi256_ps(lanes.second);
-  return {_mm256_castps_si256(_mm256_shuffle_ps(first, second, 0x88)),
-          _mm256_castps_si256(_mm256_shuffle_ps(first, second, 0xDD))};
-#else
-  const __m128 first = _mm_castsi128_ps(lanes.first);
-  const __m128 second = _mm_castsi128_ps(lanes.second);
-  return {_mm_castps_si128(_mm_shuffle_ps(first, second, 0x88)),
-          _mm_castps_si128(_mm_shuffle_ps(first, second, 0xDD))};
-#endif
-}
 
 struct Pixels {
   Vector blueRed;
@@ -141,58 +114,6 @@ class Converter {
   Component cb_;
   Component cr_;
 };
-
-#if KV_WIDE_LEVEL >= 3
-/// Where the bytes of 16 pixels lie, from the first byte of 48, and from the seventeenth.
-struct Apart {
-  alignas(64) std::uint8_t fromStart[64];
-  alignas(64) std::uint8_t fromEnd[64];
-};
-constexpr Apart apart = [] {
-  Apart made{};
-  for (int byte = 0; byte < 64; ++byte) {
-    // What lands in the fourth byte does not count.
-    const int from = byte / 4 * 3 + byte % 4 % 3;
-    made.fromStart[byte] = static_cast<std::uint8_t>(from);
-    made.fromEnd[byte] = static_cast<std::uint8_t>(from + 16);
-  }
-  return made;
-}();
-#endif
-
-/// Two registers of pixels from the 24 * lanes bytes of a step, nothing beyond them read.
-TwoVectors Read24(const std::uint8_t* source) {
-#if KV_WIDE_LEVEL >= 3
-  return {_mm512_permutexvar_epi8(Load(apart.fromStart), Load(source)),
-          _mm512_permutexvar_epi8(Load(apart.fromEnd), Load(source + 32))};
-#elif KV_WIDE_LEVEL >= 1
-  // Four pixels, 12 bytes, to every lane; then their bytes apart.
-  const Vector apart = RepeatInLanes(_mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1));
-#if KV_WIDE_LEVEL >= 2
-  const Vector fromStart = _mm512_setr_epi32(0, 1, 2, 3, 3, 4, 5, 6, 6, 7, 8, 9, 9, 10, 11, 12);
-  const Vector fromEnd = _mm512_setr_epi32(4, 5, 6, 7, 7, 8, 9, 10, 10, 11, 12, 13, 13, 14, 15, 15);
-  const Vector first = _mm512_permutexvar_epi32(fromStart, Load(source));
-  const Vector second = _mm512_permutexvar_epi32(fromEnd, Load(source + 32));
-#else
-  const Vector fromStart = _mm256_setr_epi32(0, 1, 2, 3, 3, 4, 5, 6);
-  const Vector fromEnd = _mm256_setr_epi32(2, 3, 4, 5, 5, 6, 7, 7);
-  const Vector first = _mm256_permutevar8x32_epi32(Load(source), fromStart);
-  const Vector second = _mm256_permutevar8x32_epi32(Load(source + 16), fromEnd);
-#endif
-  return {KV_SIMD(shuffle_epi8)(first, apart), KV_SIMD(shuffle_epi8)(second, apart)};
-#else
-  const auto spread = [](Vector twelveBytes) {
-    const Vector pairs = _mm_unpacklo_epi64(twelveBytes, _mm_srli_si128(twelveBytes, 6));
-    return Or(And(pairs, _mm_set1_epi64x(0x0000000000FFFFFF)),
-              And(ShiftLeft64<8>(pairs), _mm_set1_epi64x(0x00FFFFFF00000000)));
-  };
-  return {spread(Load(source)), spread(_mm_srli_si128(Load(source + 8), 4))};
-#endif
-}
-
-TwoVectors Read32(const std::uint8_t* source) {
-  return {Load(source), Load(source + width)};
-}
 
 /// The fourth byte of every pixel in the lower half.
 Vector FourthBytes(const TwoVectors& pixels) {
