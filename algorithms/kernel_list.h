@@ -22,6 +22,11 @@ using Kernels = KernelList<struct BlendBoost, struct HalvedSum, struct LumaDiffe
 namespace box_filter {
 using Kernels = KernelList<struct ReplaceRow, struct SmallWindowMeans, struct WindowMeans>;
 }
+namespace color {
+using Kernels = KernelList<struct DecodeTo24, struct DecodeTo32, struct EncodeFrom24, struct EncodeFrom32,
+                           struct GreyOfLuma, struct LumaOfGrey, struct PutAlpha, struct Recode,
+                           struct TakeAlpha>;
+}
 namespace copy {
 using Kernels =
     KernelList<struct Dib24ToYuv422, struct Dib32ToYuv422, struct Dib32ToYuva422,
@@ -45,8 +50,9 @@ struct KernelLists {
   template <class Kernel>
   static constexpr bool has = (Lists::template has<Kernel> || ...);
 };
-using ListedKernels = KernelLists<alpha::Kernels, arithmetic::Kernels, box_filter::Kernels, copy::Kernels,
-                                  featurefind::Kernels, parity::Kernels, scanning::Kernels>;
+using ListedKernels =
+    KernelLists<alpha::Kernels, arithmetic::Kernels, box_filter::Kernels, color::Kernels, copy::Kernels,
+                featurefind::Kernels, parity::Kernels, scanning::Kernels>;
 
 template <class Kernel>
 concept ListedKernel = ListedKernels::has<Kernel>;

@@ -36,6 +36,7 @@ struct OperationCase {
 const std::vector<OperationCase>& AllOperations();
 
 // The operations of one kind, appended to the list.
+void AddColorOperations(std::vector<OperationCase>& list);
 void AddCopyOperations(std::vector<OperationCase>& list);
 void AddCopyRoiOperations(std::vector<OperationCase>& list);
 void AddFrameOperations(std::vector<OperationCase>& list);

@@ -5,6 +5,7 @@ namespace kv_check {
 const std::vector<OperationCase>& AllOperations() {
   static const std::vector<OperationCase> operations = [] {
     std::vector<OperationCase> list;
+    AddColorOperations(list);
     AddCopyOperations(list);
     AddCopyRoiOperations(list);
     AddFrameOperations(list);

@@ -114,8 +114,18 @@ struct FeatureFind : Combinations<TypeList<PixelClasses<PixelYUV422>, PixelClass
   static constexpr const char* name = "FeatureFind";
 };
 
+struct ColorConversion
+    : Combinations<TypeList<>,
+                   TypeList<PixelClasses<PixelYUV422, PixelDIB24>, PixelClasses<PixelYUV422, PixelDIB32>,
+                            PixelClasses<PixelDIB24, PixelYUV422>, PixelClasses<PixelDIB32, PixelYUV422>,
+                            PixelClasses<PixelYUVA422, PixelDIB32>, PixelClasses<PixelDIB32, PixelYUVA422>,
+                            PixelClasses<PixelYUV422, NoColor>, PixelClasses<NoColor, PixelYUV422>,
+                            PixelClasses<PixelYUV422, PixelYUV422>>> {
+  static constexpr const char* name = "ColorConversion";
+};
+
 using All = TypeList<Copy, CopyROI, ParityChange, AlphaLayerProbMask, AlphaLayerColorBased, AverageFilter,
-                     AbsoluteDifference, Scanning, BlendBoost, FillPoly, Average, FeatureFind>;
+                     AbsoluteDifference, Scanning, BlendBoost, FillPoly, Average, FeatureFind, ColorConversion>;
 
 }  // namespace algorithms
 

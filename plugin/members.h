@@ -31,7 +31,8 @@ struct SSE2 {
   /// Bit 26: SSE2. The member asks the processor for everything newer before it uses it.
   static constexpr std::uint32_t feature = 0x4000000;
   template <class Algorithm>
-  static constexpr bool offersMore = std::is_same_v<Algorithm, kv_img::algorithms::AverageFilter>;
+  static constexpr bool offersMore = std::is_same_v<Algorithm, kv_img::algorithms::AverageFilter> ||
+      std::is_same_v<Algorithm, kv_img::algorithms::ColorConversion>;
 };
 
 }  // namespace kv_plugin::members

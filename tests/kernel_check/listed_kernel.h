@@ -15,8 +15,10 @@ namespace kv_check {
 template <class Kernel, class Make>
 std::vector<Variant> AllSets(Make make) {
   using kv_img::WideLevel;
-  std::vector<Variant> variants = {{"scalar", make(&Kernel::template Run<kv_img::Scalar>)},
-                                   {"mmx", make(&Kernel::template Run<kv_img::Mmx>)}};
+  std::vector<Variant> variants = {{"scalar", make(&Kernel::template Run<kv_img::Scalar>)}};
+  if constexpr (!requires { Kernel::isWithoutMmx; }) {
+    variants.push_back({"mmx", make(&Kernel::template Run<kv_img::Mmx>)});
+  }
   const auto add = [&]<WideLevel level>() {
     variants.push_back({kv_img::NameOf(level), make(&Kernel::template Run<kv_img::Wide<level>>),
                         level <= kv_img::SupportedLevel()});

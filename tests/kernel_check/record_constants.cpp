@@ -105,4 +105,85 @@ void DrawConstants(kv_img::scanning::RowPan::Args& args, std::uint64_t seed) {
   args.rightWeight = static_cast<std::uint16_t>(weight >> 8);
 }
 
+namespace {
+
+/// Weights of both signs whose magnitudes sum to less than `limit`.
+template <class... Weights>
+void DrawWithin(Random& random, int limit, Weights&... weights) {
+  int left = limit - 1;
+  const auto draw = [&](std::int16_t& weight) {
+    const int most = std::min(left, 32767);
+    const int size = random.OneIn(3) ? most : random.Between(0, most);
+    left -= size;
+    weight = static_cast<std::int16_t>(random.OneIn(2) ? -size : size);
+  };
+  (draw(weights), ...);
+}
+
+template <class Choice>
+Choice AnyOfThree(Random& random) {
+  return static_cast<Choice>(random.Between(0, 2));
+}
+
+std::int16_t AnyBlack(Random& random) {
+  return static_cast<std::int16_t>(random.Between(0, 255));
+}
+
+template <class Args>
+void DrawScale(Args& args, std::uint64_t seed) {
+  Random random(seed);
+  args.order = OrderFromBit(seed & 1);
+  args.weight = static_cast<std::int16_t>(random.Between(0, 32767));
+  args.black = AnyBlack(random);
+}
+
+}  // namespace
+
+void DrawConstants(kv_img::color::DecodeArgs& args, std::uint64_t seed) {
+  Random random(seed);
+  args.order = OrderFromBit(seed & 1);
+  args.isRedFirst = (seed & 2) != 0;
+  args.upsampling = AnyOfThree<kv_img::color::Upsampling>(random);
+  auto& weights = args.weights;
+  DrawWithin(random, 1 << 14, weights.luma);
+  DrawWithin(random, 1 << 14, weights.crToRed);
+  DrawWithin(random, 1 << 15, weights.cbToGreen, weights.crToGreen);
+  DrawWithin(random, 1 << 14, weights.twoCbToBlue);
+  if (random.OneIn(2)) weights = {19077, 29372, -3494, -8731, 17305, 16};
+  weights.black = AnyBlack(random);
+}
+
+void DrawConstants(kv_img::color::EncodeArgs& args, std::uint64_t seed) {
+  Random random(seed);
+  args.order = OrderFromBit(seed & 1);
+  args.isRedFirst = (seed & 2) != 0;
+  args.downsampling = AnyOfThree<kv_img::color::Downsampling>(random);
+  for (auto* sum : {&args.weights.luma, &args.weights.cb, &args.weights.cr}) {
+    DrawWithin(random, 1 << 15, sum->red, sum->green, sum->blue);
+  }
+  args.weights.black = AnyBlack(random);
+}
+
+void DrawConstants(kv_img::color::Recode::Args& args, std::uint64_t seed) {
+  Random random(seed);
+  args.order = OrderFromBit(seed & 1);
+  args.destinationOrder = OrderFromBit(seed & 2);
+  args.upsampling = AnyOfThree<kv_img::color::Upsampling>(random);
+  args.shift = AnyOfThree<kv_img::color::Shift>(random);
+  auto& weights = args.weights;
+  DrawWithin(random, 1 << 15, weights.luma, weights.cbToLuma, weights.crToLuma);
+  DrawWithin(random, 1 << 15, weights.cbToCb, weights.crToCb);
+  DrawWithin(random, 1 << 15, weights.cbToCr, weights.crToCr);
+  weights.blackIn = AnyBlack(random);
+  weights.blackOut = AnyBlack(random);
+}
+
+void DrawConstants(kv_img::color::GreyOfLuma::Args& args, std::uint64_t seed) {
+  DrawScale(args, seed);
+}
+
+void DrawConstants(kv_img::color::LumaOfGrey::Args& args, std::uint64_t seed) {
+  DrawScale(args, seed);
+}
+
 }  // namespace kv_check

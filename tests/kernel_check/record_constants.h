@@ -5,6 +5,10 @@
 #include "algorithms/alpha/kernels/chroma_distance.h"
 #include "algorithms/arithmetic/kernels/blend_boost.h"
 #include "algorithms/arithmetic/kernels/luma_difference.h"
+#include "algorithms/color/kernels/decode.h"
+#include "algorithms/color/kernels/encode.h"
+#include "algorithms/color/kernels/grey.h"
+#include "algorithms/color/kernels/recode.h"
 #include "algorithms/copy/kernels/regroup_pairs.h"
 #include "algorithms/copy/kernels/rgb_to_yuv.h"
 #include "algorithms/copy/kernels/yuv_to_rgb.h"
@@ -29,5 +33,11 @@ void DrawConstants(kv_img::copy::YuvToRgb::Args& args, std::uint64_t seed);
 void DrawConstants(kv_img::scanning::RowBlend::Args& args, std::uint64_t seed);
 /// Weights as a pan makes them, the extremes as often as random ones.
 void DrawConstants(kv_img::scanning::RowPan::Args& args, std::uint64_t seed);
+/// Orders, filters, and weights that keep every sum in range.
+void DrawConstants(kv_img::color::DecodeArgs& args, std::uint64_t seed);
+void DrawConstants(kv_img::color::EncodeArgs& args, std::uint64_t seed);
+void DrawConstants(kv_img::color::Recode::Args& args, std::uint64_t seed);
+void DrawConstants(kv_img::color::GreyOfLuma::Args& args, std::uint64_t seed);
+void DrawConstants(kv_img::color::LumaOfGrey::Args& args, std::uint64_t seed);
 
 }  // namespace kv_check

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "algorithms/packed422/order.h"
+
+namespace kv_img::color {
+
+/// How the pairs of a row are stored.
+struct PairLayout {
+  int pairBytes;  ///< bytes of a pair
+  int unitBytes;  ///< bytes that a border repeats: a bitmap's pixel, a packed pair
+  int loneBytes;  ///< bytes of a lone last pixel: of packed 4:2:2 its whole pair
+};
+inline constexpr PairLayout packedPairs = {4, 4, 4};
+template <int pixelBytes>
+inline constexpr PairLayout bitmapPairs = {2 * pixelBytes, pixelBytes, pixelBytes};
+
+/// Converts the pairs of a row, each once. `convert(groups, source, destination)` calls the kernel.
+///
+/// Where the kernel reads the neighbours of a pair, the first and the last pair go by way of a few bytes in
+/// which they are their own neighbours; so does a lone last pixel, `complete(pair)` having made a pair of it.
+template <PairLayout in, PairLayout out, class Convert, class Complete>
+void ConvertPairs(int width, bool readsNeighbours, const std::uint8_t* source, std::uint8_t* destination,
+                  Convert convert, Complete complete) {
+  const int pairs = (width + 1) / 2;
+  const bool hasLone = width % 2 != 0;
+  const auto convertAlone = [&](int pair) {
+    const bool isLast = pair + 1 == pairs;
+    const bool isLone = isLast && hasLone;
+    const std::uint8_t* from = source + std::ptrdiff_t{in.pairBytes} * pair;
+    std::uint8_t three[3 * in.pairBytes] = {};
+    std::uint8_t* own = three + in.pairBytes;
+    std::memcpy(own, from, isLone ? in.loneBytes : in.pairBytes);
+    if (isLone) complete(own);
+    std::memcpy(own - in.unitBytes, pair == 0 ? own : from - in.unitBytes, in.unitBytes);
+    std::memcpy(own + in.pairBytes, isLast ? own + in.pairBytes - in.unitBytes : from + in.pairBytes,
+                in.unitBytes);
+    std::uint8_t converted[out.pairBytes];
+    convert(1, own, converted);
+    std::memcpy(destination + std::ptrdiff_t{out.pairBytes} * pair, converted,
+                isLone ? out.loneBytes : out.pairBytes);
+  };
+  const int first = readsNeighbours ? 1 : 0;
+  const int end = readsNeighbours || hasLone ? pairs - 1 : pairs;
+  if (readsNeighbours) convertAlone(0);
+  if (end > first) {
+    convert(end - first, source + std::ptrdiff_t{in.pairBytes} * first,
+            destination + std::ptrdiff_t{out.pairBytes} * first);
+  }
+  if (end < pairs && end >= first) convertAlone(end);
+}
+
+/// Makes a pair of a lone pixel by repeating it.
+template <int pixelBytes>
+struct RepeatPixel {
+  void operator()(std::uint8_t* pair) const { std::memcpy(pair + pixelBytes, pair, pixelBytes); }
+};
+/// Of a pair of packed 4:2:2 the spare luma.
+struct RepeatLuma {
+  PackedOrder order;
+  void operator()(std::uint8_t* pair) const {
+    std::uint8_t* luma = pair + LumaByte(order);
+    luma[2] = luma[0];
+  }
+};
+
+}  // namespace kv_img::color
