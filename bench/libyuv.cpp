@@ -22,6 +22,25 @@ void Yuv422ToRgb(Scene& scene, int (*fromArgb)(const std::uint8_t*, int, std::ui
   }
 }
 
+/// 4:2:2 split into planes, rows at a time, and these converted with the matrix of BT.709.
+void MatrixToRgb(Scene& scene,
+                 int (*convert)(const std::uint8_t*, int, const std::uint8_t*, int, const std::uint8_t*, int,
+                                std::uint8_t*, int, const libyuv::YuvConstants*, int, int),
+                 std::uint8_t* destination, int stride) {
+  auto& from = scene.Picture<PixelYUV422>();
+  const int half = (scene.width + 1) / 2;
+  auto& luma = scene.Bytes(0, static_cast<std::size_t>(scene.width * rowsAtOnce));
+  auto& cb = scene.Bytes(1, static_cast<std::size_t>(half * rowsAtOnce));
+  auto& cr = scene.Bytes(2, static_cast<std::size_t>(half * rowsAtOnce));
+  for (int y = 0; y < scene.height; y += rowsAtOnce) {
+    const int rows = std::min(rowsAtOnce, scene.height - y);
+    libyuv::YUY2ToI422(Start(from) + y * Stride(from), Stride(from), luma.data(), scene.width, cb.data(),
+                       half, cr.data(), half, scene.width, rows);
+    convert(luma.data(), scene.width, cb.data(), half, cr.data(), half, destination + y * stride, stride,
+            &libyuv::kYuvH709Constants, scene.width, rows);
+  }
+}
+
 }  // namespace
 
 void EnterLibyuv(Contest& contest) {
@@ -75,6 +94,20 @@ void EnterLibyuv(Contest& contest) {
     libyuv::ARGBToYUY2(Start(from), Stride(from), Start(to), Stride(to), scene.width, scene.height);
     libyuv::ARGBExtractAlpha(Start(from), Stride(from), Start(alpha), Stride(alpha), scene.width,
                              scene.height);
+  });
+  contest.Enter("Color YUV422 to DIB24, nearest", name, [](Scene& scene) {
+    auto& to = scene.Picture<PixelDIB24, 1>();
+    MatrixToRgb(scene, libyuv::I422ToRGB24Matrix, Start(to), Stride(to));
+  });
+  contest.Enter("Color YUV422 to DIB32, nearest", name, [](Scene& scene) {
+    auto& to = scene.Picture<PixelDIB32, 1>();
+    MatrixToRgb(scene, libyuv::I422ToARGBMatrix, Start(to), Stride(to));
+  });
+  // Its encoders know one matrix and take the mean of a pair's chroma.
+  contest.Enter("Color DIB32 to YUV422, nearest", name, [](Scene& scene) {
+    auto& from = scene.Picture<PixelDIB32>();
+    auto& to = scene.Picture<PixelYUV422, 1>();
+    libyuv::ARGBToYUY2(Start(from), Stride(from), Start(to), Stride(to), scene.width, scene.height);
   });
   contest.Enter("Average", name, [](Scene& scene) {
     auto& a = scene.Picture<PixelGrey>();

@@ -10,6 +10,7 @@
 #include "frame/interfaces/average.h"
 #include "frame/interfaces/average_filter.h"
 #include "frame/interfaces/blend_boost.h"
+#include "frame/interfaces/color_conversion.h"
 #include "frame/interfaces/copy.h"
 #include "frame/interfaces/copy_roi.h"
 #include "frame/interfaces/feature_find.h"
@@ -50,6 +51,7 @@ void EnterEach(Contest& contest, const std::string& operation, const char* algor
     const std::string name = ContenderName(member);
     if (name.empty()) continue;
     const auto* implementation = member.Get<Interface>(algorithm, ids);
+    if (implementation == nullptr) continue;
     contest.Enter(
         operation, name,
         Part([implementation, run](Scene& scene, kv_std::SpinBarrier& barrier, std::uint32_t thread) {
@@ -67,6 +69,31 @@ void EnterCopy(Contest& contest, const std::string& operation, double bytesPerPi
         // Two images of one class differ in their layout, or there is nothing to convert.
         copy.Apply(scene.Picture<In>(), scene.Picture<Out, 1>(std::is_same_v<In, Out>), barrier, thread);
       });
+}
+
+/// With chroma as it is (nearest) and filtered (linear), to or from BT.709.
+template <class In, class Out>
+void EnterColors(Contest& contest, const std::string& formats, double bytesPerPixel) {
+  using kv_img::ChromaPosition;
+  using kv_img::ChromaResampling;
+  struct Filter {
+    const char* name;
+    ChromaPosition position;
+    ChromaResampling resampling;
+  };
+  for (const Filter& filter : {Filter{"nearest", ChromaPosition::Left, ChromaResampling::Nearest},
+                               Filter{"linear", ChromaPosition::Left, ChromaResampling::Linear},
+                               Filter{"linear, centre", ChromaPosition::Centre, ChromaResampling::Linear}}) {
+    const std::string operation = "Color " + formats + ", " + filter.name;
+    contest.Add(operation, bytesPerPixel);
+    const kv_img::YuvColors yuv = {kv_img::ColorMatrix::Bt709, kv_img::ColorRange::Limited, filter.position};
+    const kv_img::ColorConversionParameters parameters = {yuv, {}, filter.resampling};
+    EnterEach<kv_img::ColorConversionAlgorithmInterface<Image<In>, Image<Out>>>(
+        contest, operation, "ColorConversion", {In::ClassID, Out::ClassID},
+        [parameters](const auto& convert, Scene& scene, auto& barrier, auto thread) {
+          convert.Apply(scene.Picture<In>(), scene.Picture<Out, 1>(), parameters, barrier, thread);
+        });
+  }
 }
 
 void EnterCopyRoi(Contest& contest) {
@@ -211,6 +238,11 @@ void EnterMembers(Contest& contest) {
   EnterCopy<PixelDIB32, PixelYUV422>(contest, "Copy DIB32 to YUV422", 6);
   EnterCopy<PixelDIB24, PixelYUV422>(contest, "Copy DIB24 to YUV422", 5);
   EnterCopy<PixelDIB32, PixelYUVA422>(contest, "Copy DIB32 to YUVA422", 7);
+  EnterColors<PixelYUV422, PixelDIB24>(contest, "YUV422 to DIB24", 5);
+  EnterColors<PixelYUV422, PixelDIB32>(contest, "YUV422 to DIB32", 6);
+  EnterColors<PixelDIB24, PixelYUV422>(contest, "DIB24 to YUV422", 5);
+  EnterColors<PixelDIB32, PixelYUV422>(contest, "DIB32 to YUV422", 6);
+  EnterColors<PixelYUV422, PixelYUV422>(contest, "YUV422 to YUV422", 4);
   EnterCopyRoi(contest);
   EnterArithmetic(contest);
   EnterAlpha(contest);
