@@ -2,8 +2,8 @@
 
 namespace kv_host {
 
-/// The program kv: works on its command line, tells problems on standard error in one line, answers the exit
-/// status.
+/// The program kv: runs its command line, reports a problem in one line on standard error and returns the
+/// exit status.
 int RunProgram(int argc, char** argv);
 
 }  // namespace kv_host

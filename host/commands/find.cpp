@@ -52,7 +52,7 @@ FeatureSearch FindOptions::Parse() const {
     throw UsageError("--half: " + half + " does not fit; half-sizes are 0 or more pixels");
   if (!isIn(request.range, 0))
     throw UsageError("--range: " + range + " does not fit; ranges are 0 or more pixels");
-  if (!isIn(request.around, -most)) throw UsageError("--around: " + around + " lies too far away");
+  if (!isIn(request.around, -most)) throw UsageError("--around: " + around + " is too far away");
   if (subpixel && !(*subpixel > 0 && *subpixel <= 1)) {
     throw UsageError("--subpixel: the step must be above 0 and at most 1 pixel");
   }
@@ -131,7 +131,7 @@ void FindOptions::Run() const {
   const Raster& first = templates.FrameBeside(frame);
   if (request.at[0] < 0 || request.at[1] < 0 || request.at[0] >= first.width ||
       request.at[1] >= first.height) {
-    throw UsageError("--at: " + at + " lies outside " + templateImage + ", which is " +
+    throw UsageError("--at: " + at + " is outside " + templateImage + ", which is " +
                      std::to_string(first.width) + "x" + std::to_string(first.height));
   }
   // Opened before the search, which may take a while.

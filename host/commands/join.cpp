@@ -38,7 +38,7 @@ struct JoinOptions {
 
 void AddJoinCommand(CLI::App& app, Session& session) {
   auto options = std::make_shared<JoinOptions>();
-  CLI::App* command = app.add_subcommand("join", "Put the parts of a recording one behind the other");
+  CLI::App* command = app.add_subcommand("join", "Put the parts of a recording one after the other");
   command->add_option("PARTS", options->parts, "files in their order; - is standard input")->required();
   options->output.AddWithFormatTo(*command, session, "file to write; - is standard output (Y4M)",
                                   "-o,--output");

@@ -42,7 +42,7 @@ struct PanOptions {
     const auto from = ToImage<kv_img::PixelYUV422>(picture);
     const FrameRange range = only.empty() ? FrameRange() : ParseFrameRange(only, "--only");
     if (range.first >= frames) {
-      throw UsageError("--only: " + only + " begins behind the last of " + std::to_string(frames) +
+      throw UsageError("--only: " + only + " begins after the last of " + std::to_string(frames) +
                        " frames (the first is 0)");
     }
     const auto first = static_cast<int>(range.first);

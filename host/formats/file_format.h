@@ -27,7 +27,7 @@ enum class FileFormat {
 struct FormatTraits {
   FileFormat format;
   std::string_view name;  ///< As people write it: "y4m", "uyvy", …; also a file extension.
-  bool raw;               ///< No header: the reader must be told the size.
+  bool raw;               ///< No header: the reader needs the size.
   bool stream;            ///< One file holds many frames; otherwise each frame gets its own file.
   int layout;             ///< Of the packed rows of raw formats; else 0.
   std::span<const RasterKind> writableRasters;  ///< What the writer takes, the format's own kind first.

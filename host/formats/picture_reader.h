@@ -21,7 +21,7 @@ struct ReadOptions {
 
 /// The pictures of a file or of standard input, in any format that FileFormat lists. The format is the
 /// option's, else a raw one that the extension names, else what the first bytes show, else the extension's.
-/// Pictures may follow one another in one BMP, PNM or PNG stream; other bytes behind a picture are left
+/// Pictures may follow one another in one BMP, PNM or PNG stream; other bytes after a picture are left
 /// alone.
 class PictureReader {
  public:

@@ -8,7 +8,7 @@
 
 namespace kv_host::png {
 
-/// What a libpng call left behind when it failed.
+/// What a libpng call leaves when it fails.
 struct Failure {
   std::string text;              // libpng's words
   std::exception_ptr exception;  // or what the file threw inside a callback

@@ -9,7 +9,7 @@
 namespace kv_host {
 
 /// Frames without any header: 4:2:2 rows of (width + 1) / 2 pairs, and for Yuva422 the alpha rows of the
-/// frame behind them. Size and layout come from the person who knows them.
+/// frame after them. Size and layout come from the person who knows them.
 class RawYuvReader final : public FrameReader {
  public:
   /// `kind` is Yuv422 or Yuva422. Throws FormatError for an absurd size, and for a file whose length is no

@@ -273,6 +273,31 @@ TEST_F(CommandLine, BadInputGetsOneLineAndLeavesNothing) {
   ExpectRefused("", "--help");
 }
 
+TEST_F(CommandLine, OptionsWithoutEffectAreRefused) {
+  ExpectDone("convert " + photo_ + " a.uyvy");
+  ExpectDone("convert " + photo_ + " g.pgm");
+  ExpectRefused("convert " + photo_ + " out.bmp --size 720x576", "states its own size; only raw frames");
+  ExpectRefused("diff g.pgm g.pgm out.pgm --size 720x576", "--size: g.pgm states its own size");
+  ExpectDone("diff a.uyvy g.pgm out.pgm --size 720x576");
+  ExpectRefused("convert " + photo_ + " out.y4m --layout uyvy",
+                "is written as y4m, which is not packed 4:2:2");
+  ExpectRefused("convert " + photo_ + " out.yuy2 --layout uyvy", "whose byte order is the other one");
+  const std::string find = "find g.pgm g.pgm --at 99,99 --half 2x2 --range 2x2 ";
+  ExpectRefused(find + "--levels 2", "--levels is for --subpixel");
+  ExpectRefused("members --all --for Copy:yuv422:dib24", "--all excludes --for");
+  ExpectRefused("clip --polygon '2,1 14,1 6,4' --size 16x8 --region 8,0,4,8 --threads 2", "--threads");
+}
+
+TEST_F(CommandLine, NamesThatCannotBeWrittenAreRefusedBeforeTheWork) {
+  ExpectDone("convert " + photo_ + " g.pgm");
+  const std::string find = "find g.pgm g.pgm --at 99,99 --half 2x2 --range 2x2 ";
+  ExpectRefused(find + "--map m.txt", "m.txt: the extension is not known; there are csv, y4m, uyvy");
+  ExpectRefused(find + "--map m.csv --annotate a.gif", "a.gif: the format is not known; name it: y4m, uyvy");
+  ExpectRefused(find + "--map -", "- is no file");
+  ExpectRefused("clip --polygon '2,1 14,1 6,4' --size 16x8 --region 8,0,4,8 --svg p.png",
+                "such as pieces.svg");
+}
+
 TEST_F(CommandLine, AFullDiskIsReported) {
   KV_NEEDS_SHELL();
   const Outcome outcome = Kv("convert " + photo_ + " /dev/full --to-format uyvy");

@@ -373,7 +373,7 @@ TEST_F(Operations, FindSaysWhenNothingIsThere) {
       kv_test::RunKv(folder_, "find a.y4m a.y4m --at 50,40 --half 4x4 --range 2x2 --around 5000,5000");
   EXPECT_EQ(outcome.status, 1);
   EXPECT_EQ(outcome.ErrorLines(), 1);
-  Refused("find a.y4m a.y4m --at 50,90 --half 4x4 --range 2x2", "--at: 50,90 lies outside a.y4m");
+  Refused("find a.y4m a.y4m --at 50,90 --half 4x4 --range 2x2", "--at: 50,90 is outside a.y4m");
   Refused("find a.y4m a.y4m --at 50,40 --half 400x400 --range 2x2", "Incompatible image sizes");
   Refused("find a.y4m a.y4m --at 50,40 --half 4x4 --range 2x2 --subpixel 0", "--subpixel");
 }

@@ -56,7 +56,7 @@ TEST_F(SplitAndJoin, PartsOfAPanGiveThePan) {
   Done(pan + "b.y4m --only 5:100");
   Done("join a.y4m b.y4m -o joined.y4m");
   EXPECT_EQ(Bytes("joined.y4m"), Bytes("clip.y4m"));
-  ExpectRefused(pan + "c.y4m --only 13:1", "--only: 13:1 begins behind the last of 13 frames");
+  ExpectRefused(pan + "c.y4m --only 13:1", "--only: 13:1 begins after the last of 13 frames");
 }
 
 TEST_F(SplitAndJoin, EveryCommandTakesTheFramesItIsTold) {
