@@ -12,8 +12,11 @@ constexpr std::uint32_t processingError = 12607;
 }  // namespace
 
 SpinBarrier::SpinBarrier(int threadCount)
-    // NOLINTNEXTLINE(bugprone-throw-keyword-missing): it is thrown by the threads that wait.
-    : stopException_(exitRequested), threadCount_(std::max(threadCount, 1)) {}
+    // NOLINTBEGIN(bugprone-throw-keyword-missing): they are thrown by the threads that wait.
+    : stopException_(exitRequested),
+      threadCount_(std::max(threadCount, 1)),
+      errorException_(processingError) {}
+// NOLINTEND(bugprone-throw-keyword-missing)
 
 SpinBarrier::~SpinBarrier() = default;
 
@@ -47,19 +50,19 @@ void SpinBarrier::Wait() {
   ThrowIfStopped();
 }
 
-void SpinBarrier::RequestStop() {
-  RequestStop(0, exitRequested);
+void SpinBarrier::RequestStop() noexcept {
+  EndCall(0, stopException_);
 }
 
-void SpinBarrier::RequestErrorStop() {
-  RequestStop(1, processingError);
+void SpinBarrier::RequestErrorStop() noexcept {
+  EndCall(1, errorException_);
 }
 
-void SpinBarrier::RequestStop(std::int32_t state, std::uint32_t code) {
+void SpinBarrier::EndCall(std::int32_t state, const SpinBarrierException& exception) noexcept {
   const std::lock_guard guard(lock_);
   if (stopState_.load(std::memory_order_relaxed) != running) return;
-  // Threads copy the exception after they have seen the state, so it is finished before.
-  stopException_ = SpinBarrierException(code);
+  // Threads copy the exception after they have seen the state.
+  stopException_ = exception;
   stopState_.store(state, std::memory_order_release);
 }
 

@@ -30,15 +30,15 @@ class SpinBarrier {
   void Wait();
 
   /// Ends the call: waiting and arriving threads throw code 12603.
-  void RequestStop();
-  /// Ends the call because of an error: waiting and arriving threads throw code 12607. The first request
-  /// counts.
-  void RequestErrorStop();
+  /// Neither request allocates, and what they throw is copied without memory; the first one counts.
+  void RequestStop() noexcept;
+  /// Ends the call because of an error: waiting and arriving threads throw code 12607.
+  void RequestErrorStop() noexcept;
 
  private:
   static constexpr std::int32_t running = -1;
 
-  void RequestStop(std::int32_t state, std::uint32_t code);
+  void EndCall(std::int32_t state, const SpinBarrierException& exception) noexcept;
   void ThrowIfStopped() const;
 
   kv_platform::CriticalSection lock_;
@@ -48,6 +48,7 @@ class SpinBarrier {
   std::atomic<std::int32_t> generation_ = 0;
   std::atomic<std::int32_t> stopState_ = running;
   [[maybe_unused]] std::int32_t reserved_ = 0;
+  SpinBarrierException errorException_;
 };
 
 }  // namespace kv_std

@@ -1,5 +1,7 @@
 #include "image/errors/exceptions.h"
 
+#include <algorithm>
+
 #include "image/errors/message_text.h"
 
 namespace {
@@ -29,6 +31,11 @@ constexpr CatalogueEntry mmxCatalogue[] = {
     {6, L"Color model is not supported in method %1"},
     {0, L""},
 };
+
+// A stop reaches the threads of a call when there is no memory too.
+static_assert(std::ranges::all_of(barrierCatalogue, [](const CatalogueEntry& entry) {
+  return std::wstring_view(entry.text).size() < kv_std::Message::shortCapacity;
+}));
 
 // Codes 5 and 6 share one text, 25 ends with a blank and 31 has two blanks after %2: hosts compare these
 // texts.
@@ -76,8 +83,8 @@ constexpr CatalogueEntry motionCatalogue[] = {
     {0, L""},
 };
 
-std::wstring CatalogueText(const CatalogueEntry* catalogue, std::uint32_t code, const wchar_t* arg1,
-                           const wchar_t* arg2, const wchar_t* arg3) {
+kv_std::Message CatalogueText(const CatalogueEntry* catalogue, std::uint32_t code, const wchar_t* arg1,
+                              const wchar_t* arg2, const wchar_t* arg3) {
   return kv_std::FormatMessageText(kv_std::FindText(catalogue, code), {arg1, arg2, arg3, nullptr});
 }
 

@@ -1,9 +1,8 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
 
-#include "image/export.h"
+#include "image/errors/message.h"
 
 namespace kv_std {
 
@@ -24,14 +23,14 @@ class KV_IMAGE_API KVException {
   virtual ~KVException();
 
   std::uint32_t Code() const noexcept { return code_; }
-  const std::wstring& Message() const noexcept { return message_; }
+  const kv_std::Message& Message() const noexcept { return message_; }
 
  protected:
-  void SetMessage(std::wstring message) noexcept { message_ = static_cast<std::wstring&&>(message); }
+  void SetMessage(kv_std::Message message) noexcept { message_ = static_cast<kv_std::Message&&>(message); }
 
  private:
   std::uint32_t code_;
-  std::wstring message_;
+  kv_std::Message message_;
 };
 
 }  // namespace kv_std

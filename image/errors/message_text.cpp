@@ -13,25 +13,30 @@ bool IsDigit(wchar_t character) {
 
 }  // namespace
 
-std::wstring FormatMessageText(const wchar_t* text, const MessageArguments& arguments) {
-  std::wstring message;
-  if (text == nullptr) return message;
-  while (*text != L'\0' && message.size() < maxLength) {
+Message FormatMessageText(const wchar_t* text, const MessageArguments& arguments) {
+  wchar_t message[maxLength];
+  std::size_t length = 0;
+  if (text == nullptr) return {};
+  while (*text != L'\0' && length < maxLength) {
     if (text[0] == L'%' && text[1] == L'%') {
-      message += L'%';
+      message[length++] = L'%';
       text += 2;
     } else if (text[0] == L'%' && IsDigit(text[1])) {
       const wchar_t digit = text[1];
       if (digit >= L'1' && digit <= L'4') {
         const wchar_t* argument = arguments[static_cast<std::size_t>(digit - L'1')];
-        if (argument != nullptr && message.size() + std::wcslen(argument) < maxLength) message += argument;
+        const std::size_t added = argument != nullptr ? std::wcslen(argument) : maxLength;
+        if (length + added < maxLength) {
+          std::wmemcpy(message + length, argument, added);
+          length += added;
+        }
       }
       text += 2;
     } else {
-      message += *text++;
+      message[length++] = *text++;
     }
   }
-  return message;
+  return Message({message, length});
 }
 
 const wchar_t* FindText(const CatalogueEntry* catalogue, std::uint32_t code) noexcept {

@@ -2,9 +2,8 @@
 
 #include <array>
 #include <cstdint>
-#include <string>
 
-#include "image/export.h"
+#include "image/errors/message.h"
 
 namespace kv_std {
 
@@ -21,11 +20,10 @@ using MessageArguments = std::array<const wchar_t*, 4>;
 ///
 /// - `%%` gives one `%`.
 /// - `%1` to `%4` give the argument of that number if it is present and the characters written so far plus
-/// its
-///   length stay below 299; otherwise they give nothing: an argument is never cut. `%0` and `%5` to `%9` give
-///   nothing.
+///   its length stay below 299; otherwise they give nothing: an argument is never cut. `%0` and `%5` to `%9`
+///   give nothing.
 /// - `%` before anything else stays as it is.
-KV_IMAGE_API std::wstring FormatMessageText(const wchar_t* text, const MessageArguments& arguments);
+KV_IMAGE_API Message FormatMessageText(const wchar_t* text, const MessageArguments& arguments);
 
 /// The text of `code`: that of the first entry with this code; the end marker's empty text when there is
 /// none; "Empty message for exception code" where an entry has a null text.

@@ -195,6 +195,26 @@ TEST(Exceptions, AreCaughtByReferenceToTheBase) {
   EXPECT_FALSE((std::is_base_of_v<std::exception, KVException>));
 }
 
+TEST(Message, ShortAndLongTextsAreCopiedMovedAndAssigned) {
+  for (const std::size_t length : {0U, 1U, 62U, 63U, 64U, 65U, 299U}) {
+    const std::wstring text(length, L'm');
+    kv_std::Message message{text};
+    EXPECT_EQ(message.size(), length);
+    EXPECT_EQ(message.empty(), length == 0);
+    EXPECT_EQ(std::wstring(message.c_str()), text);
+    const kv_std::Message copy = message;
+    EXPECT_NE(copy.c_str(), message.c_str());
+    kv_std::Message assigned{std::wstring(100, L'x')};
+    assigned = message;
+    EXPECT_EQ(assigned, copy);
+    EXPECT_EQ(assigned, text);
+    const kv_std::Message moved = std::move(message);
+    EXPECT_EQ(moved, text);
+    EXPECT_EQ(copy, moved);
+  }
+  EXPECT_FALSE(kv_std::Message(L"a") == kv_std::Message(L"b"));
+}
+
 TEST(Exceptions, CopiesAreDeep) {
   auto* original = new AlgoMMXException(1, L"CopyMMX");
   const AlgoMMXException copy = *original;  // NOLINT(performance-unnecessary-copy-initialization)
