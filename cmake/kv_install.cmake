@@ -5,12 +5,15 @@ get_property(KV_MEMBERS GLOBAL PROPERTY KV_MEMBERS)
 
 if(NOT WIN32)
   file(RELATIVE_PATH toLibraries /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
-  set_target_properties(kv PROPERTIES INSTALL_RPATH $ORIGIN/${toLibraries})
+  set_target_properties(kv PROPERTIES INSTALL_RPATH "$ORIGIN/${toLibraries};$ORIGIN")
   set_target_properties(kv_Image kv_Math PROPERTIES INSTALL_RPATH $ORIGIN)
   foreach(member IN LISTS KV_MEMBERS)
     # As installed, or copied beside a program with the libraries.
     set_target_properties(${member} PROPERTIES INSTALL_RPATH "$ORIGIN/..;$ORIGIN")
   endforeach()
+  # One for both trees: CMake would fill up that of the build with empty entries, which the loader reads as the current
+  # folder, to have room for the other.
+  set_target_properties(kv kv_Image kv_Math ${KV_MEMBERS} PROPERTIES BUILD_WITH_INSTALL_RPATH ON)
 endif()
 
 install(TARGETS kv_Image kv_Math kv_frame kv_host EXPORT kv_algo

@@ -1,10 +1,12 @@
-#include "frame/algorithm_manager_impl.h"
-
 #include <algorithm>
+#include <exception>
 #include <memory>
 #include <mutex>
+#include <new>
+#include <optional>
 #include <utility>
 
+#include "frame/algorithm_manager_impl.h"
 #include "image/errors/exceptions.h"
 #include "image/library_address.h"
 
@@ -45,7 +47,30 @@ const std::filesystem::path& InstalledFolder() {
   return folder;
 }
 // Found while the module is loaded, when a relative name still means what it meant to the loader.
-[[maybe_unused]] const bool isInstalledFolderKnown = InstalledFolder().is_absolute();
+// Nobody could catch what is thrown while a module is loaded: without memory it is found when it is needed.
+[[maybe_unused]] const bool isInstalledFolderKnown = []() noexcept {
+  try {
+    return InstalledFolder().is_absolute();
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+}();
+
+/// What a function of a member returns; nothing when it throws, and `problem` says so.
+std::optional<std::uint32_t> Call(std::uint32_t (*function)(), const char* name, std::string& problem) {
+  std::string thrown = "an unknown exception";
+  try {
+    return function();
+  } catch (const std::exception& error) {
+    thrown = error.what();
+  } catch (const kv_std::KVException& error) {
+    thrown = "an exception of code " + std::to_string(error.Code());
+  } catch (...) {
+    // Nobody knows what it is.
+  }
+  problem = std::string(name) + " throws: " + thrown;
+  return std::nullopt;
+}
 
 }  // namespace
 
@@ -62,7 +87,9 @@ AlgorithmManagerImpl* AlgorithmManagerImpl::GetInstance() {
     ManagerSetup setup;
     setup.folders = global.folders;
     std::error_code error;
-    if (std::filesystem::is_directory(InstalledFolder(), error)) setup.folders.push_back(InstalledFolder());
+    if (InstalledFolder().is_absolute() && std::filesystem::is_directory(InstalledFolder(), error)) {
+      setup.folders.push_back(InstalledFolder());
+    }
     global.manager = std::make_shared<AlgorithmManagerImpl>(std::move(setup));
   }
   return global.manager.get();
@@ -124,14 +151,20 @@ MemberProbe AlgorithmManagerImpl::Probe(const wchar_t* name) {
   const auto getPriority = Find<std::uint32_t()>(module.get(), "getLibraryPriority");
   probe.finding = NoPriority;
   if (getPriority == nullptr) return probe;
-  probe.priority = getPriority();
+  probe.finding = Throws;
+  const auto priority = Call(getPriority, "getLibraryPriority", probe.problem);
+  if (!priority) return probe;
+  probe.priority = *priority;
   const LibraryEntry entry{probe.priority, name, nullptr};
   libraries_.push_back(entry);
 
   const auto getFeature = Find<std::uint32_t()>(module.get(), "getCPUFeature");
   probe.finding = NoFeatureMask;
   if (getFeature == nullptr) return probe;
-  probe.featureMask = getFeature();
+  probe.finding = Throws;
+  const auto featureMask = Call(getFeature, "getCPUFeature", probe.problem);
+  if (!featureMask) return probe;
+  probe.featureMask = *featureMask;
   probe.finding = (probe.featureMask & processorFeatures_) != 0 ? Usable : NoFeature;
   if (probe.finding == Usable) usableLibraries_.push_back(entry);
   return probe;
@@ -146,7 +179,13 @@ AlgorithmInterface* AlgorithmManagerImpl::Ask(const LibraryEntry& entry, const c
                                               const int* classIds, int count) {
   const auto loadAlgorithm =
       Find<AlgorithmInterface*(const char*, const int*, int)>(entry.module, "_LoadAlgorithm");
-  return loadAlgorithm != nullptr ? loadAlgorithm(algorithmName, classIds, count) : nullptr;
+  if (loadAlgorithm == nullptr) return nullptr;
+  try {
+    return loadAlgorithm(algorithmName, classIds, count);
+  } catch (...) {
+    // It must not; the members after it may know the request.
+    return nullptr;
+  }
 }
 
 AlgorithmInterface* AlgorithmManagerImpl::AskMember(std::wstring_view name, const char* algorithmName,

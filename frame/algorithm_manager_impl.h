@@ -27,6 +27,7 @@ struct MemberProbe {
     NoPriority,     ///< it does not export getLibraryPriority
     NoFeatureMask,  ///< it does not export getCPUFeature
     NoFeature,      ///< the processor has none of the features of `featureMask`
+    Throws,         ///< getLibraryPriority or getCPUFeature throws: see `problem`
     Usable
   };
 

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <new>
 #include <vector>
 
 #include "frame/interfaces/algorithm_interface.h"
@@ -34,7 +35,18 @@ class ImplementationData {
   /// The chosen implementation; null until found.
   Interface* current = nullptr;
   /// What each usable member answered; null where it had nothing or was not asked.
-  std::vector<Interface*> perLibrary = std::vector<Interface*>(familySize);
+  std::vector<Interface*> perLibrary = EmptySlots();
+
+ private:
+  /// Holders are made while a module is loaded, when nobody could catch an exception: without memory the
+  /// slots are made by the look-up.
+  static std::vector<Interface*> EmptySlots() noexcept {
+    try {
+      return std::vector<Interface*>(familySize);
+    } catch (const std::bad_alloc&) {
+      return {};
+    }
+  }
 };
 
 /// A reference to an ImplementationData of any algorithm: what the one look-up that serves them all needs.

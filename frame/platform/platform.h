@@ -1,8 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
-#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
@@ -13,7 +13,7 @@ namespace kv_platform {
 /// A critical section: a lock that one thread holds at a time. Meets the needs of std::lock_guard.
 class CriticalSection {
  public:
-  CriticalSection();
+  CriticalSection() noexcept;
   CriticalSection(const CriticalSection&) = delete;
   CriticalSection& operator=(const CriticalSection&) = delete;
   ~CriticalSection();
@@ -22,7 +22,10 @@ class CriticalSection {
 
  private:
   struct Body;
-  std::unique_ptr<Body> body_;
+  // In the object itself: barriers that live as long as a module are made while it is loaded, when nobody
+  // could catch what an allocation throws.
+  alignas(std::max_align_t) std::byte memory_[48];
+  Body* body_;
 };
 
 /// A loaded module; null: none.
@@ -38,7 +41,8 @@ struct LoadedModule {
 };
 
 /// Loads the family member `name` (no extension, no path): from the folder of the module that asks, then from
-/// `folders`, then by the system's search; never from the current folder unless that is among `folders`.
+/// `folders`, then by the system's search; never from the current folder unless that is among `folders`. A
+/// system's search that would look in a relative folder is skipped.
 ///
 /// Every load needs its UnloadModule. A module that loads itself takes no reference to itself: nothing could
 /// ever release it.
@@ -64,6 +68,9 @@ struct Processor {
 
 /// Read once, when the program or module is loaded.
 const Processor& ThisProcessor();
+
+/// Leaves the registers that SIMD and floating-point code share ready for floating-point code.
+void ClearSimdState();
 
 /// `text`, in the system's code page, as a wide string of at most 256 characters.
 std::wstring Widen(const char* text);

@@ -1,9 +1,13 @@
 #include <dlfcn.h>
 #include <link.h>
 
+#include <cstddef>
 #include <cwchar>
 #include <filesystem>
+#include <memory>
 #include <mutex>
+#include <new>
+#include <string>
 #include <vector>
 
 #include "frame/platform/platform.h"
@@ -44,28 +48,57 @@ const std::filesystem::path& OwnFolder() {
   static const std::filesystem::path folder = FolderOf(OwnAddress());
   return folder;
 }
-[[maybe_unused]] const bool isOwnFolderKnown = !OwnFolder().empty();
+// Nobody could catch what is thrown while a module is loaded: without memory it is found when it is needed.
+[[maybe_unused]] const bool isOwnFolderKnown = []() noexcept {
+  try {
+    return !OwnFolder().empty();
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+}();
 
 ModuleHandle Open(const std::string& file) {
   return dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
 }
 
-// Tries `file` in every folder. A file that is there but cannot be loaded is told in `problems`, as is a
-// folder without it, which is less of a problem: only told when nothing worse was met.
+// Tries `file` in every folder. A file that exists but cannot be loaded is reported in `problems`; folders
+// without it are reported when nothing worse was met.
 ModuleHandle OpenInFolders(const std::string& file, std::span<const std::filesystem::path> folders,
                            std::string& problems) {
   std::string absences;
   for (const std::filesystem::path& folder : folders) {
+    // A path that starts without a slash might be one that the loader searches for.
     std::error_code error;
-    if (!std::filesystem::exists(folder / file, error)) {
+    const std::filesystem::path candidate = std::filesystem::absolute(folder / file, error);
+    if (!std::filesystem::exists(candidate, error)) {
       absences += "not in " + folder.string() + "; ";
       continue;
     }
-    if (ModuleHandle module = Open((folder / file).string())) return module;
+    if (ModuleHandle module = Open(candidate.string())) return module;
     problems += std::string(dlerror()) + "; ";
   }
   if (problems.empty()) problems = absences;
   return nullptr;
+}
+
+// A relative folder in which the loader would search for this module; empty when there is none.
+// LD_LIBRARY_PATH and the module's RUNPATH may hold one; the loader reads an empty entry as the current
+// folder.
+std::string RelativeSearchFolder() {
+  const link_map* entry = OwnEntry();
+  if (entry == nullptr) return {};
+  const std::unique_ptr<void, int (*)(void*)> own(dlopen(entry->l_name, RTLD_LAZY | RTLD_NOLOAD), dlclose);
+  Dl_serinfo size{};
+  if (own == nullptr || dlinfo(own.get(), RTLD_DI_SERINFOSIZE, &size) != 0) return {};
+  std::vector<std::max_align_t> memory(size.dls_size / sizeof(std::max_align_t) + 1);
+  auto* found = reinterpret_cast<Dl_serinfo*>(memory.data());
+  *found = size;
+  if (dlinfo(own.get(), RTLD_DI_SERINFO, found) != 0) return {};
+  for (unsigned i = 0; i < found->dls_cnt; ++i) {
+    const std::string folder = found->dls_serpath[i].dls_name;
+    if (!folder.starts_with('/')) return folder;
+  }
+  return {};
 }
 
 }  // namespace
@@ -74,8 +107,12 @@ struct CriticalSection::Body {
   std::mutex mutex;
 };
 
-CriticalSection::CriticalSection() : body_(std::make_unique<Body>()) {}
-CriticalSection::~CriticalSection() = default;
+CriticalSection::CriticalSection() noexcept : body_(::new (memory_) Body) {
+  static_assert(sizeof(Body) <= sizeof(memory_));
+}
+CriticalSection::~CriticalSection() {
+  body_->~Body();
+}
 void CriticalSection::lock() {
   body_->mutex.lock();
 }
@@ -91,8 +128,15 @@ LoadedModule LoadModule(std::wstring_view name, std::span<const std::filesystem:
 
   LoadedModule loaded;
   loaded.handle = OpenInFolders(file, places, loaded.problem);
-  // A name without a slash is searched for in the system's folders only.
-  if (loaded.handle == nullptr) loaded.handle = Open(file);
+  if (loaded.handle == nullptr) {
+    if (const std::string folder = RelativeSearchFolder(); !folder.empty()) {
+      loaded.problem +=
+          "the system's search is skipped: LD_LIBRARY_PATH has the relative folder \"" + folder + '"';
+      return loaded;
+    }
+    // A name without a slash is searched for in the system's folders only.
+    loaded.handle = Open(file);
+  }
   if (loaded.handle == nullptr) {
     loaded.problem += dlerror();
     return loaded;

@@ -1,4 +1,5 @@
 #include <cpuid.h>
+#include <mmintrin.h>
 
 #include "frame/platform/platform.h"
 
@@ -21,6 +22,10 @@ Processor ReadProcessor() {
 const Processor& ThisProcessor() {
   static const Processor processor = ReadProcessor();
   return processor;
+}
+
+void ClearSimdState() {
+  _mm_empty();
 }
 
 }  // namespace kv_platform

@@ -1,6 +1,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <new>
 #include <vector>
 
 #include "frame/platform/platform.h"
@@ -83,11 +84,13 @@ struct CriticalSection::Body {
   CRITICAL_SECTION section;
 };
 
-CriticalSection::CriticalSection() : body_(std::make_unique<Body>()) {
+CriticalSection::CriticalSection() noexcept : body_(::new (memory_) Body) {
+  static_assert(sizeof(Body) <= sizeof(memory_));
   InitializeCriticalSection(&body_->section);
 }
 CriticalSection::~CriticalSection() {
   DeleteCriticalSection(&body_->section);
+  body_->~Body();
 }
 void CriticalSection::lock() {
   EnterCriticalSection(&body_->section);

@@ -22,6 +22,8 @@ std::string StateOf(const MemberProbe& probe) {
       return "does not export getCPUFeature";
     case MemberProbe::Finding::NoFeature:
       return "this processor has none of the features it needs";
+    case MemberProbe::Finding::Throws:
+      return probe.problem;
     case MemberProbe::Finding::Usable:
       break;
   }
@@ -44,7 +46,7 @@ std::string LevelNote(const MemberProbe& probe) {
 
 bool IsFound(const MemberProbe& probe) {
   return probe.finding != MemberProbe::Finding::NotLoaded &&
-         probe.finding != MemberProbe::Finding::NoPriority;
+         probe.finding != MemberProbe::Finding::NoPriority && probe.finding != MemberProbe::Finding::Throws;
 }
 
 std::vector<std::string> OfferedBy(const Family& family, const MemberProbe& probe) {

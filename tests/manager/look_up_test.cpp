@@ -129,6 +129,23 @@ TEST(LookUp, AMemberThatAnswersNullOrCannotBeAskedIsPassedOver) {
   EXPECT_TRUE(IsModuleLoaded(ModuleFile("without_load")));
 }
 
+TEST(LookUp, AMemberThatThrowsIsPassedOverByAllThreads) {
+  AlgorithmManagerImpl manager(
+      Family({L"throws_priority", L"throws_feature", L"throws_answer", L"answers_3"}));
+  std::vector<int> priorities(8);
+  std::vector<std::thread> threads;
+  for (int& priority : priorities) {
+    threads.emplace_back([&] {
+      Holder holder;
+      LookUp(manager, holder);
+      priority = PriorityOf(holder.current);
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(priorities, std::vector<int>(8, 3));
+  EXPECT_EQ(manager.AskMember(L"throws_answer", "AverageFilter", &anyId, 1), nullptr);
+}
+
 TEST(LookUp, AMemberWhoseFeatureTheProcessorLacksIsNeverAsked) {
   const HeldModule lacking(L"needs_feature_2");
   AlgorithmManagerImpl manager(Family({L"needs_feature_2", L"answers_3"}));

@@ -101,6 +101,18 @@ TEST(ManagerProbing, WithoutLoadAlgorithmItIsUsableButAnswersNothing) {
   EXPECT_TRUE(ProbeOf(L"answers_null").answersRequests);
 }
 
+TEST(ManagerProbing, AMemberThatThrowsIsSkippedAndTheProbeSaysWhy) {
+  const AlgorithmManagerImpl manager(Family({L"throws_priority", L"throws_feature", L"answers_3"}));
+  EXPECT_EQ(Names(manager.UsableLibraries()), NameList{L"answers_3"});
+  EXPECT_EQ(manager.Probes().at(0).finding, Throws);
+  EXPECT_EQ(manager.Probes()[0].problem, "getLibraryPriority throws: no priority today");
+  EXPECT_EQ(manager.Probes()[1].finding, Throws);
+  EXPECT_EQ(manager.Probes()[1].problem, "getCPUFeature throws: an unknown exception");
+  for (const char* name : {"throws_priority", "throws_feature"}) {
+    EXPECT_FALSE(IsModuleLoaded(ModuleFile(name))) << name;
+  }
+}
+
 TEST(ManagerProbing, AMaskWithoutACommonBitIsListedButNotUsable) {
   kv_img::ManagerSetup setup = Family({L"needs_feature_2"});
   for (const std::uint32_t features : {0U, 1U, 0xFFFFFFFDU}) {

@@ -2,20 +2,28 @@
 //   KV_TEST_PRIORITY  getLibraryPriority, which answers this
 //   KV_TEST_FEATURE   getCPUFeature, which answers this
 //   KV_TEST_ANSWERS   _LoadAlgorithm; 1: answers "AverageFilter", 0: answers null to everything
+//   KV_TEST_THROWS    1: getLibraryPriority throws, 2: getCPUFeature, 3: _LoadAlgorithm
 #include <cstring>
+#include <stdexcept>
 
 #include "frame/interfaces/average_filter.h"
 #include "image/image.h"
 #include "plugin/exports.h"
 
+#if !defined(KV_TEST_THROWS)
+#define KV_TEST_THROWS 0
+#endif
+
 #if defined(KV_TEST_PRIORITY)
 std::uint32_t getLibraryPriority() {
+  if (KV_TEST_THROWS == 1) throw std::runtime_error("no priority today");
   return KV_TEST_PRIORITY;
 }
 #endif
 
 #if defined(KV_TEST_FEATURE)
 std::uint32_t getCPUFeature() {
+  if (KV_TEST_THROWS == 2) throw 7;
   return KV_TEST_FEATURE;
 }
 #endif
@@ -49,6 +57,7 @@ int timesAsked = 0;
 kv_img::AlgorithmInterface* _LoadAlgorithm(const char* name, const int* /*pixelClassIds*/, int /*count*/) {
   static Filter filter;
   ++timesAsked;
+  if (KV_TEST_THROWS == 3) throw std::runtime_error("no answer today");
   return KV_TEST_ANSWERS != 0 && std::strcmp(name, "AverageFilter") == 0 ? &filter : nullptr;
 }
 
