@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "frame/platform/platform.h"
 #include "frame/spin_barrier.h"
 #include "image/region_of_support.h"
 
@@ -37,9 +38,17 @@ constexpr RowBand BandOf(std::int32_t top, std::int32_t bottom, std::int32_t thr
 static_assert(BandOf(0, 9, 4, 1).first == 2 && BandOf(0, 9, 4, 1).last == 4);
 static_assert(BandOf(5, 4, 3, 2).last < BandOf(5, 4, 3, 2).first);
 
+/// The band of the thread that calls an operation. Leaves the SIMD state clean: when the band is empty no
+/// kernel does.
+inline RowBand TakeBand(std::int32_t top, std::int32_t bottom, std::int32_t threads, std::uint32_t index) {
+  kv_platform::ClearSimdState();
+  return BandOf(top, bottom, threads, index);
+}
+
+/// The same for the rows of a region.
 inline RowBand BandOf(const RegionOfSupport& region, const kv_std::SpinBarrier& barrier,
                       std::uint32_t index) {
-  return BandOf(region.GetTop(), region.GetBottom(), barrier.GetThreadCount(), index);
+  return TakeBand(region.GetTop(), region.GetBottom(), barrier.GetThreadCount(), index);
 }
 
 }  // namespace kv_img

@@ -64,7 +64,7 @@ class Copy : public CopyAlgorithmInterface<ImageIn, ImageOut> {
                              std::uint32_t threadIndex, RowWork work) {
     const auto& from = source.GetPixelBuffer();
     const auto& to = destination.GetPixelBuffer();
-    const RowBand band = BandOf(0, static_cast<std::int32_t>(source.GetHeight()) - 1, threads, threadIndex);
+    const RowBand band = TakeBand(0, static_cast<std::int32_t>(source.GetHeight()) - 1, threads, threadIndex);
     const int shift = copy::FieldParityShift(from.properties, to.properties);
     for (int row = band.first; row <= band.last; ++row)
       work(std::clamp(row + shift, band.first, band.last), row);

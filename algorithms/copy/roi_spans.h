@@ -59,7 +59,7 @@ void ForEachRoiSpan(const RoiSide& source, const RoiSide& destination, int shift
   // In 64 bits, for regions without pixels may have any bounds.
   const std::int64_t top = source.region.GetTop();
   const RowBand share =
-      BandOf(0, RowCount(source.region.GetTop(), source.region.GetBottom()) - 1, threads, index);
+      TakeBand(0, RowCount(source.region.GetTop(), source.region.GetBottom()) - 1, threads, index);
   const std::int64_t offset = destination.region.GetTop() - top;
   const std::int64_t first = std::max({top + share.first, std::int64_t{0}, -offset});
   const std::int64_t last =

@@ -12,6 +12,7 @@
 #include "algorithms/kernel_sets.h"
 #include "frame/interfaces/feature_find.h"
 #include "frame/member_name.h"
+#include "frame/platform/platform.h"
 #include "image/image.h"
 
 namespace kv_img {
@@ -77,20 +78,24 @@ class FeatureFind : public FeatureFindAlgorithmInterface<ImageType> {
       patch.ReadSamples(Reader(image1.GetPixelBuffer()));
       double centreX = point2[0];
       double centreY = point2[1];
+      // A later level may find no memory: the result is written when all have come to an end.
+      double found[2] = {result[0], result[1]};
       std::int64_t pass = level;
       do {
         const auto columns = StepRange::Around(centreX, hw, rangeX, stepX, static_cast<double>(limits.x));
         const auto rows = StepRange::Around(centreY, hh, rangeY, stepY, static_cast<double>(limits.y));
-        SearchSteps(patch, image2, columns, rows, limits, result, map);
+        SearchSteps(patch, image2, columns, rows, limits, found, map);
         // The next level: around the match just found, with half the range, half the step and no map.
-        centreX = result[0];
-        centreY = result[1];
+        centreX = found[0];
+        centreY = found[1];
         rangeX = columns.range / 2;
         rangeY = rows.range / 2;
         stepX /= 2;
         stepY /= 2;
         map = nullptr;
       } while (++pass < levels);
+      result[0] = found[0];
+      result[1] = found[1];
     });
   }
 
@@ -138,6 +143,7 @@ class FeatureFind : public FeatureFindAlgorithmInterface<ImageType> {
   /// Runs `search`; turns std::bad_alloc into an exception of the family.
   template <class Search>
   static void WithMemory(Search search) {
+    kv_platform::ClearSimdState();
     try {
       search();
     } catch (const std::bad_alloc&) {

@@ -6,6 +6,7 @@
 #include "algorithms/fillpoly/scan_line.h"
 #include "frame/interfaces/fill_poly.h"
 #include "frame/member_name.h"
+#include "frame/platform/platform.h"
 #include "geometry/intersection.h"
 #include "image/image.h"
 #include "image/image_rect.h"
@@ -55,6 +56,7 @@ class FillPoly : public FillPolyAlgorithmInterface<ImageType> {
  public:
   ImageType& Apply(ImageType& image, const std::vector<kv_math::Vector2>& vertices, const Pixel& colour,
                    int /*unused1*/, int /*unused2*/, const RegionOfSupport& region) const override {
+    kv_platform::ClearSimdState();
     if (region.GetClassID() != ImageRect::ClassID) return image;
     [[maybe_unused]] const PixelDIB24 paint(colour);
     const double opacity = PixelDIB32(colour).GetAlpha() / 255.0;

@@ -113,6 +113,7 @@ class ParityChange : public ParityChangeAlgorithmInterface<ImageIn, ImageOut> {
 
   /// Sets the destination to the other field order and returns the line offset.
   static int TurnFieldOrder(const ImageIn& source, ImageOut& destination) {
+    kv_platform::ClearSimdState();
     const VideoImageProperties& properties = source.GetPixelBuffer().properties;
     destination.GetPixelBuffer().properties.fieldOrder = properties.fieldOrder == 0 ? 1 : 0;
     return parity::LineOffset(properties);

@@ -40,13 +40,13 @@ class Scanning : public ScanningAlgorithmInterface<ImageIn, ImageOut> {
         (isVertical && sourceRegion.GetWidth() != destinationRegion.GetWidth())) {
       Refuse<Set>(2, L"Scanning");
     }
+    const RowBand band = BandOf(destinationRegion, barrier, static_cast<std::uint32_t>(threadIndex));
     // A region without pixels may be anywhere, even where there are no rows.
     if (destinationRegion.GetWidth() == 0) return destination;
     const bool isForward = (modeFlags & (isHorizontal ? horizontalForward : verticalForward)) != 0;
     const std::uint32_t frame = isForward ? step : static_cast<std::uint32_t>(steps) - step - 1U;
     const bool isOtherField = destination.GetProperties().fieldParity != (step & 1U);
 
-    const RowBand band = BandOf(destinationRegion, barrier, static_cast<std::uint32_t>(threadIndex));
     const RowBand computed{band.first, band.last - (isOtherField ? 1 : 0)};
     if (isHorizontal) {
       PanHorizontally(source, destination, sourceRegion, destinationRegion, steps, frame, isOtherField,
