@@ -2,10 +2,16 @@
 // bad_alloc or an exception of the family, and the next call works.
 #include <gtest/gtest.h>
 
+#include <array>
+#include <atomic>
 #include <new>
+#include <thread>
+#include <vector>
 
 #include "check/operation_case.h"
+#include "check/test_image.h"
 #include "frame/algorithm_manager_impl.h"
+#include "frame/interfaces/feature_find.h"
 #include "frame/score_maps.h"
 #include "frame/spin_barrier.h"
 #include "geometry/intersection.h"
@@ -99,12 +105,72 @@ TEST(OperationMemory, ExceptionsAndTheirMessages) {
                                              L"another");
             }),
             0);
-  EXPECT_GT(FailEachIn([] {
-              const kv_std::SpinBarrierException error(12603);
-              const kv_std::SpinBarrierException copy = error;
-              throw copy;
-            }),
-            0);
+}
+
+TEST(SpinBarrierMemory, AStopReachesEveryThreadWithoutMemory) {
+  for (const std::uint32_t code : {12603U, 12607U}) {
+    kv_std::SpinBarrier barrier(3);
+    std::array<std::uint32_t, 3> codes{};
+    std::array<bool, 3> haveTexts{};
+    std::atomic<int> ready = 0;
+    std::vector<std::thread> threads;
+    for (std::size_t i = 0; i < 2; ++i) {
+      threads.emplace_back([&, i] {
+        ++ready;
+        try {
+          barrier.Wait();
+        } catch (const kv_std::SpinBarrierException& error) {
+          codes[i] = error.Code();
+          haveTexts[i] =
+              error.Message() == (code == 12603 ? L"Internal barrier exception: exit has been requested"
+                                                : L"Internal barrier exception: a processing error occured");
+        }
+      });
+    }
+    while (ready < 2) std::this_thread::yield();
+    bool haveFailed = false;
+    {
+      const FailingAllocations failing(0);
+      static_assert(noexcept(barrier.RequestStop())&& noexcept(barrier.RequestErrorStop()));
+      code == 12603 ? barrier.RequestStop() : barrier.RequestErrorStop();
+      for (std::thread& thread : threads) thread.join();
+      haveFailed = failing.HaveFailed();
+    }
+    EXPECT_FALSE(haveFailed) << "a stop allocates";
+    EXPECT_EQ(codes, (std::array<std::uint32_t, 3>{code, code, 0}));
+    EXPECT_TRUE(haveTexts[0] && haveTexts[1]);
+  }
+}
+
+TEST(OperationMemory, ASubPixelSearchThatFindsNoMemoryLeavesItsResult) {
+  using Frame = kv_check::Yuv422;
+  kv_check::Random random(5);
+  const kv_check::TestImage<kv_img::PixelYUV422> image(random, 24, 20, kv_check::Placement::Any(random));
+  const double at[] = {12.25, 9.5};
+  for (const Member& member : Members()) {
+    const auto* find = member.Get<kv_img::FeatureFindAlgorithmInterface<Frame>>(
+        "FeatureFind", {kv_img::PixelYUV422::ClassID});
+    kv_std::SpinBarrier barrier(1);
+    int failures = 0;
+    for (bool hasFailed = true; hasFailed; ++failures) {
+      ASSERT_LT(failures, 1000);
+      double result[] = {-5, -6};
+      const FailingAllocations failing(failures);
+      try {
+        find->LocateFeatureSubPixel(*image, *image, at, at, result, 3, 3, 2, 2, 1, 1, 4, nullptr, barrier, 0);
+        hasFailed = false;
+      } catch (const kv_img::AlgoMMXException& error) {
+        ASSERT_EQ(error.Code(), 3U);
+        ASSERT_EQ(result[0], -5);
+        ASSERT_EQ(result[1], -6);
+      } catch (const std::bad_alloc&) {
+        // Not even for the text of the exception.
+        ASSERT_EQ(result[0], -5);
+        ASSERT_EQ(result[1], -6);
+      }
+    }
+    EXPECT_GT(failures, 4) << "one at least for each level";
+  }
 }
 
 TEST(OperationMemory, AManagerThatProbesTheFamily) {
