@@ -23,9 +23,9 @@ namespace box_filter {
 using Kernels = KernelList<struct ReplaceRow, struct SmallWindowMeans, struct WindowMeans>;
 }
 namespace color {
-using Kernels = KernelList<struct DecodeTo24, struct DecodeTo32, struct EncodeFrom24, struct EncodeFrom32,
-                           struct GreyOfLuma, struct LumaOfGrey, struct PutAlpha, struct Recode,
-                           struct TakeAlpha>;
+using Kernels =
+    KernelList<struct DecodeTo24, struct DecodeTo32, struct EncodeFrom24, struct EncodeFrom32,
+               struct GreyOfLuma, struct LumaOfGrey, struct PutAlpha, struct Recode, struct TakeAlpha>;
 }
 namespace copy {
 using Kernels =
@@ -50,9 +50,8 @@ struct KernelLists {
   template <class Kernel>
   static constexpr bool has = (Lists::template has<Kernel> || ...);
 };
-using ListedKernels =
-    KernelLists<alpha::Kernels, arithmetic::Kernels, box_filter::Kernels, color::Kernels, copy::Kernels,
-                featurefind::Kernels, parity::Kernels, scanning::Kernels>;
+using ListedKernels = KernelLists<alpha::Kernels, arithmetic::Kernels, box_filter::Kernels, color::Kernels,
+                                  copy::Kernels, featurefind::Kernels, parity::Kernels, scanning::Kernels>;
 
 template <class Kernel>
 concept ListedKernel = ListedKernels::has<Kernel>;

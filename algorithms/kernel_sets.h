@@ -1,22 +1,27 @@
 #pragma once
 
+#include <string_view>
+
 #include "algorithms/kernel_list.h"
 #include "algorithms/simd/kernel.h"
-#include "frame/member_name.h"
 
-// The kernel sets, as operations use them: Set::Run<Kernel>(args). Each knows the suffix of its members'
-// class names.
+// The kernel sets, as operations use them: Set::Run<Kernel>(args). `suffix` ends the class names of the
+// member that runs the set, and so the names in its messages.
 
 namespace kv_img {
 
-struct Scalar : MemberC {
+struct Scalar {
+  static constexpr std::wstring_view suffix = L"C";
+
   template <ListedKernel Kernel>
   static void Run(typename Kernel::Args& args) noexcept {
     Kernel::template Run<Scalar>(args);
   }
 };
 
-struct Mmx : MemberMMX {
+struct Mmx {
+  static constexpr std::wstring_view suffix = L"MMX";
+
   template <ListedKernel Kernel>
   static void Run(typename Kernel::Args& args) noexcept {
     Kernel::template Run<Mmx>(args);
@@ -24,7 +29,9 @@ struct Mmx : MemberMMX {
 };
 
 /// The wide set at the level that this module runs at.
-struct Widest : MemberSSE2 {
+struct Widest {
+  static constexpr std::wstring_view suffix = L"SSE2";
+
   template <ListedKernel Kernel>
   static void Run(typename Kernel::Args& args) noexcept {
     switch (currentLevel) {

@@ -6,6 +6,7 @@
 
 #include "algorithms/kernel_sets.h"
 #include "frame/interfaces/copy.h"
+#include "frame/member_name.h"
 #include "frame/row_band.h"
 #include "image/image.h"
 

@@ -5,6 +5,7 @@
 #include "algorithms/copy/copy.h"
 #include "algorithms/copy/roi_spans.h"
 #include "frame/interfaces/copy_roi.h"
+#include "frame/member_name.h"
 #include "image/image_rect.h"
 
 namespace kv_img {

@@ -4,6 +4,7 @@
 #include "algorithms/copy/kernels/interleave.h"
 #include "algorithms/copy/stored_row.h"
 #include "algorithms/packed422/samples.h"
+#include "frame/member_name.h"
 
 namespace kv_img::copy {
 

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "algorithms/fillpoly/scan_line.h"
+#include "algorithms/kernel_sets.h"
 #include "frame/interfaces/fill_poly.h"
 #include "frame/member_name.h"
 #include "frame/platform/platform.h"
@@ -85,12 +86,12 @@ class FillPoly : public FillPolyAlgorithmInterface<ImageType> {
 };
 
 template <class ImageType>
-class FillPolyC final : public FillPoly<MemberC, ImageType> {};
+class FillPolyC final : public FillPoly<Scalar, ImageType> {};
 
 template <class ImageType>
-class FillPolyMMX final : public FillPoly<MemberMMX, ImageType> {};
+class FillPolyMMX final : public FillPoly<Mmx, ImageType> {};
 
 template <class ImageType>
-class FillPolySSE2 final : public FillPoly<MemberSSE2, ImageType> {};
+class FillPolySSE2 final : public FillPoly<Widest, ImageType> {};
 
 }  // namespace kv_img

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <string_view>
 #include <type_traits>
 
 #include "algorithms/copy/copy.h"
@@ -13,7 +14,9 @@ namespace copy {
 namespace portable {
 
 /// No kernels: every format has a reader or writer of its own, and blocks of pixels go from one to the other.
-struct NoKernels : MemberC {};
+struct NoKernels {
+  static constexpr std::wstring_view suffix = Scalar::suffix;
+};
 
 }  // namespace portable
 
