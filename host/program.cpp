@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <exception>
 #include <new>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -15,6 +14,7 @@
 #include "host/formats/unfinished_files.h"
 #include "host/platform/platform.h"
 #include "host/session.h"
+#include "host/text_stream.h"
 #include "image/errors/kv_exception.h"
 
 namespace kv_host {
@@ -55,7 +55,7 @@ void RunCommand(std::vector<std::string> arguments, Session& session) {
     std::ranges::reverse(arguments);
     app.parse(std::move(arguments));
   } catch (const CLI::Success& success) {
-    std::ostringstream text;
+    TextStream text;
     app.exit(success, text, text);
     session.answer = text.str();
     session.json = false;

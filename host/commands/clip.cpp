@@ -9,6 +9,7 @@
 #include "host/errors.h"
 #include "host/formats/byte_sink.h"
 #include "host/formats/format_error.h"
+#include "host/text_stream.h"
 #include "image/image.h"
 #include "image/image_rect.h"
 
@@ -77,7 +78,7 @@ struct ClipOptions {
   }
 
   static std::string Points(const Polygon2& polygon) {
-    std::ostringstream text;
+    TextStream text;
     for (std::size_t i = 0; i < polygon.GetNbrOfVertices(); ++i) {
       text << (i == 0 ? "" : " ") << polygon[i].x << ',' << polygon[i].y;
     }
@@ -87,7 +88,7 @@ struct ClipOptions {
   void WriteSvg(Size image, const kv_img::ImageRect& where, const Polygon2& whole,
                 const std::vector<Polygon2>& pieces) const {
     const double line = std::max(image.width, image.height) / 200.0;
-    std::ostringstream text;
+    TextStream text;
     text << "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 " << image.width << ' ' << image.height
          << "\" width=\"" << image.width << "\" height=\"" << image.height << "\">\n"
          << "<rect width=\"100%\" height=\"100%\" fill=\"#fff\"/>\n<g stroke-width=\"" << line << "\">\n"

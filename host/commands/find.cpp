@@ -2,7 +2,6 @@
 #include <cmath>
 #include <cstdio>
 #include <memory>
-#include <sstream>
 
 #include "frame/interfaces/feature_find.h"
 #include "host/annotate.h"
@@ -12,6 +11,7 @@
 #include "host/formats/byte_sink.h"
 #include "host/formats/format_error.h"
 #include "host/frames.h"
+#include "host/text_stream.h"
 
 namespace kv_host {
 namespace {
@@ -74,7 +74,7 @@ void FindOptions::RequireFiles() const {
 }
 
 std::string MapText(const Surface& surface) {
-  std::ostringstream text;
+  TextStream text;
   text << "x,y,score\n";
   for (std::size_t i = 0; i < surface.scores.size(); ++i) {
     if (surface.scores[i] == kv_img::unscored) continue;
@@ -158,7 +158,7 @@ void FindOptions::Run() const {
   session.result->Add("x", match->x).Add("y", match->y).Add("score", match->score);
   session.result->Add("at", request.at).Add("half", request.half);
   session.result->Add("member", with.family.AnsweredBy("FeatureFind"));
-  std::ostringstream text;
+  TextStream text;
   text << "found at " << match->x << ',' << match->y << " with a mean difference of " << match->score << '\n';
   session.answer = text.str();
   for (const std::string& file : {map, annotate}) {

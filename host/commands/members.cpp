@@ -1,11 +1,11 @@
 #include <iomanip>
 #include <memory>
-#include <sstream>
 
 #include "frame/platform/wide_level.h"
 #include "host/combinations.h"
 #include "host/commands/command.h"
 #include "host/formats/file_name.h"
+#include "host/text_stream.h"
 
 namespace kv_host {
 namespace {
@@ -59,7 +59,7 @@ std::vector<std::string> OfferedBy(const Family& family, const MemberProbe& prob
 }
 
 std::string Table(const Family& family, bool showsAll) {
-  std::ostringstream text;
+  TextStream text;
   for (const MemberProbe& probe : family.Probes()) {
     text << std::left << std::setw(12) << Narrow(probe.name);
     if (IsFound(probe)) {
@@ -96,7 +96,7 @@ void AnswerRequest(const Family& family, const std::string& request, Session& se
   const Combination combination = ParseCombination(request, "--for");
   const std::string answer = family.WhoAnswers(combination.algorithm, combination.ids);
   JsonText members = JsonText::Array();
-  std::ostringstream text;
+  TextStream text;
   for (const MemberProbe& probe : family.Probes()) {
     const std::string name = Narrow(probe.name);
     const bool offers = family.Answers(probe.name, combination.algorithm, combination.ids);

@@ -5,11 +5,11 @@
 #include <iomanip>
 #include <memory>
 #include <random>
-#include <sstream>
 
 #include "host/commands/command.h"
 #include "host/errors.h"
 #include "host/self_test.h"
+#include "host/text_stream.h"
 
 namespace kv_host {
 namespace {
@@ -42,7 +42,7 @@ std::vector<TestedMember> UsableMembers(const Family& family) {
 
 /// A line for every member, then what differs.
 std::string Table(const std::vector<TestedMember>& members, const std::vector<SelfTestCheck>& checks) {
-  std::ostringstream text;
+  TextStream text;
   text << "members, compared with the plain rules:\n";
   for (const TestedMember& member : members) {
     int operations = 0;

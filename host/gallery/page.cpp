@@ -3,6 +3,8 @@
 #include <iomanip>
 #include <sstream>
 
+#include "host/text_stream.h"
+
 namespace kv_host {
 namespace {
 
@@ -79,7 +81,7 @@ std::string Escaped(const std::string& text) {
 
 /// A file's name as an address: what has a meaning there is written as its number.
 std::string Address(const std::string& file) {
-  std::ostringstream address;
+  TextStream address;
   for (const unsigned char character : file) {
     if (std::isalnum(character) != 0 || character == '-' || character == '.' || character == '_') {
       address << character;
@@ -91,7 +93,7 @@ std::string Address(const std::string& file) {
 }
 
 std::string ImageTag(const Plate& plate) {
-  std::ostringstream html;
+  TextStream html;
   html << "<img src=\"" << Address(plate.file) << "\" alt=\"" << Escaped(plate.caption) << "\" width=\""
        << plate.width << "\" height=\"" << plate.height * plate.frames << "\""
        << (plate.isPixelated ? " class=\"hard\"" : "");
@@ -146,7 +148,7 @@ void Show(std::ostream& html, const Exhibit& exhibit, const std::string& anchor)
 
 std::string GalleryPage(const std::vector<Room>& rooms, const std::string& footing,
                         const std::vector<std::string>& problems) {
-  std::ostringstream html;
+  TextStream html;
   html << "<!doctype html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
           "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
           "<link rel=\"icon\" href=\"data:,\">\n<title>kv: gallery</title>\n<style>"
