@@ -30,6 +30,22 @@ class KV_IMAGE_API Message {
   bool empty() const noexcept { return size_ == 0; }
   const wchar_t* c_str() const noexcept { return long_ != nullptr ? long_.get() : short_; }
 
+  // The rest of what hosts ask of a std::wstring.
+  static constexpr std::size_t npos = std::wstring_view::npos;
+  std::size_t length() const noexcept { return size_; }
+  const wchar_t* data() const noexcept { return c_str(); }
+  const wchar_t* begin() const noexcept { return c_str(); }
+  const wchar_t* end() const noexcept { return c_str() + size_; }
+  wchar_t operator[](std::size_t index) const noexcept { return c_str()[index]; }
+  template <class Part>
+  std::size_t find(const Part& part, std::size_t from = 0) const noexcept {
+    return std::wstring_view(*this).find(part, from);
+  }
+  std::wstring substr(std::size_t from = 0, std::size_t count = npos) const {
+    return std::wstring(std::wstring_view(*this).substr(from, count));
+  }
+  int compare(std::wstring_view other) const noexcept { return std::wstring_view(*this).compare(other); }
+
   operator std::wstring_view() const noexcept { return {c_str(), size_}; }
   operator std::wstring() const { return {c_str(), size_}; }
 
@@ -44,6 +60,13 @@ inline bool operator==(const Message& a, std::wstring_view b) noexcept {
 }
 inline bool operator==(const Message& a, const Message& b) noexcept {
   return a == std::wstring_view(b);
+}
+
+inline std::wstring operator+(const Message& a, std::wstring_view b) {
+  return std::wstring(a).append(b);
+}
+inline std::wstring operator+(std::wstring_view a, const Message& b) {
+  return std::wstring(a).append(b);
 }
 
 }  // namespace kv_std

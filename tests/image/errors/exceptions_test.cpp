@@ -222,4 +222,22 @@ TEST(Exceptions, CopiesAreDeep) {
   EXPECT_EQ(copy.Message(), L"Incompatible image sizes in method CopyMMX");
 }
 
+TEST(Message, IsReadAsAStringIs) {
+  const AlgoMMXException error(1, L"CopyMMX");
+  const std::wstring text = L"Incompatible image sizes in method CopyMMX";
+  const std::wstring& bound = error.Message();
+  EXPECT_EQ(bound, text);
+  EXPECT_EQ(std::wstring(error.Message().begin(), error.Message().end()), text);
+  EXPECT_EQ(error.Message().length(), text.size());
+  EXPECT_EQ(error.Message()[0], L'I');
+  EXPECT_EQ(error.Message().find(L"Copy"), text.find(L"Copy"));
+  EXPECT_EQ(error.Message().find(L'C'), text.find(L'C'));
+  EXPECT_EQ(error.Message().find(L"none"), std::wstring::npos);
+  EXPECT_EQ(error.Message().substr(13, 5), L"image");
+  EXPECT_EQ(error.Message().compare(text), 0);
+  EXPECT_EQ(L"kv: " + error.Message(), L"kv: " + text);
+  EXPECT_EQ(error.Message() + L".", text + L".");
+  EXPECT_TRUE(text == error.Message() && error.Message() != L"");
+}
+
 }  // namespace
