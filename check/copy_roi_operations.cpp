@@ -49,7 +49,7 @@ Comparison CompareRoiCopies(Random& random, const AlgorithmInterface& reference,
   const int threads = random.Between(1, 9);
   const RegionPair regions = AnyRegions(random, from, to, std::is_same_v<In, PixelYUV411P>);
   // Planar rows run past short spans by up to their own length.
-  const auto slack = static_cast<std::size_t>(2 * from.width + 16);
+  const auto slack = 2 * static_cast<std::size_t>(from.width) + 16;
   return CompareCalls<kv_img::CopyROIAlgorithmInterface<Image<In>, Image<PixelYUV422>>>(
       reference, other,
       [&](const auto& copy, auto& /*values*/, Image<In>& source, Image<PixelYUV422>& destination) {

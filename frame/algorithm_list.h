@@ -124,8 +124,9 @@ struct ColorConversion
   static constexpr const char* name = "ColorConversion";
 };
 
-using All = TypeList<Copy, CopyROI, ParityChange, AlphaLayerProbMask, AlphaLayerColorBased, AverageFilter,
-                     AbsoluteDifference, Scanning, BlendBoost, FillPoly, Average, FeatureFind, ColorConversion>;
+using All =
+    TypeList<Copy, CopyROI, ParityChange, AlphaLayerProbMask, AlphaLayerColorBased, AverageFilter,
+             AbsoluteDifference, Scanning, BlendBoost, FillPoly, Average, FeatureFind, ColorConversion>;
 
 }  // namespace algorithms
 

@@ -32,7 +32,7 @@ struct SSE2 {
   static constexpr std::uint32_t feature = 0x4000000;
   template <class Algorithm>
   static constexpr bool offersMore = std::is_same_v<Algorithm, kv_img::algorithms::AverageFilter> ||
-      std::is_same_v<Algorithm, kv_img::algorithms::ColorConversion>;
+                                     std::is_same_v<Algorithm, kv_img::algorithms::ColorConversion>;
 };
 
 }  // namespace kv_plugin::members

@@ -79,8 +79,8 @@ inline std::set<Request> CommonRequests() {
           {"FeatureFind", {dib32}}};
 }
 
-/// What kv_algoC answers in addition: the other pairs that have a holder, and the averaging filter under the identifier
-/// of its image type.
+/// What kv_algoC answers in addition: the other pairs that have a holder, and the averaging filter under the
+/// identifier of its image type.
 inline std::set<Request> PortableRequests() {
   return {{"Copy", {yuva422, yuva422}}, {"Copy", {noColor, dib32}},   {"Copy", {yuva422, dib24}},
           {"Copy", {noColor, noColor}}, {"Copy", {yuv422, yuva422}},  {"Copy", {yuva422, dib32}},

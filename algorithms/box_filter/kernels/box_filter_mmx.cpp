@@ -70,7 +70,7 @@ __m64 MoveUp(__m64 current, __m64 before) {
   return _mm_or_si64(_mm_slli_si64(current, 16 * count), _mm_srli_si64(before, 64 - 16 * count));
 }
 
-/// Means of the windows that end at each of eight columns.
+/// Means of the windows ending at each of eight columns.
 template <int windowSize>
 __m64 Means(const ColumnSums& current, const ColumnSums& before) {
   if constexpr (windowSize == 1) return MeansInTurn<1>(current.lower, current.upper);
@@ -109,13 +109,14 @@ void Slide(SmallWindowMeans::Args& args, std::index_sequence<row...> rows) {
   if (windows < 8) {
     std::uint8_t few[sizeof...(row)][before + 8] = {};
     std::uint8_t means[8];
-    (std::memcpy(few[row], args.rows[row], static_cast<std::size_t>(before + windows)), ...);
+    const int columns = before + windows;
+    (std::memcpy(few[row], args.rows[row], static_cast<std::size_t>(columns)), ...);
     const std::uint8_t* const fewRows[] = {few[row]...};
     SlideInEights(1, fewRows, 0, means, rows);
     std::memcpy(args.destination, means, static_cast<std::size_t>(windows));
   } else {
     SlideInEights(windows / 8, args.rows, 0, args.destination, rows);
-    // The last windows are done together with some before them.
+    // The last step overlaps the one before it.
     if (windows % 8 != 0) SlideInEights(1, args.rows, windows - 8, args.destination + windows - 8, rows);
   }
   ((args.rows[row] += windows), ...);
