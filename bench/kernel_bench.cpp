@@ -1,5 +1,5 @@
-// Times every kernel that the check tool checks, and memcpy of the same number of bytes beside it: the ratio
-// of the two holds from run to run, the times alone do not.
+// Times every kernel that the check tool checks, and memcpy of the same number of bytes: the ratio of the two
+// is stable from run to run, the times alone are not.
 
 #include <benchmark/benchmark.h>
 
@@ -38,7 +38,7 @@ struct StreamRows {
 
   StreamRows(const Stream& stream, std::size_t rows)
       : before(stream.before), stride(groupsPerRow * stream.perGroup + stream.fixed) {
-    memory.resize(rows * stride + stream.before + stream.behind + 64);
+    memory.resize(rows * stride + stream.before + stream.after + 64);
     for (std::size_t i = 0; i < memory.size(); ++i) memory[i] = static_cast<std::uint8_t>(i * 167 >> 3);
   }
   std::uint8_t* Row(std::size_t row) { return memory.data() + before + row * stride; }
@@ -66,8 +66,7 @@ void TimeKernel(benchmark::State& state, const KernelCase& kernel, const Variant
   state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * rows * rowBytes));
 }
 
-/// Copies half of the kernel's bytes, so that bytes read and bytes written together are as many as the
-/// kernel's.
+/// Copies half of the kernel's bytes, so that bytes read and written add up to the kernel's.
 void TimeMemcpy(benchmark::State& state, const KernelCase& kernel, std::size_t bytes) {
   const std::size_t rowBytes = RowBytes(kernel.inputs) + RowBytes(kernel.outputs);
   const std::size_t rows = std::max<std::size_t>(bytes / rowBytes, 1);

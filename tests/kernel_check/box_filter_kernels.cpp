@@ -19,7 +19,7 @@ KernelCase WindowMeansCase(std::uint32_t windowSize) {
   const auto sums = [&](std::size_t afterGroups) -> Stream {
     return {.perGroup = 8,
             .before = spare,
-            .behind = afterGroups * sizeof(std::uint16_t) + spare,
+            .after = afterGroups * sizeof(std::uint16_t) + spare,
             .element = sizeof(std::uint16_t),
             .limit = limitSums};
   };
@@ -51,7 +51,7 @@ KernelCase SmallWindowMeansCase(std::uint32_t windowSize) {
     };
   };
   return {SmallWindowMeans::name + std::to_string(windowSize),
-          std::vector<Stream>(windowSize, {.perGroup = 1, .behind = windowSize - 1}),
+          std::vector<Stream>(windowSize, {.perGroup = 1, .after = windowSize - 1}),
           {{.perGroup = 1}},
           AllSets<SmallWindowMeans>(makeCall),
           64};

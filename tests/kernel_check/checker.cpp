@@ -21,14 +21,14 @@ std::size_t BeforeOf(const Stream& stream, int groups) {
   return groups > 0 ? stream.before : 0;
 }
 std::size_t BehindOf(const Stream& stream, int groups) {
-  return groups > 0 ? stream.behind : 0;
+  return groups > 0 ? stream.after : 0;
 }
 
 /// The memory of one stream for the longest call, ending at a protected page.
 class StreamMemory {
  public:
   StreamMemory(const Stream& stream, int maxGroups)
-      : stream_(stream), pages_(2 * guard + 64 + stream.before + SpanOf(stream, maxGroups) + stream.behind) {}
+      : stream_(stream), pages_(2 * guard + 64 + stream.before + SpanOf(stream, maxGroups) + stream.after) {}
 
   /// Places a call of `groups`: its last byte is `gap` bytes, in whole elements, before the protected page.
   void Place(int groups, std::size_t gap) {
@@ -117,7 +117,7 @@ std::string Check(const KernelCase& kernel, const Variant& variant, std::uint64_
     where << kernel.name << " (" << variant.set << "), seed " << seed << ", round " << round << ", " << groups
           << " groups";
     currentKernel = where.str();
-    // One stream at a time walks through all offsets; the others lie anywhere. Every other round the walker
+    // One stream at a time walks through all offsets; the others start anywhere. Every other round the walker
     // ends at the protected page.
     const std::size_t streams = inputs.size() + outputs.size();
     const std::size_t walker = static_cast<std::size_t>(round) % streams;

@@ -127,11 +127,11 @@ void AddCases(std::type_identity<BlockSad> /*kernel*/, std::vector<KernelCase>& 
   // More rows than 16-bit lanes can add up pairs of differences.
   constexpr int manyRows = 70;
   cases.push_back({"featurefind/BlockSad wide",
-                   {{.perGroup = 24, .behind = spare}, {.perGroup = 24, .behind = mostPositions + spare}},
+                   {{.perGroup = 24, .after = spare}, {.perGroup = 24, .after = mostPositions + spare}},
                    {sums},
                    AllSets<BlockSad>(WideBlock)});
   cases.push_back({"featurefind/BlockSad tall",
-                   {{.perGroup = 40, .behind = spare}, {.perGroup = 56, .behind = mostPositions + spare}},
+                   {{.perGroup = 40, .after = spare}, {.perGroup = 56, .after = mostPositions + spare}},
                    {sums},
                    AllSets<BlockSad>(TallBlock),
                    manyRows});
@@ -142,13 +142,13 @@ void AddCases(std::type_identity<BilinearSad> /*kernel*/, std::vector<KernelCase
   // More rows than 16-bit lanes can add up differences.
   constexpr int manyRows = 200;
   cases.push_back({"featurefind/BilinearSad wide",
-                   {{.perGroup = 4, .behind = spare},
-                    {.perGroup = 4, .behind = 1 + spare},
-                    {.perGroup = 4, .behind = 1 + spare}},
+                   {{.perGroup = 4, .after = spare},
+                    {.perGroup = 4, .after = 1 + spare},
+                    {.perGroup = 4, .after = 1 + spare}},
                    {sum},
                    AllSets<BilinearSad>(WideBilinear)});
   cases.push_back({"featurefind/BilinearSad tall",
-                   {{.perGroup = 16, .behind = spare}, {.perGroup = 24, .behind = 17 + spare}},
+                   {{.perGroup = 16, .after = spare}, {.perGroup = 24, .after = 17 + spare}},
                    {sum},
                    AllSets<BilinearSad>(TallBilinear),
                    manyRows});

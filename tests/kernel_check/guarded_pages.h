@@ -5,7 +5,7 @@
 
 namespace kv_check {
 
-/// Memory that ends at a page which nobody may touch: a kernel that reads or writes behind it crashes there.
+/// Memory that ends at a protected page: a kernel that reads or writes past the end crashes there.
 class GuardedPages {
  public:
   explicit GuardedPages(std::size_t bytes);

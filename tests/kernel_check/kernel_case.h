@@ -13,23 +13,23 @@
 namespace kv_check {
 
 /// One stream of bytes that a kernel reads or writes. A call of g groups touches exactly
-/// [pointer - before, pointer + fixed + g * perGroup + behind).
+/// [pointer - before, pointer + fixed + g * perGroup + after).
 struct Stream {
   std::size_t perGroup = 0;
   /// Bytes that do not depend on the groups, such as a result.
   std::size_t fixed = 0;
-  /// Bytes before the pointer and behind the groups that are touched too, such as the neighbours of a filter.
+  /// Bytes before the pointer and after the groups that are touched too, such as the neighbours of a filter.
   /// None are touched when there is no group.
   std::size_t before = 0;
-  std::size_t behind = 0;
+  std::size_t after = 0;
   /// Bytes of an element: the pointer is a multiple of it.
   std::size_t element = 1;
   /// Changes random bytes, from begin to end, into ones that the kernel allows. None: it allows all.
   std::function<void(std::uint8_t* begin, std::uint8_t* end)> limit = {};
 };
 
-/// What one call works on. Constants of the record (weights, masks) are drawn from `seed`, alike for every
-/// set.
+/// What one call works on. Constants of the record (weights, masks) are drawn from `seed`, the same for
+/// every set.
 struct Call {
   std::int32_t groups;
   std::uint64_t seed;

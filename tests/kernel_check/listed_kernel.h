@@ -83,7 +83,7 @@ void AddStreams(KernelCase& made, kv_img::StreamList<Streams...> /*streams*/) {
   ((isInput<Args, Streams> ? made.inputs : made.outputs)
        .push_back({.perGroup = Streams::perGroup,
                    .before = Streams::before,
-                   .behind = Streams::after,
+                   .after = Streams::after,
                    .element = sizeof(std::remove_pointer_t<PointerOf<Args, Streams>>)}),
    ...);
 }

@@ -41,7 +41,7 @@ bool CatchesWrongKernels(std::uint64_t seed) {
        [](Call& call) {
          if (call.groups > 0) ++call.outputs[0][-1];
        }},
-      {"a write behind the end",
+      {"a write past the end",
        [](Call& call) {
          if (call.groups > 0) ++call.outputs[0][0];
        }},
@@ -58,9 +58,9 @@ bool CatchesWrongKernels(std::uint64_t seed) {
                           right.run(call);
                           spoil(call);
                         }};
-    // Streams with room behind, so that the comparison sees the fault before the protected page does.
+    // Streams with room after the end, so that the comparison sees the fault before the protected page does.
     const KernelCase kernel{
-        "copy/SwapBytes", {{.perGroup = 8, .behind = 8}}, {{.perGroup = 8, .behind = 8}}, {right}};
+        "copy/SwapBytes", {{.perGroup = 8, .after = 8}}, {{.perGroup = 8, .after = 8}}, {right}};
     if (kv_check::Check(kernel, wrong, seed, rounds).empty()) {
       std::fprintf(stderr, "a kernel with %s was not caught\n", fault);
       all = false;
