@@ -11,7 +11,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// Long enough for the clock, short enough that the machine's moods meet all contenders alike.
+/// Long enough for the clock, short enough that the machine's noise hits all contenders equally.
 constexpr double sampleSeconds = 0.004;
 
 double Median(std::vector<double> values) {

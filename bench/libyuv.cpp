@@ -131,7 +131,7 @@ void EnterLibyuv(Contest& contest) {
     libyuv::InterpolatePlane(Start(from), Stride(from), Start(from) + Stride(from), Stride(from), Start(to),
                              Stride(to), 2 * scene.width, scene.height - 1, 128);
   });
-  // Chroma of neighbours is mixed up this way: the work is alike, the picture is not.
+  // Chroma of neighbours is mixed up this way: the work is the same, the picture is not.
   contest.Enter("Scanning sideways", name + " InterpolatePlane", [](Scene& scene) {
     auto& from = scene.Picture<PixelYUV422>();
     auto& to = scene.Picture<PixelYUV422, 1>();

@@ -1,5 +1,5 @@
-// Times every operation of every member at every level, and beside them memcpy of the same number of bytes
-// and what a user would take instead: one program, one run, one thread, so that ratios hold.
+// Times every operation of every member at every level, memcpy of the same number of bytes, and what a user
+// would take instead: one program, one run, one thread, so that ratios are meaningful.
 
 #include <algorithm>
 #include <cstdio>
@@ -79,7 +79,7 @@ nlohmann::json TimeOperation(const Operation& operation, const Size& size, bool 
   return lines;
 }
 
-/// The best member on 1, 2, 4, … threads, as many as the machine runs at once.
+/// The best member on 1, 2, 4, … threads, up to what the machine runs at once.
 void TimeScaling(Contest& contest, const std::string& filter, int rounds, nlohmann::json& lines) {
   const int most = static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
   for (const Operation& operation : contest.Operations()) {

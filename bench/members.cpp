@@ -174,7 +174,7 @@ void EnterFields(Contest& contest) {
       [](const auto& change, Scene& scene, auto& /*barrier*/, auto /*thread*/) {
         change.Apply(scene.Picture<PixelYUV422>(), scene.Picture<PixelYUV422, 1>());
       });
-  // Step 7 of 30 lies between pixels on both axes.
+  // Step 7 of 30 is between pixels on both axes.
   for (const bool isHorizontal : {true, false}) {
     const std::string operation = isHorizontal ? "Scanning sideways" : "Scanning upward";
     contest.Add(operation, 4);

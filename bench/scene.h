@@ -73,7 +73,7 @@ class Scene {
   std::array<std::vector<std::uint8_t>, 4> bytes_;
 };
 
-/// Where the first row of an image starts and how far its rows lie apart: what peers take.
+/// The first row of an image and its stride, as peers take them.
 template <class ImageType>
 std::uint8_t* Start(ImageType& image) {
   return image.GetPixelBuffer().rows[0];

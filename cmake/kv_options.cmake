@@ -9,7 +9,7 @@ if(NOT WIN32)  # There it would keep the inline parts of exported classes out of
 endif()
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
-# Programs, libraries and members lie in one folder, as they do for a user: a member is found beside what loads it.
+# Programs, libraries and members share one folder, as they do for a user: a member is found next to what loads it.
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
 set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)

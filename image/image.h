@@ -32,12 +32,12 @@ struct ImageOptions {
   /// Component order; none: the class's usual one (4:2:2: luma first; bitmaps: blue first).
   std::optional<std::int32_t> layout;
   VideoImageProperties properties;
-  /// None: chosen so that images take the block path of same-layout copies only where their rows lie alike.
-  /// With none, rows that do not lie back to back also get `propertyFlag` 1.
+  /// None: chosen so that images take the block path of same-layout copies only if both have the same stride.
+  /// With none, rows that are not contiguous also get `propertyFlag` 1.
   std::optional<std::uint8_t> storageFlag;
-  /// Owned images: bytes behind each row that belong to it; at least 8.
+  /// Owned images: bytes after each row that belong to it; at least 8.
   std::size_t rowSlack = 8;
-  /// Owned images: further bytes behind the last row.
+  /// Owned images: further bytes after the last row.
   std::size_t spareBytes = 0;
 };
 
@@ -183,7 +183,7 @@ class KV_IMAGE_API Image final : public IImage {
   bool isOwner_;
 };
 
-// On Windows a library exports no inline member of a template: there each module makes the small ones above itself.
+// On Windows a library exports no inline member of a template: each module instantiates the small ones above.
 #if !defined(_WIN32)
 extern template class Image<PixelYUV422>;
 extern template class Image<PixelYUVA422>;

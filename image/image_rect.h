@@ -7,7 +7,7 @@ namespace kv_img {
 
 /// A rectangle of pixels, all four sides inclusive. Also a region of support.
 ///
-/// Left may lie right of right, and top below bottom: such a rectangle is not valid and has no rows or
+/// Left may be right of right, and top below bottom: such a rectangle is not valid and has no rows or
 /// columns.
 class KV_IMAGE_API ImageRect final : public RegionOfSupport {
  public:
@@ -23,7 +23,7 @@ class KV_IMAGE_API ImageRect final : public RegionOfSupport {
   ImageRect& operator=(const ImageRect&) = default;
   ~ImageRect() override;
 
-  /// The pixels that lie in both; not valid when there are none.
+  /// The pixels that are in both; not valid when there are none.
   ImageRect operator&(const ImageRect& other) const;
   /// The same rectangle with left <= right and top <= bottom.
   ImageRect UnMirror() const;

@@ -22,11 +22,11 @@ struct PixelBuffer {
   std::int32_t width;
   std::int32_t height;
   VideoImageProperties properties;
-  /// Bytes of one stored row. Where rows lie back to back this is the distance between them.
+  /// Bytes of one stored row. If rows are contiguous, this is their stride.
   std::int32_t bytesPerRow;
   /// How the rows are stored: same-layout copies take images with equal flags as one block.
   std::uint8_t storageFlag;
-  /// Bytes of the whole pixel memory, spare bytes behind the last row not counted.
+  /// Bytes of the whole pixel memory, spare bytes after the last row not counted.
   std::uint64_t totalBytes;
 };
 

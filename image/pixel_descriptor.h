@@ -44,7 +44,7 @@ class KV_IMAGE_API PixelDescriptor {
 /// How the samples of a YUV class are arranged in memory.
 enum class YuvArrangement {
   Packed422,       ///< two pixels in four bytes
-  Packed422Alpha,  ///< the same, and a plane of alpha rows behind the colour rows
+  Packed422Alpha,  ///< the same, and a plane of alpha rows after the colour rows
   Planar,          ///< luma rows, Cb rows, Cr rows
   Packed411,       ///< four pixels in six bytes
   Packed211        ///< four pixels in four bytes
@@ -61,7 +61,7 @@ class KV_IMAGE_API PixelDescriptorYUV : public PixelDescriptor {
   /// The component stored at `index` of a pixel group; of a planar image the component of plane `index`.
   PixelComponent::COMPONENT GetComponent(int index) const;
   /// Index of the component's first sample in its group. Packed 4:2:2: code 4097 gives Cb 0, luma 1, Cr 2,
-  /// every other code luma 0, Cb 1, Cr 3. A component that has a plane of its own lies at 0.
+  /// every other code luma 0, Cb 1, Cr 3. A component that has a plane of its own is at 0.
   int GetPosition(PixelComponent::COMPONENT component) const;
 
  private:

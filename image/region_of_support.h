@@ -8,7 +8,7 @@ class ImageRect;
 
 /// The set of pixels to process: one run of columns per row, all bounds inclusive.
 ///
-/// A region without rows has width and height 0, is rectangular and lies inside every rectangle.
+/// A region without rows has width and height 0, is rectangular and is inside every rectangle.
 class KV_IMAGE_API RegionOfSupport {
  public:
   virtual ~RegionOfSupport();
@@ -23,7 +23,7 @@ class KV_IMAGE_API RegionOfSupport {
   virtual int GetLeft(int row) const = 0;
   /// First column of the bounding box.
   virtual int GetLeft() const = 0;
-  /// Last column of the run of `row`. A run whose last column lies before its first is empty.
+  /// Last column of the run of `row`. A run whose last column is before its first is empty.
   virtual int GetRight(int row) const = 0;
   /// Last column of the bounding box.
   virtual int GetRight() const = 0;
@@ -33,7 +33,7 @@ class KV_IMAGE_API RegionOfSupport {
   virtual int GetBottom() const = 0;
   /// Every row has the same run.
   virtual bool IsRectangular() const = 0;
-  /// Every pixel of the region lies inside the rectangle.
+  /// Every pixel of the region is inside the rectangle.
   virtual bool IsInside(const ImageRect& rect) const = 0;
   /// Identifier of the class, ImageRect::ClassID or RunRegion::ClassID.
   virtual int GetClassID() const = 0;

@@ -9,7 +9,7 @@ namespace kv_img {
 
 /// The region that keeps one run per row in two arrays, first and last column. Region type 3.
 ///
-/// A run whose last column lies before its first is empty. The bounding box covers the runs that are not
+/// A run whose last column is before its first is empty. The bounding box covers the runs that are not
 /// empty; of a region whose runs are all empty it is column 0 to -1.
 class KV_IMAGE_API RunRegion final : public RegionOfSupport {
  public:

@@ -6,7 +6,7 @@ namespace kv_img {
 
 /// What a host knows of a frame beside its pixels.
 struct VideoImageProperties {
-  /// Non-zero: the rows lie apart, so that same-layout copies go row by row, unless `propertyMode` is 2.
+  /// Non-zero: rows are not contiguous, so same-layout copies go row by row unless `propertyMode` is 2.
   std::uint8_t propertyFlag = 0;
   /// The order of the fields; the field-parity change inverts it.
   std::uint8_t fieldOrder = 0;

@@ -95,7 +95,7 @@ class Border {
     std::int32_t means[most];
     for (std::int32_t first = 0; first < windows; first += most) {
       const std::int32_t count = std::min(windows - first, most);
-      // Elements of four bytes: compilers make vectors of a few windows too.
+      // Elements of four bytes: compilers vectorise even a few windows.
       for (std::int32_t i = 0; i < count; ++i) means[i] = (ends[first + i] - sums[first + i]).Mean();
       std::copy_n(means, count, destination + first);
     }

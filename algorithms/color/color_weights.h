@@ -56,7 +56,7 @@ constexpr DecodingWeights DecodingOf(const YuvColors& colors) {
           .black = static_cast<std::int16_t>(codes.black)};
 }
 
-/// Weights that sum to `sum` exactly: the one that rounding moved furthest takes what is missing.
+/// Weights that sum to `sum` exactly: the one that rounding moved furthest takes the rest.
 constexpr RgbSum Balanced(double red, double green, double blue, int sum) {
   const double exact[] = {red * 32768, green * 32768, blue * 32768};
   int rounded[3] = {};
@@ -116,7 +116,7 @@ constexpr RecodingWeights RecodingOf(const YuvColors& from, const YuvColors& to)
           .blackOut = static_cast<std::int16_t>(out.black)};
 }
 
-// Tables, so that no host computes them in floating point of its own.
+// Tables, so that no host computes them in its own floating point.
 
 inline constexpr ColorMatrix colorMatrices[] = {ColorMatrix::Bt601, ColorMatrix::Bt709, ColorMatrix::Bt2020};
 inline constexpr ColorRange colorRanges[] = {ColorRange::Limited, ColorRange::Full};

@@ -20,8 +20,9 @@ inline constexpr PairLayout bitmapPairs = {2 * pixelBytes, pixelBytes, pixelByte
 
 /// Converts the pairs of a row, each once. `convert(groups, source, destination)` calls the kernel.
 ///
-/// Where the kernel reads the neighbours of a pair, the first and the last pair go by way of a few bytes in
-/// which they are their own neighbours; so does a lone last pixel, `complete(pair)` having made a pair of it.
+/// Where the kernel reads the neighbours of a pair, the first and the last pair are copied to a small
+/// buffer in which they are their own neighbours; so is a lone last pixel, after `complete(pair)` made it a
+/// pair.
 template <PairLayout in, PairLayout out, class Convert, class Complete>
 void ConvertPairs(int width, bool readsNeighbours, const std::uint8_t* source, std::uint8_t* destination,
                   Convert convert, Complete complete) {

@@ -61,7 +61,7 @@ constexpr Shift ShiftOf(const ColorConversionParameters& parameters) {
   return parameters.yuv.chroma == ChromaPosition::Left ? Shift::Right : Shift::Left;
 }
 
-/// Alpha plane and fourth bytes; the last width mod 4 pixels go by way of a whole group.
+/// Alpha plane and fourth bytes; the last width mod 4 pixels are copied to a whole group.
 template <class Kernel, class Set, int bytesIn, int bytesOut>
 void CopyAlpha(int width, const std::uint8_t* source, std::uint8_t* destination) {
   typename Kernel::Args args{width / 4, source, destination};

@@ -57,7 +57,7 @@ struct SearchStep<Widest> {
   static constexpr int rows = 16;
 };
 
-/// Rows to add up before a sum is compared with `limit`. Without a limit, as many as fit the L1 cache:
+/// Rows to add up before a sum is compared with `limit`. Without a limit, what fits the L1 cache:
 /// kernels go down the columns.
 template <class Set>
 constexpr std::int32_t RowsAtOnce(std::uint64_t limit) {

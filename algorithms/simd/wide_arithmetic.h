@@ -2,7 +2,7 @@
 
 #include "algorithms/simd/wide_registers.h"
 
-// What works on every lane by itself.
+// Operations on every lane by itself.
 
 namespace kv_img {
 namespace {

@@ -2,7 +2,7 @@
 
 #include "algorithms/simd/wide_arithmetic.h"
 
-// Bytes in other places, lanes of another width, and masks of the lowest bytes.
+// Shuffles, conversions between lane widths, and masks of the lowest bytes.
 
 namespace kv_img {
 namespace {

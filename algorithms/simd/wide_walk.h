@@ -15,7 +15,7 @@ KV_INLINE void CopyInSteps(std::uint8_t* to, const std::uint8_t* from, std::int3
   for (std::int32_t done = 0; done < count - bytes; done += bytes) std::memcpy(to + done, from + done, bytes);
   std::memcpy(to + count - bytes, from + count - bytes, bytes);
 }
-/// Copies up to `most` bytes, a few registers: quicker than a call.
+/// Copies up to `most` bytes, a few registers: faster than a call.
 template <int most>
 KV_INLINE void CopyFew(std::uint8_t* to, const std::uint8_t* from, std::int32_t count) {
   if constexpr (most >= 16) {

@@ -1,5 +1,5 @@
 // A member of the family outside the project: "AbsoluteDifference" of 4:2:2 frames, one pixel at a time. Its
-// file is named as one of the names that the algorithm manager knows, and lies where the manager looks.
+// file has one of the names that the algorithm manager knows, and is where the manager looks.
 
 #include <cstdlib>
 #include <cstring>
@@ -57,7 +57,7 @@ std::uint32_t getCPUFeature() {
   return 0x2000000;
 }
 
-// Above every member of the project, so that it is asked first.
+// Above every member of the project, so that it is tried first.
 std::uint32_t getLibraryPriority() {
   return 9;
 }

@@ -12,7 +12,7 @@ namespace kv_img {
 template <class ImageIn, class ImageOut>
 class CopyROIAlgorithmInterface : public BinaryAlgorithm<ImageIn, ImageOut> {
  public:
-  /// Copies the rows of thread `threadIndex`. The regions must have equal sizes or runs and lie inside their
+  /// Copies the rows of thread `threadIndex`. The regions must have equal sizes or runs and be inside their
   /// images; otherwise AlgoMMXException code 2, before a pixel is written. Never waits at the barrier.
   virtual ImageOut& Apply(const ImageIn& source, ImageOut& destination, const RegionOfSupport& sourceRegion,
                           const RegionOfSupport& destinationRegion, kv_std::SpinBarrier& barrier,

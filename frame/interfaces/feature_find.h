@@ -11,8 +11,8 @@ namespace kv_img {
 /// "FeatureFind": finds a small template of one image in another by the sum of absolute differences of luma
 /// (bitmaps: green).
 ///
-/// The template is what lies up to `hw`, `hh` pixels around `point1` in image1, cut to that image. `result`
-/// is where the feature itself lies in image2, also when its template was cut; of equal positions the first
+/// The template is the part of image1 up to `hw`, `hh` pixels around `point1`, cut to that image. `result`
+/// is where the feature itself is in image2, also when its template was cut; of equal positions the first
 /// in reading order. A range without positions leaves it as it was but for the feature's offset in its
 /// template. `result` may be the array of either point.
 ///

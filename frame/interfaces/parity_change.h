@@ -14,7 +14,7 @@ namespace kv_img {
 template <class ImageIn, class ImageOut>
 class ParityChangeAlgorithmInterface : public BinaryAlgorithm<ImageIn, ImageOut> {
  public:
-  /// Works inside a rectangular region that lies in both images; the images may differ in size. Last of its
+  /// Works inside a rectangular region that is inside both images; the images may differ in size. Last of its
   /// errors is code 4, for a region that is not rectangular.
   virtual ImageOut& Apply(const ImageIn& source, ImageOut& destination,
                           const RegionOfSupport& region) const = 0;

@@ -17,7 +17,7 @@ class ScanningAlgorithmInterface : public BinaryAlgorithm<ImageIn, ImageOut> {
   /// for.
   ///
   /// Each thread writes its own rows of the destination region and never waits at the barrier. The images
-  /// must not overlap; rows need 8 bytes of slack. The destination region must lie inside the destination
+  /// must not overlap; rows need 8 bytes of slack. The destination region must be inside the destination
   /// too, which is not tested. Throws AlgoMMXException code 2 for a region outside the source image, or sizes
   /// that do not fit, then code 4 for a region that is not rectangular, both before a pixel is written; a
   /// horizontal pan throws code 4 for layouts that are not both 4097 or both 4098, in the thread's first

@@ -58,7 +58,7 @@ std::filesystem::path FolderOf(const void* address);
 /// process and unloads modules that may hold the last reference to its own.
 void KeepOwnModule();
 
-/// What CPUID leaf 1 tells of the processor; zeros where it has no such leaf.
+/// CPUID leaf 1 of the processor; zeros if it has no such leaf.
 struct Processor {
   std::uint32_t features;  ///< register EDX
   std::uint32_t model;     ///< these three from register EAX

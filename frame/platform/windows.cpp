@@ -56,7 +56,7 @@ std::string LastProblem() {
   return length > 0 ? Utf8({text, length}) : "error " + std::to_string(code);
 }
 
-// Tries `file` in every folder. A file that is there but cannot be loaded is told in `problems`, as is a
+// Tries `file` in every folder. A file that is there but cannot be loaded is reported in `problems`, as is a
 // folder without it, which is less of a problem: only told when nothing worse was met.
 HMODULE OpenInFolders(const std::wstring& file, std::span<const std::filesystem::path> folders,
                       std::string& problems) {
@@ -68,7 +68,7 @@ HMODULE OpenInFolders(const std::wstring& file, std::span<const std::filesystem:
       absences += "not in " + Utf8(folder.native()) + "; ";
       continue;
     }
-    // What a member needs may lie beside it.
+    // What a member needs may be in its own folder.
     if (HMODULE module = LoadLibraryExW(candidate.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH)) {
       return module;
     }

@@ -48,7 +48,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   kv_host::ReadOptions options;
   options.format = kv_host::FormatNamed(KV_FUZZ_FORMAT);
   if (!options.format) {
-    // Raw frames: the first bytes say what is told on the command line.
+    // Raw frames: the first bytes stand for the command line.
     if (size < 3) return 0;
     constexpr const char* names[] = {"uyvy", "yuy2", "uyvya", "yuy2a"};
     options.format = kv_host::FormatNamed(names[data[0] % 4]);

@@ -4,8 +4,8 @@
 
 #include <algorithm>
 
-#include "tests/alpha/layer_test.h"
 #include "check/models/alpha_layer_model.h"
+#include "tests/alpha/layer_test.h"
 #include "tests/support/expect_error.h"
 #include "tests/support/member.h"
 
@@ -39,7 +39,7 @@ class AlphaLayerColorBased : public testing::TestWithParam<int> {
               &destination);
   }
 
-  /// The raw mask of one row whose pixel pairs differ by these sums of chroma distances, with the byte behind
+  /// The raw mask of one row whose pixel pairs differ by these sums of chroma distances, with the byte after
   /// it, which was 99.
   Bytes RawMask(const std::vector<int>& sums, int width) const {
     Yuv422 first(width, 1, Options(chromaFirst));
@@ -90,7 +90,7 @@ TEST_P(AlphaLayerColorBased, AnOddTailWritesItsLastPixelOnce) {
 }
 
 TEST_P(AlphaLayerColorBased, AnOddFirstColumnTakesSamplesFromThereOn) {
-  // Chroma bytes lie at even places; a run from column 1 on pairs the first pair's second with the next
+  // Chroma bytes are at even places; a run from column 1 on pairs the first pair's second with the next
   // first.
   Yuv422 first(8, 1, Options(chromaFirst));
   Yuv422 second(8, 1, Options(chromaFirst));
@@ -107,7 +107,7 @@ TEST_P(AlphaLayerColorBased, ALoneLastPixelReadsTheSampleTwoBytesOn) {
   for (const int layout : {chromaFirst, lumaFirst}) {
     Yuv422 first(5, 1, Options(layout));
     Yuv422 second(5, 1, Options(layout));
-    first.Row(0)[layout == chromaFirst ? 10 : 11] = 1;  // behind the five pixels, in their last group
+    first.Row(0)[layout == chromaFirst ? 10 : 11] = 1;  // after the five pixels, in their last group
     const auto intermediate = std::make_shared<Grey8>(5, 1);
     Grey8 destination(5, 1);
     Run(first, second, destination, ImageRect(first), 1, intermediate);

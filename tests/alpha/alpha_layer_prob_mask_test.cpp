@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <optional>
 
-#include "tests/alpha/layer_test.h"
 #include "check/models/alpha_layer_model.h"
+#include "tests/alpha/layer_test.h"
 #include "tests/support/expect_error.h"
 #include "tests/support/member.h"
 
@@ -38,7 +38,7 @@ class AlphaLayerProbMask : public testing::TestWithParam<int> {
     EXPECT_EQ(&result, &destination);
   }
 
-  /// The raw mask of two rows, with the byte behind it, which was 99.
+  /// The raw mask of two rows, with the byte after it, which was 99.
   Bytes RawMask(const Bytes& p, const Bytes& q, std::optional<std::uint32_t> gain = {}) const {
     const int width = static_cast<int>(p.size());
     Grey8 first(width, 1);

@@ -2,9 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include "check/models/blend_boost_model.h"
 #include "image/image_rect.h"
 #include "image/run_region.h"
-#include "check/models/blend_boost_model.h"
 #include "tests/support/expect_error.h"
 #include "tests/support/member.h"
 #include "tests/support/test_image.h"

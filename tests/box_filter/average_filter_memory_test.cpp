@@ -85,7 +85,7 @@ using Operation = kv_img::AverageFilterAlgorithmInterface<Grey8>;
 
 struct RegionFailure {};
 
-/// A rectangle that throws when it is asked for a run too often.
+/// A rectangle that throws after a number of calls for its runs.
 class ThrowingRegion final : public kv_img::RegionOfSupport {
  public:
   explicit ThrowingRegion(int calls) : calls_(calls) {}

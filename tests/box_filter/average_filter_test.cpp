@@ -99,7 +99,7 @@ TEST_P(AverageFilter, NarrowerNeighboursWeighColumnsByTheirOwnCounts) {
   Run(source, destination, RunRegion(0, {2, 0, 2}, {2, 4, 2}), 3);
   // Row 1: column sums 6, 6, 36, 6 and 7 of 1, 1, 3, 1 and 1 rows.
   EXPECT_EQ(Values(destination, 1), (std::vector{12 / 2, 48 / 5, 48 / 5, 49 / 5, 13 / 2}));
-  // Rows 0 and 2 have one pixel each; the window's columns beside it are not theirs.
+  // Rows 0 and 2 have one pixel each; the window's other columns are not theirs.
   EXPECT_EQ(Values(destination, 0), (std::vector{0, 0, (2 * 12 + 6) / 3, 0, 0}));
   EXPECT_EQ(Values(destination, 2), (std::vector{0, 0, (6 + 2 * 18) / 3, 0, 0}));
 }

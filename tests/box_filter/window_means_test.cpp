@@ -1,8 +1,8 @@
-#include "algorithms/box_filter/kernels/box_filter.h"
-
 #include <gtest/gtest.h>
 
 #include <vector>
+
+#include "algorithms/box_filter/kernels/box_filter.h"
 
 namespace {
 

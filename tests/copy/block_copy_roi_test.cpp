@@ -1,5 +1,5 @@
-#include "tests/copy/copy_roi_fixture.h"
 #include "check/models/copy_roi_model.h"
+#include "tests/copy/copy_roi_fixture.h"
 
 // The block path of packed 4:2:2: regions of full width, equal layouts and properties.
 
@@ -22,7 +22,7 @@ ImageOptions Properties(int flag, int mode, int storage = 7, int order = 0) {
   return options;
 }
 
-/// An image whose rows lie back to back, with as many spare bytes behind the last one: byte i is (first + i)
+/// An image whose rows are contiguous, with as many spare bytes after the last one: byte i is (first + i)
 /// mod 256.
 struct BlockImage {
   Bytes bytes;
@@ -48,7 +48,7 @@ TEST_P(BlockCopyRoi, OneThreadCopiesTheRegionsRows) {
 TEST_P(BlockCopyRoi, EveryThreadCopiesTheSizeOfTheWholeRegion) {
   const BlockImage source(4, 5, 0);
   BlockImage destination(4, 5, 100);
-  // Two rows of 8 bytes: the second thread starts 8 bytes further on and ends 8 bytes behind the region.
+  // Two rows of 8 bytes: the second thread starts 8 bytes further on and ends 8 bytes past the region.
   Run(source.image, destination.image, ImageRect(0, 1, 3, 2), ImageRect(0, 0, 3, 1), 2);
   EXPECT_EQ(destination.Range(0, 24), source.Range(8, 32));
   EXPECT_EQ(destination.Range(24, 80), BlockImage(4, 5, 100).Range(24, 80));
@@ -159,7 +159,7 @@ TEST_P(BlockCopyRoi, RegionWithoutRowsCopiesNothing) {
   const BlockImage source(4, 3, 0);
   BlockImage destination(4, 3, 100);
   for (const int top : {0, 2, 3, 1000000000}) {
-    // Full width, but the bottom lies above the top; rows[top] need not exist.
+    // Full width, but the bottom is above the top; rows[top] need not exist.
     Run(source.image, destination.image, ImageRect(0, top, 3, top - 1), ImageRect(0, 1, 3, 0), 2);
     Run(source.image, destination.image, ImageRect(0, 1, 3, 0), ImageRect(0, top, 3, -top - 1), 2);
   }

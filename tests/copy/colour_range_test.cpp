@@ -3,9 +3,9 @@
 #include <array>
 #include <cstdlib>
 
-#include "tests/copy/copy_fixture.h"
 #include "check/models/copy_rgb_to_yuv_model.h"
 #include "check/models/copy_yuv_to_rgb_model.h"
+#include "tests/copy/copy_fixture.h"
 
 namespace {
 

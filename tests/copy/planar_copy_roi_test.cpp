@@ -14,7 +14,7 @@ using namespace kv_test;
 class PlanarCopyRoi : public CopyRoiFixture<kv_img::PixelYUV411P> {};
 
 /// A planar picture of up to 64 columns: luma is 0 and on by column, Cb 100 and on, Cr 150 and on, each plus
-/// 10 times the row. Samples go on behind the rows, so that over-runs can be told.
+/// 10 times the row. Samples continue past the rows, so that over-runs show.
 struct Planar {
   Yuv411P image;
 
@@ -48,7 +48,7 @@ struct Planar {
   }
 };
 
-/// A packed picture with 64 columns of slack behind each row, all bytes 255.
+/// A packed picture with 64 columns of slack after each row, all bytes 255.
 struct Packed {
   Yuv422 image;
 
@@ -60,7 +60,7 @@ struct Packed {
         }()) {
     for (int row = 0; row < height; ++row) std::fill_n(image.Row(row).data(), 2 * width + 128, 255);
   }
-  /// Expects `pixels` at column `first` of a row, and nothing else in the row or behind it.
+  /// Expects `pixels` at column `first` of a row, and nothing else in the row or after it.
   void ExpectOnly(int row, int first, const Bytes& pixels) const {
     const std::uint8_t* start = image.Row(row).data();
     Bytes expected(2 * image.GetWidth() + 128, 255);
@@ -108,7 +108,7 @@ TEST_P(PlanarCopyRoi, RemainderComparesTheLastColumnWithThePixelsDone) {
       Run(source.image, destination.image, ImageRect(left, 0, right, 0), ImageRect(left, 0, right, 0));
       destination.ExpectOnly(0, left, source.Packed(layout, 0, left, pixels));
     };
-    // The last column lies below the 8 pixels of the groups, or on the ninth: no pass.
+    // The last column is below the 8 pixels of the groups, or on the ninth: no pass.
     expectPixels(14, 0, 7, 8);
     expectPixels(9, 0, 7, 8);
     // Columns 9 to 12 take one pass, 13 takes two, wherever the run began.

@@ -1,5 +1,5 @@
-#include "tests/copy/copy_fixture.h"
 #include "check/models/copy_planar_model.h"
+#include "tests/copy/copy_fixture.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
 // The copies that only the portable member offers.
 #include <gtest/gtest.h>
 
+#include "check/models/portable_copy_model.h"
 #include "frame/algorithm_list.h"
 #include "frame/interfaces/copy.h"
-#include "check/models/portable_copy_model.h"
 #include "tests/support/expect_error.h"
 #include "tests/support/member.h"
 #include "tests/support/random.h"

@@ -1,5 +1,5 @@
-#include "tests/copy/copy_roi_fixture.h"
 #include "check/models/copy_roi_model.h"
+#include "tests/copy/copy_roi_fixture.h"
 
 namespace {
 
@@ -119,7 +119,7 @@ TEST_P(RandomYuv422Roi, ThreadsAtOnceGiveTheSameBytes) {
   }
 }
 
-/// Holds what a picture of this size is read or written behind its rows.
+/// The bytes past its rows that a picture of this size is read or written at.
 std::size_t Slack(Size source) {
   return std::size_t{2} * static_cast<std::size_t>(source.width) + 16;
 }

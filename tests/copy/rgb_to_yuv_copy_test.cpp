@@ -1,5 +1,5 @@
-#include "tests/copy/copy_fixture.h"
 #include "check/models/copy_rgb_to_yuv_model.h"
+#include "tests/copy/copy_fixture.h"
 
 namespace {
 
@@ -133,7 +133,7 @@ TEST_P(Dib32ToYuv422Copy, OtherLayoutsGetTheRemainderAlone) {
 }
 
 // Kernels read from the blue byte onward as blue, green, red; of a red-first bitmap that is red, fourth byte,
-// next blue. Remainders take every component where it lies.
+// next blue. Remainders take every component from its own position.
 TEST_P(Dib32ToYuv422Copy, GroupsOfRedFirstBitmapsAreReadFromTheBlueByteOnward) {
   Dib32 source(5, 1, Options(redFirst));
   FillRow(source.Row(0), {255, 0, 0, 0});

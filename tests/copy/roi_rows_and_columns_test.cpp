@@ -112,7 +112,7 @@ TEST_P(RoiRowsAndColumns, RowsWithoutPixelsMayLieOutsideTheImages) {
     EXPECT_EQ(RowOrigins(*copy_, from, to, threads, 0, 0, chromaFirst),
               (std::vector{0, 1, 2, 3, 4, 5, 6, 7, 8, 9}));
   }
-  // The clamp of the shift is to the rows that lie in both images.
+  // The shift is clamped to the rows that are in both images.
   EXPECT_EQ(RowOrigins(*copy_, from, to, 1, 1, 0, chromaFirst), (std::vector{1, 2, 3, 4, 5, 6, 7, 8, 9, 9}));
   EXPECT_EQ(RowOrigins(*copy_, from, to, 1, 0, 1, chromaFirst), (std::vector{0, 0, 1, 2, 3, 4, 5, 6, 7, 8}));
 }
@@ -211,7 +211,7 @@ TEST_P(RoiRowsAndColumns, RowsOutsideTheImagesAreCutOff) {
   EXPECT_EQ(origins(-6, -4, 1, 0), (std::vector{-1, -1, 0, 1, 2, 3, 4, 5, 6, 7}));
   EXPECT_EQ(origins(-16, 0, 1, 0), std::vector<int>(10, -1));
   EXPECT_EQ(origins(0, 10, 1, 0), std::vector<int>(10, -1));
-  // The shift is clamped to the band's rows that lie in both images: here rows 0 to 7 of the source.
+  // The shift is clamped to the band's rows that are in both images: here rows 0 to 7 of the source.
   EXPECT_EQ(origins(-6, -4, 1, 1), (std::vector{-1, -1, 1, 2, 3, 4, 5, 6, 7, 7}));
   EXPECT_EQ(origins(-6, -4, 4, 1), (std::vector{-1, -1, 1, 1, 3, 4, 5, 5, 7, 7}));
 }

@@ -125,7 +125,7 @@ TEST_P(Yuv422CopyRoi, PairEndsWithTheChromaCopiedLast) {
     const int luma = layout == lumaFirst ? 0 : 1;
     const Bytes row = destination.Columns(0, 0, 11);
     for (int pixel = 0; pixel <= 10; ++pixel) EXPECT_EQ(row[2 * pixel + luma], 2 * (pixel + 1) + luma);
-    // Whole pairs end with their odd pixel; it was column 2, 4, ... and so brings the pair behind.
+    // Whole pairs end with their odd pixel; it was column 2, 4, ... and so brings the pair after it.
     for (int pair = 0; pair < 5; ++pair) {
       EXPECT_EQ(row[4 * pair + 1 - luma], 4 * (pair + 1) + 1 - luma);
       EXPECT_EQ(row[4 * pair + 3 - luma], 4 * (pair + 1) + 3 - luma);

@@ -1,7 +1,7 @@
 #include <numeric>
 
-#include "tests/copy/copy_fixture.h"
 #include "check/models/copy_model.h"
+#include "tests/copy/copy_fixture.h"
 
 namespace {
 
@@ -41,7 +41,7 @@ TEST_P(Yuv422Copy, WidthThreeWritesTheWholeSecondPair) {
   EXPECT_EQ(std::vector<std::uint8_t>(destination.bytes.begin(), destination.bytes.begin() + 10), expected);
 }
 
-/// Rows of one value each, so that a row tells where it came from.
+/// Rows of one value each, so that a row shows where it came from.
 std::vector<int> RowOrigins(const Operation& copy, int height, int threads, int sourceParity,
                             int destinationParity, bool sameLayout) {
   Yuv422 source(8, height, Options(lumaFirst, sourceParity));

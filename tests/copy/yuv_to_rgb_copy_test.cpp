@@ -1,5 +1,5 @@
-#include "tests/copy/copy_fixture.h"
 #include "check/models/copy_yuv_to_rgb_model.h"
+#include "tests/copy/copy_fixture.h"
 
 namespace {
 
@@ -142,7 +142,7 @@ TEST_P(Yuv422ToDib15Copy, BitFifteenIsZero) {
   EXPECT_EQ(BytesOf(destination.Row(0), 8), Repeated({0xFF, 0x7F}, 8));
 }
 
-// Where blue is said to lie at position 2, rows begin there.
+// If the descriptor puts blue at position 2, rows begin there.
 TEST_P(Yuv422ToDib15Copy, RowsOfRedFirstBitmapsBeginTwoBytesLater) {
   Yuv422 source(4, 1);
   FillRow(source.Row(0), {41, 180, 41, 60});

@@ -6,7 +6,7 @@ namespace kv_test {
 /// Allocations of the process that are not released.
 long LiveAllocations();
 
-/// While this object lives, the allocation number `number` (0: the next one) and all behind it throw
+/// While this object lives, the allocation number `number` (0: the next one) and all after it throw
 /// std::bad_alloc, in the thread that made the object and in others.
 class FailingAllocations {
  public:

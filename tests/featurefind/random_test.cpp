@@ -1,7 +1,7 @@
 #include <cstring>
 
-#include "tests/featurefind/search_test.h"
 #include "check/models/feature_find_model.h"
+#include "tests/featurefind/search_test.h"
 
 namespace {
 
@@ -12,7 +12,7 @@ using kv_img::SubPixelScoreMap;
 class FeatureFindRandom : public FeatureFindTest {};
 
 /// An image of any size and layout, its rows anywhere and without slack. Now and then of two values only, so
-/// that many positions score alike.
+/// that many positions have equal scores.
 template <class PixelClass>
 TestImage<PixelClass> AnyImage(Random& random, int width, int height) {
   using namespace kv_img::PixelLayout;

@@ -169,7 +169,7 @@ TEST_P(SubPixelSearch, RangeAndCentreAreTakenToWholeSteps) {
   ForEachFormat([&]<class P>() {
     const auto image = MakeImage<P>(40, 30, HillsAt);
     SubPixelScoreMap map;
-    // 20.3 lies nearest to 20.5, 1.2 to 1; 15.2 to 15, 0.8 to 1.
+    // 20.3 is nearest to 20.5, 1.2 to 1; 15.2 to 15, 0.8 to 1.
     LocateSubPixel(*image, *image, {20, 15}, {20.3, 15.2}, 5, 4, {1.2, 0.8, 0.5, 0.5}, &map);
     EXPECT_EQ(map.Rect().GetLeft(), 19.5);
     EXPECT_EQ(map.Rect().GetRight(), 21.5);
@@ -185,13 +185,13 @@ TEST_P(SubPixelSearch, EndsAreMovedIntoTheImageByWholeSteps) {
     const auto image = MakeImage<P>(20, 20, HillsAt);
     SubPixelScoreMap map;
     // Across: corners 0.5 - 4.5 to 0.5 + 4.5 in steps of 1.5, from 0.5 on. Down: 5 - 12 to 5 + 12 in steps of
-    // 2, from 1 to the limit 20 - 7 - 2. The feature lies at 4, 3.
+    // 2, from 1 to the limit 20 - 7 - 2. The feature is at 4, 3.
     LocateSubPixel(*image, *image, {10, 10}, {4, 7}, 4, 3, {5, 12, 1.5, 2}, &map);
     EXPECT_EQ(map.Rect().GetLeft(), 4 + 0.5);
     EXPECT_EQ(map.Rect().GetRight(), 4 + 5);
     EXPECT_EQ(map.Rect().GetTop(), 3 + 1);
     EXPECT_EQ(map.Rect().GetBottom(), 3 + 11);
-    // Corners 11 - 3 to 11 + 3 in steps of 3; the last is taken back behind the limit 20 - 9 - 2.
+    // Corners 11 - 3 to 11 + 3 in steps of 3; the last, past the limit, is moved back to 20 - 9 - 2.
     LocateSubPixel(*image, *image, {10, 10}, {15, 7}, 4, 3, {3, 0, 3, 1}, &map);
     EXPECT_EQ(map.Rect().GetLeft(), 4 + 8);
     EXPECT_EQ(map.Rect().GetRight(), 4 + 8);
@@ -240,7 +240,7 @@ TEST_P(SubPixelSearch, BitmapsInterpolateInDoublePrecision) {
 }
 
 TEST_P(SubPixelSearch, BitmapsDifferFromIntegerWeights) {
-  // Between 0 and 1 half a step right lies 0.5: rounded up in double precision; the integer weights of 32767
+  // Half a step right between 0 and 1 is 0.5: rounded up in double precision; the integer weights of 32767
   // / 65536 give 0.
   const auto scoreOf = [&]<class P>() {
     const auto image1 = MakeImage<P>(1, 1, Nothing);

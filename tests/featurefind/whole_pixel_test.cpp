@@ -39,7 +39,7 @@ TEST_P(WholePixelSearch, ClippedTemplateReportsTheFeaturePoint) {
 
 TEST_P(WholePixelSearch, CentreIsTakenWithHalfSizesAndResultWithTheClippedOffset) {
   const auto image = MakeImage<PixelYUV422>(30, 30, Nothing);
-  // One candidate: the corner 20 - 4, 20 - 3; the feature lies at 1, 2 of its template.
+  // One candidate: the corner 20 - 4, 20 - 3; the feature is at 1, 2 of its template.
   EXPECT_EQ(Locate(*image, *image, {1, 2}, {20, 20}, 4, 3, 0, 0), (Point{17, 19}));
 }
 

@@ -8,9 +8,9 @@
 #include <limits>
 #include <vector>
 
-#include "tests/geometry/random_polygons.h"
-#include "tests/geometry/plane.h"
 #include "tests/fillpoly/scan_line_model.h"
+#include "tests/geometry/plane.h"
+#include "tests/geometry/random_polygons.h"
 
 namespace kv_img::fillpoly {
 namespace {
@@ -165,7 +165,7 @@ TEST(ScanLineWalkTest, XFollowsTheEdge) {
 }
 
 TEST(ScanLineWalkTest, HorizontalEdgesTakeNoPart) {
-  // The step in the middle lies within row 2.
+  // The step in the middle is within row 2.
   const std::vector<VisitedRow> rows =
       Visit(PolygonOf({{0, 0}, {4, 0}, {4, 2.25}, {8, 2.75}, {8, 5}, {0, 5}}), 0, 9);
   ASSERT_EQ(rows.size(), 6u);

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "tests/geometry/clip.h"
-#include "tests/geometry/random_polygons.h"
 #include "tests/geometry/plane.h"
+#include "tests/geometry/random_polygons.h"
 
 namespace kv_math {
 namespace {
@@ -52,8 +52,8 @@ bool LiesIn(const Polygon2& piece, const Rect2& rect) {
   return true;
 }
 
-/// The pieces lie in the rectangle, wind as the polygon does and have the shared area in sum; each sample
-/// point lies in one piece when it lies in the polygon, else in none; the area counted on the grid is the
+/// The pieces are inside the rectangle, wind as the polygon does and have the shared area in sum; each sample
+/// point is in one piece if it is in the polygon, else in none; the area counted on the grid is the
 /// pieces' area.
 void ExpectClipped(const Polygon2& polygon, const Rect2& rect, const std::vector<Polygon2>& pieces) {
   const double direction = kv_model::SignedArea(polygon) > 0 ? 1 : -1;
@@ -112,7 +112,7 @@ TEST(ClipRandom, SimplePolygonsInGeneralPosition) {
   }
 }
 
-/// On a lattice vertices and edges lie on the borders and on the corners of the rectangle all the time.
+/// On a lattice, vertices and edges are on the borders and corners of the rectangle all the time.
 TEST(ClipRandom, SimplePolygonsOnTheLatticeOfTheRectangle) {
   for (std::uint64_t seed = 0; seed < 2500; ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));

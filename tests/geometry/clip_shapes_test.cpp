@@ -7,8 +7,8 @@
 
 #include "geometry/intersection.h"
 #include "tests/geometry/clip.h"
-#include "tests/geometry/random_polygons.h"
 #include "tests/geometry/plane.h"
+#include "tests/geometry/random_polygons.h"
 
 namespace kv_math {
 namespace {
@@ -106,7 +106,7 @@ TEST(Clip, CornersOfTheRectangleAreFound) {
 }
 
 TEST(Clip, CombFallsIntoItsTeeth) {
-  // A comb whose back lies below the rectangle: three teeth of width 1 and height 4.
+  // A comb whose back is below the rectangle: three teeth of width 1 and height 4.
   const Polygon2 comb = PolygonOf(
       {{1, 6}, {2, 6}, {2, 12}, {4, 12}, {4, 6}, {5, 6}, {5, 12}, {7, 12}, {7, 6}, {8, 6}, {8, 14}, {1, 14}});
   ExpectPieces(comb, {4, 4, 4});
@@ -123,7 +123,7 @@ TEST(Clip, BayFromOutsideKeepsOnePiece) {
 }
 
 TEST(Clip, NotchThatReachesTheBorderSplitsInTwo) {
-  // The notch's tip lies on the border exactly; below it the polygon goes on outside.
+  // The notch's tip is exactly on the border; below it the polygon goes on outside.
   ExpectPieces(PolygonOf({{1, 2}, {4, 10}, {7, 2}, {9, 2}, {9, 12}, {0, 12}, {0, 2}}),
                {4 * 8 - 12, 5 * 8 - 12});
 }

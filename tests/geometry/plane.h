@@ -11,7 +11,7 @@
 /// Plane geometry by its definitions, to compare with.
 namespace kv_model {
 
-/// How often the polygon winds around (x, y); the point must not lie on its boundary.
+/// How often the polygon winds around (x, y); the point must not be on its boundary.
 inline int WindingNumber(const kv_math::Polygon2& polygon, double x, double y) {
   const std::size_t n = polygon.GetNbrOfVertices();
   int winding = 0;

@@ -81,7 +81,7 @@ inline kv_math::Polygon2 Untangled(const kv_math::Polygon2& scattered) {
 }
 
 /// A random simple polygon of 3 to 16 vertices around `centre`, reaching `half` from it, winding either way.
-/// With `step` > 0 its coordinates are multiples of it, so that vertices and edges often lie on a border.
+/// With `step` > 0 its coordinates are multiples of it, so that vertices and edges are often on a border.
 inline kv_math::Polygon2 SimplePolygon(Random& random, double centre, double half, double step) {
   while (true) {
     const int n = random.Between(3, 16);

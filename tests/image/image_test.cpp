@@ -138,7 +138,7 @@ TEST(Image, OwnedRowsHaveSlackBehindTheirLastWholeGroup) {
 
 TEST(Image, OwnedPicturesBeginBlack) {
   for (int round = 0; round < 3; ++round) {
-    // Memory that was used before comes first when memory is asked for.
+    // Memory that was used before comes first at the next allocation.
     const Grey8 image(100, 9);
     const auto& buffer = image.GetPixelBuffer();
     const std::size_t bytes = buffer.totalBytes;
@@ -222,7 +222,7 @@ TEST(Image, RowsThatLieAlikeShareAStorageFlag) {
   const Yuv422 apart(9, 2, WrappedRows::Strided(memory.data(), 20));
   const Yuv422 together(9, 2, WrappedRows::Strided(memory.data(), 18));
   EXPECT_NE(flag(apart), flag(together));
-  EXPECT_EQ(apart.GetProperties().propertyFlag, 1) << "rows that lie apart are copied row by row";
+  EXPECT_EQ(apart.GetProperties().propertyFlag, 1) << "rows that are not contiguous are copied row by row";
   EXPECT_EQ(together.GetProperties().propertyFlag, 0);
   ImageOptions chosen;
   chosen.storageFlag = 42;

@@ -8,7 +8,7 @@
 
 namespace kv_test {
 
-/// Where the small modules lie.
+/// The folder of the small modules.
 inline const std::filesystem::path moduleFolder = KV_TEST_MODULES;
 
 inline std::filesystem::path ModuleFile(const std::filesystem::path& name) {

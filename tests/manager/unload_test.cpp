@@ -96,7 +96,7 @@ TEST(UnloadedMember, DoesNotKeepItselfLoaded) {
   EXPECT_TRUE(IsModuleLoaded(filterFile));
   mmx.Unload();
   EXPECT_FALSE(IsModuleLoaded(file));
-  EXPECT_FALSE(IsModuleLoaded(filterFile)) << "left behind by a manager that is gone";
+  EXPECT_FALSE(IsModuleLoaded(filterFile)) << "left loaded by a manager that is gone";
 }
 
 }  // namespace

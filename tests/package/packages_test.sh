@@ -42,5 +42,5 @@ man -w kv >/dev/null 2>&1 || [ -e /usr/share/man/man1/kv.1.gz ] || [ -e /etc/dpk
 ./host picture.ppm
 dpkg --purge "${names[@]}" >"$work/log" 2>&1 || { cat "$work/log"; fail "dpkg --purge"; }
 installed=no
-[ ! -e /usr/bin/kv ] && [ ! -e /usr/lib/kv_algo ] || fail "something was left behind"
+[ ! -e /usr/bin/kv ] && [ ! -e /usr/lib/kv_algo ] || fail "something was not removed"
 echo "all is well"

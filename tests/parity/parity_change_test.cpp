@@ -148,7 +148,7 @@ TEST_P(ParityChange, ErrorsComeInOrderAndBeforeAnyWrite) {
   expectRefusal(known.image, 4, 2, otherCode, nullptr, 5, conversion);
   expectRefusal(other.image, 4, 2, chromaFirst, nullptr, 5, conversion);
 
-  // The region must lie in the source and in the destination.
+  // The region must be inside the source and in the destination.
   expectRefusal(known.image, 9, 9, otherCode, &raggedOutside, 1, L"");
   expectRefusal(known.image, 3, 2, otherCode, &ragged, 1, L"");
   expectRefusal(known.image, 4, 1, lumaFirst, &whole, 1, L"");

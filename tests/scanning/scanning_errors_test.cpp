@@ -35,7 +35,7 @@ TEST_P(ScanningErrors, ErrorsComeInOrderAndBeforeAnyWrite) {
   const RunRegion ragged(0, {0, 1, 0}, {5, 5, 5});
   const RunRegion raggedOutside(0, {0, 1, 0}, {10, 9, 9});
   for (const std::uint8_t flags : {std::uint8_t{0}, horizontal, vertical}) {
-    // Outside the source image: the source region, and the destination region although it lies in its own
+    // Outside the source image: the source region, and the destination region although it is inside its own
     // image.
     expectRefusal(ImageRect(0, 0, 10, 5), ImageRect(0, 0, 9, 5), flags, 2, L"");
     expectRefusal(ImageRect(0, 0, 9, 6), ImageRect(0, 0, 9, 5), flags, 2, L"");

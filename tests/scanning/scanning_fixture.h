@@ -21,7 +21,7 @@ inline constexpr std::uint8_t horizontalReverse = 0x02;
 inline constexpr std::uint8_t vertical = 0x04;
 inline constexpr std::uint8_t verticalReverse = 0x08;
 
-/// An image over rows of one value, 8 bytes of slack behind each; `set` gives the samples their values.
+/// An image over rows of one value, 8 bytes of slack after each; `set` gives the samples their values.
 class ScanTestImage {
  public:
   ScanTestImage(int width, int height, const kv_img::ImageOptions& options, std::uint8_t value = 0)

@@ -44,7 +44,7 @@ struct Frame {
     const int sourceTop = random.Between(0, 3);
     sourceRegion = ImageRect(sourceLeft, sourceTop, sourceLeft + width + roomAcross - 1,
                              sourceTop + height + roomDown - 1);
-    // The destination region too lies inside the source image.
+    // The destination region, too, is inside the source image.
     const int left = random.Between(0, 5);
     const int top = random.Between(0, 3);
     region = ImageRect(left, top, left + width - 1, top + height - 1);

@@ -104,7 +104,7 @@ TEST_P(ScanningRounding, GroupsLoseTheFractionOfEveryProduct) {
 }
 
 TEST_P(ScanningRounding, ShiftedChromaOfGroupsAndPairsIsWeightedDifferently) {
-  // Half a column from an odd source column: groups lie half between two pairs, pairs at three quarters, and
+  // Half a column from an odd source column: groups are half between two pairs, pairs at three quarters, and
   // the last pixel takes its source pair alone.
   for (const std::int32_t layout : {chromaFirst, lumaFirst}) {
     ScanTestImage row = Pan(
@@ -117,7 +117,7 @@ TEST_P(ScanningRounding, ShiftedChromaOfGroupsAndPairsIsWeightedDifferently) {
 }
 
 TEST_P(ScanningRounding, ChromaOfLikeColumnsIsNotResampled) {
-  // Of two rows the mean, rounded down, for groups, pairs and the last pixel alike.
+  // Of two rows the mean, rounded down, for groups, pairs and the last pixel.
   for (const std::int32_t layout : {chromaFirst, lumaFirst}) {
     ScanTestImage row = Pan(
         layout, 0, 9, 2, 3, true, [](int, int) { return 0; }, [](int x, int y) { return 20 * x + 3 * y; });

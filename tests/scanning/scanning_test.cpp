@@ -133,7 +133,7 @@ TEST_P(Scanning, VerticalPanRepeatsTheSourceRowInTheBottomRow) {
   source.Fill([](int, int y) { return 40 * y; }, flatChroma);
   for (const int threads : {1, 3}) {
     ScanTestImage destination(8, 6, Options(lumaFirst, 1), 255);
-    // Half a row on: rows lie between two source rows, but the bottom row takes one alone.
+    // Half a row on: rows are between two source rows, but the bottom row takes one alone.
     Run(*source, *destination, ImageRect(0, 2, 7, 5), ImageRect(0, 1, 7, 3), vertical, 3, 1, threads);
     for (const auto& [y, luma] : {std::pair{1, 100}, std::pair{2, 140}, std::pair{3, 160}}) {
       EXPECT_EQ(destination.Luma(3, y), luma) << y;

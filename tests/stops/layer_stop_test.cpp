@@ -1,5 +1,5 @@
 // Stops of the two operations that wait, at any moment and from anyone: every thread comes back, those that
-// wait with the stop's exception, and nothing stays behind.
+// wait with the stop's exception, and nothing leaks.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -104,7 +104,7 @@ TEST_P(LayerStop, FromOutsideAtAnyMomentAllComeBack) {
         }
       });
     }
-    // Anywhere from before the first thread to behind the last one.
+    // Anywhere from before the first thread to after the last one.
     while (begun < round % (threads + 1)) std::this_thread::yield();
     for (int i = 0; i < round % 97; ++i) std::atomic_signal_fence(std::memory_order_seq_cst);
     barrier.RequestStop();

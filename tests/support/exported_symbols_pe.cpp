@@ -57,14 +57,14 @@ class PeFile {
     std::uint32_t offset;
   };
 
-  /// Where in the file an address of the loaded module lies.
+  /// The file offset of an address of the loaded module.
   std::uint64_t OffsetOf(std::uint32_t address) const {
     for (const Section& section : sections_) {
       if (address >= section.address && address - section.address < section.size) {
         return std::uint64_t{section.offset} + (address - section.address);
       }
     }
-    throw std::runtime_error("an address of the DLL lies in no section");
+    throw std::runtime_error("an address of the DLL is in no section");
   }
 
   template <class Number>

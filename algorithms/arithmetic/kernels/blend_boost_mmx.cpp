@@ -22,7 +22,7 @@ __m64 Blend(__m64 a, __m64 b, __m64 weights) {
   return _mm_add_pi16(a, _mm_srai_pi16(_mm_mullo_pi16(_mm_sub_pi16(b, a), weights), 7));
 }
 
-// A group: `b` and `a` as they lie in memory, the four mask values as 16-bit lanes.
+// A group: `b` and `a` in memory order, the four mask values as 16-bit lanes.
 template <PackedOrder order>
 __m64 BlendGroup(__m64 b, __m64 a, __m64 mask) {
   const __m64 lumaA = LumaLanes<order>(a);

@@ -9,7 +9,7 @@ template <PackedOrder order>
 void Differences(LumaDifference::Args& args) {
   Walk<LumaDifference::Streams, width / 4>(
       args, [](const std::uint8_t* first, const std::uint8_t* second, std::uint8_t* destination) {
-        // Both in the order that a pack leaves: their difference is put right once.
+        // Both stay in the lane order of a pack; their difference is reordered once.
         const auto luma = [](const std::uint8_t* packed) {
           const Vector a = Load(packed);
           const Vector b = Load(packed + width);

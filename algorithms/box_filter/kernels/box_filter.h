@@ -28,12 +28,12 @@ struct ReplaceRow {
   static void Run(Args& args) noexcept;
 };
 
-/// Windows up to this size are added up straight from their rows: that costs less than to keep column sums.
+/// Windows up to this size are summed directly from their rows, which costs less than keeping column sums.
 inline constexpr std::uint32_t mostSmall = 4;
 
 /// Means of square windows that slide along rows of pixels, one column at a time.
 ///
-/// A window is `windowSize` columns, 1 to mostSmall, of as many rows: its mean is the sum of its pixels
+/// A window is `windowSize` columns, 1 to mostSmall, by windowSize rows: its mean is the sum of its pixels
 /// divided by windowSize * windowSize and rounded down. The first windowSize of `rows` point to the first
 /// column of the first window. One group is one window: 1 byte written at `destination`; g groups read
 /// g + windowSize - 1 bytes of each row. Rows may be the same; none overlaps the destination.
@@ -49,12 +49,12 @@ struct SmallWindowMeans {
   static void Run(Args& args) noexcept;
 };
 
-/// Sums before the first and after the last one of a row that a kernel may read, whatever they hold.
+/// Sums before the first and after the last one of a row that a kernel may read; their values do not matter.
 inline constexpr std::int32_t spareSums = 64;
 
 /// Means of square windows that slide along a row of column sums, one column at a time.
 ///
-/// A window is `windowSize` columns, 1 to maxWindowSize, of as many rows each: its mean is the sum of its
+/// A window is `windowSize` columns, 1 to maxWindowSize, by windowSize rows: its mean is the sum of its
 /// column sums, none above 255 * windowSize, divided by windowSize * windowSize and rounded down. `first`
 /// points to the sum of the first column of the first window, followed by those of every second column;
 /// `second` points to the sums of the columns between. One group is eight windows: 8 bytes written at

@@ -22,14 +22,14 @@ KV_INLINE Vector UpperSums(Vectors... pixels) {
   return SumOf16(UpperBytes16(pixels)...);
 }
 
-/// Loaded once: g++ would load for each use, across two cache lines.
+/// Loaded once: g++ would reload it for every use, across two cache lines.
 KV_INLINE Vector LoadOnce(const std::uint8_t* pixels) {
   Vector vector = Load(pixels);
   asm("" : "+v"(vector));
   return vector;
 }
 
-/// A register that ends with `count` bytes; eight are read, and those before them may be anything.
+/// A register whose last bytes are the `count` given; eight are read, the bytes before them are undefined.
 template <int count>
 KV_INLINE Vector EndingWith(const std::uint8_t* bytes) {
   std::uint64_t eight = 0;

@@ -15,7 +15,7 @@ constexpr std::uint8_t MeanOf(std::uint32_t sum, std::uint32_t count) {
 }
 static_assert(MeanOf(35, 9) == 3 && MeanOf(255U * 255U * 255U, 255U * 255U) == 255);
 
-/// MeanOf in single precision, of which compilers make vectors, for up to maxWindowSize * maxWindowSize
+/// MeanOf in single precision, which compilers vectorise, for up to maxWindowSize * maxWindowSize
 /// pixels: sums below 2^24 are exact, and a quotient, rounded to a multiple of 2^-16 at most, misses the next
 /// whole number by 1 / count, more than half of that.
 constexpr std::uint8_t FloatMeanOf(std::int32_t sum, std::int32_t count) {

@@ -17,7 +17,7 @@ KV_INLINE void ForEachStep(std::int32_t windows, std::uint8_t* destination, Star
   const bool areFew = windows < width;
   std::uint8_t* means = areFew ? few : destination;
   const std::int32_t last = areFew ? 0 : windows - width;
-  // One call of each, for what a step keeps to stay in registers.
+  // One call site each, so that a step's state stays in registers.
   for (std::int32_t window = 0;; window = last) {
     start(window);
     for (; window <= last; window += width) step(window, means + window);
@@ -66,7 +66,7 @@ KV_INLINE Vector MoveUp(Vector current, Vector before) {
 template <int windowSize>
 class NarrowWindows {
  public:
-  /// Takes the pairs before the first that is asked for.
+  /// Takes the pairs before the first one to be returned.
   KV_INLINE void Start(Vector lower, Vector upper) { Sum(lower, upper); }
 
   /// The means of the windows that end at the lower and at the upper columns, in turn.
@@ -85,7 +85,7 @@ class NarrowWindows {
  private:
   static constexpr int pairs = windowSize / 2;
 
-  /// Adds up as many pairs as a window has, by doubling.
+  /// Sums the pairs of a window, by doubling.
   KV_INLINE void Sum(Vector lower, Vector upper) {
     const Vector one = Add16(lower, upper);
     const Vector two = Add16(one, MoveUp<1>(one, one_));

@@ -12,7 +12,7 @@ namespace kv_img::box_filter {
 namespace {
 
 // Wider windows have sums of 32 bits, at most 255^3, and so do the running sums that they are differences of.
-// Those wrap; their differences are right all the same.
+// Those wrap; their differences are still right.
 
 /// Windows whose running sums are kept at a time.
 constexpr std::int32_t windowsAtOnce = 4096;

@@ -4,8 +4,8 @@
 namespace kv_img::color {
 namespace {
 
-/// Colours of 32-bit lanes: blue and red, or red and blue, in 16-bit lanes, and green below what does not
-/// count.
+/// Colours of 32-bit lanes: blue and red, or red and blue, in 16-bit lanes, and green in the lower half of
+/// 32-bit lanes whose upper half does not count.
 struct Colours {
   Vector outer;
   Vector green;

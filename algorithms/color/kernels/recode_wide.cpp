@@ -63,7 +63,7 @@ void RecodeAlone(Recode::Args& args) {
   });
 }
 
-/// With four times the chroma, as its neighbours make it.
+/// With four times the chroma, interpolated from its neighbours.
 template <PackedOrder order>
 void RecodeAmongNeighbours(Recode::Args& args) {
   const Converter<2> converter(args.weights);

@@ -50,22 +50,22 @@ struct RecodingWeights {
   bool operator==(const RecodingWeights&) const = default;
 };
 
-/// What a pair's chroma becomes for its two pixels: four times the value, from the samples of the pair
-/// before, the pair itself and the next.
+/// The chroma of the two pixels of a pair: four times the value, from the samples of the pair before, the
+/// pair itself and the next.
 enum class Upsampling : std::int32_t {
   Repeat,  ///< own, own
   Left,    ///< own, (own + next) / 2
   Centre   ///< (before + 3 own) / 4, (3 own + next) / 4
 };
 
-/// What the pixels of a pair give to its chroma sample.
+/// How the chroma sample of a pair is filtered from its pixels.
 enum class Downsampling : std::int32_t {
   First,    ///< the left pixel
   Mean,     ///< (left + right) / 2
   Triangle  ///< (pixel before + 2 left + right) / 4
 };
 
-/// How a chroma sample moves to another position.
+/// How a chroma sample is moved to another position.
 enum class Shift : std::int32_t {
   None,
   Right,  ///< (3 own + next) / 4

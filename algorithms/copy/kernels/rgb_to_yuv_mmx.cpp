@@ -93,7 +93,7 @@ void ConvertDib24(RgbToYuv::Args& args) {
   RgbToYuv::Args at = args;  // no store can reach a local copy, so its pointers stay in registers
   const MatrixWords matrix(at.matrix);
   for (std::int32_t group = 0; group < at.groups; ++group) {
-    // The last two pixels are taken from the upper end of a word, so that nothing behind them is read.
+    // The last two pixels are taken from the upper end of a word, so that nothing past them is read.
     const EightPixels pixels =
         Convert<order>(Widen(Load64(at.source)), Widen(Load64(at.source + 6)), Widen(Load64(at.source + 12)),
                        Widen(_mm_srli_si64(Load64(at.source + 16), 16)), matrix);
@@ -116,7 +116,7 @@ concept HasAlpha = requires(Args& args) {
   args.alpha;
 };
 
-/// Two groups in a step, for eight pixels fill the words; a last odd group is converted beside zeros.
+/// Two groups in a step, because eight pixels fill the words; a last odd group is paired with zeros.
 template <PackedOrder order, class Args>
 void ConvertDib32(Args& args) {
   Args at = args;

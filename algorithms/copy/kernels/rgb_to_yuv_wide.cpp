@@ -26,7 +26,7 @@ constexpr BytePlaces fourthBytes = [] {
   return places;
 }();
 /// The third bytes of the 32-bit lanes of two registers in turn, at every second byte from `start` on. The
-/// lanes stand as shuffling two registers puts them: two of the one, two of the other.
+/// lanes are in the order that shuffling two registers leaves: two of the one, two of the other.
 template <int start>
 constexpr BytePlaces thirdBytesInTurn = [] {
   BytePlaces places;
@@ -57,14 +57,14 @@ struct Component {
         green(SetPair16(weights.green, 0)),
         offset(Set32(wholeOffset << 15)) {}
 
-  /// Sums in units of 1/32768: as nothing leaves 0 to 255, eight bits before a fraction of fifteen.
+  /// Sums in units of 1/32768: as nothing leaves 0 to 255, eight integer bits and fifteen of fraction.
   Vector Of(const Pixels& pixels) const {
     return MultiplyAddTo32(MultiplyAddTo32(offset, pixels.blueRed, blueRed), pixels.green, green);
   }
 };
 
-/// Moves the eight bits above a fraction to a byte of each 32-bit lane; the other bytes are zeros. Nothing
-/// stands above those eight.
+/// Moves the eight bits above a fraction to a byte of each 32-bit lane; the other bytes are zeros. The
+/// bits above those eight must be zero.
 template <int byte, int fraction>
 Vector WholeAt(Vector sums) {
   constexpr int up = 8 * byte - fraction;

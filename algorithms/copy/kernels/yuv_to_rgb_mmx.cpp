@@ -84,7 +84,7 @@ WordBytes Dib16Bytes(const EightPixels& pixels) {
                       _mm_and_si64(_mm_srli_pi16(pixels.green, 5), _mm_set1_pi8('\x07')))};
 }
 
-/// Two groups in a step, for eight pixels fill the words; a last odd group is converted beside zeros.
+/// Two groups in a step, because eight pixels fill the words; a last odd group is paired with zeros.
 template <PackedOrder order, WordBytes (*toBytes)(const EightPixels&)>
 void ConvertToWords(YuvToRgb::Args& args) {
   YuvToRgb::Args at = args;  // no store can reach a local copy, so its pointers stay in registers

@@ -43,8 +43,8 @@ class Converter {
   Vector chromaOffset_;
 };
 
-// Words of 15 and 16 bits from the bytes of sixteen pixels a lane. Shifts go across bytes: what comes over
-// from a neighbour lies where the other component is taken.
+// Words of 15 and 16 bits from the bytes of sixteen pixels a lane. Shifts cross bytes: the bits that come
+// from a neighbour are where the other component is taken.
 struct Dib15Word {
   KV_INLINE static Vector LowerByte(Vector green, Vector blue) {
     return Select(Set8(0xE0), ShiftRight16<3>(blue), ShiftLeft16<2>(green));
@@ -121,7 +121,7 @@ void ConvertStep24(const Converter<order>& converter, const std::uint8_t* source
 
 constexpr int groupsPerStep24 = width / 16;
 
-/// The three bytes of four 32-bit pixels side by side in every lane, four zeros behind them.
+/// The three bytes of four 32-bit pixels, packed in every lane and followed by four zeros.
 KV_INLINE Vector CloseUp(Vector pixels) {
 #if KV_WIDE_LEVEL >= 1
   return KV_SIMD(shuffle_epi8)(

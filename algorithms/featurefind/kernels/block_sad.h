@@ -7,10 +7,10 @@
 
 namespace kv_img::featurefind {
 
-/// Bytes behind the columns of a row that the kernels of this folder may read, but that never count.
+/// Bytes after the columns of a row that the kernels of this folder may read, but that never count.
 inline constexpr std::ptrdiff_t spareColumns = 72;
 
-/// Adds the absolute differences of a block of bytes and another at several positions side by side to `sums`
+/// Adds the absolute differences of a block of bytes and another at several adjacent positions to `sums`
 /// (which wrap at 2^32): sums[i] is for the block that starts `i` bytes after `searched`.
 ///
 /// A block is `rows` rows of `columns` bytes, `stride` bytes from row to row. Of every row of `reference` the

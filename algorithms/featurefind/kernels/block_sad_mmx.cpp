@@ -5,7 +5,7 @@ namespace kv_img::featurefind {
 namespace {
 
 /// Adds up eight columns of bytes in 16-bit lanes, up to 64 rows: each word as a whole, wrapping, and its
-/// upper byte alone, which tells how much of the sum of words the lower bytes are.
+/// upper byte alone; what the upper bytes do not account for is the sum of the lower ones.
 struct ColumnSums {
   static constexpr std::int32_t mostRows = 64;
 

@@ -46,15 +46,15 @@ std::uint32_t SumAt(const BlockSad::Args& args, const std::uint8_t* searched) {
 #if KV_WIDE_LEVEL >= 1
 
 // Instructions that take the differences of four bytes to four bytes at several places, each place a 16-bit
-// lane: a register holds the sums of positionsAtOnce positions side by side.
+// lane: a register holds the sums of positionsAtOnce adjacent positions.
 constexpr std::int32_t positionsAtOnce = width / 2;
-/// Fewer are as quickly taken one by one.
+/// Fewer are just as fast one by one.
 constexpr std::int32_t leastPositions = width / 8;
 /// 64 fours of differences fit into a 16-bit lane.
 constexpr std::int32_t foursInLane = 64;
 constexpr std::int32_t columnsAtOnce = 128;
 
-/// Searched bytes, so that every lane of sixteen bytes has those of its own eight positions and eight behind.
+/// Searched bytes: every lane of sixteen holds those of its own eight positions and the eight after them.
 KV_INLINE Vector Windows(const std::uint8_t* searched) {
 #if KV_WIDE_LEVEL >= 2
   return _mm512_permutexvar_epi64(_mm512_setr_epi64(0, 1, 1, 2, 2, 3, 3, 4), Load(searched));
@@ -105,7 +105,7 @@ KV_INLINE Vector RowDifferences(const std::uint8_t* searched, const std::uint8_t
   return sums;
 }
 
-/// Adds the differences at up to positionsAtOnce positions to as many sums.
+/// Adds the differences at up to positionsAtOnce positions to the sum of each.
 void AddPositions(const BlockSad::Args& args, const std::uint8_t* searched, std::int32_t positions,
                   std::uint32_t* sums) {
   Vector lower = Zero();

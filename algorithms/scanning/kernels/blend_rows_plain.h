@@ -4,16 +4,15 @@
 
 #include "algorithms/scanning/kernels/blend_rows.h"
 
-// Plain loops, of which compilers make vectors: what the scalar set has, and what the set of 64-bit words
-// has, which single precision does not fit. Copies of their own, for each member is made of its own kernels
-// alone.
+// Plain loops that compilers vectorise: for the scalar set, and for the set of 64-bit words, which have no
+// single precision. Each set compiles a copy of its own, as a member is built from its own kernels alone.
 
 namespace kv_img::scanning {
 namespace {
 
 constexpr std::ptrdiff_t nextPixel = 2;
 
-/// Calls `fill(upper, lower, out, bytes)`: a plain loop, of which compilers make vectors.
+/// Calls `fill(upper, lower, out, bytes)`: a plain loop that compilers vectorise.
 template <class Fill>
 void FillBytes(RowBlend::Args& args, Fill fill) {
   const std::ptrdiff_t bytes = 8 * std::ptrdiff_t{args.groups};

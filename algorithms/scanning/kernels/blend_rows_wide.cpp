@@ -13,7 +13,7 @@ KV_INLINE Floats NumberAt(Vector bytes) {
   return KV_SIMD(cvtepi32_ps)(byte == 3 ? shifted : And(shifted, Set32(0xFF)));
 }
 
-/// What a sample is of the rows; the steps and their order are the rule's.
+/// A sample blended from the rows; the steps and their order are those of the rule.
 class Blend {
  public:
   explicit Blend(float fraction)
