@@ -17,8 +17,9 @@ namespace alpha {
 using Kernels = KernelList<struct CentredDifference, struct ChromaDistance>;
 }
 namespace arithmetic {
+// There is an operation of the same name. NOLINTNEXTLINE(bugprone-forward-declaration-namespace)
 using Kernels = KernelList<struct BlendBoost, struct HalvedSum, struct LumaDifference>;
-}
+}  // namespace arithmetic
 namespace box_filter {
 using Kernels = KernelList<struct ReplaceRow, struct SmallWindowMeans, struct WindowMeans>;
 }

@@ -77,8 +77,8 @@ class FeatureFindRule final : public kv_img::FeatureFindAlgorithmInterface<Image
 /// The arguments of a search, of any of the four operations.
 struct Search {
   int operation;
-  int whole1[2];
-  int whole2[2];
+  int whole1[2] = {};
+  int whole2[2] = {};
   double point1[2];
   double point2[2];
   int hw;

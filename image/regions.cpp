@@ -18,7 +18,7 @@ unsigned Count(int first, int last) {
 }  // namespace
 
 // Said again, so that Windows, too, has the constant in this library for whoever takes its address.
-constexpr int RunRegion::regionType;
+constexpr int RunRegion::regionType;  // NOLINT(readability-redundant-declaration)
 
 RegionOfSupport::~RegionOfSupport() = default;
 

@@ -1,5 +1,6 @@
 #include "image/errors/message_text.h"
 
+#include <algorithm>
 #include <cwchar>
 
 namespace kv_std {
@@ -27,7 +28,7 @@ Message FormatMessageText(const wchar_t* text, const MessageArguments& arguments
         const wchar_t* argument = arguments[static_cast<std::size_t>(digit - L'1')];
         const std::size_t added = argument != nullptr ? std::wcslen(argument) : maxLength;
         if (length + added < maxLength) {
-          std::wmemcpy(message + length, argument, added);
+          std::copy_n(argument, added, message + length);
           length += added;
         }
       }
