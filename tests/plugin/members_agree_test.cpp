@@ -57,13 +57,13 @@ TEST_P(MembersAgree, ByteForByte) {
   EXPECT_GE(done, rounds / 3) << "nearly all calls were refused";
 }
 
-std::string NameOf(const testing::TestParamInfo<OperationCase>& info) {
+std::string CaseName(const testing::TestParamInfo<OperationCase>& info) {
   std::string name = info.param.algorithm;
   for (const int id : info.param.ids) name += "_" + std::to_string(id);
   return name;
 }
 
-INSTANTIATE_TEST_SUITE_P(Rows, MembersAgree, testing::ValuesIn(kv_check::AllOperations()), NameOf);
+INSTANTIATE_TEST_SUITE_P(Rows, MembersAgree, testing::ValuesIn(kv_check::AllOperations()), CaseName);
 
 TEST(AllOperations, HoldsEveryRequestThatAMemberAnswers) {
   std::set<Request> listed;
