@@ -30,7 +30,7 @@ class MovingColumns {
         oddSums_(RoundedUp(static_cast<std::size_t>(source.width) / 2 + 2 * spareSums)),
         sums_(new (std::nothrow) std::uint16_t[2 * oddSums_ + aligned]()),
         counts_(new (std::nothrow) std::uint8_t[static_cast<std::size_t>(source.width)]()),
-        sumsOf_{Aligned(sums_.get()) + spareSums, Aligned(sums_.get()) + spareSums + oddSums_} {}
+        sumsOf_{FirstOf(0), FirstOf(oddSums_)} {}
 
   /// Returns false if there was no memory; nothing else may be called then.
   bool IsAllocated() const { return sums_ != nullptr && counts_ != nullptr; }
@@ -93,6 +93,10 @@ class MovingColumns {
   static constexpr std::size_t aligned = 32;
   static_assert(spareSums % aligned == 0);
   static std::size_t RoundedUp(std::size_t sums) { return (sums + aligned - 1) / aligned * aligned; }
+  /// The sums of the even columns, or those of the odd ones; null without memory.
+  std::uint16_t* FirstOf(std::size_t sums) const {
+    return sums_ == nullptr ? nullptr : Aligned(sums_.get()) + spareSums + sums;
+  }
   static std::uint16_t* Aligned(std::uint16_t* sums) {
     return reinterpret_cast<std::uint16_t*>(RoundedUp(reinterpret_cast<std::uintptr_t>(sums) / sizeof *sums) *
                                             sizeof *sums);
