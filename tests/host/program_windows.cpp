@@ -106,7 +106,7 @@ Outcome PipeThroughKv(const fs::path& folder, const std::string& arguments, cons
   PROCESS_INFORMATION process{};
   if (CreateProcessW(kv.c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr, folder.c_str(), &startup,
                      &process) == 0) {
-    throw std::runtime_error("cannot run " + kv.string());
+    throw std::runtime_error("cannot run " + kv.string() + ": error " + std::to_string(GetLastError()));
   }
   const Handle running(process.hProcess);
   const Handle thread(process.hThread);
