@@ -16,6 +16,10 @@ _kv() {
       --from-format | --to-format) words='y4m uyvy yuy2 uyvya yuy2a bmp pgm ppm png' ;;
       --layout) words='uyvy yuy2' ;;
       --depth) words='8 15 16 24 32' ;;
+      --matrix) words='601 709 2020' ;;
+      --range) words='limited full' ;;
+      --chroma) words='left centre' ;;
+      --resample) words='linear nearest' ;;
       --direction) words='left right up down' ;;
       *)
         compopt -o default 2>/dev/null

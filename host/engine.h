@@ -2,6 +2,7 @@
 
 #include <chrono>
 
+#include "host/colours.h"
 #include "host/family.h"
 #include "host/operation_log.h"
 #include "host/runner.h"
@@ -14,6 +15,7 @@ struct Engine {
   const Family& family;
   const WorkerPool& pool;
   OperationLog* log = nullptr;  ///< Where calls are noted, if anywhere.
+  ColourOptions colours = {};
 
   /// Calls an operation on the threads of the pool, as kv_host::Run does, and notes the call under the
   /// algorithm's name.

@@ -11,4 +11,8 @@ void OperationLog::Add(const std::string& algorithm, const std::string& member, 
   tally->milliseconds += milliseconds;
 }
 
+void OperationLog::Add(const Crossing& crossing) {
+  if (std::ranges::find(crossings_, crossing) == crossings_.end()) crossings_.push_back(crossing);
+}
+
 }  // namespace kv_host

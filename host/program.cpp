@@ -25,7 +25,7 @@ constexpr const char* seeHelp = " (kv --help shows what there is)";
 /// As reports are when there is no memory to make them.
 constexpr const char* outOfMemoryReport =
     R"({"version":1,"command":null,"status":2,"error":{"code":"outOfMemory","message":"out of memory",)"
-    R"("file":null,"offset":null},"files":[],"operations":[],"result":null})"
+    R"("file":null,"offset":null},"files":[],"operations":[],"colours":[],"result":null})"
     "\n";
 
 /// Before the options are parsed, which may fail.

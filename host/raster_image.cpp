@@ -25,6 +25,7 @@ std::size_t UnitBytes(RasterKind kind, std::size_t plane) {
 void Describe(Raster& raster, const Raster& like) {
   raster.interlace = like.interlace;
   raster.range = like.range;
+  raster.matrix = like.matrix;
   raster.frameRate = like.frameRate;
   raster.pixelAspect = like.pixelAspect;
 }

@@ -23,6 +23,23 @@ JsonText OperationsOf(const OperationLog& log) {
   return operations;
 }
 
+JsonText FactOf(const ColourFact& fact) {
+  return JsonText::Object().Add("value", fact.value).Add("from", fact.from);
+}
+
+JsonText ColoursOf(const OperationLog& log) {
+  JsonText crossings = JsonText::Array();
+  for (const Crossing& crossing : log.Crossings()) {
+    crossings.Add(JsonText::Object()
+                      .Add("to", crossing.to)
+                      .Add("matrix", FactOf(crossing.matrix))
+                      .Add("range", FactOf(crossing.range))
+                      .Add("chroma", FactOf(crossing.chroma))
+                      .Add("resample", FactOf(crossing.resample)));
+  }
+  return crossings;
+}
+
 JsonText ErrorOf(const Failure& failure) {
   JsonText error = JsonText::Object();
   error.Add("code", failure.code).Add("message", failure.message);
@@ -37,7 +54,8 @@ std::string Session::Report() const {
   report.Add("version", 1);
   report.Add("command", NotEmpty(command)).Add("status", Status());
   report.Add("error", failure ? std::optional(ErrorOf(*failure)) : std::nullopt);
-  report.Add("files", files).Add("operations", OperationsOf(log)).Add("result", result);
+  report.Add("files", files).Add("operations", OperationsOf(log));
+  report.Add("colours", ColoursOf(log)).Add("result", result);
   return report.Text() + "\n";
 }
 

@@ -82,6 +82,7 @@ void AddAlphaCommands(CLI::App& app, Session& session) {
   command->add_option("A", colour->first, "picture or video; - is standard input")->required();
   command->add_option("B", colour->second, "colour reference of the same size")->required();
   colour->AddTo(*command, session);
+  colour->engine.AddColoursTo(*command);
   command->footer("Example: kv alpha-color scene.png background.png mask.pgm --window 5");
   command->callback([colour] { colour->RunColor(); });
 

@@ -127,6 +127,7 @@ void AddDifferenceCommand(CLI::App& app, Session& session) {
   auto options = std::make_shared<DifferenceOptions>();
   CLI::App* command = app.add_subcommand("diff", "Absolute difference of the luma of two pictures");
   options->AddTo(*command, session);
+  options->engine.AddColoursTo(*command);
   options->region.AddTo(*command, "--region", "where to compare");
   command->footer("Example: kv diff before.png after.png difference.pgm");
   command->callback([options] { options->Run(); });

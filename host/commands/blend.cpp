@@ -84,6 +84,7 @@ void AddBlendCommand(CLI::App& app, Session& session) {
   options->output.AddTo(*command, session, "file to write");
   options->input.AddWithFramesTo(*command);
   options->engine.AddTo(*command, session);
+  options->engine.AddColoursTo(*command);
   options->region.AddTo(*command, "--region", "where to blend, in runs of multiples of 4 pixels");
   command->footer("Example: kv blend title.png scene.png mask.pgm out.png");
   command->callback([options] { options->Run(); });

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <map>
 
 #include "host/errors.h"
 #include "host/formats/format_error.h"
@@ -25,6 +26,32 @@ void EngineOptions::AddWithoutThreadsTo(CLI::App& command, Session& of) {
       .add_option("--member", member, "family member to use, such as kv_algoMMX (default: the best that can)")
       ->type_name("NAME");
   AddReportOption(command, of);
+}
+
+void EngineOptions::AddColoursTo(CLI::App& command) {
+  const auto add = [&](const std::string& name, auto& value, auto names, const std::string& what) {
+    command
+        .add_option_function<std::string>(
+            name, [&value, names](const std::string& given) { value = names.at(given); }, what)
+        ->check(CLI::IsMember(names))
+        ->type_name("NAME");
+  };
+  using Matrices = std::map<std::string, ColourMatrix>;
+  using Ranges = std::map<std::string, ColourRange>;
+  using Positions = std::map<std::string, kv_img::ChromaPosition>;
+  using Resamplings = std::map<std::string, kv_img::ChromaResampling>;
+  add("--matrix", colours.matrix,
+      Matrices{{"601", ColourMatrix::Bt601}, {"709", ColourMatrix::Bt709}, {"2020", ColourMatrix::Bt2020}},
+      "matrix of 4:2:2 beside RGB: 601, 709 or 2020 (default: 601 up to 576 rows, 709 above)");
+  add("--range", colours.range, Ranges{{"limited", ColourRange::Limited}, {"full", ColourRange::Full}},
+      "range of 4:2:2: limited or full (default: as the file says, else limited)");
+  add("--chroma", colours.chroma,
+      Positions{{"left", kv_img::ChromaPosition::Left}, {"centre", kv_img::ChromaPosition::Centre}},
+      "where a pair's chroma is: left or centre (default: left)");
+  add("--resample", colours.resample,
+      Resamplings{{"nearest", kv_img::ChromaResampling::Nearest},
+                  {"linear", kv_img::ChromaResampling::Linear}},
+      "how chroma gets to the pixels: linear or nearest (default: linear)");
 }
 
 void OwnedEngine::Finish(PictureWriter& writer) const {

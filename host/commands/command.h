@@ -19,10 +19,13 @@ struct EngineOptions {
   int threads = 0;
   std::string member;
   Session* session = nullptr;
+  ColourOptions colours;
 
   void AddTo(CLI::App& command, Session& session);
   /// All of them but --threads, for commands that work on one.
   void AddWithoutThreadsTo(CLI::App& command, Session& session);
+  /// How 4:2:2 and RGB become each other: any of these takes "ColorConversion" in place of "Copy".
+  void AddColoursTo(CLI::App& command);
 };
 
 /// An engine as these options ask for it.
@@ -30,7 +33,7 @@ class OwnedEngine {
  public:
   explicit OwnedEngine(const EngineOptions& options)
       : options_(options), family_(options.member), pool_(options.threads) {}
-  Engine Get() const { return {family_, pool_, &options_.session->log}; }
+  Engine Get() const { return {family_, pool_, &options_.session->log, options_.colours}; }
 
   /// Gives the files that were written their names, which the session then lists.
   void Finish(PictureWriter& writer) const;

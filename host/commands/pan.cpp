@@ -81,6 +81,7 @@ struct PanOptions {
                      const Raster& picture, Size view, int frame) const {
     Raster shape = MakeEmptyRaster(RasterKind::Yuv422, view.width, view.height, LayoutLumaFirst);
     shape.range = picture.range;
+    shape.matrix = MatrixOf(picture, with.colours);
     shape.pixelAspect = picture.pixelAspect;
     shape.interlace = isInterlaced ? Interlace::TopFieldFirst : Interlace::Progressive;
     if (!isInterlaced) return RenderStep(operation, with, from, picture, shape, frames, frame);
@@ -133,6 +134,7 @@ void AddPanCommand(CLI::App& app, Session& session) {
   command->add_flag("--interlaced", options->isInterlaced, "two fields in a frame, each at its own time");
   options->input.AddTo(*command, false);
   options->engine.AddTo(*command, session);
+  options->engine.AddColoursTo(*command);
   command->footer("Example: kv pan photo.png pan.y4m --size 720x576 --frames 100 --direction right");
   command->callback([options] { options->Run(); });
 }

@@ -60,6 +60,7 @@ void AddParityCommand(CLI::App& app, Session& session) {
       ->type_name("RECT");
   options->inputOptions.AddWithFramesTo(*command);
   options->engine.AddTo(*command, session);
+  options->engine.AddColoursTo(*command);
   command->footer("Example: kv parity top-first.y4m bottom-first.y4m");
   command->callback([options] { options->Run(); });
 }

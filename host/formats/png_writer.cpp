@@ -47,10 +47,14 @@ class Encoder {
   void Write(const Raster& raster, int colourType) {
     const auto width = static_cast<png_uint_32>(raster.width);
     const auto height = static_cast<png_uint_32>(raster.height);
+    const bool isScreenRgb = colourType != PNG_COLOR_TYPE_GRAY &&
+                             (raster.matrix == ColourMatrix::Bt601 || raster.matrix == ColourMatrix::Bt709);
     Run([=, this] {
       png_set_write_fn(png_, &output_, OnWrite, OnFlush);
       png_set_IHDR(png_, info_, width, height, 8, colourType, PNG_INTERLACE_NONE,
                    PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+      // RGB out of 4:2:2 of these matrices has the primaries of sRGB, as closely as screens show them.
+      if (isScreenRgb) png_set_sRGB(png_, info_, PNG_sRGB_INTENT_PERCEPTUAL);
       png_write_info(png_, info_);
       png_set_bgr(png_);
     });

@@ -29,6 +29,9 @@ enum class Interlace { Unknown, Progressive, TopFieldFirst, BottomFieldFirst };
 /// Which byte values mean black and white: 16 and 235 (limited, "studio") or 0 and 255 (full).
 enum class ColourRange { Unknown, Limited, Full };
 
+/// The weights of red, green and blue in the luma that a picture has, or had before it became RGB.
+enum class ColourMatrix { Unknown, Bt601, Bt709, Bt2020 };
+
 /// A ratio as video headers write it; 0:0 is "not known".
 struct Ratio {
   int numerator = 0;
@@ -60,6 +63,7 @@ struct Raster {
   int layout = 0;  ///< LayoutChromaFirst or LayoutLumaFirst for the packed kinds, 0 for all others.
   Interlace interlace = Interlace::Unknown;
   ColourRange range = ColourRange::Unknown;
+  ColourMatrix matrix = ColourMatrix::Unknown;
   Ratio frameRate;    ///< Frames a second.
   Ratio pixelAspect;  ///< Width of a pixel : its height.
   std::vector<Plane> planes;

@@ -19,7 +19,7 @@ struct Plate {
 struct Exhibit {
   std::string title;
   std::string text;
-  std::string command;  ///< As a person types it in the gallery's folder.
+  std::string command;  ///< As a person types it in the gallery's folder; more lines for more of them.
   std::string answer;   ///< What the command said, if it says anything.
   std::string algorithm;
   std::string member;

@@ -113,6 +113,16 @@ std::string Words(const std::string& command) {
   return html;
 }
 
+std::string Lines(const std::string& commands) {
+  std::string html;
+  std::istringstream lines(commands);
+  for (std::string line; std::getline(lines, line);) {
+    if (!html.empty()) html += '\n';
+    html += Words(line);
+  }
+  return html;
+}
+
 void Show(std::ostream& html, const std::vector<Plate>& plates, const char* group) {
   html << "<div class=\"" << group << "\">\n";
   for (const Plate& plate : plates) {
@@ -136,7 +146,7 @@ void Show(std::ostream& html, const Exhibit& exhibit, const std::string& anchor)
     html << "<div class=\"arrow\" aria-hidden=\"true\">→</div>\n";
   }
   Show(html, exhibit.after, "after");
-  html << "</div>\n<pre>" << Words(exhibit.command);
+  html << "</div>\n<pre>" << Lines(exhibit.command);
   if (!exhibit.answer.empty()) html << "\n<span>" << Escaped(exhibit.answer) << "</span>";
   html << "</pre>\n<dl><div><dt>algorithm</dt><dd>" << Escaped(exhibit.algorithm)
        << "</dd></div><div><dt>answered by</dt><dd>" << Escaped(exhibit.member)

@@ -1,6 +1,7 @@
 #include "host/gallery/retouch.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 
 #include "host/raster_image.h"
@@ -51,6 +52,35 @@ Raster Ramp(int width, int height) {
     }
   }
   return ramp;
+}
+
+Raster ColourBars(int width, int height) {
+  using Pixel = std::array<std::uint8_t, 3>;  // blue, green, red
+  constexpr std::array<Pixel, 8> bars = {{{191, 191, 191},
+                                          {0, 191, 191},
+                                          {191, 191, 0},
+                                          {0, 191, 0},
+                                          {191, 0, 191},
+                                          {0, 0, 191},
+                                          {191, 0, 0},
+                                          {0, 0, 0}}};
+  constexpr std::array<Pixel, 8> skin = {{{198, 219, 245},
+                                          {172, 199, 234},
+                                          {144, 176, 219},
+                                          {121, 153, 200},
+                                          {96, 126, 175},
+                                          {72, 99, 144},
+                                          {50, 72, 110},
+                                          {32, 46, 72}}};
+  Raster picture = MakeRaster(RasterKind::Dib24, width, height);
+  for (int row = 0; row < height; ++row) {
+    const auto& colours = row < height * 2 / 3 ? bars : skin;
+    const auto to = picture.planes[0].Row(row);
+    for (int x = 0; x < width; ++x) {
+      std::ranges::copy(colours[static_cast<std::size_t>(x * 8 / width)], to.begin() + std::ptrdiff_t{3} * x);
+    }
+  }
+  return picture;
 }
 
 kv_img::ImageRect MostUnevenPart(const Raster& picture, int width, int height) {

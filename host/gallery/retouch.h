@@ -22,6 +22,9 @@ Raster Woven(const Raster& top, const Raster& bottom);
 /// Grey from black at the left to white at the right.
 Raster Ramp(int width, int height);
 
+/// Eight bars of three quarters' brightness, below them shades of skin, as Dib24.
+Raster ColourBars(int width, int height);
+
 /// The part of a packed 4:2:2 picture, at most `width` by `height`, whose rows differ most from the next
 /// ones. It starts at an even column.
 kv_img::ImageRect MostUnevenPart(const Raster& picture, int width, int height);

@@ -37,6 +37,7 @@ class Tour {
   Room Make() {
     MakeInputs();
     AddCopies();
+    AddColours();
     AddComparisons();
     AddMasks();
     AddParity();
@@ -163,6 +164,29 @@ class Tour {
         {"copy-roi", "@scene.y4m", "@other.y4m", "--from", from, "--to", "16,16", "--output",
          "@copy-roi.png"},
         {scene_, other_}, {{.file = "copy-roi.png", .caption = "other, with a part of scene"}});
+  }
+
+  void AddColours() {
+    Write("bars.png", ColourBars(width_, height_));
+    const std::vector<std::string> toVideo = {"convert", "@bars.png", "@bars.y4m", "--matrix", "709"};
+    Run(toVideo, "ColorConversion");
+    Add("ColorConversion", "Colour conversion",
+        "Colours go to 4:2:2 by the matrix of high definition and come back by three: the same one gives the "
+        "bars "
+        "again, another one wrong greens, reds and skin.",
+        {"convert", "@bars.y4m", "@bars-709.png", "--matrix", "709"},
+        {PlateOf("bars.png", "colour bars and skin")},
+        {{.file = "bars-709.png", .caption = "read by 709: right"}});
+    Exhibit& exhibit = room_.exhibits.back();
+    exhibit.command.insert(0, CommandLine(toVideo) + "\n");
+    for (const std::string matrix : {"601", "2020"}) {
+      const std::string file = std::string("bars-").append(matrix).append(".png");
+      const std::vector<std::string> words = {"convert", "@bars.y4m", "@" + file, "--matrix", matrix};
+      Run(words, "ColorConversion");
+      exhibit.command += '\n';
+      exhibit.command += CommandLine(words);
+      exhibit.after.push_back(PlateOf(file, "read by " + matrix + ": wrong"));
+    }
   }
 
   void AddComparisons() {
