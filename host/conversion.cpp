@@ -22,6 +22,10 @@ constexpr bool IsBitmap(RasterKind kind) {
          kind == RasterKind::Dib32;
 }
 
+bool IsAlready(const Raster& picture, RasterKind kind, int layout) {
+  return picture.kind == kind && (!IsPacked(kind) || picture.layout == layout);
+}
+
 template <class In, class Out>
 const kv_img::CopyAlgorithmInterface<Image<In>, Image<Out>>* FindCopy(const Family& family) {
   return family.Find<kv_img::CopyAlgorithmInterface<Image<In>, Image<Out>>>("Copy",
@@ -47,7 +51,7 @@ std::optional<Raster> ConvertDirectly(const Raster& source, RasterKind kind, int
 
 /// By "Copy" alone: directly where a member offers the pair, else through packed 4:2:2.
 Raster ConvertByCopy(const Raster& source, RasterKind kind, int layout, const Engine& engine) {
-  if (source.kind == kind && (!IsPacked(kind) || source.layout == layout)) return source;
+  if (IsAlready(source, kind, layout)) return source;
   if (IsBitmap(kind) && source.range == ColourRange::Full && !IsBitmap(source.kind)) {
     throw UsageError(
         "full-range 4:2:2 cannot become RGB by \"Copy\", which takes limited range alone; --range full "
@@ -190,7 +194,7 @@ ColourMatrix MatrixOf(const Raster& picture, const ColourOptions& options) {
 
 Raster Convert(const Raster& source, RasterKind kind, int layout, const Engine& engine) {
   if (layout == 0) layout = IsPacked(source.kind) ? source.layout : LayoutLumaFirst;
-  if (source.kind == kind && (!IsPacked(kind) || source.layout == layout)) return source;
+  if (IsAlready(source, kind, layout)) return source;
   // Grey is full range, and RGB of one value for all three.
   if (source.kind == RasterKind::Grey8 && IsBitmap(kind)) return BitmapOfGrey(source, kind);
   if (kind == RasterKind::Grey8 && IsBitmap(source.kind)) {
