@@ -43,9 +43,11 @@ void Slide(SmallWindowMeans::Args& args, std::index_sequence<row...> /*rows*/) {
   constexpr int before = windowSize - 1;
   if (args.groups <= 0) return;
   const std::uint8_t* rows[] = {args.rows[row]...};
-  // Rows too short for a step are copied to where a step may read on.
+  // Rows too short for a step are copied to where a step may read on. Zeros follow them, for the sum of an even
+  // window gains the column after it and loses it again.
   std::uint8_t few[windowSize][before + width];
   if (args.groups < width) {
+    std::memset(few, 0, sizeof few);
     ((CopyFew<before + width>(few[row], rows[row], before + args.groups), rows[row] = few[row]), ...);
   }
   NarrowWindows<windowSize> windows;
