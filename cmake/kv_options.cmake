@@ -63,7 +63,7 @@ if(CMAKE_CXX_COMPILER_LAUNCHER)
 endif()
 option(KV_UNITY "Compile the sources of the program, and those of a test, together" ${default})
 
-# kv_compile_together(TARGET…): for what nobody else builds on; the libraries, members and kernels are compiled one by one.
+# kv_compile_together(TARGET…): for what nobody else builds on; the libraries and kernels are compiled one by one.
 function(kv_compile_together)
   set_target_properties(${ARGN} PROPERTIES UNITY_BUILD ${KV_UNITY} UNITY_BUILD_BATCH_SIZE 20)
 endfunction()
