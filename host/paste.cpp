@@ -27,8 +27,8 @@ struct Regions {
   RunRegion where;
 };
 
-/// The regions with every pair that both cut alike completed: of a cut pair the operation writes one chroma
-/// sample alone. Images of WorkingWidth have the columns.
+/// The regions with every pair that both cut at the same place completed: of a cut pair the operation writes
+/// one chroma sample alone. Images of WorkingWidth have the columns.
 Regions WithWholePairs(const RunRegion& what, const RunRegion& where) {
   std::vector<int> first[2];
   std::vector<int> last[2];

@@ -9,7 +9,7 @@
 
 namespace kv_host {
 
-/// What the algorithm manager is asked with.
+/// The interface class that an operation is looked up by.
 template <class InterfaceClass>
 struct LookUp {
   using Interface = InterfaceClass;

@@ -8,8 +8,8 @@ namespace kv_img {
 
 /// The memory of an image and how to read it.
 ///
-/// Pixel x of row y starts at rows[y] + (NbrOfBitsPerPixel / 8) * x; a component of a packed pixel lies a
-/// further position * ComponentTypeSize bytes on. Of planar classes `rows` holds the rows of every plane (see
+/// Pixel x of row y starts at rows[y] + (NbrOfBitsPerPixel / 8) * x; a component of a packed pixel is
+/// position * ComponentTypeSize bytes further on. Of planar classes `rows` holds the rows of every plane (see
 /// PixelDescriptor::planeStart).
 template <class Descriptor>
 struct PixelBuffer {

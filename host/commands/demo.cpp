@@ -90,7 +90,7 @@ struct DemoOptions {
         progress.Advance();
       }
     }
-    // The last problem is the program's failure; the others are told here.
+    // The last problem becomes the program's failure, the others are reported now.
     for (std::size_t i = 0; i + 1 < problems.size(); ++i) Tell(problems[i]);
     if (rooms.empty()) throw UsageError(problems.back());
     const int count = pool.ThreadCount();

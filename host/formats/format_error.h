@@ -21,7 +21,7 @@ class FileError : public std::runtime_error {
   std::string file_;
 };
 
-/// A file whose content, or what is asked of it, does not fit its format. The line names the file, the byte
+/// A file whose content, or the picture to be written to it, does not fit its format. The line names the file, the byte
 /// offset where the content stops making sense (where there is one), what is wrong and what would be right.
 class FormatError : public FileError {
  public:

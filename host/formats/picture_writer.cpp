@@ -42,7 +42,7 @@ PictureWriter::PictureWriter(const std::string& name, const WriteOptions& option
       isNumbered_(frameNames_.IsPattern()) {
   sinks_.emplace_back(isNumbered_ ? NumberedName(0) : name);
   if (!hasOwnFiles_ || !options_.clip || sinks_.front().WritesThrough()) return;
-  // What is asked for counts, not what there is: the last part of a clip may be one frame.
+  // The requested count decides, not the frames left: the last part of a clip may be one frame.
   const auto wanted = options_.clip->frames.count ? options_.clip->frames.count : options_.clip->Count();
   if (wanted.value_or(1) > 1) isNumbered_ = true;
   if (isNumbered_ && !options_.overwrite) RequireNewFiles();

@@ -50,7 +50,7 @@ void PrintTo(const Command& command, std::ostream* stream) {
 
 /// How a run came to its end.
 struct Ending {
-  int status;  ///< as waitpid tells it
+  int status;  ///< as waitpid returns it
   bool haveFailed;
 };
 

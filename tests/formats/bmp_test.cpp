@@ -15,7 +15,7 @@ struct BmpFile {
   std::uint16_t bits = 24;
   std::uint32_t compression = 0;
   std::uint32_t coloursUsed = 0;
-  std::vector<std::uint32_t> masks = {};  // in the header where it has room for them, else behind it
+  std::vector<std::uint32_t> masks = {};  // in the header where it has room for them, else after it
   Bytes palette = {};
   std::uint32_t gap = 0;
   Bytes pixels = {};

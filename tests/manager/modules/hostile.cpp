@@ -1,4 +1,4 @@
-// A file that nobody asked for: tells by a mark that its code ran.
+// A file that nobody asked for: leaves a mark when its code runs.
 #include <cstdio>
 #include <cstdlib>
 
