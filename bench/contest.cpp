@@ -4,7 +4,7 @@
 #include <chrono>
 #include <utility>
 
-#include "host/worker_pool.h"
+#include "run/worker_pool.h"
 
 namespace kv_bench {
 namespace {
@@ -74,7 +74,7 @@ std::vector<Timing> Time(const Operation& operation, std::vector<std::unique_ptr
 }
 
 double TimeOnThreads(const Contender& contender, Scene& scene, int threads, int rounds) {
-  const kv_host::WorkerPool pool(threads);
+  const kv_run::WorkerPool pool(threads);
   std::vector<double> samples;
   // The first round fills the caches.
   for (int round = 0; round <= rounds; ++round) {

@@ -16,7 +16,7 @@ if(NOT WIN32)
   set_target_properties(kv kv_Image kv_Math ${KV_MEMBERS} PROPERTIES BUILD_WITH_INSTALL_RPATH ON)
 endif()
 
-install(TARGETS kv_Image kv_Math kv_frame kv_host EXPORT kv_algo
+install(TARGETS kv_Image kv_Math kv_frame kv_run EXPORT kv_algo
   RUNTIME COMPONENT runtime
   LIBRARY COMPONENT runtime NAMELINK_COMPONENT dev
   ARCHIVE COMPONENT dev)
@@ -24,7 +24,7 @@ install(TARGETS ${KV_MEMBERS} DESTINATION ${KV_INSTALL_MEMBERDIR} COMPONENT runt
 install(TARGETS kv RUNTIME COMPONENT tools)
 install(FILES assets/seeding-720x576.y4m assets/README.md DESTINATION ${CMAKE_INSTALL_DATADIR}/kv_algo COMPONENT tools)
 
-foreach(room geometry image frame)
+foreach(room geometry image frame run)
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/${room} DESTINATION ${KV_INSTALL_INCLUDEDIR} COMPONENT dev
     FILES_MATCHING PATTERN "*.h" PATTERN half_plane.h EXCLUDE PATTERN degenerate.h EXCLUDE)
 endforeach()
@@ -34,8 +34,12 @@ foreach(header exceptions kv_exception message_text)
   file(CONFIGURE OUTPUT ${forward} CONTENT "#pragma once\n\n#include \"image/errors/${header}.h\"\n")
   install(FILES ${forward} DESTINATION ${KV_INSTALL_INCLUDEDIR}/errors COMPONENT dev)
 endforeach()
-install(FILES host/worker_pool.h host/runner.h host/thread_limit.h host/opencv_view.h
-  DESTINATION ${KV_INSTALL_INCLUDEDIR}/host COMPONENT dev)
+foreach(header opencv_view runner thread_limit worker_pool)
+  set(forward ${PROJECT_BINARY_DIR}/include/host/${header}.h)
+  file(CONFIGURE OUTPUT ${forward} CONTENT
+    "#pragma once\n\n#include \"run/${header}.h\"\n\nnamespace kv_host {\nusing namespace kv_run;\n}\n")
+  install(FILES ${forward} DESTINATION ${KV_INSTALL_INCLUDEDIR}/host COMPONENT dev)
+endforeach()
 
 install(FILES plugin/exports.h plugin/dispatch.h DESTINATION ${KV_INSTALL_INCLUDEDIR}/plugin COMPONENT dev)
 
@@ -62,7 +66,8 @@ kv_add_pkg_config(kv_Math "Vectors, rectangles, polygons and their intersections
 kv_add_pkg_config(kv_Image "Images of packed YUV 4:2:2, bitmaps and masks" "" "-lkv_Image")
 kv_add_pkg_config(kv_frame "Interfaces of the kv_algo family, its barrier and its algorithm manager" "kv_Image kv_Math"
   "-lkv_frame -lkv_Image -lkv_Math")
-kv_add_pkg_config(kv_host "Worker pool that calls the kv_algo family on several threads" "kv_frame" "-lkv_host -pthread")
+kv_add_pkg_config(kv_run "Worker pool that calls the kv_algo family on several threads" "kv_frame" "-lkv_run -pthread")
+kv_add_pkg_config(kv_host "kv_run under the name that it had" "kv_run" "")
 
 install(FILES docs/man/kv.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
 install(FILES completion/kv.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME kv

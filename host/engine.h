@@ -5,23 +5,23 @@
 #include "host/colours.h"
 #include "host/family.h"
 #include "host/operation_log.h"
-#include "host/runner.h"
-#include "host/worker_pool.h"
+#include "run/runner.h"
+#include "run/worker_pool.h"
 
 namespace kv_host {
 
 /// What calls operations and with what.
 struct Engine {
   const Family& family;
-  const WorkerPool& pool;
+  const kv_run::WorkerPool& pool;
   OperationLog* log = nullptr;  ///< Where calls are noted, if anywhere.
   ColourOptions colours = {};
 
-  /// Calls an operation on the threads of the pool, as kv_host::Run does, and notes the call under the
+  /// Calls an operation on the threads of the pool, as kv_run::Run does, and notes the call under the
   /// algorithm's name.
   template <class Operation, class... Arguments>
   void Run(const char* algorithm, const Operation& operation, Arguments&&... arguments) const {
-    Time(algorithm, [&] { kv_host::Run(pool, operation, arguments...); });
+    Time(algorithm, [&] { kv_run::Run(pool, operation, arguments...); });
   }
 
   /// Calls `work` on this thread and notes the call.

@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "frame/algorithm_manager_impl.h"
-#include "host/runner.h"
 #include "image/errors/exceptions.h"
+#include "run/runner.h"
 
 namespace kv_host {
 
@@ -61,7 +61,7 @@ const Interface* Family::Find(const char* algorithm, std::initializer_list<int> 
     chosen_[algorithm] = onlyMember_;
     return static_cast<const Interface*>(manager_.AskMember(onlyMember_, algorithm, ids.begin(), count));
   }
-  kv_img::ImplementationData<LookUp<Interface>> data;
+  kv_img::ImplementationData<kv_run::LookUp<Interface>> data;
   try {
     manager_.LoadImplementation(algorithm, ids.begin(), count, data);
   } catch (const kv_img::AlgoException&) {

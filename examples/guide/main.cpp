@@ -5,11 +5,11 @@
 
 #include "frame/interfaces/average_filter.h"
 #include "frame/interfaces/copy.h"
-#include "host/runner.h"
 #include "image/errors/exceptions.h"
 #include "image/image.h"
 #include "image/image_rect.h"
 #include "image/run_region.h"
+#include "run/runner.h"
 
 using namespace kv_img;
 using Frame = Image<PixelYUV422>;
@@ -20,7 +20,7 @@ using Grey = Image<GreyPixel>;
 
 namespace {
 
-const kv_host::WorkerPool pool(4);
+const kv_run::WorkerPool pool(4);
 
 bool Layouts() {
   ImageOptions options;
@@ -48,9 +48,9 @@ bool Regions() {
   const RunRegion runs(rectangle);               // a rectangle as runs, which BlendBoost asks for
 
   const auto& filter =
-      kv_host::Load<AverageFilterAlgorithmInterface<Grey>>("AverageFilter", {GreyPixel::ClassID});
-  kv_host::Run(pool, filter, picture, soft, rectangle, 5U);
-  kv_host::Run(pool, filter, picture, soft, steps, 5U);
+      kv_run::Load<AverageFilterAlgorithmInterface<Grey>>("AverageFilter", {GreyPixel::ClassID});
+  kv_run::Run(pool, filter, picture, soft, rectangle, 5U);
+  kv_run::Run(pool, filter, picture, soft, steps, 5U);
   return whole.GetRight() == 719 && runs.GetBottom() == 143 && soft.Row(82)[110] != 0 &&
          soft.Row(82)[112] == 250 / 25;
 }
@@ -79,24 +79,24 @@ bool ForeignMemory() {
   for (int row = 0; row < height; ++row) rows.push_back(cr.data() + row * width / 2);
   const Planar planes(width, height, WrappedRows::Separate(rows));
 
-  const auto& toBitmap = kv_host::Load<CopyAlgorithmInterface<Frame, Bitmap>>(
+  const auto& toBitmap = kv_run::Load<CopyAlgorithmInterface<Frame, Bitmap>>(
       "Copy", {PixelYUV422::ClassID, PixelDIB24::ClassID});
-  kv_host::Run(pool, toBitmap, frame, bitmap);
+  kv_run::Run(pool, toBitmap, frame, bitmap);
   Frame packed(width, height);
-  const auto& pack = kv_host::Load<CopyAlgorithmInterface<Planar, Frame>>(
+  const auto& pack = kv_run::Load<CopyAlgorithmInterface<Planar, Frame>>(
       "Copy", {PixelYUV411P::ClassID, PixelYUV422::ClassID});
-  kv_host::Run(pool, pack, planes, packed);
+  kv_run::Run(pool, pack, planes, packed);
   return pixels[0] == 130 && packed.Row(575)[0] == 100 && packed.Row(575)[1] == 128;
 }
 
 bool Errors() {
   const Frame frame(720, 576);
   Bitmap smaller(720, 480);
-  const auto& copy = kv_host::Load<CopyAlgorithmInterface<Frame, Bitmap>>(
+  const auto& copy = kv_run::Load<CopyAlgorithmInterface<Frame, Bitmap>>(
       "Copy", {PixelYUV422::ClassID, PixelDIB24::ClassID});
   constexpr std::uint32_t sizesDiffer = 1;
   try {
-    kv_host::Run(pool, copy, frame, smaller);
+    kv_run::Run(pool, copy, frame, smaller);
   } catch (const AlgoMMXException& error) {
     std::fprintf(stderr, "%ls\n", error.Message().c_str());  // Incompatible image sizes in method CopySSE2
     return error.Code() == sizesDiffer;

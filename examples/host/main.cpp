@@ -5,9 +5,9 @@
 #include <fstream>
 
 #include "frame/interfaces/copy.h"
-#include "host/runner.h"
 #include "image/errors/kv_exception.h"
 #include "image/image.h"
+#include "run/runner.h"
 
 using namespace kv_img;
 using Frame = Image<PixelYUV422>;
@@ -25,9 +25,9 @@ int main(int argc, char** argv) try {
     }
   }
 
-  const auto& copy = kv_host::Load<CopyToBitmap>("Copy", {PixelYUV422::ClassID, PixelDIB24::ClassID});
+  const auto& copy = kv_run::Load<CopyToBitmap>("Copy", {PixelYUV422::ClassID, PixelDIB24::ClassID});
   Bitmap bitmap(720, 576);
-  kv_host::Run(kv_host::WorkerPool(4), copy, frame, bitmap);
+  kv_run::Run(kv_run::WorkerPool(4), copy, frame, bitmap);
 
   std::ofstream file(argc > 1 ? argv[1] : "picture.ppm", std::ios::binary);
   file << "P6\n720 576\n255\n";

@@ -4,9 +4,9 @@
 #include <opencv2/core.hpp>
 
 #include "frame/interfaces/copy.h"
-#include "host/opencv_view.h"
-#include "host/runner.h"
 #include "image/errors/kv_exception.h"
+#include "run/opencv_view.h"
+#include "run/runner.h"
 
 using namespace kv_img;
 using Frame = Image<PixelYUV422>;
@@ -21,10 +21,10 @@ int main() try {
 
   ImageOptions chromaFirst;
   chromaFirst.layout = 4097;
-  const Frame frame = kv_host::ViewOf<PixelYUV422>(video, chromaFirst);
-  Bitmap bitmap = kv_host::ViewOf<PixelDIB24>(picture);
-  const auto& copy = kv_host::Load<CopyToBitmap>("Copy", {PixelYUV422::ClassID, PixelDIB24::ClassID});
-  kv_host::Run(kv_host::WorkerPool(2), copy, frame, bitmap);
+  const Frame frame = kv_run::ViewOf<PixelYUV422>(video, chromaFirst);
+  Bitmap bitmap = kv_run::ViewOf<PixelDIB24>(picture);
+  const auto& copy = kv_run::Load<CopyToBitmap>("Copy", {PixelYUV422::ClassID, PixelDIB24::ClassID});
+  kv_run::Run(kv_run::WorkerPool(2), copy, frame, bitmap);
 
   const auto inside = picture.at<cv::Vec3b>(100, 120);
   const auto outside = picture.at<cv::Vec3b>(10, 10);

@@ -6,10 +6,10 @@
 #include <thread>
 
 #include "frame/interfaces/scanning.h"
-#include "host/runner.h"
 #include "image/errors/exceptions.h"
 #include "image/image.h"
 #include "image/image_rect.h"
+#include "run/runner.h"
 
 using namespace kv_img;
 using Frame = Image<PixelYUV422>;
@@ -30,8 +30,8 @@ int main() {
     stop.request_stop();
   });
   try {
-    const auto& pan = kv_host::Load<Pan>("Scanning", {PixelYUV422::ClassID, PixelYUV422::ClassID});
-    kv_host::WorkerPool(2).Run(
+    const auto& pan = kv_run::Load<Pan>("Scanning", {PixelYUV422::ClassID, PixelYUV422::ClassID});
+    kv_run::WorkerPool(2).Run(
         [&](kv_std::SpinBarrier& barrier, std::uint32_t index) {
           for (std::uint32_t step = 0; step < frames; ++step) {
             pan.Apply(photo, view, path, whole, 0x01, frames, step, barrier,

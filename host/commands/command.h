@@ -41,7 +41,7 @@ class OwnedEngine {
  private:
   const EngineOptions& options_;
   Family family_;
-  WorkerPool pool_;
+  kv_run::WorkerPool pool_;
 };
 
 /// The region that a command works in.

@@ -68,7 +68,7 @@ struct DemoOptions {
 
   void Run(Session& session) const {
     const auto shown = pictures.empty() ? OwnPictures() : pictures;
-    const WorkerPool pool(threads);
+    const kv_run::WorkerPool pool(threads);
     std::error_code error;
     fs::create_directories(output, error);
     if (!fs::is_directory(output)) throw UsageError("--output: " + output + " cannot be made a folder");

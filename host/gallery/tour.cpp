@@ -302,7 +302,7 @@ class Tour {
 
   const Studio& studio_;
   Family family_;
-  WorkerPool pool_;
+  kv_run::WorkerPool pool_;
   Engine engine_;
   Raster photo_;
   int width_ = 0;

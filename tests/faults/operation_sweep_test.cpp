@@ -7,8 +7,8 @@
 #include <cstdlib>
 #include <new>
 
-#include "host/worker_pool.h"
 #include "image/errors/kv_exception.h"
+#include "run/worker_pool.h"
 #include "tests/faults/failing_allocations.h"
 #include "tests/support/operation_calls.h"
 
@@ -24,7 +24,7 @@ struct Sweep {
   int threads;
   Pictures on{7};
 
-  void Call(const kv_host::WorkerPool& pool) {
+  void Call(const kv_run::WorkerPool& pool) {
     pool.Run([this](SpinBarrier& barrier, std::uint32_t index) {
       if (!named.isForOne || index == 0) named.call(on, barrier, index);
     });
@@ -32,7 +32,7 @@ struct Sweep {
 
   /// Returns how many allocations were made to fail. The first time some of them make what the process keeps.
   int Run(bool isFirstTime) {
-    const kv_host::WorkerPool pool(threads);
+    const kv_run::WorkerPool pool(threads);
     on.rawMask = threads == 1 ? nullptr : std::make_shared<Grey8>(Pictures::width, on.rows);
     for (int number = 0; number < 100000; ++number) {
       alarm(secondsUntilAlarm);

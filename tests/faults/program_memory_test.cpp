@@ -11,7 +11,7 @@
 #include <sstream>
 
 #include "host/program.h"
-#include "host/worker_pool.h"
+#include "run/worker_pool.h"
 #include "tests/faults/failing_allocations.h"
 #include "tests/support/temp_folder.h"
 
@@ -137,7 +137,7 @@ TEST_P(ProgramMemory, EveryFailureIsOneLineAndLeavesNothing) {
 }
 
 TEST(WorkerPoolMemory, ThreadsAtTheBarrierEndWhenAnotherCannotBeStarted) {
-  const kv_host::WorkerPool pool(4);
+  const kv_run::WorkerPool pool(4);
   const auto meet = [](kv_std::SpinBarrier& barrier, std::uint32_t /*thread*/) { barrier.Wait(); };
   int failures = 0;
   for (bool hasFailed = true; hasFailed;) {

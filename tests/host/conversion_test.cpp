@@ -50,7 +50,7 @@ TEST(RasterImage, RepeatsTheLastPixelOrPair) {
 
 TEST(Conversion, BytesOrdersAreExchangedExactly) {
   const Family family;
-  const WorkerPool pool(3);
+  const kv_run::WorkerPool pool(3);
   kv_test::Random random(12);
   for (int width = 1; width <= 40; ++width) {
     const Raster planar = RandomRaster(random, RasterKind::Yuv422Planar, width, 7);
@@ -64,7 +64,7 @@ TEST(Conversion, BytesOrdersAreExchangedExactly) {
 
 TEST(Conversion, EveryKindReachesEveryOther) {
   const Family family;
-  const WorkerPool pool(2);
+  const kv_run::WorkerPool pool(2);
   kv_test::Random random(13);
   for (const RasterKind from : kinds) {
     for (const RasterKind to : kinds) {
@@ -82,9 +82,9 @@ TEST(Conversion, ThreadsMakeNoDifference) {
   kv_test::Random random(14);
   const Raster source = RandomRaster(random, RasterKind::Yuv422, 37, 11);
   for (const RasterKind to : kinds) {
-    const Raster one = Convert(source, to, 0, {family, WorkerPool(1)});
+    const Raster one = Convert(source, to, 0, {family, kv_run::WorkerPool(1)});
     for (const int threads : {2, 3, 16})
-      EXPECT_EQ(Convert(source, to, 0, {family, WorkerPool(threads)}), one);
+      EXPECT_EQ(Convert(source, to, 0, {family, kv_run::WorkerPool(threads)}), one);
   }
 }
 
@@ -113,7 +113,7 @@ TEST(Family, WhatNobodyOffersIsNamed) {
 
 TEST(Family, OneMemberAloneCanBeAsked) {
   const Family family("kv_algoMMX");
-  const WorkerPool pool(1);
+  const kv_run::WorkerPool pool(1);
   kv_test::Random random(15);
   const Raster grey = RandomRaster(random, RasterKind::Grey8, 8, 2);
   EXPECT_THROW(Convert(grey, RasterKind::Yuv422, 0, {family, pool}), NoMemberError);

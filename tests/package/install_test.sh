@@ -46,7 +46,7 @@ mkdir "$work/pkg"
 export PKG_CONFIG_PATH=$libraries/pkgconfig
 for example in guide host stop; do
   # shellcheck disable=SC2046
-  "$compiler" -std=c++20 "$source/examples/$example/main.cpp" -o "$work/pkg/$example" $(pkg-config --cflags --libs kv_host)
+  "$compiler" -std=c++20 "$source/examples/$example/main.cpp" -o "$work/pkg/$example" $(pkg-config --cflags --libs kv_run)
 done
 LD_LIBRARY_PATH=$libraries run_examples "$work/pkg"
 cmp "$work/cmake/picture.ppm" "$work/pkg/picture.ppm"

@@ -38,7 +38,7 @@ dpkg -i ./*.deb >"$work/log" 2>&1 || { cat "$work/log"; fail "dpkg -i"; }
 file photo.png | grep -q '720 x 576' || fail "no picture"
 man -w kv >/dev/null 2>&1 || [ -e /usr/share/man/man1/kv.1.gz ] || [ -e /etc/dpkg/dpkg.cfg.d/docker ] || fail "no manual page"
 # shellcheck disable=SC2046
-"$compiler" -std=c++20 "$source/examples/host/main.cpp" -o host $(pkg-config --cflags --libs kv_host)
+"$compiler" -std=c++20 "$source/examples/host/main.cpp" -o host $(pkg-config --cflags --libs kv_run)
 ./host picture.ppm
 dpkg --purge "${names[@]}" >"$work/log" 2>&1 || { cat "$work/log"; fail "dpkg --purge"; }
 installed=no

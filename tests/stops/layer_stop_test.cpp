@@ -6,9 +6,9 @@
 
 #include "frame/interfaces/alpha_layer_color_based.h"
 #include "frame/interfaces/alpha_layer_prob_mask.h"
-#include "host/worker_pool.h"
 #include "image/errors/exceptions.h"
 #include "image/run_region.h"
+#include "run/worker_pool.h"
 #include "tests/stops/load.h"
 #include "tests/support/member.h"
 #include "tests/support/test_image.h"
@@ -164,7 +164,7 @@ void ExpectTheRefusalOfOneThread(Fixture apply, std::uint32_t code) {
   for (int round = 0; round < RoundsOf(300); ++round) {
     const auto failing = static_cast<std::uint32_t>(round % 3);
     try {
-      kv_host::WorkerPool(3).Run([&](SpinBarrier& barrier, std::uint32_t index) {
+      kv_run::WorkerPool(3).Run([&](SpinBarrier& barrier, std::uint32_t index) {
         apply(round % 2 == 0, barrier, index, index == failing);
       });
       FAIL() << "nothing was thrown";

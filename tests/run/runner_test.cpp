@@ -1,7 +1,7 @@
 // Through the runner every operation gives the same bytes at every number of threads, also where its rule
 // works on the band of a thread.
 
-#include "host/runner.h"
+#include "run/runner.h"
 
 #include <gtest/gtest.h>
 
@@ -16,8 +16,8 @@
 namespace {
 
 using namespace kv_img;
-using kv_host::Load;
-using kv_host::WorkerPool;
+using kv_run::Load;
+using kv_run::WorkerPool;
 using kv_test::Options;
 using kv_test::Placement;
 using kv_test::Random;
@@ -76,7 +76,7 @@ void ExpectCopiesAlike() {
       const TestImage<In> source(random, 24, height, {}, OptionsOf<In>(fields.source));
       const TestImage<Out> before(random, 24, height, {}, OptionsOf<Out>(fields.destination, lumaFirst, 1));
       ExpectSameBytes(before, Text("Copy", fields, height),
-                      [&](const WorkerPool& pool, Image<Out>& to) { kv_host::Run(pool, copy, *source, to); });
+                      [&](const WorkerPool& pool, Image<Out>& to) { kv_run::Run(pool, copy, *source, to); });
     }
   }
 }
@@ -105,7 +105,7 @@ TEST(RunnerThreads, BlocksAreCopiedToTheLastByte) {
     for (int threads = 1; threads <= mostThreads; ++threads) {
       std::vector<std::uint8_t> copied(bytes.size(), 77);
       Packed to(width, 5, WrappedRows::Strided(copied.data(), 2 * width));
-      kv_host::Run(WorkerPool(threads), copy, source, to);
+      kv_run::Run(WorkerPool(threads), copy, source, to);
       EXPECT_EQ(copied, bytes) << width << " columns, " << threads << " threads";
     }
   }
@@ -123,10 +123,10 @@ TEST(RunnerThreads, BlocksOfUnequalLengthAreCopiedAsOneThreadDoes) {
   const ImageOptions tight = OptionsOf<PixelYUV422>(0);
   Packed one(16, 6, tight);
   ASSERT_NE(source.GetPixelBuffer().totalBytes, one.GetPixelBuffer().totalBytes);
-  kv_host::Run(WorkerPool(1), copy, source, one);
+  kv_run::Run(WorkerPool(1), copy, source, one);
   for (int threads = 2; threads <= mostThreads; ++threads) {
     Packed many(16, 6, tight);
-    kv_host::Run(WorkerPool(threads), copy, source, many);
+    kv_run::Run(WorkerPool(threads), copy, source, many);
     for (int row = 0; row < 6; ++row) EXPECT_TRUE(std::ranges::equal(many.Row(row), one.Row(row))) << threads;
   }
 }
@@ -147,7 +147,7 @@ void ExpectRegionCopiesAlike() {
       for (const ImageRect& rect :
            {ImageRect(0, 0, 23, height - 1), ImageRect(2, height / 3, 13, height - 1)}) {
         ExpectSameBytes(before, Text("CopyROI", fields, height), [&](const WorkerPool& pool, Packed& to) {
-          kv_host::Run(pool, copy, *source, to, rect, rect);
+          kv_run::Run(pool, copy, *source, to, rect, rect);
         });
       }
     }
@@ -167,7 +167,7 @@ TEST(RunnerThreads, RegionBlocksEndWithTheRegion) {
   for (int row = 0; row < 9; ++row) random.Fill(source.Row(row));
   for (int threads = 1; threads <= mostThreads; ++threads) {
     Packed to(24, 9);
-    kv_host::Run(WorkerPool(threads), copy, source, to, ImageRect(0, 1, 23, 4), ImageRect(0, 3, 23, 6));
+    kv_run::Run(WorkerPool(threads), copy, source, to, ImageRect(0, 1, 23, 4), ImageRect(0, 3, 23, 6));
     for (int row = 0; row < 9; ++row) {
       const bool isInside = row >= 3 && row <= 6;
       const std::vector<std::uint8_t> zeros(48);
@@ -193,7 +193,7 @@ TEST(RunnerThreads, PansFollowNoBands) {
         const bool isHorizontal = mode < 4 && mode != 0;
         const ImageRect path = isHorizontal ? ImageRect(0, 1, 39, height) : ImageRect(3, 0, 27, height + 3);
         ExpectSameBytes(before, Text("Scanning", fields, height), [&](const WorkerPool& pool, Packed& to) {
-          kv_host::Run(pool, pan, *source, to, path, view, mode, 3, fields.step);
+          kv_run::Run(pool, pan, *source, to, path, view, mode, 3, fields.step);
         });
       }
     }
@@ -218,13 +218,13 @@ TEST(RunnerThreads, MasksFollowNoBands) {
     for (const bool hasIntermediate : {true, false}) {
       const auto raw = [&] { return hasIntermediate ? std::make_shared<Grey>(30, 13) : nullptr; };
       ExpectSameBytes(before, "AlphaLayerColorBased", [&](const WorkerPool& pool, Grey& to) {
-        kv_host::Run(pool, colour, *a, *b, to, where, 5U, raw());
+        kv_run::Run(pool, colour, *a, *b, to, where, 5U, raw());
       });
       ExpectSameBytes(before, "AlphaLayerProbMask", [&](const WorkerPool& pool, Grey& to) {
-        kv_host::Run(pool, probability, *p, *q, to, where, 5U, raw());
+        kv_run::Run(pool, probability, *p, *q, to, where, 5U, raw());
       });
       ExpectSameBytes(before, "AlphaLayerProbMask with a gain", [&](const WorkerPool& pool, Grey& to) {
-        kv_host::Run(pool, probability, *p, *q, to, where, 3U, 5U, raw());
+        kv_run::Run(pool, probability, *p, *q, to, where, 3U, 5U, raw());
       });
     }
   }
@@ -244,21 +244,21 @@ TEST(RunnerThreads, OperationsOnPixelsFollowNoBands) {
     const TestImage<GreyPixel> q(random, 36, 14, {}, OptionsOf<GreyPixel>(fields.destination));
     const ImageRect where(3, 1, 33, 12);
     ExpectSameBytes(q, "AbsoluteDifference", [&](const WorkerPool& pool, Grey& to) {
-      kv_host::Run(pool, difference, *a, *b, to, where);
+      kv_run::Run(pool, difference, *a, *b, to, where);
     });
     const ImageRect left(3, 1, 20, 9);
     const ImageRect right(11, 4, 33, 12);
     ExpectSameBytes(q, "Average", [&](const WorkerPool& pool, Grey& to) {
-      kv_host::Run(pool, average, *p, *p, to, left, right, where);
+      kv_run::Run(pool, average, *p, *p, to, left, right, where);
     });
     for (const unsigned window : {1U, 2U, 5U, 31U}) {
       ExpectSameBytes(q, "AverageFilter", [&](const WorkerPool& pool, Grey& to) {
-        kv_host::Run(pool, filter, *p, to, where, window);
+        kv_run::Run(pool, filter, *p, to, where, window);
       });
     }
     const RunRegion runs(ImageRect(2, 1, 33, 12));
     ExpectSameBytes(b, "BlendBoost", [&](const WorkerPool& pool, Packed& to) {
-      kv_host::Run(pool, blend, *a, *a, *p, to, runs);
+      kv_run::Run(pool, blend, *a, *a, *p, to, runs);
     });
   }
 }
@@ -280,18 +280,18 @@ TEST(RunnerThreads, AllThreadsWorkWhereTheBytesDoNotFollowThem) {
   const Packed odd(8, 4, OptionsOf<PixelYUV422>(1));
   Image<PixelDIB24> bitmap(8, 4);
   const CountingCopy<Packed, Image<PixelDIB24>> copy;
-  kv_host::Run(WorkerPool(5), copy, even, bitmap);
+  kv_run::Run(WorkerPool(5), copy, even, bitmap);
   EXPECT_EQ(copy.threads, 5);
-  kv_host::Run(WorkerPool(5), copy, odd, bitmap);
+  kv_run::Run(WorkerPool(5), copy, odd, bitmap);
   EXPECT_EQ(copy.threads, 1);
 
   const CountingCopy<Packed, Packed> same;
   Packed to(8, 4, OptionsOf<PixelYUV422>(0));
   ASSERT_EQ(to.GetPixelBuffer().totalBytes % 4, 0U);
-  kv_host::Run(WorkerPool(4), same, even, to);
+  kv_run::Run(WorkerPool(4), same, even, to);
   EXPECT_EQ(same.threads, 4) << "a block that four threads divide";
   Packed apart(8, 4, OptionsOf<PixelYUV422>(0, lumaFirst, 1));
-  kv_host::Run(WorkerPool(5), same, even, apart);
+  kv_run::Run(WorkerPool(5), same, even, apart);
   EXPECT_EQ(same.threads, 5) << "row by row";
 }
 

@@ -1,4 +1,4 @@
-#include "host/worker_pool.h"
+#include "run/worker_pool.h"
 
 #include <algorithm>
 #include <exception>
@@ -6,7 +6,7 @@
 #include <thread>
 #include <vector>
 
-namespace kv_host {
+namespace kv_run {
 
 WorkerPool::WorkerPool(int threads)
     : threads_(threads > 0 ? threads : std::max(1, static_cast<int>(std::thread::hardware_concurrency()))) {}
@@ -53,4 +53,4 @@ void WorkerPool::Run(const Work& work, int count, const std::stop_token& stop) c
   if (first) std::rethrow_exception(first);
 }
 
-}  // namespace kv_host
+}  // namespace kv_run

@@ -5,7 +5,7 @@
 #include "image/errors/exceptions.h"
 #include "image/image.h"
 
-namespace kv_host {
+namespace kv_run {
 
 /// The type of a matrix whose elements are pixels of this class.
 template <class PixelClass>
@@ -41,4 +41,4 @@ kv_img::Image<PixelClass> ViewOf(const cv::Mat& mat, const kv_img::ImageOptions&
       options);
 }
 
-}  // namespace kv_host
+}  // namespace kv_run

@@ -6,7 +6,7 @@
 
 #include "frame/spin_barrier.h"
 
-namespace kv_host {
+namespace kv_run {
 
 /// Runs one call of an operation on several threads, as the family expects it: the same call on every thread,
 /// with a shared barrier and the thread's index.
@@ -33,4 +33,4 @@ class WorkerPool {
   int threads_;
 };
 
-}  // namespace kv_host
+}  // namespace kv_run

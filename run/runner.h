@@ -4,10 +4,10 @@
 #include <utility>
 
 #include "frame/algorithm_manager.h"
-#include "host/thread_limit.h"
-#include "host/worker_pool.h"
+#include "run/thread_limit.h"
+#include "run/worker_pool.h"
 
-namespace kv_host {
+namespace kv_run {
 
 /// The interface class that an operation is looked up by.
 template <class InterfaceClass>
@@ -38,4 +38,4 @@ void Run(const WorkerPool& pool, const Operation& operation, Arguments&&... argu
            ThreadLimit(pool.ThreadCount(), operation, arguments...));
 }
 
-}  // namespace kv_host
+}  // namespace kv_run

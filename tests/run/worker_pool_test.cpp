@@ -1,4 +1,4 @@
-#include "host/worker_pool.h"
+#include "run/worker_pool.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +9,7 @@
 
 namespace {
 
-using kv_host::WorkerPool;
+using kv_run::WorkerPool;
 using kv_std::SpinBarrier;
 
 TEST(WorkerPoolThreads, EveryIndexIsCalledOnce) {

@@ -10,7 +10,7 @@
 #include "frame/interfaces/scanning.h"
 #include "image/image.h"
 
-namespace kv_host {
+namespace kv_run {
 namespace bands {
 
 // Each operation divides its rows among the threads of the barrier. A few have rules that look at a thread's
@@ -116,4 +116,4 @@ int ThreadLimit(int threads, const Operation& operation, const Arguments&... arg
   }
 }
 
-}  // namespace kv_host
+}  // namespace kv_run

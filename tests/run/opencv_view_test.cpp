@@ -1,16 +1,16 @@
 // Matrices as images: the same bytes, not a copy of them.
-#include "host/opencv_view.h"
+#include "run/opencv_view.h"
 
 #include <gtest/gtest.h>
 
 #include "frame/interfaces/copy.h"
-#include "host/runner.h"
+#include "run/runner.h"
 #include "tests/support/expect_error.h"
 
 namespace {
 
 using namespace kv_img;
-using kv_host::ViewOf;
+using kv_run::ViewOf;
 
 using Frame = Image<PixelYUV422>;
 using GreyPixel = PixelNoColor<unsigned char>;
@@ -55,8 +55,8 @@ TEST(OpenCvView, CopyBetweenMatricesLeavesTheSurroundingsAlone) {
   const Frame from = ViewOf<PixelYUV422>(video);
   Image<PixelDIB24> to = ViewOf<PixelDIB24>(window);
   using Copy = CopyAlgorithmInterface<Frame, Image<PixelDIB24>>;
-  kv_host::Run(kv_host::WorkerPool(3),
-               kv_host::Load<Copy>("Copy", {PixelYUV422::ClassID, PixelDIB24::ClassID}), from, to);
+  kv_run::Run(kv_run::WorkerPool(3), kv_run::Load<Copy>("Copy", {PixelYUV422::ClassID, PixelDIB24::ClassID}),
+              from, to);
   for (int y = 0; y < screen.rows; ++y) {
     for (int x = 0; x < screen.cols; ++x) {
       const int expected = cv::Rect(16, 8, 32, 16).contains({x, y}) ? 255 : 9;
