@@ -26,6 +26,8 @@ void Describe(Raster& raster, const Raster& like) {
   raster.interlace = like.interlace;
   raster.range = like.range;
   raster.matrix = like.matrix;
+  raster.chroma = like.chroma;
+  raster.transfer = like.transfer;
   raster.frameRate = like.frameRate;
   raster.pixelAspect = like.pixelAspect;
 }

@@ -66,7 +66,7 @@ std::unique_ptr<kv_img::Image<PixelClass>> MakeWorkingImage(int width, int heigh
   return std::make_unique<kv_img::Image<PixelClass>>(WorkingWidth(width), height, options);
 }
 
-/// Gives `raster` the interlace, range, matrix, rate and aspect of `like`.
+/// Gives `raster` the interlace, colours, rate and aspect of `like`.
 void Describe(Raster& raster, const Raster& like);
 
 /// The plane of an image that plane `index` of a raster corresponds to.
@@ -101,7 +101,7 @@ std::unique_ptr<kv_img::Image<PixelClass>> ToImage(const Raster& raster,
 }
 
 /// The left `shape.width` columns of the image as a raster with the description of `shape`: size, interlace,
-/// range, matrix, rate and aspect.
+/// colours, rate and aspect.
 template <class PixelClass>
 Raster ToRaster(const kv_img::Image<PixelClass>& image, const Raster& shape) {
   constexpr RasterKind kind = kindOf<PixelClass>;

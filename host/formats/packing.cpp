@@ -25,6 +25,9 @@ Raster Like(const Raster& raster, RasterKind kind, int layout) {
   Raster made = MakeRaster(kind, raster.width, raster.height, layout);
   made.interlace = raster.interlace;
   made.range = raster.range;
+  made.matrix = raster.matrix;
+  made.chroma = raster.chroma;
+  made.transfer = raster.transfer;
   made.frameRate = raster.frameRate;
   made.pixelAspect = raster.pixelAspect;
   return made;

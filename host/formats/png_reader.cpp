@@ -4,6 +4,7 @@
 #include <span>
 
 #include "host/formats/format_error.h"
+#include "host/formats/png_code_points.h"
 #include "host/formats/png_file.h"
 #include "host/formats/png_guard.h"
 
@@ -48,12 +49,16 @@ class Decoder {
 
   Raster Read() {
     ReadHeader();
+    const png::CodePoints points = ReadCodePoints();
     const int channels = png_get_channels(png_, info_);
     const RasterKind kind = channels == 1   ? RasterKind::Grey8
                             : channels == 3 ? RasterKind::Dib24
                                             : RasterKind::Dib32;
     Raster raster = MakeEmptyRaster(kind, static_cast<int>(png_get_image_width(png_, info_)),
                                     static_cast<int>(png_get_image_height(png_, info_)));
+    if (points.primaries == png::CodePoints::bt2020) raster.matrix = ColourMatrix::Bt2020;
+    if (points.transfer == png::CodePoints::pq) raster.transfer = Transfer::Pq;
+    if (points.transfer == png::CodePoints::hlg) raster.transfer = Transfer::Hlg;
     if (png_get_interlace_type(png_, info_) == PNG_INTERLACE_NONE) {
       ReadRows(raster.planes[0].bytes, raster.planes[0].stride, raster.height);
     } else {
@@ -85,6 +90,7 @@ class Decoder {
       png_set_user_limits(png_, LongestSide, LongestSide);
       png_set_chunk_malloc_max(png_, MostChunkBytes);
       png_set_chunk_cache_max(png_, 64);
+      png_set_keep_unknown_chunks(png_, PNG_HANDLE_CHUNK_ALWAYS, png::CodePoints::chunk, 1);
       png_read_info(png_, info_);
     });
     const std::string problem =
@@ -98,6 +104,27 @@ class Decoder {
       if (alpha || png_get_valid(png_, info_, PNG_INFO_tRNS) != 0) png_set_gray_to_rgb(png_);
       png_read_update_info(png_, info_);
     });
+  }
+
+  /// Those of the file, where it has them. Throws FormatError where the samples are not full-range RGB.
+  png::CodePoints ReadCodePoints() const {
+    png_unknown_chunkp chunks = nullptr;
+    const int count = png_get_unknown_chunks(png_, info_, &chunks);
+    for (const png_unknown_chunk& chunk : std::span(chunks, static_cast<std::size_t>(count))) {
+      const bool isTheirs = std::equal(chunk.name, chunk.name + 4, png::CodePoints::chunk);
+      if (!isTheirs || chunk.size != 4) continue;
+      const char* const samples = png::CodePoints::NameOfSamples(chunk.data[2]);
+      if (samples != nullptr) {
+        input_.source.Fail(std::string("the PNG picture declares ") + samples +
+                           " (cICP); convert it to RGB first");
+      }
+      if (chunk.data[3] != 1) {
+        input_.source.Fail(
+            "the PNG picture declares RGB of limited range (cICP); convert it to full range first");
+      }
+      return {chunk.data[0], chunk.data[1]};
+    }
+    return {};
   }
 
   /// Appends rows one by one, so that memory grows with what the file really holds.

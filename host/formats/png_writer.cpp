@@ -1,7 +1,9 @@
+#include <algorithm>
 #include <new>
 #include <span>
 
 #include "host/formats/format_error.h"
+#include "host/formats/png_code_points.h"
 #include "host/formats/png_file.h"
 #include "host/formats/png_guard.h"
 
@@ -49,12 +51,14 @@ class Encoder {
     const auto height = static_cast<png_uint_32>(raster.height);
     const bool isScreenRgb = colourType != PNG_COLOR_TYPE_GRAY &&
                              (raster.matrix == ColourMatrix::Bt601 || raster.matrix == ColourMatrix::Bt709);
+    const bool hasCodePoints = raster.matrix == ColourMatrix::Bt2020 && raster.transfer != Transfer::Unknown;
     Run([=, this] {
       png_set_write_fn(png_, &output_, OnWrite, OnFlush);
       png_set_IHDR(png_, info_, width, height, 8, colourType, PNG_INTERLACE_NONE,
                    PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
       // RGB out of 4:2:2 of these matrices has the primaries of sRGB, as closely as screens show them.
       if (isScreenRgb) png_set_sRGB(png_, info_, PNG_sRGB_INTENT_PERCEPTUAL);
+      if (hasCodePoints) PutCodePoints(raster.transfer);
       png_write_info(png_, info_);
       png_set_bgr(png_);
     });
@@ -71,6 +75,18 @@ class Encoder {
     if (png::Succeeds(png_, step)) return;
     if (output_.failure.exception != nullptr) std::rethrow_exception(output_.failure.exception);
     throw FileError(output_.sink.Name(), "cannot be written as PNG: " + output_.failure.text);
+  }
+
+  void PutCodePoints(Transfer transfer) {
+    png_byte points[] = {png::CodePoints::bt2020,
+                         transfer == Transfer::Pq ? png::CodePoints::pq : png::CodePoints::hlg, 0, 1};
+    png_unknown_chunk chunk = {};
+    std::copy_n(png::CodePoints::chunk, sizeof png::CodePoints::chunk, chunk.name);
+    chunk.data = points;
+    chunk.size = sizeof points;
+    chunk.location = PNG_HAVE_IHDR;
+    png_set_keep_unknown_chunks(png_, PNG_HANDLE_CHUNK_ALWAYS, png::CodePoints::chunk, 1);
+    png_set_unknown_chunks(png_, info_, &chunk, 1);
   }
 
   Output output_;

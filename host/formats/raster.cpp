@@ -77,6 +77,10 @@ std::string SizeProblem(std::int64_t width, std::int64_t height) {
          std::to_string(MostPixels) + " pixels";
 }
 
+bool IsVideo(RasterKind kind) {
+  return kind == RasterKind::Yuv422 || kind == RasterKind::Yuva422 || kind == RasterKind::Yuv422Planar;
+}
+
 const char* NameOf(RasterKind kind) {
   switch (kind) {
     case RasterKind::Yuv422:

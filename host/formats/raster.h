@@ -32,6 +32,12 @@ enum class ColourRange { Unknown, Limited, Full };
 /// The weights of red, green and blue in the luma that a picture has, or had before it became RGB.
 enum class ColourMatrix { Unknown, Bt601, Bt709, Bt2020 };
 
+/// Where the chroma sample of a pair of pixels is: at the left one, or halfway between them.
+enum class ChromaSite { Unknown, Left, Centre };
+
+/// The curve between light and samples, where it is one of high dynamic range. It stays as it is.
+enum class Transfer { Unknown, Pq, Hlg };
+
 /// A ratio as video headers write it; 0:0 is "not known".
 struct Ratio {
   int numerator = 0;
@@ -64,6 +70,8 @@ struct Raster {
   Interlace interlace = Interlace::Unknown;
   ColourRange range = ColourRange::Unknown;
   ColourMatrix matrix = ColourMatrix::Unknown;
+  ChromaSite chroma = ChromaSite::Unknown;
+  Transfer transfer = Transfer::Unknown;
   Ratio frameRate;    ///< Frames a second.
   Ratio pixelAspect;  ///< Width of a pixel : its height.
   std::vector<Plane> planes;
@@ -88,6 +96,9 @@ inline constexpr std::int64_t MostPixels = std::int64_t{1} << 28;
 /// Why a picture cannot have this size, as the end of a message; empty if it can. Sides are 1 to LongestSide,
 /// pixels at most MostPixels.
 std::string SizeProblem(std::int64_t width, std::int64_t height);
+
+/// Whether the picture is luma and chroma.
+bool IsVideo(RasterKind kind);
 
 /// Short name of a kind for messages.
 const char* NameOf(RasterKind kind);

@@ -15,6 +15,7 @@ struct Y4mHeader {
   Interlace interlace = Interlace::Unknown;
   bool mixedInterlace = false;  ///< Every frame states its own.
   ColourRange range = ColourRange::Unknown;
+  ChromaSite chroma = ChromaSite::Unknown;  ///< C422jpeg is centred, C422mpeg2 left.
   Ratio frameRate;
   Ratio pixelAspect;
 
@@ -47,7 +48,7 @@ class Y4mReader final : public FrameReader {
 class Y4mWriter {
  public:
   /// Takes Yuv422Planar and Yuv422. Throws FormatError for other kinds and for a frame that differs from the
-  /// first in size, interlace or range.
+  /// first in size, interlace, range or chroma position.
   void Write(const Raster& frame, ByteSink& sink);
 
  private:

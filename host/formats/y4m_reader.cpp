@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <string>
 
@@ -73,9 +72,10 @@ Ratio RatioOf(const Tags& tags) {
   return ratio;
 }
 
-void RequireColourSpace(const Tags& tags) {
-  constexpr std::array<std::string_view, 4> Known = {"422", "422jpeg", "422mpeg2", "422paldv"};
-  if (std::find(Known.begin(), Known.end(), tags.Value()) != Known.end()) return;
+ChromaSite SiteOf(const Tags& tags) {
+  if (tags.Value() == "422jpeg") return ChromaSite::Centre;
+  if (tags.Value() == "422mpeg2") return ChromaSite::Left;
+  if (tags.Value() == "422" || tags.Value() == "422paldv") return ChromaSite::Unknown;
   tags.Fail("is not 4:2:2 with 8 bits (C422); convert with the ffmpeg option -pix_fmt yuv422p");
 }
 
@@ -129,7 +129,7 @@ Y4mHeader ParseHeader(const ByteSource& source, std::uint64_t offset, std::strin
         SetInterlace(tags, header);
         break;
       case 'C':
-        RequireColourSpace(tags);
+        header.chroma = SiteOf(tags);
         colourSpace = true;
         break;
       case 'X':
@@ -229,6 +229,7 @@ std::optional<Raster> Y4mReader::Next() {
   Raster frame = MakeEmptyRaster(RasterKind::Yuv422Planar, header_.width, header_.height);
   frame.interlace = header_.interlace;
   frame.range = header_.range;
+  frame.chroma = header_.chroma;
   frame.frameRate = header_.frameRate;
   frame.pixelAspect = header_.pixelAspect;
   ReadFrameLine(frame.interlace);

@@ -1,4 +1,5 @@
 #include <string>
+#include <utility>
 
 #include "host/formats/format_error.h"
 #include "host/formats/packing.h"
@@ -32,6 +33,7 @@ std::string HeaderLine(const Y4mHeader& header) {
   std::string line = "YUV4MPEG2 W" + std::to_string(header.width) + " H" + std::to_string(header.height) +
                      " F" + TextOf(rate) + " I" + LetterOf(header.interlace) + " A" +
                      TextOf(header.pixelAspect) + " C422";
+  if (header.chroma == ChromaSite::Centre) line += "jpeg";
   if (header.range == ColourRange::Full) line += " XCOLORRANGE=FULL";
   if (header.range == ColourRange::Limited) line += " XCOLORRANGE=LIMITED";
   return line + "\n";
@@ -42,6 +44,7 @@ Y4mHeader HeaderOf(const Raster& frame) {
           .height = frame.height,
           .interlace = frame.interlace,
           .range = frame.range,
+          .chroma = frame.chroma,
           .frameRate = frame.frameRate,
           .pixelAspect = frame.pixelAspect};
 }
@@ -64,8 +67,13 @@ void Y4mWriter::Write(const Raster& frame, ByteSink& sink) {
                                        ", this one is " + std::to_string(header.width) + "x" +
                                        std::to_string(header.height));
   }
-  if (header.interlace != header_.interlace || header.range != header_.range) {
-    throw FormatError(sink.Name(), "all frames of a Y4M file have one interlace and one colour range");
+  // What is not declared is limited range and left.
+  const auto colours = [](const Y4mHeader& of) {
+    return std::pair(of.range == ColourRange::Full, of.chroma == ChromaSite::Centre);
+  };
+  if (header.interlace != header_.interlace || colours(header) != colours(header_)) {
+    throw FormatError(
+        sink.Name(), "all frames of a Y4M file have one interlace, one colour range and one chroma position");
   }
   sink.Write("FRAME\n");
   if (frame.kind == RasterKind::Yuv422) {
