@@ -17,7 +17,7 @@ _kv() {
       --layout) words='uyvy yuy2' ;;
       --depth) words='8 15 16 24 32' ;;
       --matrix) words='601 709 2020' ;;
-      --range) words='limited full' ;;
+      --range | --colour-range) words='limited full' ;;
       --chroma) words='left centre' ;;
       --resample) words='linear nearest' ;;
       --direction) words='left right up down' ;;

@@ -3,20 +3,22 @@
 #include <optional>
 #include <string_view>
 
-#include "frame/interfaces/color_conversion.h"
 #include "host/formats/raster.h"
 
 namespace kv_host {
 
-/// What a person said about the colours of 4:2:2. Where anything is said "ColorConversion" makes RGB of 4:2:2
-/// and 4:2:2 of RGB, and what is not said follows from the picture. Otherwise "Copy" does, by its own rule.
+enum class Resampling { Linear, Nearest };
+
+/// What a person said about the colours of 4:2:2. What is not said follows from the picture.
 struct ColourOptions {
   std::optional<ColourMatrix> matrix;
   std::optional<ColourRange> range;
-  std::optional<kv_img::ChromaPosition> chroma;
-  std::optional<kv_img::ChromaResampling> resample;
+  std::optional<ChromaSite> chroma;
+  std::optional<Resampling> resample;
+  /// "Copy" makes RGB of 4:2:2 and 4:2:2 of RGB, by its own rule, in place of "ColorConversion".
+  bool exactCopy = false;
 
-  bool IsGiven() const { return matrix || range || chroma || resample; }
+  bool AreGiven() const { return matrix || range || chroma || resample; }
 };
 
 /// One property of a crossing: its value and where that comes from: "option", "source", "height", "default".
@@ -27,13 +29,14 @@ struct ColourFact {
   bool operator==(const ColourFact&) const = default;
 };
 
-/// How 4:2:2 became RGB, or RGB 4:2:2.
+/// How 4:2:2 became RGB or grey, or these 4:2:2, by "ColorConversion".
 struct Crossing {
-  std::string_view to;  ///< "rgb" or "yuv"
+  std::string_view to;  ///< "rgb", "grey" or "yuv"
   ColourFact matrix;
   ColourFact range;
   ColourFact chroma;
   ColourFact resample;
+  std::string_view transfer;  ///< "pq" or "hlg", which stays as it is; else empty.
 
   bool operator==(const Crossing&) const = default;
 };

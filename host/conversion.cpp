@@ -1,10 +1,11 @@
 #include "host/conversion.h"
 
+#include <algorithm>
 #include <optional>
 
-#include "frame/interfaces/color_conversion.h"
 #include "frame/interfaces/copy.h"
 #include "host/errors.h"
+#include "host/formats/packing.h"
 #include "host/grey.h"
 #include "host/raster_image.h"
 
@@ -49,13 +50,18 @@ std::optional<Raster> ConvertDirectly(const Raster& source, RasterKind kind, int
   });
 }
 
+[[noreturn]] void ThrowNoConversion(const Raster& source, RasterKind kind, const Engine& engine) {
+  throw NoMemberError(std::string("no member of the family converts ") + NameOf(source.kind) + " to " +
+                      NameOf(kind) + engine.family.ForcedNote());
+}
+
 /// By "Copy" alone: directly where a member offers the pair, else through packed 4:2:2.
 Raster ConvertByCopy(const Raster& source, RasterKind kind, int layout, const Engine& engine) {
   if (IsAlready(source, kind, layout)) return source;
   if (IsBitmap(kind) && source.range == ColourRange::Full && !IsBitmap(source.kind)) {
     throw UsageError(
-        "full-range 4:2:2 cannot become RGB by \"Copy\", which takes limited range alone; --range full "
-        "converts it");
+        "full-range 4:2:2 cannot become RGB by \"Copy\", which takes limited range alone; without "
+        "--exact-copy it is converted");
   }
   // The planar copy fills luma-first images only.
   const bool isReordered =
@@ -68,129 +74,55 @@ Raster ConvertByCopy(const Raster& source, RasterKind kind, int layout, const En
       return ConvertByCopy(*packed, kind, layout, engine);
     }
   }
-  throw NoMemberError(std::string("no member of the family converts ") + NameOf(source.kind) + " to " +
-                      NameOf(kind) + engine.family.ForcedNote());
+  ThrowNoConversion(source, kind, engine);
 }
 
 /// Between RGB kinds.
 Raster ConvertBitmap(const Raster& source, RasterKind kind, const Engine& engine) {
   if (source.kind == kind) return source;
   if (auto direct = ConvertDirectly(source, kind, 0, engine)) return *std::move(direct);
-  const bool isWhole = source.kind == RasterKind::Dib24 || source.kind == RasterKind::Dib32;
-  return isWhole ? BitmapOfBitmap(source, kind)
-                 : BitmapOfBitmap(ConvertByCopy(source, RasterKind::Dib24, 0, engine), kind);
+  if (source.kind == RasterKind::Dib24 || source.kind == RasterKind::Dib32)
+    return BitmapOfBitmap(source, kind);
+  auto whole = ConvertDirectly(source, RasterKind::Dib24, 0, engine);
+  if (!whole) ThrowNoConversion(source, kind, engine);
+  return BitmapOfBitmap(*whole, kind);
 }
 
-constexpr std::string_view matrixNames[] = {"", "601", "709", "2020"};
-
-/// The colours of the YUV side of a crossing, `source` being either side.
-struct Colours {
-  ColourMatrix matrix;
-  ColourRange range;
-  kv_img::ColorConversionParameters parameters;
-};
-
-Colours ColoursFor(const Raster& source, const Engine& engine) {
-  const ColourOptions& given = engine.colours;
-  const bool toRgb = !IsBitmap(source.kind);
-  Colours colours{.matrix = MatrixOf(source, given), .range = ColourRange::Limited, .parameters = {}};
-  const bool isDeclared = toRgb && source.range != ColourRange::Unknown;
-  if (isDeclared) colours.range = source.range;
-  if (given.range) colours.range = *given.range;
-  auto& parameters = colours.parameters;
-  parameters.yuv.matrix = colours.matrix == ColourMatrix::Bt709    ? kv_img::ColorMatrix::Bt709
-                          : colours.matrix == ColourMatrix::Bt2020 ? kv_img::ColorMatrix::Bt2020
-                                                                   : kv_img::ColorMatrix::Bt601;
-  const bool isFull = colours.range == ColourRange::Full;
-  parameters.yuv.range = isFull ? kv_img::ColorRange::Full : kv_img::ColorRange::Limited;
-  parameters.yuv.chroma = given.chroma.value_or(parameters.yuv.chroma);
-  parameters.resample = given.resample.value_or(parameters.resample);
-  if (engine.log != nullptr) {
-    const auto from = [](bool isOption) { return isOption ? "option" : "default"; };
-    const bool isLeft = parameters.yuv.chroma == kv_img::ChromaPosition::Left;
-    const bool isLinear = parameters.resample == kv_img::ChromaResampling::Linear;
-    engine.log->Add(
-        Crossing{.to = toRgb ? "rgb" : "yuv",
-                 .matrix = {matrixNames[static_cast<std::size_t>(colours.matrix)],
-                            given.matrix                             ? "option"
-                            : source.matrix != ColourMatrix::Unknown ? "source"
-                                                                     : "height"},
-                 .range = {isFull ? "full" : "limited",
-                           isDeclared && !given.range ? "source" : from(given.range.has_value())},
-                 .chroma = {isLeft ? "left" : "centre", from(given.chroma.has_value())},
-                 .resample = {isLinear ? "linear" : "nearest", from(given.resample.has_value())}});
+/// 4:2:2 as RGB or grey.
+Raster ConvertFromVideo(const Raster& source, RasterKind kind, const Engine& engine) {
+  const bool isFew = kind == RasterKind::Dib15 || kind == RasterKind::Dib16;
+  if (isFew) return BitmapOfBitmap(ConvertFromVideo(source, RasterKind::Dib24, engine), kind);
+  if (source.kind != RasterKind::Yuva422) {
+    const int layout = IsPacked(source.kind) ? source.layout : LayoutLumaFirst;
+    return CrossFromVideo(ConvertByCopy(source, RasterKind::Yuv422, layout, engine), kind, engine);
   }
-  return colours;
+  if (kind == RasterKind::Dib32) return CrossFromVideo(source, kind, engine);
+  Raster opaque = source;
+  opaque.kind = RasterKind::Yuv422;
+  opaque.planes.resize(1);
+  return CrossFromVideo(opaque, kind, engine);
 }
 
-/// One "ColorConversion". Its images have the picture's own width: every pixel of any width is written.
-template <class In, class Out>
-Raster Cross(const Raster& source, int layout, const Engine& engine) {
-  using Interface = kv_img::ColorConversionAlgorithmInterface<Image<In>, Image<Out>>;
-  const auto* operation = engine.family.Find<Interface>("ColorConversion", {In::ClassID, Out::ClassID});
-  if (operation == nullptr) {
-    throw NoMemberError("no member of the family offers ColorConversion for these pictures" +
-                        engine.family.ForcedNote() +
-                        "; without --matrix, --range, --chroma and --resample \"Copy\" converts them");
-  }
-  const Colours colours = ColoursFor(source, engine);
-  const auto from = ToImageOfWidth<In>(source.width, source);
-  kv_img::ImageOptions options;
-  if (IsPacked(kindOf<Out>)) options.layout = layout;
-  Image<Out> to(source.width, source.height, options);
-  engine.Run("ColorConversion", *operation, *from, to, colours.parameters);
-  Raster result = ToRaster(to, source);
-  result.matrix = colours.matrix;
-  result.range = IsBitmap(result.kind) ? ColourRange::Unknown : colours.range;
-  return result;
+/// Whether black is 0 and white 255 in the picture's luma, as "Copy" takes it.
+bool IsFullRange(const Raster& picture) {
+  return picture.kind == RasterKind::Grey8 || (!IsBitmap(picture.kind) && picture.range == ColourRange::Full);
 }
 
-Raster ToRgb(const Raster& source, RasterKind kind, const Engine& engine) {
-  using kv_img::PixelYUV422;
-  if (kind == RasterKind::Dib15 || kind == RasterKind::Dib16) {
-    return BitmapOfBitmap(ToRgb(source, RasterKind::Dib24, engine), kind);
-  }
-  if (kind == RasterKind::Dib32 && source.kind == RasterKind::Yuva422) {
-    return Cross<kv_img::PixelYUVA422, kv_img::PixelDIB32>(source, 0, engine);
-  }
-  const Raster packed = ConvertByCopy(source, RasterKind::Yuv422,
-                                      IsPacked(source.kind) ? source.layout : LayoutLumaFirst, engine);
-  return kind == RasterKind::Dib24 ? Cross<PixelYUV422, kv_img::PixelDIB24>(packed, 0, engine)
-                                   : Cross<PixelYUV422, kv_img::PixelDIB32>(packed, 0, engine);
+[[noreturn]] void RefuseRanges() {
+  throw UsageError(
+      "one picture is full-range 4:2:2, the other is not; convert the range of one first, as in "
+      "ffmpeg -i full.y4m -vf scale=in_range=full:out_range=limited -pix_fmt yuv422p limited.y4m");
 }
 
-Raster ToYuv(const Raster& source, RasterKind kind, int layout, const Engine& engine) {
-  if (kind == RasterKind::Yuv422Planar) {
-    return ConvertByCopy(ToYuv(source, RasterKind::Yuv422, LayoutLumaFirst, engine), kind, 0, engine);
-  }
-  if (kind == RasterKind::Yuva422) {
-    return Cross<kv_img::PixelDIB32, kv_img::PixelYUVA422>(ConvertBitmap(source, RasterKind::Dib32, engine),
-                                                           layout, engine);
-  }
-  if (source.kind == RasterKind::Dib32) {
-    return Cross<kv_img::PixelDIB32, kv_img::PixelYUV422>(source, layout, engine);
-  }
-  return Cross<kv_img::PixelDIB24, kv_img::PixelYUV422>(ConvertBitmap(source, RasterKind::Dib24, engine),
-                                                        layout, engine);
-}
-
-/// The picture; RGB takes the matrix of the 4:2:2 picture that it will meet.
-Raster WithMatrixOf(const Raster& picture, const Raster& other, const Engine& engine) {
-  Raster result = picture;
-  const bool otherIsVideo = !IsBitmap(other.kind) && other.kind != RasterKind::Grey8;
-  if (IsBitmap(picture.kind) && otherIsVideo) result.matrix = MatrixOf(other, engine.colours);
-  return result;
+/// The 4:2:2 that the picture becomes beside another.
+VideoSide SideBeside(const Raster& picture, const Raster& other) {
+  if (IsVideo(other.kind)) return SideOf(other);
+  // Whichever of the two is asked for, the answer is the same.
+  return {.matrix = picture.matrix == other.matrix ? picture.matrix : ColourMatrix::Unknown,
+          .height = std::max(picture.height, other.height)};
 }
 
 }  // namespace
-
-ColourMatrix MatrixOf(const Raster& picture, const ColourOptions& options) {
-  if (!options.IsGiven()) return ColourMatrix::Unknown;
-  if (options.matrix) return *options.matrix;
-  if (picture.matrix != ColourMatrix::Unknown) return picture.matrix;
-  constexpr int mostRowsOfStandardDefinition = 576;
-  return picture.height <= mostRowsOfStandardDefinition ? ColourMatrix::Bt601 : ColourMatrix::Bt709;
-}
 
 Raster Convert(const Raster& source, RasterKind kind, int layout, const Engine& engine) {
   if (layout == 0) layout = IsPacked(source.kind) ? source.layout : LayoutLumaFirst;
@@ -201,38 +133,61 @@ Raster Convert(const Raster& source, RasterKind kind, int layout, const Engine& 
     const bool isWhole = source.kind == RasterKind::Dib24 || source.kind == RasterKind::Dib32;
     return GreyOfBitmap(isWhole ? source : Convert(source, RasterKind::Dib24, 0, engine));
   }
-  if (!engine.colours.IsGiven() || (!IsBitmap(source.kind) && !IsBitmap(kind))) {
-    return ConvertByCopy(source, kind, layout, engine);
+  if (engine.colours.exactCopy) return ConvertByCopy(source, kind, layout, engine);
+  if (IsVideo(source.kind)) {
+    return IsVideo(kind) ? ConvertByCopy(source, kind, layout, engine)
+                         : ConvertFromVideo(source, kind, engine);
   }
-  if (!IsBitmap(source.kind)) return ToRgb(source, kind, engine);
-  return IsBitmap(kind) ? ConvertBitmap(source, kind, engine) : ToYuv(source, kind, layout, engine);
+  if (IsVideo(kind)) return ConvertToVideo(source, kind, layout, SideOf(source), engine);
+  return ConvertBitmap(source, kind, engine);
 }
 
-bool IsFullRange(const Raster& picture, const ColourOptions& options) {
-  if (picture.kind == RasterKind::Grey8) return true;
-  const ColourRange own = IsBitmap(picture.kind) ? ColourRange::Limited : picture.range;
-  return options.range.value_or(own) == ColourRange::Full;
+Raster ConvertToVideo(const Raster& source, RasterKind kind, int layout, const VideoSide& side,
+                      const Engine& engine) {
+  if (engine.colours.exactCopy) return Convert(source, kind, layout, engine);
+  if (kind == RasterKind::Yuv422Planar) {
+    return Unpack(ConvertToVideo(source, RasterKind::Yuv422, LayoutLumaFirst, side, engine));
+  }
+  if (kind == RasterKind::Yuva422) {
+    return CrossToVideo(Convert(source, RasterKind::Dib32, 0, engine), kind, layout, side, engine);
+  }
+  const bool isFew = source.kind == RasterKind::Dib15 || source.kind == RasterKind::Dib16;
+  return CrossToVideo(isFew ? Convert(source, RasterKind::Dib24, 0, engine) : source, kind, layout, side,
+                      engine);
+}
+
+Raster ConvertLuma(const Raster& source, RasterKind kind, int layout, const Engine& engine) {
+  const bool hasBitmap = IsBitmap(source.kind) || IsBitmap(kind);
+  if (hasBitmap) return Convert(source, kind, layout, engine);
+  if (layout == 0) layout = IsPacked(source.kind) ? source.layout : LayoutLumaFirst;
+  return ConvertByCopy(source, kind, layout, engine);
+}
+
+Raster ConvertAs(const Raster& picture, const Raster& other, int layout, const Engine& engine) {
+  const bool areGrey = picture.kind == RasterKind::Grey8 && other.kind == RasterKind::Grey8;
+  if (areGrey || IsVideo(picture.kind)) return ConvertLuma(picture, RasterKind::Yuv422, layout, engine);
+  return ConvertToVideo(picture, RasterKind::Yuv422, layout, SideBeside(picture, other), engine);
 }
 
 Raster ConvertBeside(const Raster& picture, const Raster& other, int layout, const Engine& engine) {
-  if (IsFullRange(picture, engine.colours) == IsFullRange(other, engine.colours)) {
-    return Convert(WithMatrixOf(picture, other, engine), RasterKind::Yuv422, layout, engine);
+  if (!engine.colours.exactCopy) {
+    const auto rangeOf = [&](const Raster& video) { return RangeOf(SideOf(video), engine.colours); };
+    if (IsVideo(picture.kind) && IsVideo(other.kind) && rangeOf(picture) != rangeOf(other)) RefuseRanges();
+    return ConvertAs(picture, other, layout, engine);
   }
-  const Raster& full = IsFullRange(picture, engine.colours) ? picture : other;
-  if (full.kind != RasterKind::Grey8) {
-    throw UsageError(
-        "one picture is full-range 4:2:2, the other is not; convert the range of one first, as in "
-        "ffmpeg -i full.y4m -vf scale=in_range=full:out_range=limited -pix_fmt yuv422p limited.y4m");
-  }
+  if (IsFullRange(picture) == IsFullRange(other)) return Convert(picture, RasterKind::Yuv422, layout, engine);
+  const Raster& full = IsFullRange(picture) ? picture : other;
+  if (full.kind != RasterKind::Grey8) RefuseRanges();
   if (picture.kind != RasterKind::Grey8) return Convert(picture, RasterKind::Yuv422, layout, engine);
   return Convert(BitmapOfGrey(picture, RasterKind::Dib24), RasterKind::Yuv422, layout, engine);
 }
 
 Raster LumaBeside(const Raster& picture, const Raster& other, RasterKind kind, const Engine& engine) {
-  const bool becomesGrey =
-      IsBitmap(picture.kind) && !IsBitmap(other.kind) && IsFullRange(other, engine.colours);
-  if (!becomesGrey) return Convert(WithMatrixOf(picture, other, engine), kind, LayoutLumaFirst, engine);
-  return Convert(Convert(picture, RasterKind::Grey8, 0, engine), kind, LayoutLumaFirst, engine);
+  const auto lumaOf = [&](const Raster& from) { return ConvertLuma(from, kind, LayoutLumaFirst, engine); };
+  if (!IsBitmap(picture.kind) || IsBitmap(kind)) return lumaOf(picture);
+  const bool becomesGrey = engine.colours.exactCopy ? IsFullRange(other) : other.kind == RasterKind::Grey8;
+  if (becomesGrey) return lumaOf(Convert(picture, RasterKind::Grey8, 0, engine));
+  return kind == RasterKind::Yuv422 ? ConvertAs(picture, other, LayoutLumaFirst, engine) : lumaOf(picture);
 }
 
 }  // namespace kv_host

@@ -2,33 +2,35 @@
 
 #include <string>
 
+#include "host/crossing.h"
 #include "host/engine.h"
 #include "host/formats/raster.h"
 
 namespace kv_host {
 
-/// The matrix of a picture that is 4:2:2, or of the 4:2:2 that it becomes: the one asked for, else its own,
-/// else by its height as players choose it; not known where no option asks for "ColorConversion".
-ColourMatrix MatrixOf(const Raster& picture, const ColourOptions& options);
-
-/// The picture as another kind. Between 4:2:2 and RGB it goes by "ColorConversion" where an option asks for
-/// it, all else by the family's "Copy": directly where a member offers the pair, else through packed 4:2:2.
+/// The picture as another kind. "ColorConversion" makes RGB and grey of 4:2:2 and 4:2:2 of them, whose grey is
+/// of full range (host/crossing.h); with ColourOptions::exactCopy "Copy" does, and grey is luma, byte for byte.
 /// `layout` is the byte order of packed kinds (0: that of the source if it is packed, else luma first).
-/// Between grey and RGB the greys stay as they are (host/grey.h); between grey and 4:2:2 grey is luma, byte
-/// for byte. Throws NoMemberError when no member can, UsageError for full-range 4:2:2 that "Copy" would have
-/// to make RGB.
+/// Between grey and RGB the greys stay as they are (host/grey.h). Throws NoMemberError when no member can,
+/// UsageError for full-range 4:2:2 that "Copy" would have to make RGB.
 Raster Convert(const Raster& source, RasterKind kind, int layout, const Engine& engine);
 
-/// Whether black is 0 and white 255 in the picture's luma: grey pictures, and 4:2:2 that says so.
-bool IsFullRange(const Raster& picture, const ColourOptions& options);
+/// RGB or grey as a 4:2:2 kind with the colours of `side`.
+Raster ConvertToVideo(const Raster& source, RasterKind kind, int layout, const VideoSide& side,
+                      const Engine& engine);
 
-/// The picture as packed 4:2:2, in the same range as the other picture, converted in the same way: a grey
-/// picture beside RGB or limited range comes to limited range by way of RGB.
-/// Throws UsageError when 4:2:2 of full range would have to be.
+/// As Convert, for operations on luma: between grey and 4:2:2 no sample is scaled.
+Raster ConvertLuma(const Raster& source, RasterKind kind, int layout, const Engine& engine);
+
+/// The picture as packed 4:2:2 that has the colours of the other picture, where that is 4:2:2; two grey ones
+/// stay as they are.
+Raster ConvertAs(const Raster& picture, const Raster& other, int layout, const Engine& engine);
+
+/// The same for pictures that are mixed: throws UsageError when both are 4:2:2, one of full range.
 Raster ConvertBeside(const Raster& picture, const Raster& other, int layout, const Engine& engine);
 
 /// The picture as another kind, luma first where that is packed, for an operation that compares or mixes it
-/// with another one. Luma is not scaled; RGB beside a picture of full range becomes grey first.
+/// with another one. Luma is not scaled; RGB beside a grey picture becomes grey first.
 Raster LumaBeside(const Raster& picture, const Raster& other, RasterKind kind, const Engine& engine);
 
 }  // namespace kv_host

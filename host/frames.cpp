@@ -57,6 +57,13 @@ void WriteConverted(PictureWriter& writer, const Raster& frame, const Engine& en
   writer.Write(Convert(frame, KindToWrite(format, frame.kind), layout, engine));
 }
 
+void WriteLuma(PictureWriter& writer, const Raster& result, const Raster& source, const Engine& engine) {
+  const FormatTraits& format = TraitsOf(writer.Format());
+  const RasterKind kind = KindToWrite(format, result.kind);
+  writer.Write(IsVideo(source.kind) ? ConvertLuma(result, kind, format.layout, engine)
+                                    : Convert(result, kind, format.layout, engine));
+}
+
 void ForEachFrame(PictureReader& reader, const std::function<void(const Raster&, std::int64_t)>& work) {
   Progress progress("frames");
   for (;;) {

@@ -41,6 +41,10 @@ RasterKind KindToWrite(const FormatTraits& format, RasterKind source);
 /// Writes a frame, converted to what the file's format holds. `layout` 0: the format's, or the frame's own.
 void WriteConverted(PictureWriter& writer, const Raster& frame, const Engine& engine, int layout = 0);
 
+/// Writes a grey result of an operation on the luma of `source`: where that is 4:2:2, luma goes into 4:2:2 as
+/// it is.
+void WriteLuma(PictureWriter& writer, const Raster& result, const Raster& source, const Engine& engine);
+
 /// Calls `work(frame, number)` for every frame that is read of a file, numbered as in the file, with progress
 /// on a terminal.
 void ForEachFrame(PictureReader& reader, const std::function<void(const Raster&, std::int64_t)>& work);

@@ -67,6 +67,21 @@ void PasteAlpha(const Raster& image, const RunRegion& what, Raster& canvas, cons
   });
 }
 
+/// The pairs on both sides of each run take those at its ends, so that filters of chroma find what they find
+/// at the borders of a picture.
+void RepeatEnds(Raster& video, const RunRegion& runs) {
+  constexpr int pairBytes = 4;
+  for (int row = runs.GetTop(); row <= runs.GetBottom(); ++row) {
+    if (runs.GetRight(row) < runs.GetLeft(row)) continue;
+    const auto bytes = video.planes[0].Row(row);
+    const auto pair = [&](int index) { return bytes.begin() + std::ptrdiff_t{pairBytes} * index; };
+    const int first = runs.GetLeft(row) / 2;
+    const int last = runs.GetRight(row) / 2;
+    if (first > 0) std::copy_n(pair(first), pairBytes, pair(first - 1));
+    if (last + 1 < (video.width + 1) / 2) std::copy_n(pair(last), pairBytes, pair(last + 1));
+  }
+}
+
 /// A canvas of 4:2:2: the operation works on its own samples.
 Raster PasteVideo(const Raster& image, const RunRegion& what, const Raster& canvas, const RunRegion& where,
                   const Engine& engine) {
@@ -84,13 +99,20 @@ Raster PasteVideo(const Raster& image, const RunRegion& what, const Raster& canv
 Raster PastePixels(const Raster& image, const RunRegion& what, const Raster& canvas, const RunRegion& where,
                    const Engine& engine) {
   const bool isGrey = canvas.kind == RasterKind::Grey8;
-  const Raster source =
-      isGrey ? Convert(Convert(image, canvas.kind, 0, engine), RasterKind::Yuv422, LayoutLumaFirst, engine)
-             : ConvertBeside(image, canvas, LayoutLumaFirst, engine);
+  const Raster source = isGrey ? ConvertLuma(Convert(image, canvas.kind, 0, engine), RasterKind::Yuv422,
+                                             LayoutLumaFirst, engine)
+                               : ConvertBeside(image, canvas, LayoutLumaFirst, engine);
   const auto to = MakeWorkingImage<PixelYUV422>(canvas.width, canvas.height);
   const Regions pairs = WithWholePairs(what, where);
   CopyRegion(source, *to, pairs.what, pairs.where, engine);
-  const Raster pixels = Convert(ToRaster(*to, canvas), canvas.kind, 0, engine);
+  Raster shape = source;
+  shape.width = canvas.width;
+  shape.height = canvas.height;
+  if (!engine.colours.exactCopy) shape.matrix = MatrixOf(SideOf(source), engine.colours);
+  Raster video = ToRaster(*to, shape);
+  RepeatEnds(video, where);
+  const Raster pixels =
+      isGrey ? ConvertLuma(video, canvas.kind, 0, engine) : Convert(video, canvas.kind, 0, engine);
 
   Raster result = canvas;
   const std::size_t pixelBytes = canvas.planes[0].stride / static_cast<std::size_t>(canvas.width);

@@ -35,7 +35,8 @@ JsonText ColoursOf(const OperationLog& log) {
                       .Add("matrix", FactOf(crossing.matrix))
                       .Add("range", FactOf(crossing.range))
                       .Add("chroma", FactOf(crossing.chroma))
-                      .Add("resample", FactOf(crossing.resample)));
+                      .Add("resample", FactOf(crossing.resample))
+                      .Add("transfer", NotEmpty(std::string(crossing.transfer))));
   }
   return crossings;
 }
@@ -63,6 +64,29 @@ void Session::PrepareReport() {
   if (json) prepared_ = Report();
 }
 
+/// Allocates nothing: files may have their names.
+void Session::PrintCrossings() const {
+  for (const Crossing& crossing : log.Crossings()) {
+    if (!crossing.transfer.empty()) {
+      std::fprintf(stderr, "kv: the picture declares the transfer function %s, which stays as it is\n",
+                   crossing.transfer == "pq" ? "PQ" : "HLG");
+    }
+    if (!verbose) continue;
+    const char* way = crossing.to == "yuv"    ? "RGB or grey to 4:2:2"
+                      : crossing.to == "grey" ? "4:2:2 to grey"
+                                              : "4:2:2 to RGB";
+    std::fprintf(stderr, "kv: %s: ", way);
+    const auto print = [](const char* name, const ColourFact& fact, const char* end) {
+      std::fprintf(stderr, "%s %.*s (%.*s)%s", name, static_cast<int>(fact.value.size()), fact.value.data(),
+                   static_cast<int>(fact.from.size()), fact.from.data(), end);
+    };
+    print("matrix", crossing.matrix, ", ");
+    print("range", crossing.range, ", ");
+    print("chroma", crossing.chroma, ", ");
+    print("resample", crossing.resample, "\n");
+  }
+}
+
 void Session::PrintOutput() {
   if (json && (failure || prepared_.empty())) prepared_ = Report();
   const std::string& text = json ? prepared_ : answer;
@@ -76,6 +100,7 @@ void Session::PrintOutput() {
 }
 
 int Session::Print() {
+  if (!json) PrintCrossings();
   // Where the report goes to standard error it goes there alone.
   if (failure && !(json && picturesOnStandardOutput)) Complain(failure->message, failure->status);
   try {

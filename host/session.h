@@ -30,8 +30,9 @@ struct Failure {
 /// One run of a command: what it answers and what came of it.
 class Session {
  public:
-  std::string command;  ///< Its name; empty before it is known.
-  bool json = false;    ///< A person asked for the report.
+  std::string command;   ///< Its name; empty before it is known.
+  bool json = false;     ///< A person asked for the report.
+  bool verbose = false;  ///< A person asked how colours were converted.
   bool picturesOnStandardOutput = false;
   OperationLog log;
   std::vector<std::string> files;  ///< Written, under their final names.
@@ -50,6 +51,7 @@ class Session {
   int Print();
 
  private:
+  void PrintCrossings() const;
   void PrintOutput();
 
   std::string prepared_;

@@ -49,16 +49,23 @@ struct AlphaOptions {
     ForEachFrame(reader, [&](const Raster& frame, std::int64_t number) {
       const Raster& other = companion.FrameBeside(number);
       RequireEqualSizes(frame, first, other, second);
-      const auto a = ToImage<PixelClass>(Convert(frame, kindOf<PixelClass>, LayoutLumaFirst, with));
-      const auto b = ToImage<PixelClass>(Convert(other, kindOf<PixelClass>, LayoutLumaFirst, with));
+      const auto a = ToImage<PixelClass>(Operand<PixelClass>(frame, other, with));
+      const auto b = ToImage<PixelClass>(Operand<PixelClass>(other, frame, with));
       const auto where = MakeRegion(region.text, frame.width, frame.height, first);
       const auto to = MakeWorkingImage<GreyPixel>(frame.width, frame.height);
       // One raw mask for all threads: each smooths rows that others made.
       const std::shared_ptr<Grey> raw = MakeWorkingImage<GreyPixel>(frame.width, frame.height);
       with.Run(algorithm, operation, *a, *b, *to, where, own..., raw);
-      WriteConverted(writer, ToRaster(*to, frame), with);
+      WriteLuma(writer, ToRaster(*to, frame), frame, with);
     });
     owned.Finish(writer);
+  }
+
+  /// What the operation takes of a picture: its chroma in the other one's colours, or its luma.
+  template <class PixelClass>
+  static Raster Operand(const Raster& picture, const Raster& other, const Engine& with) {
+    return kindOf<PixelClass> == RasterKind::Yuv422 ? ConvertAs(picture, other, LayoutLumaFirst, with)
+                                                    : ConvertLuma(picture, RasterKind::Grey8, 0, with);
   }
 
   void RunColor() const {
@@ -82,7 +89,6 @@ void AddAlphaCommands(CLI::App& app, Session& session) {
   command->add_option("A", colour->first, "picture or video; - is standard input")->required();
   command->add_option("B", colour->second, "colour reference of the same size")->required();
   colour->AddTo(*command, session);
-  colour->engine.AddColoursTo(*command);
   command->footer("Example: kv alpha-color scene.png background.png mask.pgm --window 5");
   command->callback([colour] { colour->RunColor(); });
 

@@ -47,7 +47,7 @@ struct TwoInputs {
       const Engine with = owned.Get();
       const Raster result =
           work(LumaBeside(frame, other, kind, with), LumaBeside(other, frame, kind, with), with);
-      WriteConverted(writer, result, owned.Get());
+      WriteLuma(writer, result, frame, with);
     });
     owned.Finish(writer);
   }
@@ -109,13 +109,13 @@ struct FilterOptions {
     ForEachFrame(reader, [&](const Raster& frame, std::int64_t) {
       const auto& operation = with.family.Require<kv_img::AverageFilterAlgorithmInterface<Grey>>(
           "AverageFilter", {GreyPixel::ClassID});
-      const Raster grey = Convert(frame, RasterKind::Grey8, 0, with);
+      const Raster grey = ConvertLuma(frame, RasterKind::Grey8, 0, with);
       const auto where = MakeRegion(region.text, frame.width, frame.height, input);
       const auto from = ToImage<GreyPixel>(grey);
       // Outside the region the picture stays as it is.
       const auto to = ToImage<GreyPixel>(grey);
       with.Run("AverageFilter", operation, *from, *to, where, window);
-      WriteConverted(writer, ToRaster(*to, grey), with);
+      WriteLuma(writer, ToRaster(*to, grey), frame, with);
     });
     owned.Finish(writer);
   }
@@ -127,7 +127,6 @@ void AddDifferenceCommand(CLI::App& app, Session& session) {
   auto options = std::make_shared<DifferenceOptions>();
   CLI::App* command = app.add_subcommand("diff", "Absolute difference of the luma of two pictures");
   options->AddTo(*command, session);
-  options->engine.AddColoursTo(*command);
   options->region.AddTo(*command, "--region", "where to compare");
   command->footer("Example: kv diff before.png after.png difference.pgm");
   command->callback([options] { options->Run(); });

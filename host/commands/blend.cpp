@@ -40,14 +40,14 @@ struct BlendOptions {
       const Raster below = ConvertBeside(other, frame, LayoutLumaFirst, with);
       const auto over = ToImage<kv_img::PixelYUV422>(above);
       const auto from = ToImage<kv_img::PixelYUV422>(below);
-      const auto alpha = ToImage<GreyPixel>(Convert(weight, RasterKind::Grey8, 0, with));
+      const auto alpha = ToImage<GreyPixel>(ConvertLuma(weight, RasterKind::Grey8, 0, with));
       // Outside the region the result is A.
       const auto to = ToImage<kv_img::PixelYUV422>(below);
       const auto where = RegionOf(frame);
       with.Run("BlendBoost", operation, *over, *from, *alpha, *to, where);
       Raster result = ToRaster(*to, above);
       if (frame.kind == RasterKind::Grey8 && other.kind == RasterKind::Grey8) {
-        result = Convert(result, RasterKind::Grey8, 0, with);
+        result = ConvertLuma(result, RasterKind::Grey8, 0, with);
       }
       WriteConverted(writer, result, with);
     });
@@ -84,7 +84,6 @@ void AddBlendCommand(CLI::App& app, Session& session) {
   options->output.AddTo(*command, session, "file to write");
   options->input.AddWithFramesTo(*command);
   options->engine.AddTo(*command, session);
-  options->engine.AddColoursTo(*command);
   options->region.AddTo(*command, "--region", "where to blend, in runs of multiples of 4 pixels");
   command->footer("Example: kv blend title.png scene.png mask.pgm out.png");
   command->callback([options] { options->Run(); });

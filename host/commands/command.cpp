@@ -13,11 +13,12 @@ void AddReportOption(CLI::App& command, Session& session) {
   command.add_flag("--json", session.json, "report as JSON");
 }
 
-void EngineOptions::AddTo(CLI::App& command, Session& of) {
+void EngineOptions::AddTo(CLI::App& command, Session& of, const std::string& rangeOption) {
   command.add_option("--threads", threads, "threads to work on (default: what the machine runs at once)")
       ->check(CLI::Range(1, 1024))
       ->type_name("N");
   AddWithoutThreadsTo(command, of);
+  AddColoursTo(command, rangeOption);
 }
 
 void EngineOptions::AddWithoutThreadsTo(CLI::App& command, Session& of) {
@@ -28,33 +29,46 @@ void EngineOptions::AddWithoutThreadsTo(CLI::App& command, Session& of) {
   AddReportOption(command, of);
 }
 
-void EngineOptions::AddColoursTo(CLI::App& command) {
+void EngineOptions::AddColoursTo(CLI::App& command, const std::string& rangeOption) {
+  CLI::Option* const exactCopy =
+      command.add_flag("--exact-copy", colours.exactCopy,
+                       "convert by \"Copy\": the matrix of standard definition, limited range, its rounding");
   const auto add = [&](const std::string& name, auto& value, auto names, const std::string& what) {
     command
         .add_option_function<std::string>(
             name, [&value, names](const std::string& given) { value = names.at(given); }, what)
         ->check(CLI::IsMember(names))
-        ->type_name("NAME");
+        ->type_name("NAME")
+        ->excludes(exactCopy);
   };
   using Matrices = std::map<std::string, ColourMatrix>;
   using Ranges = std::map<std::string, ColourRange>;
-  using Positions = std::map<std::string, kv_img::ChromaPosition>;
-  using Resamplings = std::map<std::string, kv_img::ChromaResampling>;
+  using Sites = std::map<std::string, ChromaSite>;
+  using Resamplings = std::map<std::string, Resampling>;
   add("--matrix", colours.matrix,
       Matrices{{"601", ColourMatrix::Bt601}, {"709", ColourMatrix::Bt709}, {"2020", ColourMatrix::Bt2020}},
       "matrix of 4:2:2 beside RGB: 601, 709 or 2020 (default: 601 up to 576 rows, 709 above)");
-  add("--range", colours.range, Ranges{{"limited", ColourRange::Limited}, {"full", ColourRange::Full}},
+  add(rangeOption, colours.range, Ranges{{"limited", ColourRange::Limited}, {"full", ColourRange::Full}},
       "range of 4:2:2: limited or full (default: as the file says, else limited)");
-  add("--chroma", colours.chroma,
-      Positions{{"left", kv_img::ChromaPosition::Left}, {"centre", kv_img::ChromaPosition::Centre}},
-      "where a pair's chroma is: left or centre (default: left)");
+  add("--chroma", colours.chroma, Sites{{"left", ChromaSite::Left}, {"centre", ChromaSite::Centre}},
+      "where a pair's chroma is: left or centre (default: as the file says, else left)");
   add("--resample", colours.resample,
-      Resamplings{{"nearest", kv_img::ChromaResampling::Nearest},
-                  {"linear", kv_img::ChromaResampling::Linear}},
+      Resamplings{{"nearest", Resampling::Nearest}, {"linear", Resampling::Linear}},
       "how chroma gets to the pixels: linear or nearest (default: linear)");
+  command.add_flag("--verbose", session->verbose,
+                   "say on standard error how colours were converted, and why");
+}
+
+void OwnedEngine::RequireUseOfColours() const {
+  const Session& session = *options_.session;
+  if (!options_.colours.AreGiven() || !session.log.Crossings().empty()) return;
+  throw UsageError(
+      "the options of matrix, range, chroma and resampling are for conversions between 4:2:2 and RGB or grey; "
+      "there was none");
 }
 
 void OwnedEngine::Finish(PictureWriter& writer) const {
+  RequireUseOfColours();
   // What may fail for want of memory comes before the files take their names: a failure leaves none.
   writer.NameFiles();
   Session& session = *options_.session;

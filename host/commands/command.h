@@ -21,11 +21,13 @@ struct EngineOptions {
   Session* session = nullptr;
   ColourOptions colours;
 
-  void AddTo(CLI::App& command, Session& session);
-  /// All of them but --threads, for commands that work on one.
+  /// `rangeOption`: the name of the range of 4:2:2.
+  void AddTo(CLI::App& command, Session& session, const std::string& rangeOption = "--range");
+  /// Without --threads and the options of colours, for commands that work on no picture.
   void AddWithoutThreadsTo(CLI::App& command, Session& session);
-  /// How 4:2:2 and RGB become each other: any of these takes "ColorConversion" in place of "Copy".
-  void AddColoursTo(CLI::App& command);
+
+ private:
+  void AddColoursTo(CLI::App& command, const std::string& rangeOption);
 };
 
 /// An engine as these options ask for it.
@@ -34,6 +36,9 @@ class OwnedEngine {
   explicit OwnedEngine(const EngineOptions& options)
       : options_(options), family_(options.member), pool_(options.threads) {}
   Engine Get() const { return {family_, pool_, &options_.session->log, options_.colours}; }
+
+  /// Throws UsageError when options of colours were given and nothing took them.
+  void RequireUseOfColours() const;
 
   /// Gives the files that were written their names, which the session then lists.
   void Finish(PictureWriter& writer) const;

@@ -63,7 +63,6 @@ void AddConvertCommand(CLI::App& app, Session& session) {
   options->output.AddWithFormatTo(*command, session, "file to write; - is standard output (Y4M)");
   options->inputOptions.AddWithFramesTo(*command);
   options->engine.AddTo(*command, session);
-  options->engine.AddColoursTo(*command);
   command->add_option("--layout", options->layout, "byte order of packed 4:2:2: uyvy or yuy2")
       ->type_name("ORDER");
   command->add_option("--depth", options->depth, "bits of a bitmap's pixel: 8, 15, 16, 24 or 32")

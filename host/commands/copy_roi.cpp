@@ -97,7 +97,6 @@ void AddCopyRoiCommand(CLI::App& app, Session& session) {
       ->type_name("X,Y");
   options->input.AddTo(*command);
   options->engine.AddTo(*command, session);
-  options->engine.AddColoursTo(*command);
   command->footer("Example: kv copy-roi face.png frame.png --from 100,80,64,64 --to 16,16 --output both.png");
   command->callback([options] { options->Run(); });
 }

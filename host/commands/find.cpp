@@ -154,6 +154,7 @@ void FindOptions::Run() const {
   if (table) table->Write(MapText(match->surface));
   if (surface) WriteConverted(*surface, MapPicture(match->surface), with);
   if (annotated) WriteConverted(*annotated, Annotated(first, second, request, *match, with), with);
+  owned.RequireUseOfColours();
   session.result = JsonText::Object();
   session.result->Add("x", match->x).Add("y", match->y).Add("score", match->score);
   session.result->Add("at", request.at).Add("half", request.half);
@@ -205,7 +206,8 @@ void AddFindCommand(CLI::App& app, Session& session) {
                    "frame of SEARCH, and of TEMPLATE if it has several, from 0 (default: 0)")
       ->check(CLI::Range(0, 1'000'000'000))
       ->type_name("NUMBER");
-  options->engine.AddTo(*command, session);
+  // --range is how far it searches.
+  options->engine.AddTo(*command, session, "--colour-range");
   command->footer("Example: kv find a.png b.png --at 120,80 --half 16x16 --range 32x32 --annotate found.png");
   command->callback([options] { options->Run(); });
 }

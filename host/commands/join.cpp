@@ -44,7 +44,6 @@ void AddJoinCommand(CLI::App& app, Session& session) {
                                   "-o,--output");
   options->input.AddTo(*command);
   options->engine.AddTo(*command, session);
-  options->engine.AddColoursTo(*command);
   command->footer("Example: kv join part-*.y4m -o whole.y4m");
   command->callback([options] { options->Run(); });
 }

@@ -31,12 +31,12 @@ struct PanOptions {
     const Engine with = owned.Get();
     PictureReader reader(photo, input.Get());
     const Raster original = *reader.Next();
-    const Raster picture = Convert(original, RasterKind::Yuv422, LayoutLumaFirst, with);
     const Size view = ParseSize(size, "--size");
-    if (view.width > picture.width || view.height > picture.height) {
+    if (view.width > original.width || view.height > original.height) {
       throw UsageError("--size: " + size + " is larger than " + photo + ", which is " +
-                       std::to_string(picture.width) + "x" + std::to_string(picture.height));
+                       std::to_string(original.width) + "x" + std::to_string(original.height));
     }
+    const Raster picture = VideoOf(original, view, with);
     const auto& operation = with.family.Require<Operation>(
         "Scanning", {kv_img::PixelYUV422::ClassID, kv_img::PixelYUV422::ClassID});
     const auto from = ToImage<kv_img::PixelYUV422>(picture);
@@ -51,7 +51,7 @@ struct PanOptions {
     Progress progress("frames", count);
     for (int frame = first; frame < first + count; ++frame) {
       Raster rendered = RenderFrame(operation, with, *from, picture, view, frame);
-      if (original.kind == RasterKind::Grey8) rendered = Convert(rendered, RasterKind::Grey8, 0, with);
+      if (original.kind == RasterKind::Grey8) rendered = ConvertLuma(rendered, RasterKind::Grey8, 0, with);
       WriteConverted(writer, rendered, with);
       progress.Advance();
     }
@@ -59,6 +59,15 @@ struct PanOptions {
   }
 
  private:
+  /// The photograph as 4:2:2, with the matrix of frames of the movie's height.
+  static Raster VideoOf(const Raster& original, Size view, const Engine& with) {
+    if (IsVideo(original.kind) || original.kind == RasterKind::Grey8) {
+      return ConvertLuma(original, RasterKind::Yuv422, LayoutLumaFirst, with);
+    }
+    return ConvertToVideo(original, RasterKind::Yuv422, LayoutLumaFirst,
+                          {.matrix = original.matrix, .height = view.height}, with);
+  }
+
   bool IsHorizontal() const { return direction == "left" || direction == "right"; }
 
   std::uint8_t ModeFlags() const {
@@ -80,9 +89,9 @@ struct PanOptions {
   Raster RenderFrame(const Operation& operation, const Engine& with, const Frame422& from,
                      const Raster& picture, Size view, int frame) const {
     Raster shape = MakeEmptyRaster(RasterKind::Yuv422, view.width, view.height, LayoutLumaFirst);
-    shape.range = picture.range;
-    shape.matrix = MatrixOf(picture, with.colours);
-    shape.pixelAspect = picture.pixelAspect;
+    Describe(shape, picture);
+    shape.frameRate = {};
+    if (!with.colours.exactCopy) shape.matrix = MatrixOf(SideOf(picture), with.colours);
     shape.interlace = isInterlaced ? Interlace::TopFieldFirst : Interlace::Progressive;
     if (!isInterlaced) return RenderStep(operation, with, from, picture, shape, frames, frame);
     // Each field at its own time, a step apart, woven into one frame with the top field first.
@@ -134,7 +143,6 @@ void AddPanCommand(CLI::App& app, Session& session) {
   command->add_flag("--interlaced", options->isInterlaced, "two fields in a frame, each at its own time");
   options->input.AddTo(*command, false);
   options->engine.AddTo(*command, session);
-  options->engine.AddColoursTo(*command);
   command->footer("Example: kv pan photo.png pan.y4m --size 720x576 --frames 100 --direction right");
   command->callback([options] { options->Run(); });
 }

@@ -26,7 +26,7 @@ struct ParityOptions {
     const auto& operation = with.family.Require<kv_img::ParityChangeAlgorithmInterface<Frame422, Frame422>>(
         "ParityChange", {kv_img::PixelYUV422::ClassID, kv_img::PixelYUV422::ClassID});
     ForEachFrame(reader, [&](const Raster& frame, std::int64_t) {
-      const Raster packed = Convert(frame, RasterKind::Yuv422, 0, with);
+      const Raster packed = ConvertLuma(frame, RasterKind::Yuv422, 0, with);
       kv_img::ImageOptions properties;
       properties.properties.fieldOrder = frame.interlace == Interlace::BottomFieldFirst ? 1 : 0;
       const auto from = ToImage<kv_img::PixelYUV422>(packed, properties);
@@ -39,8 +39,8 @@ struct ParityOptions {
           operation.Apply(*from, *to, ParseRect(region, "--region", frame.width, frame.height));
         }
       });
-      Raster result = ToRaster(*to, frame);
-      if (frame.kind == RasterKind::Grey8) result = Convert(result, RasterKind::Grey8, 0, with);
+      Raster result = ToRaster(*to, packed);
+      if (frame.kind == RasterKind::Grey8) result = ConvertLuma(result, RasterKind::Grey8, 0, with);
       result.interlace =
           to->GetProperties().fieldOrder != 0 ? Interlace::BottomFieldFirst : Interlace::TopFieldFirst;
       WriteConverted(writer, result, with);
@@ -60,7 +60,6 @@ void AddParityCommand(CLI::App& app, Session& session) {
       ->type_name("RECT");
   options->inputOptions.AddWithFramesTo(*command);
   options->engine.AddTo(*command, session);
-  options->engine.AddColoursTo(*command);
   command->footer("Example: kv parity top-first.y4m bottom-first.y4m");
   command->callback([options] { options->Run(); });
 }

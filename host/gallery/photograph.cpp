@@ -85,7 +85,15 @@ Photograph ReadPhotograph(const std::string& file, const Engine& engine) {
     }
     picture = Shrunk(picture, factor);
   }
-  photograph.frame = Convert(picture, RasterKind::Yuv422, LayoutLumaFirst, engine);
+  // Parts of it are shown, whose height says nothing of the whole's: the matrix is that of small pictures.
+  constexpr VideoSide small = {.matrix = ColourMatrix::Bt601};
+  if (IsVideo(picture.kind) &&
+      (MatrixOf(SideOf(picture), {}) != small.matrix || picture.range == ColourRange::Full)) {
+    picture = Convert(picture, RasterKind::Dib24, 0, engine);
+  }
+  photograph.frame = IsVideo(picture.kind)
+                         ? Convert(picture, RasterKind::Yuv422, LayoutLumaFirst, engine)
+                         : ConvertToVideo(picture, RasterKind::Yuv422, LayoutLumaFirst, small, engine);
   constexpr double leastColour = 3;
   if (Colourfulness(photograph.frame) < leastColour) {
     Tint(photograph.frame);

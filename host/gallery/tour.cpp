@@ -145,10 +145,11 @@ class Tour {
     const Plate raw = PlateOf("luma.png", "scene.uyvy, 4:2:2 video (its luma)");
     Add("Copy", "Copy to 24 bits",
         "Packed 4:2:2 video becomes a bitmap, by the matrix of standard definition.",
-        {"convert", "@scene.uyvy", "@scene-24.png", "--size", Text(width_, height_)}, {raw},
+        {"convert", "@scene.uyvy", "@scene-24.png", "--size", Text(width_, height_), "--exact-copy"}, {raw},
         {{.file = "scene-24.png", .caption = "24-bit bitmap"}});
-    const std::vector<std::string> words = {
-        "convert", "@scene.uyvy", "@scene-16.bmp", "--size", Text(width_, height_), "--depth", "16"};
+    const std::vector<std::string> words = {"convert", "@scene.uyvy",         "@scene-16.bmp",
+                                            "--size",  Text(width_, height_), "--depth",
+                                            "16",      "--exact-copy"};
     Run(words, "Copy");
     studio_.run({"convert", Path("scene-16.bmp"), Path("scene-16.png")}, "Copy");
     Add("Copy", "Copy to 16 bits",
@@ -168,25 +169,31 @@ class Tour {
 
   void AddColours() {
     Write("bars.png", ColourBars(width_, height_));
-    const std::vector<std::string> toVideo = {"convert", "@bars.png", "@bars.y4m", "--matrix", "709"};
-    Run(toVideo, "ColorConversion");
-    Add("ColorConversion", "Colour conversion",
-        "Colours go to 4:2:2 by the matrix of high definition and come back by three: the same one gives the "
-        "bars "
-        "again, another one wrong greens, reds and skin.",
-        {"convert", "@bars.y4m", "@bars-709.png", "--matrix", "709"},
-        {PlateOf("bars.png", "colour bars and skin")},
-        {{.file = "bars-709.png", .caption = "read by 709: right"}});
-    Exhibit& exhibit = room_.exhibits.back();
-    exhibit.command.insert(0, CommandLine(toVideo) + "\n");
-    for (const std::string matrix : {"601", "2020"}) {
-      const std::string file = std::string("bars-").append(matrix).append(".png");
-      const std::vector<std::string> words = {"convert", "@bars.y4m", "@" + file, "--matrix", matrix};
-      Run(words, "ColorConversion");
-      exhibit.command += '\n';
-      exhibit.command += CommandLine(words);
-      exhibit.after.push_back(PlateOf(file, "read by " + matrix + ": wrong"));
+    std::string commands;
+    std::vector<Plate> after;
+    std::vector<std::string> last;
+    const auto run = [&](const std::string& from, const std::string& to, const std::string& matrix) {
+      if (!last.empty()) {
+        Run(last, "ColorConversion");
+        commands += CommandLine(last) + "\n";
+      }
+      last = {"convert", "@" + from, "@" + to, "--matrix", matrix};
+    };
+    for (const auto& [matrix, other] :
+         {std::pair<std::string, std::string>{"601", "709"}, {"709", "601"}, {"2020", "709"}}) {
+      const std::string name = "bars-" + matrix;
+      const std::string wrong = name + "-as-" + other + ".png";
+      run("bars.png", name + ".y4m", matrix);
+      run(name + ".y4m", name + ".png", matrix);
+      run(name + ".y4m", wrong, other);
+      after.push_back({.file = name + ".png", .caption = matrix + " read by " + matrix + ": right"});
+      after.push_back({.file = wrong, .caption = matrix + " read by " + other + ": wrong"});
     }
+    Add("ColorConversion", "Colour conversion",
+        "Colours go to 4:2:2 by the matrix of standard, high and ultra-high definition and come back: by the "
+        "same one they are the bars again, by another one greens, reds and skin are wrong.",
+        last, {PlateOf("bars.png", "colour bars and skin")}, after);
+    room_.exhibits.back().command.insert(0, commands);
   }
 
   void AddComparisons() {

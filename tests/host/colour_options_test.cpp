@@ -1,4 +1,4 @@
-// --matrix, --range, --chroma and --resample: 4:2:2 and RGB by "ColorConversion".
+// 4:2:2, RGB and grey by "ColorConversion": --matrix, --range, --chroma and --resample.
 
 #include <gtest/gtest.h>
 
@@ -217,17 +217,22 @@ TEST_F(ColourOptions, WhatCannotBeIsRefused) {
   EXPECT_EQ(Kv("convert in.y4m out.ppm --range wide").status, 2);
   EXPECT_EQ(Kv("convert in.y4m out.ppm --chroma right").status, 2);
   EXPECT_EQ(Kv("convert in.y4m out.ppm --resample cubic").status, 2);
-  const Outcome outcome = Kv("convert in.y4m out.ppm --matrix 709 --member kv_algoMMX");
-  EXPECT_EQ(outcome.status, 3);
-  EXPECT_NE(outcome.err.find("ColorConversion"), std::string::npos) << outcome.err;
-  Done("convert in.y4m out.ppm");
-  EXPECT_TRUE(ColoursOf("convert in.y4m out.ppm").empty());
+  for (const char* option : {"--matrix 601", "--range limited", "--chroma left", "--resample linear"}) {
+    const Outcome mixed = Kv(std::string("convert in.y4m out.ppm --exact-copy ") + option);
+    EXPECT_EQ(mixed.status, 2);
+    EXPECT_NE(mixed.err.find("excludes"), std::string::npos) << mixed.err;
+    const Outcome unused = Kv(std::string("convert in.y4m out.uyvy ") + option);
+    EXPECT_EQ(unused.status, 2);
+    EXPECT_NE(unused.err.find("there was none"), std::string::npos) << unused.err;
+  }
+  EXPECT_FALSE(std::filesystem::exists(temp_.Path() / "out.uyvy"));
 }
 
 TEST_F(ColourOptions, PngSaysThatItIsScreenRgb) {
   Write("in.y4m", Video(16, 8));
-  for (const auto& [options, isMarked] : {std::pair{" --matrix 601", true}, std::pair{" --matrix 709", true},
-                                          std::pair{" --matrix 2020", false}, std::pair{"", false}}) {
+  for (const auto& [options, isMarked] :
+       {std::pair{" --matrix 601", true}, std::pair{" --matrix 709", true},
+        std::pair{" --matrix 2020", false}, std::pair{"", true}, std::pair{" --exact-copy", false}}) {
     if (Kv(std::string("convert in.y4m out.png") + options).status != 0) return;  // built without PNG
     EXPECT_EQ(kv_test::ReadFile(temp_.Path() / "out.png").find("sRGB") != std::string::npos, isMarked)
         << options;

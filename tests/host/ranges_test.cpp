@@ -1,5 +1,5 @@
-// Grey pictures are of full range: their bytes stay as they are wherever grey meets RGB, and luma is never
-// scaled.
+// Grey pictures are of full range: their bytes stay as they are wherever grey meets RGB, and the luma that
+// operations work on is never scaled.
 
 #include <gtest/gtest.h>
 
@@ -63,10 +63,11 @@ class Ranges : public testing::Test {
 };
 
 TEST_F(Ranges, GreysAreTheSameInEveryFormat) {
-  for (const char* file : {"a.ppm", "a.pnm", "a.bmp", "a.y4m"}) {
+  for (const char* file : {"a.ppm", "a.pnm", "a.bmp", "a.y4m --range full", "b.y4m --exact-copy"}) {
     Done(std::string("convert grey.pgm ") + file);
-    EXPECT_EQ(GreysOf(file), greys_) << file;
-    Done(std::string("convert ") + file + " back.pgm");
+    const std::string name(file, 5);
+    EXPECT_EQ(GreysOf(name), greys_) << file;
+    Done("convert " + name + " back.pgm");
     EXPECT_EQ(GreysOf("back.pgm"), greys_) << file;
   }
   for (const char* depth : {"8", "24", "32"}) {
@@ -111,8 +112,27 @@ TEST_F(Ranges, ColoursBecomeGreyByOneIntegerRule) {
   }
 }
 
-TEST_F(Ranges, GreyVideoSaysThatItIsFullRange) {
+TEST_F(Ranges, GreyBecomesVideoOfLimitedRange) {
   Done("convert grey.pgm grey.y4m");
+  const Raster video = Read("grey.y4m");
+  EXPECT_EQ(video.range, ColourRange::Limited);
+  for (std::size_t i = 0; i < greys_.size(); ++i) {
+    ASSERT_NEAR(video.planes[0].bytes[i], 16 + greys_[i] * 219.0 / 255, 0.5001) << i;
+  }
+  for (const int plane : {1, 2}) {
+    for (const int value : video.planes[static_cast<std::size_t>(plane)].bytes) ASSERT_EQ(value, 128);
+  }
+  for (const char* output : {"back.pgm", "back.ppm"}) {
+    Done(std::string("convert grey.y4m ") + output);
+    const auto back = GreysOf(output);
+    for (std::size_t i = 0; i < greys_.size(); ++i) ASSERT_NEAR(back[i], greys_[i], 1) << output << i;
+    EXPECT_EQ(back[255], 255);
+    EXPECT_EQ(back[256], 0);
+  }
+}
+
+TEST_F(Ranges, GreyVideoByCopySaysThatItIsFullRange) {
+  Done("convert grey.pgm grey.y4m --exact-copy");
   EXPECT_NE(kv_test::ReadFile(folder_ / "grey.y4m").find(" XCOLORRANGE=FULL"), std::string::npos);
   const Raster video = Read("grey.y4m");
   EXPECT_EQ(video.planes[0].bytes, greys_);
@@ -120,8 +140,11 @@ TEST_F(Ranges, GreyVideoSaysThatItIsFullRange) {
     for (const int value : video.planes[static_cast<std::size_t>(plane)].bytes) ASSERT_EQ(value, 128);
   }
   for (const char* output : {"out.ppm", "out.bmp"}) {
-    ExpectRefused(std::string("convert grey.y4m ") + output, "full-range 4:2:2 cannot become RGB");
+    ExpectRefused(std::string("convert grey.y4m --exact-copy ") + output,
+                  "full-range 4:2:2 cannot become RGB");
     EXPECT_FALSE(std::filesystem::exists(folder_ / output));
+    Done(std::string("convert grey.y4m ") + output);
+    EXPECT_EQ(GreysOf(output), greys_) << output;
   }
   Done("filter grey.y4m out.pgm --window 1");
   EXPECT_EQ(GreysOf("out.pgm"), greys_);
@@ -185,18 +208,46 @@ TEST_F(Ranges, GreyAndColourOfOnePictureAreEqual) {
   EXPECT_EQ(Read("out.ppm").planes, Read("expected.ppm").planes);
 }
 
+TEST_F(Ranges, ColourTakesTheRangeOfTheVideoItMeets) {
+  Raster white = MakeRaster(RasterKind::Dib24, 64, 12);
+  std::ranges::fill(white.planes[0].bytes, std::uint8_t{255});
+  Write("white.ppm", white);
+  Raster mask = MakeRaster(RasterKind::Grey8, 64, 12);
+  std::ranges::fill(mask.planes[0].bytes, std::uint8_t{255});
+  Write("mask.pgm", mask);
+  Raster video = MakeRaster(RasterKind::Yuv422Planar, 64, 12);
+  std::ranges::fill(video.planes[1].bytes, std::uint8_t{128});
+  std::ranges::fill(video.planes[2].bytes, std::uint8_t{128});
+  for (const auto& [range, code] :
+       {std::pair{ColourRange::Full, 255}, std::pair{ColourRange::Limited, 235}}) {
+    video.range = range;
+    Write("video.y4m", video);
+    for (const char* picture : {"white.ppm", "mask.pgm"}) {
+      Done(std::string("blend ") + picture + " video.y4m mask.pgm out.y4m");
+      EXPECT_EQ(Read("out.y4m").range, range) << picture;
+      Done(std::string("copy-roi ") + picture + " video.y4m --from 0,0,8,8 -o out.y4m");
+      EXPECT_EQ(Read("out.y4m").planes[0].bytes[65], code) << picture;
+      Done(std::string("copy-roi video.y4m ") + picture + " --from 0,0,8,8 -o out.ppm");
+      EXPECT_EQ(Read("out.ppm").planes[0].bytes[0], 0) << picture;
+    }
+  }
+}
+
 TEST_F(Ranges, VideosOfDifferentRangesDoNotMeet) {
   Raster video = MakeRaster(RasterKind::Yuv422Planar, 64, 12);
   Write("limited.y4m", video);
   video.range = ColourRange::Full;
   Write("full.y4m", video);
   Done("convert limited.y4m colour.ppm");
-  for (const char* other : {"limited.y4m", "colour.ppm"}) {
-    ExpectRefused(std::string("blend full.y4m ") + other + " grey.pgm out.y4m", "is full-range 4:2:2");
-    ExpectRefused(std::string("blend ") + other + " full.y4m grey.pgm out.y4m", "is full-range 4:2:2");
-    ExpectRefused(std::string("copy-roi full.y4m ") + other + " --from 0,0,4,4 -o out.y4m",
+  const auto expectRefused = [&](const std::string& other, const std::string& option) {
+    ExpectRefused("blend full.y4m " + other + " grey.pgm out.y4m" + option, "is full-range 4:2:2");
+    ExpectRefused("blend " + other + " full.y4m grey.pgm out.y4m" + option, "is full-range 4:2:2");
+    ExpectRefused("copy-roi full.y4m " + other + " --from 0,0,4,4 -o out.y4m" + option,
                   "is full-range 4:2:2");
-  }
+  };
+  expectRefused("limited.y4m", "");
+  expectRefused("limited.y4m", " --exact-copy");
+  expectRefused("colour.ppm", " --exact-copy");
   Done("blend full.y4m grey.pgm grey.pgm out.y4m");
   EXPECT_EQ(Read("out.y4m").range, ColourRange::Full);
 }
