@@ -51,16 +51,16 @@ TYPED_TEST(ColorConversion, EqualsTheModelForEveryWidth) {
   }
 }
 
-/// Rows on memory of their own that ends where they end.
+/// Rows on memory of their own that starts where they start, or ends where they end.
 template <class PixelClass>
-class RowsAtPageEnds {
+class RowsAtPages {
  public:
-  RowsAtPageEnds(Random& random, int width, int height) {
+  RowsAtPages(Random& random, int width, int height, bool isAtEnd) {
     const Image<PixelClass> probe(width, height);
     std::vector<std::uint8_t*> rows;
     const auto add = [&](std::size_t bytes) {
       pages_.push_back(std::make_unique<kv_check::GuardedPages>(bytes));
-      rows.push_back(pages_.back()->End() - bytes);
+      rows.push_back(isAtEnd ? pages_.back()->End() - bytes : pages_.back()->Begin());
       random.Fill({rows.back(), bytes});
     };
     for (int row = 0; row < height; ++row) add(probe.Row(row).size());
@@ -74,13 +74,26 @@ class RowsAtPageEnds {
   std::unique_ptr<Image<PixelClass>> image_;
 };
 
-TYPED_TEST(ColorConversion, TouchesNoByteAfterTheRows) {
+TYPED_TEST(ColorConversion, TouchesNoByteBeforeOrAfterTheRows) {
   Random random(0xC0102);
   for (int width = 1; width <= 130; ++width) {
-    RowsAtPageEnds<typename TypeParam::In> source(random, width, 2);
-    RowsAtPageEnds<typename TypeParam::Out> destination(random, width, 2);
-    for (const Member* member : ConvertingMembers()) {
-      Convert<TypeParam>(*member, *source, *destination, AnyParameters(random));
+    for (const bool isAtEnd : {false, true}) {
+      RowsAtPages<typename TypeParam::In> source(random, width, 2, isAtEnd);
+      RowsAtPages<typename TypeParam::Out> destination(random, width, 2, isAtEnd);
+      for (const Member* member : ConvertingMembers()) {
+        // Every filter: each reads other neighbours.
+        ColorConversionParameters parameters = AnyParameters(random);
+        for (const ChromaPosition from : {ChromaPosition::Left, ChromaPosition::Centre}) {
+          for (const ChromaPosition to : {ChromaPosition::Left, ChromaPosition::Centre}) {
+            for (const ChromaResampling resample : {ChromaResampling::Nearest, ChromaResampling::Linear}) {
+              parameters.yuv.chroma = from;
+              parameters.destination.chroma = to;
+              parameters.resample = resample;
+              Convert<TypeParam>(*member, *source, *destination, parameters);
+            }
+          }
+        }
+      }
     }
   }
 }

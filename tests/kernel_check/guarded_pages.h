@@ -5,7 +5,7 @@
 
 namespace kv_check {
 
-/// Memory that ends at a protected page: a kernel that reads or writes past the end crashes there.
+/// Memory between two protected pages: what reads or writes outside it crashes there.
 class GuardedPages {
  public:
   explicit GuardedPages(std::size_t bytes);
@@ -15,9 +15,11 @@ class GuardedPages {
 
   /// One past the last byte; the forbidden page starts here.
   std::uint8_t* End() const { return end_; }
+  /// The first byte; the forbidden page before ends here.
   std::uint8_t* Begin() const { return begin_; }
 
  private:
+  std::size_t page_;
   std::size_t mapped_;
   std::uint8_t* begin_;
   std::uint8_t* end_;
