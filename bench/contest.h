@@ -52,6 +52,7 @@ void EnterLibyuv(Contest& contest);
 void EnterSwscale(Contest& contest);
 void EnterOpenCv(Contest& contest);
 void EnterOrc(Contest& contest);
+void EnterZimg(Contest& contest);
 
 /// A median of seconds per call, one for each contender.
 struct Timing {

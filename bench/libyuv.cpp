@@ -22,6 +22,19 @@ void Yuv422ToRgb(Scene& scene, int (*fromArgb)(const std::uint8_t*, int, std::ui
   }
 }
 
+void Rgb24ToYuv422(Scene& scene) {
+  auto& from = scene.Picture<PixelDIB24>();
+  auto& to = scene.Picture<PixelYUV422, 1>();
+  auto& argb = scene.Bytes(0, static_cast<std::size_t>(4 * scene.width * rowsAtOnce));
+  for (int y = 0; y < scene.height; y += rowsAtOnce) {
+    const int rows = std::min(rowsAtOnce, scene.height - y);
+    libyuv::RGB24ToARGB(Start(from) + y * Stride(from), Stride(from), argb.data(), 4 * scene.width,
+                        scene.width, rows);
+    libyuv::ARGBToYUY2(argb.data(), 4 * scene.width, Start(to) + y * Stride(to), Stride(to), scene.width,
+                       rows);
+  }
+}
+
 /// 4:2:2 split into planes, rows at a time, and these converted with the matrix of BT.709.
 void MatrixToRgb(Scene& scene,
                  int (*convert)(const std::uint8_t*, int, const std::uint8_t*, int, const std::uint8_t*, int,
@@ -75,18 +88,7 @@ void EnterLibyuv(Contest& contest) {
     auto& to = scene.Picture<PixelYUV422, 1>();
     libyuv::ARGBToYUY2(Start(from), Stride(from), Start(to), Stride(to), scene.width, scene.height);
   });
-  contest.Enter("Copy DIB24 to YUV422", name, [](Scene& scene) {
-    auto& from = scene.Picture<PixelDIB24>();
-    auto& to = scene.Picture<PixelYUV422, 1>();
-    auto& argb = scene.Bytes(0, static_cast<std::size_t>(4 * scene.width * rowsAtOnce));
-    for (int y = 0; y < scene.height; y += rowsAtOnce) {
-      const int rows = std::min(rowsAtOnce, scene.height - y);
-      libyuv::RGB24ToARGB(Start(from) + y * Stride(from), Stride(from), argb.data(), 4 * scene.width,
-                          scene.width, rows);
-      libyuv::ARGBToYUY2(argb.data(), 4 * scene.width, Start(to) + y * Stride(to), Stride(to), scene.width,
-                         rows);
-    }
-  });
+  contest.Enter("Copy DIB24 to YUV422", name, Rgb24ToYuv422);
   contest.Enter("Copy DIB32 to YUVA422", name, [](Scene& scene) {
     auto& from = scene.Picture<PixelDIB32>();
     auto& to = scene.Picture<PixelYUVA422, 1>();
@@ -109,6 +111,7 @@ void EnterLibyuv(Contest& contest) {
     auto& to = scene.Picture<PixelYUV422, 1>();
     libyuv::ARGBToYUY2(Start(from), Stride(from), Start(to), Stride(to), scene.width, scene.height);
   });
+  contest.Enter("Color DIB24 to YUV422, nearest", name, Rgb24ToYuv422);
   contest.Enter("Average", name, [](Scene& scene) {
     auto& a = scene.Picture<PixelGrey>();
     auto& b = scene.Picture<PixelGrey, 1>();

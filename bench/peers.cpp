@@ -12,6 +12,9 @@ void EnterPeers([[maybe_unused]] Contest& contest) {
 #if defined(KV_HAS_OPENCV)
   EnterOpenCv(contest);
 #endif
+#if defined(KV_HAS_ZIMG)
+  EnterZimg(contest);
+#endif
 #if defined(KV_HAS_ORC)
   EnterOrc(contest);
 #endif

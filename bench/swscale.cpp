@@ -9,14 +9,22 @@ namespace kv_bench {
 namespace {
 
 template <class In, class Out>
-void EnterConversion(Contest& contest, const std::string& operation, AVPixelFormat from, AVPixelFormat to) {
+void EnterConversion(Contest& contest, const std::string& operation, AVPixelFormat from, AVPixelFormat to,
+                     int flags = SWS_POINT, int matrix = SWS_CS_DEFAULT) {
   contest.Enter(operation, "swscale",
-                [from, to, context = static_cast<SwsContext*>(nullptr), width = 0](Scene& scene) mutable {
+                [from, to, flags, matrix, context = static_cast<SwsContext*>(nullptr),
+                 width = 0](Scene& scene) mutable {
                   if (width != scene.width) {
                     sws_freeContext(context);
                     width = scene.width;
                     context = sws_getContext(scene.width, scene.height, from, scene.width, scene.height, to,
-                                             SWS_POINT, nullptr, nullptr, nullptr);
+                                             flags, nullptr, nullptr, nullptr);
+                    const int* const weights = sws_getCoefficients(matrix);
+                    if (matrix != SWS_CS_DEFAULT) {
+                      const bool toRgb = std::is_same_v<In, PixelYUV422>;
+                      sws_setColorspaceDetails(context, weights, toRgb ? 0 : 1, weights, toRgb ? 1 : 0, 0,
+                                               1 << 16, 1 << 16);
+                    }
                   }
                   auto& source = scene.Picture<In>();
                   auto& destination = scene.Picture<Out, 1>(std::is_same_v<In, Out>);
@@ -77,6 +85,18 @@ void EnterSwscale(Contest& contest) {
                                            AV_PIX_FMT_YUYV422);
   EnterConversion<PixelDIB24, PixelYUV422>(contest, "Copy DIB24 to YUV422", AV_PIX_FMT_BGR24,
                                            AV_PIX_FMT_YUYV422);
+  constexpr int linear = SWS_BILINEAR | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP;
+  for (const auto& [filter, flags] :
+       {std::pair<std::string, int>{", nearest", SWS_POINT}, {", linear", linear}}) {
+    EnterConversion<PixelYUV422, PixelDIB24>(contest, "Color YUV422 to DIB24" + filter, AV_PIX_FMT_YUYV422,
+                                             AV_PIX_FMT_BGR24, flags, SWS_CS_ITU709);
+    EnterConversion<PixelYUV422, PixelDIB32>(contest, "Color YUV422 to DIB32" + filter, AV_PIX_FMT_YUYV422,
+                                             AV_PIX_FMT_BGRA, flags, SWS_CS_ITU709);
+    EnterConversion<PixelDIB24, PixelYUV422>(contest, "Color DIB24 to YUV422" + filter, AV_PIX_FMT_BGR24,
+                                             AV_PIX_FMT_YUYV422, flags, SWS_CS_ITU709);
+    EnterConversion<PixelDIB32, PixelYUV422>(contest, "Color DIB32 to YUV422" + filter, AV_PIX_FMT_BGRA,
+                                             AV_PIX_FMT_YUYV422, flags, SWS_CS_ITU709);
+  }
   EnterSad(contest, 16, 4);
   EnterSad(contest, 32, 5);
 }
