@@ -1,4 +1,4 @@
-# cmake --install: three components, runtime (libraries and members), dev (to build on them) and tools (kv). The tree
+# cmake --install: runtime (libraries and members), dev (to build on them), tools (kv), c and cdev (the C interface). The tree
 # may be moved as a whole: nothing in it knows its prefix.
 include(CMakePackageConfigHelpers)
 get_property(KV_MEMBERS GLOBAL PROPERTY KV_MEMBERS)
@@ -6,20 +6,25 @@ get_property(KV_MEMBERS GLOBAL PROPERTY KV_MEMBERS)
 if(NOT WIN32)
   file(RELATIVE_PATH toLibraries /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
   set_target_properties(kv PROPERTIES INSTALL_RPATH "$ORIGIN/${toLibraries};$ORIGIN")
-  set_target_properties(kv_Image kv_Math PROPERTIES INSTALL_RPATH $ORIGIN)
+  set_target_properties(kv_Image kv_Math kv_c PROPERTIES INSTALL_RPATH $ORIGIN)
   foreach(member IN LISTS KV_MEMBERS)
     # As installed, or copied beside a program with the libraries.
     set_target_properties(${member} PROPERTIES INSTALL_RPATH "$ORIGIN/..;$ORIGIN")
   endforeach()
   # One for both trees: CMake would fill up that of the build with empty entries, which the loader reads as the current
   # folder, to have room for the other.
-  set_target_properties(kv kv_Image kv_Math ${KV_MEMBERS} PROPERTIES BUILD_WITH_INSTALL_RPATH ON)
+  set_target_properties(kv kv_Image kv_Math kv_c ${KV_MEMBERS} PROPERTIES BUILD_WITH_INSTALL_RPATH ON)
 endif()
 
 install(TARGETS kv_Image kv_Math kv_frame kv_run EXPORT kv_algo
   RUNTIME COMPONENT runtime
   LIBRARY COMPONENT runtime NAMELINK_COMPONENT dev
   ARCHIVE COMPONENT dev)
+install(TARGETS kv_c EXPORT kv_c
+  RUNTIME COMPONENT c
+  LIBRARY COMPONENT c NAMELINK_COMPONENT cdev
+  ARCHIVE COMPONENT cdev)
+install(FILES capi/kv/kv.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kv COMPONENT cdev)
 install(TARGETS ${KV_MEMBERS} DESTINATION ${KV_INSTALL_MEMBERDIR} COMPONENT runtime)
 install(TARGETS kv RUNTIME COMPONENT tools)
 install(FILES assets/seeding-720x576.y4m assets/README.md DESTINATION ${CMAKE_INSTALL_DATADIR}/kv_algo COMPONENT tools)
@@ -45,28 +50,37 @@ install(FILES plugin/exports.h plugin/dispatch.h DESTINATION ${KV_INSTALL_INCLUD
 
 set(packageFolder ${CMAKE_INSTALL_LIBDIR}/cmake/kv_algo)
 install(EXPORT kv_algo NAMESPACE kv:: FILE kv_algo-targets.cmake DESTINATION ${packageFolder} COMPONENT dev)
+install(EXPORT kv_c NAMESPACE kv:: FILE kv_c-targets.cmake DESTINATION ${packageFolder} COMPONENT cdev)
 configure_package_config_file(cmake/kv_algo-config.cmake.in kv_algo-config.cmake INSTALL_DESTINATION ${packageFolder}
   PATH_VARS KV_INSTALL_MEMBERDIR)
 write_basic_package_version_file(kv_algo-config-version.cmake COMPATIBILITY SameMinorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/kv_algo-config.cmake ${PROJECT_BINARY_DIR}/kv_algo-config-version.cmake
   DESTINATION ${packageFolder} COMPONENT dev)
 
-# kv_add_pkg_config(NAME DESCRIPTION REQUIRES LIBS): NAME.pc, which finds the prefix from its own place.
+# kv_add_pkg_config(NAME DESCRIPTION REQUIRES LIBS [COMPONENT INCLUDEDIR]): NAME.pc, which finds the prefix from its
+# own place.
 file(RELATIVE_PATH KV_PC_TO_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 string(REGEX REPLACE "/$" "" KV_PC_TO_PREFIX "${KV_PC_TO_PREFIX}")
 function(kv_add_pkg_config name description requires libs)
+  set(component dev)
+  set(headers ${KV_INSTALL_INCLUDEDIR})
+  if(ARGC GREATER 4)
+    set(component ${ARGV4})
+    set(headers ${ARGV5})
+  endif()
   if(requires)
     string(PREPEND requires "Requires: ")
     string(APPEND requires "\n")
   endif()
   configure_file(cmake/kv_algo.pc.in ${name}.pc @ONLY)
-  install(FILES ${PROJECT_BINARY_DIR}/${name}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)
+  install(FILES ${PROJECT_BINARY_DIR}/${name}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT ${component})
 endfunction()
 kv_add_pkg_config(kv_Math "Vectors, rectangles, polygons and their intersections" "" "-lkv_Math")
 kv_add_pkg_config(kv_Image "Images of packed YUV 4:2:2, bitmaps and masks" "" "-lkv_Image")
 kv_add_pkg_config(kv_frame "Interfaces of the kv_algo family, its barrier and its algorithm manager" "kv_Image kv_Math"
   "-lkv_frame -lkv_Image -lkv_Math")
 kv_add_pkg_config(kv_run "Worker pool that calls the kv_algo family on several threads" "kv_frame" "-lkv_run -pthread")
+kv_add_pkg_config(kv_c "C interface to the kv_algo family" "" "-lkv_c" cdev ${CMAKE_INSTALL_INCLUDEDIR})
 kv_add_pkg_config(kv_host "kv_run under the name that it had" "kv_run" "")
 
 install(FILES docs/man/kv.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)

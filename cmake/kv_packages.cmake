@@ -5,7 +5,7 @@ set(CPACK_PACKAGE_VENDOR "kv_algo")
 set(CPACK_PACKAGE_CONTACT "kv_algo maintainers <developers@kv-algo.invalid>")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR}/packages)
-set(CPACK_COMPONENTS_ALL runtime dev tools)
+set(CPACK_COMPONENTS_ALL runtime dev tools c cdev)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_LIST_DIR}/debian_finish.cmake)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
@@ -37,6 +37,21 @@ set(CPACK_DEBIAN_TOOLS_DESCRIPTION "image-processing plug-ins for video, command
  The program kv converts, compares, filters, blends, pans and searches pictures
  and video through the best plug-in that the processor can run.")
 
+set(c libkv-c${PROJECT_VERSION_MAJOR})
+set(CPACK_DEBIAN_C_PACKAGE_NAME ${c})
+set(CPACK_DEBIAN_C_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_C_PACKAGE_DEPENDS "${runtime} (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_C_DESCRIPTION "image-processing plug-ins for video, C interface
+ The library kv_c: one C interface to all operations of the family, for frames
+ in anybody's memory. Bindings for other languages are built on it.")
+set(CPACK_DEBIAN_C_PACKAGE_CONTROL_EXTRA ${PROJECT_BINARY_DIR}/debian/c/shlibs ${PROJECT_BINARY_DIR}/debian/triggers)
+set(CPACK_DEBIAN_CDEV_PACKAGE_NAME libkv-c-dev)
+set(CPACK_DEBIAN_CDEV_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_CDEV_PACKAGE_DEPENDS "${c} (= ${PROJECT_VERSION}), libkv-algo-dev (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_CDEV_DESCRIPTION "image-processing plug-ins for video, C header
+ The header kv/kv.h, the target kv::c of the CMake package kv_algo and kv_c for
+ pkg-config.")
+
 # The papers that every Debian package carries.
 set(papers ${PROJECT_BINARY_DIR}/debian)
 set(CPACK_KV_PAPERS ${papers})
@@ -45,6 +60,7 @@ file(WRITE ${papers}/copyright "${KV_LICENSE}")
 file(WRITE ${papers}/triggers "activate-noawait ldconfig\n")
 set(dependency "${PROJECT_VERSION_MAJOR} ${runtime} (>= ${PROJECT_VERSION})")
 file(WRITE ${papers}/shlibs "libkv_Image ${dependency}\nlibkv_Math ${dependency}\n")
+file(WRITE ${papers}/c/shlibs "libkv_c ${PROJECT_VERSION_MAJOR} ${c} (>= ${PROJECT_VERSION})\n")
 string(TIMESTAMP now "%a, %d %b %Y %H:%M:%S +0000" UTC)
 file(WRITE ${papers}/changelog "kv-algo (${PROJECT_VERSION}) unstable; urgency=medium
 
@@ -52,7 +68,7 @@ file(WRITE ${papers}/changelog "kv-algo (${PROJECT_VERSION}) unstable; urgency=m
 
  -- ${CPACK_PACKAGE_CONTACT}  ${now}
 ")
-foreach(component runtime dev tools)
+foreach(component runtime dev tools c cdev)
   string(TOUPPER ${component} upper)
   install(FILES ${papers}/copyright DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_${upper}_PACKAGE_NAME}
     COMPONENT ${component})

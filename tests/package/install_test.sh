@@ -51,6 +51,20 @@ done
 LD_LIBRARY_PATH=$libraries run_examples "$work/pkg"
 cmp "$work/cmake/picture.ppm" "$work/pkg/picture.ppm"
 
+echo "== in C, by CMake and by pkg-config"
+c_examples="convert box_filter find stop own_threads"
+cmake -S "$source/examples/c" -B "$work/c" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_BUILD_TYPE=Release \
+  -DCMAKE_C_FLAGS="-Wall -Wextra -Wpedantic -Werror" >"$work/log" || { cat "$work/log"; fail "configuring C"; }
+cmake --build "$work/c" >"$work/log" || { cat "$work/log"; fail "building C"; }
+for example in $c_examples; do
+  [ "$(wc -l <"$source/examples/c/$example.c")" -lt 60 ] || fail "$example.c is long"
+  "$work/c/$example" || fail "$example"
+  # shellcheck disable=SC2046
+  cc -std=c99 -pedantic "$source/examples/c/$example.c" -o "$work/pkg/$example" $(pkg-config --cflags --libs kv_c) -lm -pthread
+  LD_LIBRARY_PATH=$libraries "$work/pkg/$example" || fail "$example by pkg-config"
+done
+[ "$(objdump -p "$libraries/libkv_c.so" | awk '/SONAME/ { print $2 }')" = libkv_c.so.0 ] || fail "SONAME of libkv_c"
+
 echo "== includes by former names"
 for header in exceptions kv_exception message_text; do echo "#include \"errors/$header.h\""; done >"$work/former.cpp"
 echo 'int main() { return kv_std::SpinBarrierException(12603).Code() == 12603 ? 0 : 1; }' >>"$work/former.cpp"

@@ -9,7 +9,7 @@ for tool in dpkg-shlibdeps lintian; do
 done
 
 work=$(mktemp -d)
-names=(kv-algo-tools libkv-algo-dev libkv-algo0)
+names=(kv-algo-tools libkv-c-dev libkv-c0 libkv-algo-dev libkv-algo0)
 installed=no
 finish() {
   [ $installed = no ] || dpkg --purge "${names[@]}" >/dev/null 2>&1 || true
@@ -19,7 +19,7 @@ trap finish EXIT
 
 cpack --config "$build/CPackConfig.cmake" -B "$work" >"$work/log" 2>&1 || { cat "$work/log"; fail "cpack"; }
 cd "$work"
-[ "$(ls -- *.deb | wc -l)" = 3 ] || fail "three packages were expected: $(ls)"
+[ "$(ls -- *.deb | wc -l)" = 5 ] || fail "five packages were expected: $(ls)"
 echo "== lintian"
 lintian --fail-on error --suppress-tags bad-distribution-in-changes-file ./*.deb
 
@@ -40,6 +40,9 @@ man -w kv >/dev/null 2>&1 || [ -e /usr/share/man/man1/kv.1.gz ] || [ -e /etc/dpk
 # shellcheck disable=SC2046
 "$compiler" -std=c++20 "$source/examples/host/main.cpp" -o host $(pkg-config --cflags --libs kv_run)
 ./host picture.ppm
+# shellcheck disable=SC2046
+cc -std=c99 "$source/examples/c/convert.c" -o convert $(pkg-config --cflags --libs kv_c)
+./convert
 dpkg --purge "${names[@]}" >"$work/log" 2>&1 || { cat "$work/log"; fail "dpkg --purge"; }
 installed=no
 [ ! -e /usr/bin/kv ] && [ ! -e /usr/lib/kv_algo ] || fail "something was not removed"
