@@ -29,8 +29,12 @@ std::string NameOf(const YuvColors& colors) {
          (colors.range == ColorRange::Limited ? " limited" : " full");
 }
 
+/// How many results are how far off, in tenths from -1.5 on.
+using Histogram = std::array<long, 30>;
+
 /// How results of one component compare with real numbers.
 struct Tally {
+  Histogram errors{};
   long count = 0;
   long nearest = 0;
   int worst = 0;
@@ -40,6 +44,8 @@ struct Tally {
     // An exact tie may go either way.
     const double distance = std::abs(clamped - result);
     ++count;
+    const double tenths = std::floor((result - clamped + 1.5) * 10);
+    ++errors[static_cast<std::size_t>(std::clamp(tenths, 0.0, 29.0))];
     if (distance <= 0.5 + 1e-9) {
       ++nearest;
     } else {
@@ -49,6 +55,7 @@ struct Tally {
   void Add(const Tally& other) {
     count += other.count;
     nearest += other.nearest;
+    for (std::size_t i = 0; i < errors.size(); ++i) errors[i] += other.errors[i];
     worst = std::max(worst, other.worst);
   }
 };
@@ -74,13 +81,21 @@ Tallies OverAllTriples(Plane plane) {
   return sum;
 }
 
-void ExpectAccurate(const std::string& direction, const Tallies& tallies) {
+/// For script/colour_charts.
+void Print(const std::string& direction, const Histogram& errors) {
+  std::cout << "errors " << direction << ":";
+  for (const long count : errors) std::cout << ' ' << count;
+  std::cout << '\n';
+}
+
+void ExpectAccurate(const std::string& direction, const Tallies& tallies, Histogram& all) {
   static const char* const names[] = {"first", "second", "third"};
   for (std::size_t i = 0; i < 3; ++i) {
     const double share =
         100.0 * static_cast<double>(tallies[i].nearest) / static_cast<double>(tallies[i].count);
     std::cout << direction << ", " << names[i] << " component: " << tallies[i].count << " results, " << share
               << " % nearest, at most " << tallies[i].worst << " off\n";
+    for (std::size_t bin = 0; bin < all.size(); ++bin) all[bin] += tallies[i].errors[bin];
     EXPECT_LE(tallies[i].worst, 1) << direction;
     EXPECT_GE(share, 99.5) << direction;
     EXPECT_EQ(tallies[i].count, 1L << 24);
@@ -116,6 +131,7 @@ void FillBitmap(Image<PixelDIB24>& bitmap, int a) {
 }
 
 TEST(ColorAccuracy, ToRgb) {
+  Histogram all{};
   for (const YuvColors& colors : allColors) {
     ExpectAccurate(NameOf(colors) + " to RGB", OverAllTriples([&](int y, Tallies& tallies) {
                      Image<PixelYUV422> frame(512, 256);
@@ -131,11 +147,14 @@ TEST(ColorAccuracy, ToRgb) {
                          tallies[2].Add(exact.c, pixel[0]);
                        }
                      }
-                   }));
+                   }),
+                   all);
   }
+  Print("to RGB", all);
 }
 
 TEST(ColorAccuracy, ToYuv) {
+  Histogram all{};
   for (const YuvColors& colors : allColors) {
     ExpectAccurate(NameOf(colors) + " from RGB", OverAllTriples([&](int blue, Tallies& tallies) {
                      Image<PixelDIB24> bitmap(512, 256);
@@ -151,11 +170,14 @@ TEST(ColorAccuracy, ToYuv) {
                          tallies[2].Add(exact.c, pair[3]);
                        }
                      }
-                   }));
+                   }),
+                   all);
   }
+  Print("to YUV", all);
 }
 
 TEST(ColorAccuracy, BetweenYuv) {
+  Histogram all{};
   for (const YuvColors& from : allColors) {
     for (const YuvColors& to : allColors) {
       if (from == to) continue;
@@ -175,9 +197,11 @@ TEST(ColorAccuracy, BetweenYuv) {
                            tallies[2].Add(exact.c, pair[3]);
                          }
                        }
-                     }));
+                     }),
+                     all);
     }
   }
+  Print("between YUV", all);
 }
 
 TEST(ColorAccuracy, EveryFlatColourComesBackWithinTwo) {
