@@ -1,6 +1,10 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
+
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -36,6 +40,12 @@ void PrepareProcess() {
   }
   // A file that grows beyond the user's limit is a write error.
   std::signal(SIGXFSZ, SIG_IGN);
+#if defined(__GLIBC__)
+  // Frames are freed and allocated again: pages that went back to the system would fault at every frame.
+  constexpr int largest = 1 << 30;
+  mallopt(M_MMAP_THRESHOLD, largest);
+  mallopt(M_TRIM_THRESHOLD, largest);
+#endif
 }
 
 void BeforeSignalsEndTheProgram(void (*cleanUp)() noexcept) {
