@@ -13,8 +13,10 @@ _kv() {
   else
     case $previous in
       --member) words=$("$program" members 2>/dev/null | awk '/ usable/ { print $1 }') ;;
-      --from-format | --to-format) words='y4m uyvy yuy2 uyvya yuy2a bmp pgm ppm png' ;;
+      --from-format | --to-format) words="y4m uyvy yuy2 yvyu uyvya yuy2a nv16 yuv422p yuv420p nv12 v210 yuv422p10le gray bgr24 rgb24 bgra rgba bmp pgm ppm pnm png" ;;
       --layout) words='uyvy yuy2' ;;
+      --fields) words='top bottom progressive' ;;
+      --dither) words='none ordered' ;;
       --depth) words='8 15 16 24 32' ;;
       --matrix) words='601 709 2020' ;;
       --range | --colour-range) words='limited full' ;;

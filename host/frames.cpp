@@ -6,9 +6,18 @@
 #include "host/progress.h"
 
 namespace kv_host {
+namespace {
+
+/// All frames: the range is the other input's.
+ReadOptions WithAllFrames(ReadOptions options) {
+  options.frames = {};
+  return options;
+}
+
+}  // namespace
 
 CompanionInput::CompanionInput(const std::string& name, const ReadOptions& options, const PictureReader& main)
-    : reader_(name, {options.format, options.width, options.height, {}}), main_(main.Name()) {
+    : reader_(name, WithAllFrames(options)), main_(main.Name()) {
   const auto length = reader_.Length();
   const auto needed = ClipPart{main.Range(), main.Length()}.Count();
   if (!length || *length < 2 || !main.Length() || !needed) return;

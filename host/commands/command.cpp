@@ -63,7 +63,8 @@ void OwnedEngine::RequireUseOfColours() const {
   const Session& session = *options_.session;
   if (!options_.colours.AreGiven() || !session.log.Crossings().empty()) return;
   throw UsageError(
-      "the options of matrix, range, chroma and resampling are for conversions between 4:2:2 and RGB or grey; "
+      "the options of matrix, range, chroma and resampling are for conversions between 4:2:2 and RGB or "
+      "grey; "
       "there was none");
 }
 
@@ -94,13 +95,30 @@ void RegionOptions::AddTo(CLI::App& command, const std::string& option, const st
       ->type_name("FILE");
 }
 
-void InputOptions::AddTo(CLI::App& command, bool mayBeRaw) {
-  if (mayBeRaw) {
-    command.add_option("--size", size, "width and height of raw frames, such as 720x576")->type_name("WxH");
-  }
+void InputOptions::AddTo(CLI::App& command, const std::string& option) {
+  sizeOption = option;
+  command.add_option(option, size, "width and height of raw frames, such as 720x576")->type_name("WxH");
   command
       .add_option("--from-format", format, "format of the input: " + FormatNames() + " (default: by content)")
       ->type_name("FORMAT");
+  const std::map<std::string, Interlace> orders = {{"top", Interlace::TopFieldFirst},
+                                                   {"bottom", Interlace::BottomFieldFirst},
+                                                   {"progressive", Interlace::Progressive}};
+  command
+      .add_option_function<std::string>(
+          "--fields", [this, orders](const std::string& given) { fields = orders.at(given); },
+          "which field of raw frames is first: top or bottom, or progressive for frames without fields "
+          "(default: not "
+          "known)")
+      ->check(CLI::IsMember(orders))
+      ->type_name("ORDER");
+  const std::map<std::string, Dither> dithers = {{"none", Dither::None}, {"ordered", Dither::Ordered}};
+  command
+      .add_option_function<std::string>(
+          "--dither", [this, dithers](const std::string& given) { dither = dithers.at(given); },
+          "how 10 bits become 8: none, the nearest, or ordered (default: none)")
+      ->check(CLI::IsMember(dithers))
+      ->type_name("NAME");
 }
 
 void InputOptions::AddWithFramesTo(CLI::App& command) {
@@ -111,9 +129,15 @@ void InputOptions::AddWithFramesTo(CLI::App& command) {
 
 void InputOptions::RequireUse(std::initializer_list<const PictureReader*> inputs) const {
   const auto isRaw = [](const PictureReader* input) { return TraitsOf(input->Format()).raw; };
-  if (size.empty() || std::ranges::any_of(inputs, isRaw)) return;
-  throw UsageError("--size: " + (*inputs.begin())->Name() +
-                   " states its own size; only raw frames (uyvy, yuy2, uyvya, yuy2a) need it");
+  const auto isStandard = [](const PictureReader* input) { return input->Name() == "standard input"; };
+  if (std::ranges::count_if(inputs, isStandard) > 1) {
+    throw UsageError("standard input can be one input only; name others, such as /dev/fd/3");
+  }
+  if (std::ranges::any_of(inputs, isRaw)) return;
+  const std::string rest = (*inputs.begin())->Name() + " states its own ";
+  const std::string only = "; only raw frames (" + RawFormatNames() + ") need it";
+  if (!size.empty()) throw UsageError(sizeOption + ": " + rest + "size" + only);
+  if (fields) throw UsageError("--fields: " + rest + "fields, or has none" + only);
 }
 
 void OutputOptions::AddTo(CLI::App& command, Session& of, const std::string& what,
@@ -124,11 +148,6 @@ void OutputOptions::AddTo(CLI::App& command, Session& of, const std::string& wha
   });
   command.add_flag("--overwrite", overwrite,
                    "replace numbered files that exist (a single file is replaced anyway)");
-}
-
-void OutputOptions::AddWithFormatTo(CLI::App& command, Session& of, const std::string& what,
-                                    const std::string& option) {
-  AddTo(command, of, what, option);
   command.add_option("--to-format", format, "format of the output (default: by its extension)")
       ->type_name("FORMAT");
 }
@@ -143,11 +162,13 @@ ReadOptions InputOptions::Get() const {
   ReadOptions options;
   if (!frames.empty()) options.frames = ParseFrameRange(frames, "--frames");
   if (!size.empty()) {
-    const Size parsed = ParseSize(size, "--size");
+    const Size parsed = ParseSize(size, sizeOption);
     options.width = parsed.width;
     options.height = parsed.height;
   }
   if (!format.empty()) options.format = ParseFormat(format, "--from-format");
+  options.fields = fields.value_or(Interlace::Unknown);
+  options.dither = dither;
   return options;
 }
 

@@ -63,16 +63,19 @@ void AddReportOption(CLI::App& command, Session& session);
 /// Options of files: their format, and the size of raw frames.
 struct InputOptions {
   std::string size;
+  std::string sizeOption = "--size";
   std::string format;
   std::string frames;
+  std::optional<Interlace> fields;
+  Dither dither = Dither::None;
 
-  /// `mayBeRaw`: the command takes the size of frames that have no header.
-  void AddTo(CLI::App& command, bool mayBeRaw = true);
+  /// `option` takes the size of frames that have no header.
+  void AddTo(CLI::App& command, const std::string& option = "--size");
   /// --frames too, for commands that work on every frame.
   void AddWithFramesTo(CLI::App& command);
   ReadOptions Get() const;
 
-  /// Throws UsageError when --size is given and none of the inputs is raw.
+  /// Throws UsageError when --size or --fields is given and none of the inputs is raw.
   void RequireUse(std::initializer_list<const PictureReader*> inputs) const;
 };
 
@@ -84,9 +87,6 @@ struct OutputOptions {
 
   /// `option`: "OUT", or another name.
   void AddTo(CLI::App& command, Session& session, const std::string& what, const std::string& option = "OUT");
-  /// --to-format too.
-  void AddWithFormatTo(CLI::App& command, Session& session, const std::string& what,
-                       const std::string& option = "OUT");
   /// A writer of these frames.
   PictureWriter Open(const ClipPart& clip) const;
   PictureWriter Open(const PictureReader& frames) const { return Open({frames.Range(), frames.Length()}); }

@@ -60,7 +60,7 @@ void AddConvertCommand(CLI::App& app, Session& session) {
   auto options = std::make_shared<ConvertOptions>();
   CLI::App* command = app.add_subcommand("convert", "Convert pictures and video between formats");
   command->add_option("IN", options->input, "picture or video; - is standard input")->required();
-  options->output.AddWithFormatTo(*command, session, "file to write; - is standard output (Y4M)");
+  options->output.AddTo(*command, session, "file to write; - is standard output (Y4M)");
   options->inputOptions.AddWithFramesTo(*command);
   options->engine.AddTo(*command, session);
   command->add_option("--layout", options->layout, "byte order of packed 4:2:2: uyvy or yuy2")

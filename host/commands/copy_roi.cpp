@@ -13,6 +13,7 @@ struct CopyRoiOptions {
   std::string source;
   std::string destination;
   std::string output;
+  std::string format;
   RegionText from{"", "", "--from", "--from-mask"};
   std::string to;
   InputOptions input;
@@ -28,7 +29,9 @@ struct CopyRoiOptions {
     const auto where = MovedRegion(what, canvas);
 
     const Raster picture = PasteRegion(image, what, canvas, where, with);
-    PictureWriter writer(result);
+    WriteOptions options;
+    if (!format.empty()) options.format = ParseFormat(format, "--to-format");
+    PictureWriter writer(result, options);
     WriteConverted(writer, picture, with);
     owned.Finish(writer);
   }
@@ -96,6 +99,8 @@ void AddCopyRoiCommand(CLI::App& app, Session& session) {
       ->add_option("--to", options->to, "where its left top corner goes in DST (default: where it is in SRC)")
       ->type_name("X,Y");
   options->input.AddTo(*command);
+  command->add_option("--to-format", options->format, "format of the output (default: by its extension)")
+      ->type_name("FORMAT");
   options->engine.AddTo(*command, session);
   command->footer("Example: kv copy-roi face.png frame.png --from 100,80,64,64 --to 16,16 --output both.png");
   command->callback([options] { options->Run(); });

@@ -30,6 +30,7 @@ struct PanOptions {
     const OwnedEngine owned(engine);
     const Engine with = owned.Get();
     PictureReader reader(photo, input.Get());
+    input.RequireUse({&reader});
     const Raster original = *reader.Next();
     const Size view = ParseSize(size, "--size");
     if (view.width > original.width || view.height > original.height) {
@@ -141,7 +142,7 @@ void AddPanCommand(CLI::App& app, Session& session) {
       ->add_option("--only", options->only, "write COUNT frames from FIRST on, counted from 0 (default: all)")
       ->type_name("FIRST:COUNT");
   command->add_flag("--interlaced", options->isInterlaced, "two fields in a frame, each at its own time");
-  options->input.AddTo(*command, false);
+  options->input.AddTo(*command, "--photo-size");
   options->engine.AddTo(*command, session);
   command->footer("Example: kv pan photo.png pan.y4m --size 720x576 --frames 100 --direction right");
   command->callback([options] { options->Run(); });

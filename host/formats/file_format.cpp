@@ -20,23 +20,67 @@ constexpr std::array PpmRasters = {Dib24};
 constexpr std::array PnmRasters = {Dib24, Grey8};
 constexpr std::array PngRasters = {Dib24, Dib32, Grey8};
 
-constexpr std::array<FormatTraits, 10> Formats = {{
-    {FileFormat::Y4m, "y4m", false, true, 0, Y4mRasters},
-    {FileFormat::Uyvy, "uyvy", true, true, LayoutChromaFirst, PackedRasters},
-    {FileFormat::Yuy2, "yuy2", true, true, LayoutLumaFirst, PackedRasters},
-    {FileFormat::Uyvya, "uyvya", true, true, LayoutChromaFirst, AlphaRasters},
-    {FileFormat::Yuy2a, "yuy2a", true, true, LayoutLumaFirst, AlphaRasters},
-    {FileFormat::Bmp, "bmp", false, false, 0, BmpRasters},
-    {FileFormat::Pgm, "pgm", false, false, 0, PgmRasters},
-    {FileFormat::Ppm, "ppm", false, false, 0, PpmRasters},
-    {FileFormat::Pnm, "pnm", false, false, 0, PnmRasters},
-    {FileFormat::Png, "png", false, false, 0, PngRasters},
+constexpr std::array PlanarRasters = {Yuv422Planar, Yuv422};
+constexpr std::array Bitmap24Rasters = {Dib24};
+constexpr std::array Bitmap32Rasters = {Dib32};
+
+using enum ChromaPlanes;
+
+constexpr RawTraits Packed = {Yuv422, {}};
+constexpr RawTraits PackedCrFirst = {Yuv422, {}, {.unit = 4, .first = 1, .second = 3}};
+constexpr RawTraits PackedAlpha = {Yuva422, {}};
+constexpr RawTraits Planes422 = {Yuv422Planar, PlaneStorage{.chroma = Pair}};
+constexpr RawTraits Planes422Nv = {Yuv422Planar, PlaneStorage{.chroma = Pair, .isInterleaved = true}};
+constexpr RawTraits Planes422Ten = {Yuv422Planar, PlaneStorage{.chroma = Pair, .isTenBit = true}};
+constexpr RawTraits Planes420 = {Yuv422Planar, PlaneStorage{.chroma = Half}};
+constexpr RawTraits Planes420Nv = {Yuv422Planar, PlaneStorage{.chroma = Half, .isInterleaved = true}};
+constexpr RawTraits WordsOfThree = {Yuv422Planar, {}};
+constexpr RawTraits GreyRows = {Grey8, PlaneStorage{.chroma = None}};
+constexpr RawTraits Rows24 = {Dib24, {}};
+constexpr RawTraits Rows24RedFirst = {Dib24, {}, {.unit = 3, .first = 0, .second = 2}};
+constexpr RawTraits Rows32 = {Dib32, {}};
+constexpr RawTraits Rows32RedFirst = {Dib32, {}, {.unit = 4, .first = 0, .second = 2}};
+
+constexpr std::array<FormatTraits, 22> Formats = {{
+    {FileFormat::Y4m, "y4m", {}, nullptr, true, 0, Y4mRasters},
+    {FileFormat::Uyvy, "uyvy", "uyvy422", &Packed, true, LayoutChromaFirst, PackedRasters},
+    {FileFormat::Yuy2, "yuy2", "yuyv422", &Packed, true, LayoutLumaFirst, PackedRasters},
+    {FileFormat::Yvyu, "yvyu", "yvyu422", &PackedCrFirst, true, LayoutLumaFirst, PackedRasters},
+    {FileFormat::Uyvya, "uyvya", {}, &PackedAlpha, true, LayoutChromaFirst, AlphaRasters},
+    {FileFormat::Yuy2a, "yuy2a", {}, &PackedAlpha, true, LayoutLumaFirst, AlphaRasters},
+    {FileFormat::Nv16, "nv16", {}, &Planes422Nv, true, 0, PlanarRasters},
+    {FileFormat::Yuv422p, "yuv422p", {}, &Planes422, true, 0, PlanarRasters},
+    {FileFormat::Yuv420p, "yuv420p", "i420", &Planes420, true, 0, PlanarRasters},
+    {FileFormat::Nv12, "nv12", {}, &Planes420Nv, true, 0, PlanarRasters},
+    {FileFormat::V210, "v210", {}, &WordsOfThree, true, 0, PlanarRasters},
+    {FileFormat::Yuv422p10, "yuv422p10le", "yuv422p10", &Planes422Ten, true, 0, PlanarRasters},
+    {FileFormat::Grey, "gray", "grey", &GreyRows, true, 0, PgmRasters},
+    {FileFormat::Bgr24, "bgr24", {}, &Rows24, true, 0, Bitmap24Rasters},
+    {FileFormat::Rgb24, "rgb24", {}, &Rows24RedFirst, true, 0, Bitmap24Rasters},
+    {FileFormat::Bgra, "bgra", {}, &Rows32, true, 0, Bitmap32Rasters},
+    {FileFormat::Rgba, "rgba", {}, &Rows32RedFirst, true, 0, Bitmap32Rasters},
+    {FileFormat::Bmp, "bmp", {}, nullptr, false, 0, BmpRasters},
+    {FileFormat::Pgm, "pgm", {}, nullptr, false, 0, PgmRasters},
+    {FileFormat::Ppm, "ppm", {}, nullptr, false, 0, PpmRasters},
+    {FileFormat::Pnm, "pnm", {}, nullptr, false, 0, PnmRasters},
+    {FileFormat::Png, "png", {}, nullptr, false, 0, PngRasters},
 }};
 
 bool BeginsWith(ByteSource& source, std::string_view magic) {
   const auto start = source.Peek(magic.size());
   return std::equal(start.begin(), start.end(), magic.begin(), magic.end(),
                     [](std::uint8_t a, char b) { return a == static_cast<std::uint8_t>(b); });
+}
+
+template <class Predicate>
+std::string NamesOf(Predicate isWanted) {
+  std::string names;
+  for (const FormatTraits& traits : Formats) {
+    if (!isWanted(traits)) continue;
+    if (!names.empty()) names += ", ";
+    names += traits.name;
+  }
+  return names;
 }
 
 }  // namespace
@@ -47,10 +91,11 @@ const FormatTraits& TraitsOf(FileFormat format) {
 }
 
 std::optional<FileFormat> FormatNamed(std::string_view name) {
+  if (name.empty()) return std::nullopt;
   std::string lower(name);
   std::transform(lower.begin(), lower.end(), lower.begin(), [](unsigned char c) { return std::tolower(c); });
   for (const FormatTraits& traits : Formats) {
-    if (traits.name == lower) return traits.format;
+    if (traits.name == lower || traits.alias == lower) return traits.format;
   }
   return std::nullopt;
 }
@@ -91,12 +136,11 @@ std::optional<FileFormat> FormatOfContent(ByteSource& source) {
 }
 
 std::string FormatNames() {
-  std::string names;
-  for (const FormatTraits& traits : Formats) {
-    if (!names.empty()) names += ", ";
-    names += traits.name;
-  }
-  return names;
+  return NamesOf([](const FormatTraits&) { return true; });
+}
+
+std::string RawFormatNames() {
+  return NamesOf([](const FormatTraits& traits) { return traits.raw != nullptr; });
 }
 
 }  // namespace kv_host

@@ -7,15 +7,28 @@
 
 #include "host/formats/byte_source.h"
 #include "host/formats/raster.h"
+#include "host/formats/sample_planes.h"
 
 namespace kv_host {
 
 enum class FileFormat {
-  Y4m,    ///< Uncompressed video with a header, planar 4:2:2.
+  Y4m,    ///< Uncompressed video with a header, planar.
   Uyvy,   ///< Raw packed 4:2:2, chroma first.
   Yuy2,   ///< Raw packed 4:2:2, luma first.
+  Yvyu,   ///< As Yuy2, Cr before Cb.
   Uyvya,  ///< Uyvy, each frame followed by its alpha rows.
   Yuy2a,  ///< Yuy2, each frame followed by its alpha rows.
+  Nv16,
+  Yuv422p,
+  Yuv420p,
+  Nv12,
+  V210,
+  Yuv422p10,
+  Grey,
+  Bgr24,
+  Rgb24,
+  Bgra,
+  Rgba,
   Bmp,
   Pgm,
   Ppm,
@@ -23,13 +36,28 @@ enum class FileFormat {
   Png,
 };
 
+/// Two bytes of every unit that a file has the other way round than the raster.
+struct ByteExchange {
+  std::size_t unit = 0;  ///< Bytes of a unit; 0: none are exchanged.
+  std::size_t first = 0;
+  std::size_t second = 0;
+};
+
+/// How frames without a header are stored.
+struct RawTraits {
+  RasterKind kind;                      ///< Of the frames that are read.
+  std::optional<PlaneStorage> storage;  ///< Planes of samples; none: rows as the raster has them, or V210.
+  ByteExchange exchange = {};           ///< In rows that are otherwise the raster's.
+};
+
 /// What is fixed about a format.
 struct FormatTraits {
   FileFormat format;
-  std::string_view name;  ///< As people write it: "y4m", "uyvy", …; also a file extension.
-  bool raw;               ///< No header: the reader needs the size.
-  bool stream;            ///< One file holds many frames; otherwise each frame gets its own file.
-  int layout;             ///< Of the packed rows of raw formats; else 0.
+  std::string_view name;   ///< As people write it: "y4m", "uyvy", …; also a file extension.
+  std::string_view alias;  ///< Another one, that of other programs; empty where they have the same.
+  const RawTraits* raw;    ///< Where there is no header: the reader needs the size. Else null.
+  bool stream;             ///< One file holds many frames; otherwise each frame gets its own file.
+  int layout;              ///< Of the packed rows of raw formats; else 0.
   std::span<const RasterKind> writableRasters;  ///< What the writer takes, the format's own kind first.
 };
 
@@ -47,5 +75,7 @@ std::optional<FileFormat> FormatOfContent(ByteSource& source);
 
 /// All names, comma-separated, for messages and help.
 std::string FormatNames();
+/// Those of raw formats.
+std::string RawFormatNames();
 
 }  // namespace kv_host

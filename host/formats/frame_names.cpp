@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <charconv>
 
 #include "host/formats/file_name.h"
 #include "host/formats/format_error.h"
@@ -52,6 +53,18 @@ std::string FrameNames::Of(std::int64_t number, int digits) const {
   const auto wanted = static_cast<std::size_t>(isPattern_ ? digits_ : digits);
   text.insert(0, wanted - std::min(wanted, text.size()), '0');
   return before_ + text + after_;
+}
+
+std::optional<std::int64_t> FrameNames::NumberOf(const std::string& name) const {
+  const std::size_t around = before_.size() + after_.size();
+  if (name.size() <= around || !name.starts_with(before_) || !name.ends_with(after_)) return std::nullopt;
+  const char* const first = name.data() + before_.size();
+  const char* const last = name.data() + name.size() - after_.size();
+  std::int64_t number = 0;
+  const auto [end, error] = std::from_chars(first, last, number);
+  // Other spellings of a number are other names: frame-7.png beside frame-%02d.png.
+  if (error != std::errc() || end != last || number < 0 || Of(number, 1) != name) return std::nullopt;
+  return number;
 }
 
 }  // namespace kv_host

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace kv_host {
@@ -17,6 +18,8 @@ class FrameNames {
   /// The name of a frame: out.png, 7, 4 → out-0007.png. `digits`, of which there are at least that many,
   /// counts where the name does not state its own.
   std::string Of(std::int64_t number, int digits) const;
+  /// The number of the frame that has this name by a pattern; empty when none has.
+  std::optional<std::int64_t> NumberOf(const std::string& name) const;
 
  private:
   std::string before_;

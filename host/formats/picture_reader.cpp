@@ -4,10 +4,11 @@
 #include <string>
 
 #include "host/formats/bmp.h"
+#include "host/formats/file_sequence.h"
 #include "host/formats/format_error.h"
 #include "host/formats/png_file.h"
 #include "host/formats/pnm.h"
-#include "host/formats/raw_yuv.h"
+#include "host/formats/raw_frames.h"
 #include "host/formats/y4m.h"
 
 namespace kv_host {
@@ -68,23 +69,45 @@ FileFormat Decide(ByteSource& source, const std::string& name, const ReadOptions
 std::unique_ptr<FrameReader> MakeFrameReader(ByteSource& source, FileFormat format,
                                              const ReadOptions& options) {
   const FormatTraits& traits = TraitsOf(format);
-  if (format == FileFormat::Y4m) return std::make_unique<Y4mReader>(source);
+  if (format == FileFormat::Y4m) return std::make_unique<Y4mReader>(source, options.dither);
   if (!traits.raw) return std::make_unique<PictureSequence>(source, format);
   if (options.width == 0 && options.height == 0) {
     throw FormatError(source.Name(),
                       "raw " + std::string(traits.name) + " states no size; give it, as in 720x576");
   }
-  return std::make_unique<RawYuvReader>(source, traits.writableRasters.front(), traits.layout, options.width,
-                                        options.height);
+  return std::make_unique<RawReader>(source, format,
+                                     RawShape{.width = options.width,
+                                              .height = options.height,
+                                              .interlace = options.fields,
+                                              .dither = options.dither});
 }
 
 }  // namespace
 
 PictureReader::PictureReader(const std::string& name, const ReadOptions& options)
-    : source_(name),
-      format_(Decide(source_, name, options)),
-      frames_(MakeFrameReader(source_, format_, options)),
+    : options_(options),
+      files_(FilesOf(name)),
+      source_(files_.front()),
+      format_(Decide(*source_, files_.front(), options)),
+      frames_(MakeFrameReader(*source_, format_, options)),
       range_(options.frames) {}
+
+std::optional<std::int64_t> PictureReader::Length() const {
+  if (files_.size() == 1) return frames_->Length();
+  // Single pictures, as files of sequences are.
+  if (!TraitsOf(format_).stream) return static_cast<std::int64_t>(files_.size());
+  return std::nullopt;
+}
+
+bool PictureReader::OpenNext() {
+  if (file_ + 1 == files_.size()) return false;
+  const std::string& name = files_[++file_];
+  frames_.reset();
+  source_.emplace(name);
+  format_ = Decide(*source_, name, options_);
+  frames_ = MakeFrameReader(*source_, format_, options_);
+  return true;
+}
 
 std::int64_t PictureReader::NextNumber() const {
   return std::max(count_, range_.first);
@@ -92,25 +115,26 @@ std::int64_t PictureReader::NextNumber() const {
 
 std::optional<Raster> PictureReader::Next() {
   if (range_.count && count_ - range_.first >= *range_.count) return std::nullopt;
-  while (count_ < range_.first && NextOfFile()) {
+  while (count_ < range_.first && NextOfFiles()) {
   }
   const bool isFirst = count_ <= range_.first;
-  std::optional<Raster> frame = NextOfFile();
+  std::optional<Raster> frame = NextOfFiles();
   if (!frame && isFirst) {
-    source_.Fail("the file holds " + std::to_string(count_) + " frames, so there is no frame " +
-                 std::to_string(range_.first) + " (the first is 0)");
+    source_->Fail("the file holds " + std::to_string(count_) + " frames, so there is no frame " +
+                  std::to_string(range_.first) + " (the first is 0)");
   }
   return frame;
 }
 
-std::optional<Raster> PictureReader::NextOfFile() {
-  std::optional<Raster> frame = frames_->Next();
-  if (frame) {
-    ++count_;
-  } else if (count_ == 0) {
-    source_.Fail("the file holds no frame");
-  }
-  return frame;
+std::optional<Raster> PictureReader::NextOfFiles() {
+  do {
+    if (std::optional<Raster> frame = frames_->Next()) {
+      ++count_;
+      return frame;
+    }
+    if (count_ == 0) source_->Fail("the file holds no frame");
+  } while (OpenNext());
+  return std::nullopt;
 }
 
 }  // namespace kv_host

@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "host/formats/byte_source.h"
 #include "host/formats/file_format.h"
@@ -16,25 +17,30 @@ struct ReadOptions {
   std::optional<FileFormat> format;  ///< Overrides what content and name say.
   int width = 0;                     ///< Pixels and rows of raw frames; other files state their own.
   int height = 0;
-  FrameRange frames = {};  ///< Which of its pictures are read.
+  FrameRange frames = {};                 ///< Which of its pictures are read.
+  Interlace fields = Interlace::Unknown;  ///< Of raw frames; other files state their own.
+  Dither dither = Dither::None;           ///< For samples of 10 bits.
 };
 
 /// The pictures of a file or of standard input, in any format that FileFormat lists. The format is the
 /// option's, else a raw one that the extension names, else what the first bytes show, else the extension's.
 /// Pictures may follow one another in one BMP, PNM or PNG stream; other bytes after a picture are left
-/// alone.
+/// alone. A name with a place for a number (frame-%06d.png) or with `*` or `?` after its folder means all files of
+/// such names, one after the other: in the order of their numbers, of which none may be missing, or of their names. A
+/// file that has the name itself is that file.
 class PictureReader {
  public:
   /// `-` is standard input. Throws FileError, or FormatError for a file that is in no known format or has a
   /// bad header.
   explicit PictureReader(const std::string& name, const ReadOptions& options = {});
 
-  const std::string& Name() const { return source_.Name(); }
+  /// Of the file that is read, the first one before any is.
+  const std::string& Name() const { return source_->Name(); }
   FileFormat Format() const { return format_; }
   /// Which of the file's pictures are read.
   const FrameRange& Range() const { return range_; }
   /// How many pictures the file holds, where its size shows it.
-  std::optional<std::int64_t> Length() const { return frames_->Length(); }
+  std::optional<std::int64_t> Length() const;
 
   /// Number of the picture that Next gives next, from 0 for the file's first.
   std::int64_t NextNumber() const;
@@ -43,9 +49,14 @@ class PictureReader {
   std::optional<Raster> Next();
 
  private:
-  std::optional<Raster> NextOfFile();
+  std::optional<Raster> NextOfFiles();
+  /// Goes to the next file; false after the last.
+  bool OpenNext();
 
-  ByteSource source_;
+  ReadOptions options_;
+  std::vector<std::string> files_;  // of one sequence
+  std::size_t file_ = 0;
+  std::optional<ByteSource> source_;
   FileFormat format_;
   std::unique_ptr<FrameReader> frames_;
   std::int64_t count_ = 0;  // pictures read, those before the range too

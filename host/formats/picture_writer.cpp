@@ -7,7 +7,7 @@
 #include "host/formats/format_error.h"
 #include "host/formats/png_file.h"
 #include "host/formats/pnm.h"
-#include "host/formats/raw_yuv.h"
+#include "host/formats/raw_frames.h"
 
 namespace kv_host {
 namespace {
@@ -96,16 +96,10 @@ void PictureWriter::Write(const Raster& frame) {
 }
 
 void PictureWriter::Encode(const Raster& frame, ByteSink& sink) {
-  const FormatTraits& traits = TraitsOf(format_);
+  if (TraitsOf(format_).raw != nullptr) return WriteRaw(frame, format_, sink);
   switch (format_) {
     case FileFormat::Y4m:
       y4m_.Write(frame, sink);
-      break;
-    case FileFormat::Uyvy:
-    case FileFormat::Yuy2:
-    case FileFormat::Uyvya:
-    case FileFormat::Yuy2a:
-      WriteRawYuv(frame, traits.writableRasters.front(), traits.layout, sink);
       break;
     case FileFormat::Bmp:
       WriteBmp(frame, sink);
@@ -113,9 +107,7 @@ void PictureWriter::Encode(const Raster& frame, ByteSink& sink) {
     case FileFormat::Png:
       WritePng(frame, sink);
       break;
-    case FileFormat::Pgm:
-    case FileFormat::Ppm:
-    case FileFormat::Pnm:
+    default:
       WritePnm(frame, sink);
       break;
   }

@@ -5,6 +5,7 @@
 #include "host/formats/byte_sink.h"
 #include "host/formats/byte_source.h"
 #include "host/formats/frame_reader.h"
+#include "host/formats/sample_planes.h"
 
 namespace kv_host {
 
@@ -18,16 +19,18 @@ struct Y4mHeader {
   ChromaSite chroma = ChromaSite::Unknown;  ///< C422jpeg is centred, C422mpeg2 left.
   Ratio frameRate;
   Ratio pixelAspect;
+  PlaneStorage storage;
 
   bool operator==(const Y4mHeader&) const = default;
 };
 
-/// Y4M with planar 4:2:2 of 8 bits (colour space C422 and its chroma-position variants), as Yuv422Planar. Any
-/// other colour space is refused with the ffmpeg option that helps. A stream may end only between two frames.
+/// Y4M in 4:2:0, 4:2:2 or 4:4:4, as Yuv422Planar, and luma alone, as Grey8; with 8 or 10 bits. The chroma's position
+/// goes along. Any other colour space is refused with the ffmpeg option that helps. A stream may end only
+/// between two frames.
 class Y4mReader final : public FrameReader {
  public:
   /// Reads the header line. Throws FormatError.
-  explicit Y4mReader(ByteSource& source);
+  explicit Y4mReader(ByteSource& source, Dither dither = Dither::None);
 
   std::optional<Raster> Next() override;
   /// Known for a file whose frames all begin with a line of the same length.
@@ -39,6 +42,7 @@ class Y4mReader final : public FrameReader {
 
   ByteSource& source_;
   Y4mHeader header_;
+  SamplePlanes planes_;
   std::optional<std::int64_t> length_;
   std::int64_t frame_ = 0;
 };

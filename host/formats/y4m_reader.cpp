@@ -3,7 +3,6 @@
 #include <string>
 
 #include "host/formats/format_error.h"
-#include "host/formats/planes_io.h"
 #include "host/formats/y4m.h"
 
 namespace kv_host {
@@ -72,11 +71,42 @@ Ratio RatioOf(const Tags& tags) {
   return ratio;
 }
 
-ChromaSite SiteOf(const Tags& tags) {
-  if (tags.Value() == "422jpeg") return ChromaSite::Centre;
-  if (tags.Value() == "422mpeg2") return ChromaSite::Left;
-  if (tags.Value() == "422" || tags.Value() == "422paldv") return ChromaSite::Unknown;
-  tags.Fail("is not 4:2:2 with 8 bits (C422); convert with the ffmpeg option -pix_fmt yuv422p");
+struct ColourSpace {
+  std::string_view name;
+  ChromaPlanes chroma;
+  ChromaSite site;  ///< In 4:4:4, of the chroma that it becomes.
+  bool isTenBit = false;
+};
+
+constexpr ColourSpace ColourSpaces[] = {
+    {"420", ChromaPlanes::Half, ChromaSite::Centre},
+    {"420jpeg", ChromaPlanes::Half, ChromaSite::Centre},
+    {"420mpeg2", ChromaPlanes::Half, ChromaSite::Left},
+    {"420paldv", ChromaPlanes::Half, ChromaSite::Left},
+    {"422", ChromaPlanes::Pair, ChromaSite::Unknown},
+    {"422jpeg", ChromaPlanes::Pair, ChromaSite::Centre},
+    {"422mpeg2", ChromaPlanes::Pair, ChromaSite::Left},
+    {"422paldv", ChromaPlanes::Pair, ChromaSite::Unknown},
+    {"444", ChromaPlanes::Full, ChromaSite::Left},
+    {"mono", ChromaPlanes::None, ChromaSite::Unknown},
+    {"420p10", ChromaPlanes::Half, ChromaSite::Left, true},
+    {"422p10", ChromaPlanes::Pair, ChromaSite::Unknown, true},
+    {"444p10", ChromaPlanes::Full, ChromaSite::Left, true},
+    {"mono10", ChromaPlanes::None, ChromaSite::Unknown, true},
+};
+
+const ColourSpace& ColourSpaceOf(const Tags& tags) {
+  for (const ColourSpace& space : ColourSpaces) {
+    if (space.name == tags.Value()) return space;
+  }
+  tags.Fail(
+      "is not read; 4:2:0, 4:2:2, 4:4:4 and mono with 8 or 10 bits are; convert with the ffmpeg option "
+      "-pix_fmt yuv422p");
+}
+
+void SetColourSpace(const ColourSpace& space, Y4mHeader& header) {
+  header.storage = {.chroma = space.chroma, .isTenBit = space.isTenBit};
+  header.chroma = space.site;
 }
 
 void SetInterlace(const Tags& tags, Y4mHeader& header) {
@@ -109,7 +139,8 @@ std::string ReadLine(ByteSource& source, const char* what) {
 
 Y4mHeader ParseHeader(const ByteSource& source, std::uint64_t offset, std::string_view line) {
   Y4mHeader header;
-  bool colourSpace = false;
+  // Where no tag names another.
+  SetColourSpace(ColourSpaces[0], header);
   Tags tags(source, offset, line);
   while (tags.Next()) {
     switch (tags.Letter()) {
@@ -129,8 +160,7 @@ Y4mHeader ParseHeader(const ByteSource& source, std::uint64_t offset, std::strin
         SetInterlace(tags, header);
         break;
       case 'C':
-        header.chroma = SiteOf(tags);
-        colourSpace = true;
+        SetColourSpace(ColourSpaceOf(tags), header);
         break;
       case 'X':
         if (tags.Value() == "COLORRANGE=FULL") header.range = ColourRange::Full;
@@ -144,20 +174,21 @@ Y4mHeader ParseHeader(const ByteSource& source, std::uint64_t offset, std::strin
     throw FormatError(source.Name(), offset,
                       "the Y4M header lacks its size; it needs W and H, as in W720 H576");
   }
-  if (!colourSpace) {
-    throw FormatError(
-        source.Name(), offset,
-        "the Y4M header names no colour space, which means 4:2:0, not 4:2:2 with 8 bits (C422); "
-        "convert with the ffmpeg option -pix_fmt yuv422p");
-  }
   const std::string problem = SizeProblem(header.width, header.height);
   if (!problem.empty()) throw FormatError(source.Name(), offset, problem);
+  const bool hasFields =
+      header.interlace == Interlace::TopFieldFirst || header.interlace == Interlace::BottomFieldFirst;
+  if (hasFields && header.storage.chroma == ChromaPlanes::Half && header.height % 2 != 0) {
+    throw FormatError(source.Name(), offset,
+                      "interlaced 4:2:0 has an even number of rows, not " + std::to_string(header.height) +
+                          "; convert with the ffmpeg option -pix_fmt yuv422p");
+  }
   return header;
 }
 
 }  // namespace
 
-Y4mReader::Y4mReader(ByteSource& source) : source_(source) {
+Y4mReader::Y4mReader(ByteSource& source, Dither dither) : source_(source), planes_({}, dither) {
   const auto start = source.Peek(Magic.size());
   if (!std::equal(start.begin(), start.end(), Magic.begin(), Magic.end())) {
     source.Fail("not a Y4M file: it does not begin with YUV4MPEG2");
@@ -169,6 +200,7 @@ Y4mReader::Y4mReader(ByteSource& source) : source_(source) {
     throw FormatError(source.Name(), offset, "a space must follow YUV4MPEG2");
   }
   header_ = ParseHeader(source, offset, line);
+  planes_ = SamplePlanes(header_.storage, dither);
   length_ = CountFrames();
 }
 
@@ -180,8 +212,7 @@ std::optional<std::int64_t> Y4mReader::CountFrames() {
   const auto end = std::find(start.begin(), start.end(), '\n');
   if (end == start.end()) return std::nullopt;
   const std::uint64_t size =
-      static_cast<std::uint64_t>(end - start.begin()) + 1 +
-      MakeEmptyRaster(RasterKind::Yuv422Planar, header_.width, header_.height).ByteCount();
+      static_cast<std::uint64_t>(end - start.begin()) + 1 + planes_.ByteCount(header_.width, header_.height);
   if (*remaining % size != 0) return std::nullopt;
   return static_cast<std::int64_t>(*remaining / size);
 }
@@ -226,14 +257,14 @@ void Y4mReader::ReadFrameLine(Interlace& interlace) {
 std::optional<Raster> Y4mReader::Next() {
   if (source_.AtEnd()) return std::nullopt;
   ++frame_;
-  Raster frame = MakeEmptyRaster(RasterKind::Yuv422Planar, header_.width, header_.height);
+  Raster frame = MakeEmptyRaster(planes_.Kind(), header_.width, header_.height);
   frame.interlace = header_.interlace;
-  frame.range = header_.range;
+  if (frame.kind != RasterKind::Grey8) frame.range = header_.range;
   frame.chroma = header_.chroma;
   frame.frameRate = header_.frameRate;
   frame.pixelAspect = header_.pixelAspect;
   ReadFrameLine(frame.interlace);
-  ReadPlanes(source_, frame, "frame " + std::to_string(frame_));
+  planes_.Read(source_, frame, "frame " + std::to_string(frame_));
   return frame;
 }
 

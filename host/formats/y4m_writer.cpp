@@ -46,7 +46,8 @@ Y4mHeader HeaderOf(const Raster& frame) {
           .range = frame.range,
           .chroma = frame.chroma,
           .frameRate = frame.frameRate,
-          .pixelAspect = frame.pixelAspect};
+          .pixelAspect = frame.pixelAspect,
+          .storage = {}};
 }
 
 }  // namespace

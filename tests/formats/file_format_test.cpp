@@ -28,10 +28,16 @@ TEST(FileFormat, NamesAndExtensionsInAnyCase) {
 }
 
 TEST(FileFormat, EveryNameLeadsBackToItsFormat) {
-  EXPECT_EQ(FormatNames(), "y4m, uyvy, yuy2, uyvya, yuy2a, bmp, pgm, ppm, pnm, png");
+  EXPECT_EQ(FormatNames(),
+            "y4m, uyvy, yuy2, yvyu, uyvya, yuy2a, nv16, yuv422p, yuv420p, nv12, v210, yuv422p10le, gray, "
+            "bgr24, rgb24, "
+            "bgra, rgba, bmp, pgm, ppm, pnm, png");
   for (const FileFormat format :
-       {FileFormat::Y4m, FileFormat::Uyvy, FileFormat::Yuy2, FileFormat::Uyvya, FileFormat::Yuy2a,
-        FileFormat::Bmp, FileFormat::Pgm, FileFormat::Ppm, FileFormat::Pnm, FileFormat::Png}) {
+       {FileFormat::Y4m,   FileFormat::Uyvy,      FileFormat::Yuy2,    FileFormat::Yvyu,    FileFormat::Uyvya,
+        FileFormat::Yuy2a, FileFormat::Nv16,      FileFormat::Yuv422p, FileFormat::Yuv420p, FileFormat::Nv12,
+        FileFormat::V210,  FileFormat::Yuv422p10, FileFormat::Grey,    FileFormat::Bgr24,   FileFormat::Rgb24,
+        FileFormat::Bgra,  FileFormat::Rgba,      FileFormat::Bmp,     FileFormat::Pgm,     FileFormat::Ppm,
+        FileFormat::Pnm,   FileFormat::Png}) {
     EXPECT_EQ(FormatNamed(TraitsOf(format).name), format);
     EXPECT_FALSE(TraitsOf(format).writableRasters.empty());
   }

@@ -42,7 +42,8 @@ TEST(PictureReader, UnknownFormatsAreRefusedWithTheKnownOnes) {
   WriteFile(folder / "x.gif", ToBytes("GIF89a"));
   EXPECT_EQ(FormatErrorText([&] { ReadAll(folder / "x.gif"); }),
             folder / "x.gif" +
-                ": byte 0: the format is not known; name it: y4m, uyvy, yuy2, uyvya, yuy2a, bmp, pgm, ppm, "
+                ": byte 0: the format is not known; name it: y4m, uyvy, yuy2, yvyu, uyvya, yuy2a, nv16, "
+                "yuv422p, yuv420p, nv12, v210, yuv422p10le, gray, bgr24, rgb24, bgra, rgba, bmp, pgm, ppm, "
                 "pnm, png");
 }
 

@@ -113,14 +113,69 @@ TEST(Y4m, UnknownRateIsWrittenAsTwentyFive) {
 }
 
 TEST(Y4m, OtherColourSpacesAreRefusedWithTheHelpfulOption) {
-  for (const std::string space : {"C420jpeg", "C420", "C444", "C411", "Cmono", "C422p10", "C444alpha", "C"}) {
+  for (const std::string space : {"C411", "C440", "C444alpha", "C422p12", "Cmono12", "C420p16", "C"}) {
     const std::string text = RefusalOf("YUV4MPEG2 W4 H4 " + space + "\nFRAME\n");
-    EXPECT_NE(text.find("byte 16: '" + space + "' is not 4:2:2 with 8 bits"), std::string::npos) << text;
+    EXPECT_NE(
+        text.find("byte 16: '" + space + "' is not read; 4:2:0, 4:2:2, 4:4:4 and mono with 8 or 10 bits are"),
+        std::string::npos)
+        << text;
     EXPECT_NE(text.find("-pix_fmt yuv422p"), std::string::npos) << text;
   }
-  const std::string text = RefusalOf("YUV4MPEG2 W4 H4\nFRAME\n");
-  EXPECT_NE(text.find("4:2:0"), std::string::npos) << text;
-  EXPECT_NE(text.find("-pix_fmt yuv422p"), std::string::npos) << text;
+}
+
+std::string PlanesOf(const Raster& frame) {
+  std::string text;
+  for (const Plane& plane : frame.planes) {
+    if (!text.empty()) text += '|';
+    text.append(plane.bytes.begin(), plane.bytes.end());
+  }
+  return text;
+}
+
+TEST(Y4m, EveryPositionOfFourTwoZeroHasItsRowsWeighted) {
+  // Chroma rows 'a' and 'i', 8 apart: 3:1 gives a, a + 2, a + 6, i.
+  for (const std::string tag : {"", " C420", " C420jpeg", " C420mpeg2", " C420paldv"}) {
+    const Raster frame = OneFrameOf("YUV4MPEG2 W1 H4 Ip" + tag + "\nFRAME\n1234aiAI");
+    EXPECT_EQ(PlanesOf(frame), "1234|acgi|ACGI") << tag;
+    EXPECT_EQ(frame.kind, RasterKind::Yuv422Planar);
+  }
+}
+
+TEST(Y4m, FieldsOfFourTwoZeroAreFilteredOnTheirOwn) {
+  // The top field has chroma rows 'a' and 'i', the bottom one 'A' and 'I': weights 7:1 and 5:3, and 5:3 and 7:1.
+  for (const std::string order : {"It", "Ib"}) {
+    const Raster frame = OneFrameOf("YUV4MPEG2 W1 H8 " + order + "\nFRAME\n12345678aAiIaAiI");
+    EXPECT_EQ(PlanesOf(frame).substr(9, 8), std::string("aAdBhFiI")) << order;
+  }
+}
+
+TEST(Y4m, InterlacedFourTwoZeroHasAnEvenNumberOfRows) {
+  EXPECT_NE(RefusalOf("YUV4MPEG2 W2 H3 It C420\nFRAME\n").find("an even number of rows, not 3"),
+            std::string::npos);
+  EXPECT_EQ(PlanesOf(OneFrameOf("YUV4MPEG2 W1 H3 It C422\nFRAME\n123abcABC")), "123|abc|ABC");
+}
+
+TEST(Y4m, FourFourFourIsWeightedAboutEvenPixels) {
+  // 'a', 'e', 'i', 'a', 'a': (3a + e) / 4, (e + 2i + a) / 4, a.
+  EXPECT_EQ(PlanesOf(OneFrameOf("YUV4MPEG2 W5 H1 C444\nFRAME\n12345aeiaaAEIAA")), "12345|bfa|BFA");
+}
+
+TEST(Y4m, MonoIsGrey) {
+  const Raster frame = OneFrameOf("YUV4MPEG2 W3 H2 Cmono XCOLORRANGE=LIMITED\nFRAME\nabcdef");
+  EXPECT_EQ(frame.kind, RasterKind::Grey8);
+  EXPECT_EQ(frame.range, ColourRange::Full);
+  EXPECT_EQ(PlanesOf(frame), "abcdef");
+}
+
+TEST(Y4m, TenBitsAreRoundedToEight) {
+  // 4 · 'a' and up to 3 more; halves up, and 1023 is 255.
+  const std::string words("\x84\x01\x85\x01\x86\x01\x87\x01\xFF\x03\x00\x00", 12);
+  const std::string rest("\x84\x01\x84\x01\x84\x01", 6);
+  const Raster frame = OneFrameOf("YUV4MPEG2 W6 H1 C422p10\nFRAME\n" + words + rest + rest);
+  EXPECT_EQ(PlanesOf(frame), std::string("aabb\xFF\0|aaa|aaa", 14));
+  EXPECT_EQ(PlanesOf(OneFrameOf("YUV4MPEG2 W1 H1 Cmono10\nFRAME\n\x84\x01")), "a");
+  EXPECT_EQ(PlanesOf(OneFrameOf("YUV4MPEG2 W1 H1 C420p10\nFRAME\n" + rest)), "a|a|a");
+  EXPECT_EQ(PlanesOf(OneFrameOf("YUV4MPEG2 W1 H1 C444p10\nFRAME\n" + rest)), "a|a|a");
 }
 
 TEST(Y4m, BadSizesAreRefused) {

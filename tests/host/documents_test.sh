@@ -11,7 +11,7 @@ trap 'rm -rf "$work"' EXIT
 diff "$source/docs/man/kv.1" "$work/kv.1" || fail "docs/man/kv.1 is old: run script/manual_page >docs/man/kv.1"
 groff -man -Tutf8 -ww -rCHECKSTYLE=10 "$work/kv.1" 2>"$work/warnings" >"$work/page"
 [ ! -s "$work/warnings" ] || { cat "$work/warnings"; fail "groff warns"; }
-grep -q 'work on COUNT frames' "$work/page" || fail "the page is not whole"
+grep -qE 'work +on +COUNT +frames' "$work/page" || fail "the page is not whole"
 
 complete() { # WORDS…: what bash would offer for the last one
   bash -c 'source "$1"; shift; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _kv 2>/dev/null; printf "%s\n" "${COMPREPLY[@]}"' \
