@@ -248,7 +248,7 @@ class Tour {
     Add("ParityChange", "Field parity",
         "The frame moves by half a line to the other field parity: each row is the mean of two, so combs "
         "become soft edges.",
-        {"parity", "@fields.y4m", "@parity.y4m"}, {before}, {});
+        {"parity", "@fields.y4m", "@parity.y4m", "--method", "blend"}, {before}, {});
     Plate after = writeDetail("parity.y4m", "parity-detail.png");
     after.caption = "half a line on, the same part";
     room_.exhibits.back().after = {after};

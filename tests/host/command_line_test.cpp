@@ -140,7 +140,8 @@ TEST_F(CommandLine, FfmpegPipesInAndOut) {
   const Outcome outcome = RunShell(
       folder_,
       "ffmpeg -nostdin -loglevel error -f lavfi -i testsrc=size=130x98:rate=5:duration=1 -pix_fmt yuv422p "
-      "-f yuv4mpegpipe - | \"$KV\" parity - - | \"$KV\" convert - - | ffmpeg -nostdin -loglevel error -i - "
+      "-f yuv4mpegpipe - | \"$KV\" parity - - --force | \"$KV\" convert - - | ffmpeg -nostdin -loglevel "
+      "error -i - "
       "-y "
       "frames.y4m");
   EXPECT_EQ(outcome.status, 0) << outcome.err;

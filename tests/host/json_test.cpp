@@ -71,7 +71,7 @@ TEST_F(Report, EveryCommandFitsTheSchema) {
       {"blend v.y4m v.y4m g.pgm b.y4m", "BlendBoost"},
       {"alpha-color v.y4m v.y4m m.pgm --window 3 --frames 0:1", "AlphaLayerColorBased"},
       {"alpha-prob g.pgm g.pgm p.pgm --window 3", "AlphaLayerProbMask"},
-      {"parity v.y4m q.y4m", "ParityChange"},
+      {"parity v.y4m q.y4m --method blend", "ParityChange"},
       {"pan g.pgm n.y4m --size 8x8 --frames 2 --direction right", "Scanning"},
       {"find g.pgm g.pgm --at 8,4 --half 1x1 --range 1x1 --map s.csv", "FeatureFind"},
       {"clip --polygon '2,1 14,1 6,4' --size 16x8 --region 8,0,4,8 --svg p.svg", "FillPoly"},

@@ -225,7 +225,7 @@ TEST_F(Operations, ParityChangesTheFieldOrder) {
   Raster a = Part(0, 0, 64, 20);
   a.interlace = Interlace::TopFieldFirst;
   Write("a.y4m", a);
-  Done("parity a.y4m b.y4m");
+  Done("parity a.y4m b.y4m --method blend");
   const Raster b = Read("b.y4m");
   EXPECT_EQ(b.interlace, Interlace::BottomFieldFirst);
   for (std::size_t x = 0; x < 64; ++x) {
@@ -234,9 +234,9 @@ TEST_F(Operations, ParityChangesTheFieldOrder) {
       ASSERT_EQ(b.planes[0].Row(y)[x], a.planes[0].Row(y - 1)[x] / 2 + a.planes[0].Row(y)[x] / 2);
     }
   }
-  Done("parity b.y4m c.y4m");
+  Done("parity b.y4m c.y4m --method blend");
   EXPECT_EQ(Read("c.y4m").interlace, Interlace::TopFieldFirst);
-  Done("parity a.y4m part.y4m --region 8,4,20,8");
+  Done("parity a.y4m part.y4m --method blend --region 8,4,20,8");
   const Raster part = Read("part.y4m");
   EXPECT_EQ(part.planes[0].Row(3)[10], a.planes[0].Row(3)[10]);
   EXPECT_EQ(part.planes[0].Row(6)[30], a.planes[0].Row(6)[30]);

@@ -40,10 +40,10 @@ class SplitAndJoin : public testing::Test {
 TEST_F(SplitAndJoin, PartsOnSeveralMachinesGiveTheBytesOfOneRun) {
   KV_NEEDS_SHELL();
   Done("diff clip.y4m clip.y4m nothing.y4m --frames 0:1");
-  Done("parity clip.y4m whole.y4m");
+  Done("parity clip.y4m whole.y4m --force");
   const Outcome outcome = RunShell(
       folder_,
-      "export KV; parallel --will-cite -j2 '\"$KV\" parity clip.y4m part-{}.y4m --threads 1 --frames "
+      "export KV; parallel --will-cite -j2 '\"$KV\" parity clip.y4m part-{}.y4m --force --threads 1 --frames "
       "$(({}*3)):3' ::: 0 1 2 3 4 && \"$KV\" join part-*.y4m -o joined.y4m");
   ASSERT_EQ(outcome.status, 0) << outcome.err;
   EXPECT_EQ(Bytes("joined.y4m"), Bytes("whole.y4m"));
