@@ -3,6 +3,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <iterator>
 #include <new>
 
 #include "fuzz/check_input.h"
@@ -50,8 +51,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (!options.format) {
     // Raw frames: the first bytes stand for the command line.
     if (size < 3) return 0;
-    constexpr const char* names[] = {"uyvy", "yuy2", "uyvya", "yuy2a"};
-    options.format = kv_host::FormatNamed(names[data[0] % 4]);
+    constexpr const char* names[] = {"uyvy",    "yuy2",    "uyvya", "yuy2a", "yvyu", "nv16",
+                                     "yuv422p", "yuv420p", "nv12",  "v210",  "gray", "yuv422p10le",
+                                     "bgr24",   "rgb24",   "bgra",  "rgba"};
+    options.format = kv_host::FormatNamed(names[data[0] % std::size(names)]);
+    options.fields = data[0] < 128 ? kv_host::Interlace::Progressive : kv_host::Interlace::TopFieldFirst;
     options.width = data[1];
     options.height = data[2];
     data += 3;
