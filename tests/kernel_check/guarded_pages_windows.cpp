@@ -1,5 +1,6 @@
 #include <windows.h>
 
+#include <initializer_list>
 #include <new>
 
 #include "tests/kernel_check/guarded_pages.h"
