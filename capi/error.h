@@ -13,7 +13,7 @@ struct Failure {
 };
 
 /// Throws a Failure with a text in the manner of printf.
-[[noreturn, gnu::format(printf, 2, 3)]] void Fail(kv_status status, const char* format, ...);
+[[noreturn, gnu::format(gnu_printf, 2, 3)]] void Fail(kv_status status, const char* format, ...);
 
 /// The text of this thread's last failure.
 const char* LastError() noexcept;
