@@ -1,3 +1,4 @@
+#include <cinttypes>
 #include <cstring>
 #include <new>
 
@@ -9,6 +10,7 @@ using namespace kv_capi;
 namespace {
 
 constexpr std::int64_t alignment = 64;
+constexpr std::int64_t mostBytes = std::int64_t{1} << 38;
 
 const Format& CheckFormat(std::int32_t code) {
   const Format* format = FindFormat(code);
@@ -53,6 +55,7 @@ kv_status kv_frame_alloc(kv_frame* frame) {
       strides[plane] = (RowBytes(format, plane, frame->width) + alignment - 1) / alignment * alignment;
       total += strides[plane] * frame->height;
     }
+    if (total > mostBytes) Fail(KV_OUT_OF_MEMORY, "frame takes %" PRId64 " bytes; at most 2^38", total);
     auto* memory = static_cast<std::uint8_t*>(
         ::operator new (static_cast<std::size_t>(total), std::align_val_t{alignment}));
     std::memset(memory, 0, static_cast<std::size_t>(total));

@@ -103,7 +103,7 @@ typedef struct kv_frame {
 /** Empty, with every default. Does nothing for null. */
 KV_API void kv_frame_init(kv_frame* frame);
 /** Gives a frame, whose format, width and height are set and whose planes are null, memory of its own: zeros, rows
- * on 64-byte boundaries. */
+ * on 64-byte boundaries, at most 2^38 bytes. */
 KV_API kv_status kv_frame_alloc(kv_frame* frame);
 /** Frees what kv_frame_alloc allocated and forgets planes and strides. Does nothing for null or for a frame
  * without such memory. */
