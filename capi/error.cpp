@@ -17,7 +17,7 @@ void Print(const char* format, std::va_list arguments) noexcept {
   std::vsnprintf(lastError, sizeof lastError, format, arguments);
 }
 
-[[gnu::format(gnu_printf, 1, 2)]] void Set(const char* format, ...) noexcept {
+[[KV_PRINTF_LIKE(1, 2)]] void Set(const char* format, ...) noexcept {
   std::va_list arguments;
   va_start(arguments, format);
   Print(format, arguments);

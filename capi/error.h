@@ -5,6 +5,13 @@
 
 #include "capi/kv/kv.h"
 
+// MinGW's g++ knows the C library's own printf by the one name and Microsoft's by the other; clang has one.
+#if defined(__clang__)
+#define KV_PRINTF_LIKE(text, values) gnu::format(printf, text, values)
+#else
+#define KV_PRINTF_LIKE(text, values) gnu::format(gnu_printf, text, values)
+#endif
+
 namespace kv_capi {
 
 /// Why a call does not succeed. Its text is this thread's last error from the moment it is thrown.
@@ -13,7 +20,7 @@ struct Failure {
 };
 
 /// Throws a Failure with a text in the manner of printf.
-[[noreturn, gnu::format(gnu_printf, 2, 3)]] void Fail(kv_status status, const char* format, ...);
+[[noreturn, KV_PRINTF_LIKE(2, 3)]] void Fail(kv_status status, const char* format, ...);
 
 /// The text of this thread's last failure.
 const char* LastError() noexcept;
