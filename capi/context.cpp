@@ -93,8 +93,8 @@ void Call::RunTasks(int count, void (*task)(void*, int), void* data) const {
     }
     tasks.Work();
   } else {
-    context_.pool->Run([&](kv_std::SpinBarrier& /*barrier*/, std::uint32_t /*index*/) { tasks.Work(); },
-                       threads);
+    context_.pool->RunBands([&](kv_std::SpinBarrier& /*barrier*/, std::uint32_t /*index*/) { tasks.Work(); },
+                            threads, {});
   }
   tasks.PassOnFailure();
 }

@@ -34,7 +34,8 @@ install(FILES assets/seeding-720x576.y4m assets/README.md DESTINATION ${CMAKE_IN
 
 foreach(room geometry image frame run)
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/${room} DESTINATION ${KV_INSTALL_INCLUDEDIR} COMPONENT dev
-    FILES_MATCHING PATTERN "*.h" PATTERN half_plane.h EXCLUDE PATTERN degenerate.h EXCLUDE)
+    FILES_MATCHING PATTERN "*.h" PATTERN half_plane.h EXCLUDE PATTERN degenerate.h EXCLUDE
+    PATTERN thread_team.h EXCLUDE PATTERN process.h EXCLUDE)
 endforeach()
 # Programs that include these from where they used to be still compile.
 foreach(header exceptions kv_exception message_text)

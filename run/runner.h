@@ -1,9 +1,14 @@
 #pragma once
 
+#include <algorithm>
+#include <chrono>
 #include <initializer_list>
+#include <type_traits>
 #include <utility>
 
 #include "frame/algorithm_manager.h"
+#include "run/band_plan.h"
+#include "run/pace.h"
 #include "run/thread_limit.h"
 #include "run/worker_pool.h"
 
@@ -27,15 +32,40 @@ const InterfaceClass& Load(const char* algorithm, std::initializer_list<int> pix
   return *data.current;
 }
 
-/// Calls `operation.Apply(arguments…, barrier, index)` on every thread of the pool, each of which works on
-/// its own rows, and returns when all have come back. The bytes are those of one thread: a call whose bytes
-/// follow the bands of rows gets as few threads as ThreadLimit says. Passes on the first exception, see
-/// WorkerPool::Run.
+/// Calls `operation.Apply(arguments…, barrier, index)` for bands of rows on threads of the pool and returns when
+/// all are done. The bytes are those of one thread: a call whose bytes follow the bands of rows gets as few
+/// bands as ThreadLimit says. How many bands and threads, BandPlan says. Passes on the first exception, see
+/// WorkerPool::RunBands and, for operations whose threads wait for each other, WorkerPool::RunPhases.
 template <class Operation, class... Arguments>
-void Run(const WorkerPool& pool, const Operation& operation, Arguments&&... arguments) {
-  pool.Run([&](kv_std::SpinBarrier& barrier,
-               std::uint32_t index) { operation.Apply(arguments..., barrier, index); },
-           ThreadLimit(pool.ThreadCount(), operation, arguments...));
+void Run(const WorkerPool& pool, const CallOptions& options, const Operation& operation,
+         Arguments&&... arguments) {
+  const auto apply = [&](kv_std::SpinBarrier& barrier, std::uint32_t index) {
+    operation.Apply(arguments..., barrier, index);
+  };
+  const CallExtent extent = ExtentOf(arguments...);
+  Pace& pace = Pace::Of(&operation);
+  BandPlan plan(pool, options, extent, pace.NanosecondsPerPixel());
+  if constexpr (hasPhases<Operation>) {
+    return pool.RunPhases(apply, ThreadLimit(plan.threads, operation, arguments...), options);
+  }
+  plan.bands = ThreadLimit(MostWorthWhile(plan, operation, arguments...), operation, arguments...);
+  CallOptions limited = options;
+  limited.threads = plan.threads;
+  pool.RunBands(
+      [&](kv_std::SpinBarrier& barrier, std::uint32_t index) {
+        const auto begin = std::chrono::steady_clock::now();
+        apply(barrier, index);
+        const std::chrono::duration<double, std::nano> taken = std::chrono::steady_clock::now() - begin;
+        pace.Note(extent.Pixels() / plan.bands, taken.count());
+      },
+      plan.bands, limited);
+}
+
+/// The same on all threads of the pool, without a stop of its own.
+template <class Operation, class... Arguments>
+requires(!std::is_same_v<Operation, CallOptions>) void Run(const WorkerPool& pool, const Operation& operation,
+                                                           Arguments&&... arguments) {
+  Run(pool, CallOptions{}, operation, arguments...);
 }
 
 }  // namespace kv_run

@@ -32,7 +32,6 @@ struct Sweep {
 
   /// Returns how many allocations were made to fail. The first time some of them make what the process keeps.
   int Run(bool isFirstTime) {
-    const kv_run::WorkerPool pool(threads);
     on.rawMask = threads == 1 ? nullptr : std::make_shared<Grey8>(Pictures::width, on.rows);
     for (int number = 0; number < 100000; ++number) {
       alarm(secondsUntilAlarm);
@@ -42,6 +41,8 @@ struct Sweep {
       {
         const FailingAllocations failing(number);
         try {
+          // Of its own, as threads start once.
+          const kv_run::WorkerPool pool(threads);
           Call(pool);
         } catch (const std::bad_alloc&) {
           hasThrown = true;

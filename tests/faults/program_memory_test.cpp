@@ -137,12 +137,12 @@ TEST_P(ProgramMemory, EveryFailureIsOneLineAndLeavesNothing) {
 }
 
 TEST(WorkerPoolMemory, ThreadsAtTheBarrierEndWhenAnotherCannotBeStarted) {
-  const kv_run::WorkerPool pool(4);
   const auto meet = [](kv_std::SpinBarrier& barrier, std::uint32_t /*thread*/) { barrier.Wait(); };
   int failures = 0;
   for (bool hasFailed = true; hasFailed;) {
     const FailingAllocation failing(failures);
     try {
+      const kv_run::WorkerPool pool(4);
       pool.Run(meet);
       EXPECT_FALSE(failing.HasFailed());
     } catch (const std::bad_alloc&) {
@@ -151,6 +151,33 @@ TEST(WorkerPoolMemory, ThreadsAtTheBarrierEndWhenAnotherCannotBeStarted) {
     hasFailed = failing.HasFailed();
   }
   EXPECT_GE(failures, 3) << "one for each thread that is started";
+}
+
+TEST(WorkerPoolMemory, BandsNeedNoThread) {
+  int failures = 0;
+  for (bool hasFailed = true; hasFailed;) {
+    const kv_run::WorkerPool pool(4);
+    std::atomic<int> bands = 0;
+    const auto band = [&](kv_std::SpinBarrier& /*barrier*/, std::uint32_t /*index*/) { ++bands; };
+    const FailingAllocation failing(failures);
+    try {
+      pool.RunBands(band, 8, {});
+      EXPECT_EQ(bands, 8);
+    } catch (const std::bad_alloc&) {
+      EXPECT_EQ(bands, 0);
+    }
+    hasFailed = failing.HasFailed();
+    if (hasFailed) ++failures;
+  }
+  EXPECT_GE(failures, 3) << "one for each thread that is started";
+}
+
+TEST(WorkerPoolMemory, AStopNeedsNone) {
+  const kv_run::WorkerPool pool(2);
+  pool.Run([](kv_std::SpinBarrier& barrier, std::uint32_t /*index*/) { barrier.Wait(); });
+  const FailingAllocation failing(0);
+  pool.Stop();
+  EXPECT_FALSE(failing.HasFailed());
 }
 
 const Command commands[] = {

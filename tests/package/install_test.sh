@@ -20,7 +20,7 @@ echo "== kv"
 grep -qF "$libraries/kv_algo/kv_algoMMX.so" <<<"$("$prefix/bin/kv" members)" || fail "members are not taken from $libraries/kv_algo"
 
 run_examples() {
-  (cd "$1" && ./host picture.ppm && ./guide && ./stop && if [ -e opencv ]; then ./opencv; fi)
+  (cd "$1" && ./host picture.ppm && ./guide && ./stop && ./threads && if [ -e opencv ]; then ./opencv; fi)
   [ "$(head -c 15 "$1/picture.ppm" | tr '\n' ' ')" = "P6 720 576 255 " ] || fail "$1: no picture"
   [ "$(stat -c %s "$1/picture.ppm")" = $((15 + 720 * 576 * 3)) ] || fail "$1: picture of a wrong size"
 }
@@ -44,7 +44,7 @@ rm "$libraries/kv_algo/kv_algoSSE.so"
 echo "== by pkg-config"
 mkdir "$work/pkg"
 export PKG_CONFIG_PATH=$libraries/pkgconfig
-for example in guide host stop; do
+for example in guide host stop threads; do
   # shellcheck disable=SC2046
   "$compiler" -std=c++20 "$source/examples/$example/main.cpp" -o "$work/pkg/$example" $(pkg-config --cflags --libs kv_run)
 done
@@ -70,6 +70,11 @@ for header in exceptions kv_exception message_text; do echo "#include \"errors/$
 echo 'int main() { return kv_std::SpinBarrierException(12603).Code() == 12603 ? 0 : 1; }' >>"$work/former.cpp"
 # shellcheck disable=SC2046
 "$compiler" -std=c++20 "$work/former.cpp" -o "$work/former" $(pkg-config --cflags --libs kv_Image)
+LD_LIBRARY_PATH=$libraries "$work/former"
+for header in runner thread_limit worker_pool; do echo "#include \"host/$header.h\""; done >"$work/former.cpp"
+echo 'int main() { return kv_host::WorkerPool(3).ThreadCount() == 3 ? 0 : 1; }' >>"$work/former.cpp"
+# shellcheck disable=SC2046
+"$compiler" -std=c++20 "$work/former.cpp" -o "$work/former" $(pkg-config --cflags --libs kv_host)
 LD_LIBRARY_PATH=$libraries "$work/former"
 
 echo "== the host's own folder comes first"

@@ -18,6 +18,11 @@ namespace {
 using namespace kv_img;
 using kv_run::Load;
 using kv_run::WorkerPool;
+
+/// Divides the smallest call.
+kv_run::PoolOptions Eager(int threads) {
+  return {.threads = threads, .executor = {}, .grain = std::chrono::nanoseconds(0)};
+}
 using kv_test::Options;
 using kv_test::Placement;
 using kv_test::Random;
@@ -53,10 +58,10 @@ ImageOptions OptionsOf(int parity, std::int32_t layout = lumaFirst, std::uint8_t
 template <class PixelClass, class Call>
 void ExpectSameBytes(const TestImage<PixelClass>& before, const std::string& what, const Call& call) {
   TestImage<PixelClass> one(before);
-  call(WorkerPool(1), *one);
+  call(WorkerPool(Eager(1)), *one);
   for (int threads = 2; threads <= mostThreads; ++threads) {
     TestImage<PixelClass> many(before);
-    call(WorkerPool(threads), *many);
+    call(WorkerPool(Eager(threads)), *many);
     EXPECT_EQ(many.DifferenceFrom(one), "") << what << " at " << threads << " threads";
   }
 }
@@ -105,7 +110,7 @@ TEST(RunnerThreads, BlocksAreCopiedToTheLastByte) {
     for (int threads = 1; threads <= mostThreads; ++threads) {
       std::vector<std::uint8_t> copied(bytes.size(), 77);
       Packed to(width, 5, WrappedRows::Strided(copied.data(), 2 * width));
-      kv_run::Run(WorkerPool(threads), copy, source, to);
+      kv_run::Run(WorkerPool(Eager(threads)), copy, source, to);
       EXPECT_EQ(copied, bytes) << width << " columns, " << threads << " threads";
     }
   }
@@ -123,10 +128,10 @@ TEST(RunnerThreads, BlocksOfUnequalLengthAreCopiedAsOneThreadDoes) {
   const ImageOptions tight = OptionsOf<PixelYUV422>(0);
   Packed one(16, 6, tight);
   ASSERT_NE(source.GetPixelBuffer().totalBytes, one.GetPixelBuffer().totalBytes);
-  kv_run::Run(WorkerPool(1), copy, source, one);
+  kv_run::Run(WorkerPool(Eager(1)), copy, source, one);
   for (int threads = 2; threads <= mostThreads; ++threads) {
     Packed many(16, 6, tight);
-    kv_run::Run(WorkerPool(threads), copy, source, many);
+    kv_run::Run(WorkerPool(Eager(threads)), copy, source, many);
     for (int row = 0; row < 6; ++row) EXPECT_TRUE(std::ranges::equal(many.Row(row), one.Row(row))) << threads;
   }
 }
@@ -167,7 +172,7 @@ TEST(RunnerThreads, RegionBlocksEndWithTheRegion) {
   for (int row = 0; row < 9; ++row) random.Fill(source.Row(row));
   for (int threads = 1; threads <= mostThreads; ++threads) {
     Packed to(24, 9);
-    kv_run::Run(WorkerPool(threads), copy, source, to, ImageRect(0, 1, 23, 4), ImageRect(0, 3, 23, 6));
+    kv_run::Run(WorkerPool(Eager(threads)), copy, source, to, ImageRect(0, 1, 23, 4), ImageRect(0, 3, 23, 6));
     for (int row = 0; row < 9; ++row) {
       const bool isInside = row >= 3 && row <= 6;
       const std::vector<std::uint8_t> zeros(48);
@@ -263,36 +268,64 @@ TEST(RunnerThreads, OperationsOnPixelsFollowNoBands) {
   }
 }
 
-/// Counts the threads that a call gets.
+/// Counts the bands that a call gets.
 template <class In, class Out>
 class CountingCopy final : public CopyAlgorithmInterface<In, Out> {
  public:
   Out& Apply(const In& /*source*/, Out& destination, kv_std::SpinBarrier& barrier,
              std::uint32_t /*threadIndex*/) const override {
-    threads = barrier.GetThreadCount();
+    bands = barrier.GetThreadCount();
+    ++calls;
     return destination;
   }
-  mutable std::atomic<int> threads = 0;
+  mutable std::atomic<int> bands = 0;
+  mutable std::atomic<int> calls = 0;
 };
 
 TEST(RunnerThreads, AllThreadsWorkWhereTheBytesDoNotFollowThem) {
-  const Packed even(8, 4, OptionsOf<PixelYUV422>(0));
-  const Packed odd(8, 4, OptionsOf<PixelYUV422>(1));
-  Image<PixelDIB24> bitmap(8, 4);
+  const Packed even(8, 8, OptionsOf<PixelYUV422>(0));
+  const Packed odd(8, 8, OptionsOf<PixelYUV422>(1));
+  Image<PixelDIB24> bitmap(8, 8);
   const CountingCopy<Packed, Image<PixelDIB24>> copy;
-  kv_run::Run(WorkerPool(5), copy, even, bitmap);
-  EXPECT_EQ(copy.threads, 5);
-  kv_run::Run(WorkerPool(5), copy, odd, bitmap);
-  EXPECT_EQ(copy.threads, 1);
+  kv_run::Run(WorkerPool(Eager(5)), copy, even, bitmap);
+  EXPECT_EQ(copy.bands, 5);
+  EXPECT_EQ(copy.calls, 5);
+  kv_run::Run(WorkerPool(Eager(5)), copy, odd, bitmap);
+  EXPECT_EQ(copy.bands, 1);
+  EXPECT_EQ(copy.calls, 6);
 
   const CountingCopy<Packed, Packed> same;
-  Packed to(8, 4, OptionsOf<PixelYUV422>(0));
+  Packed to(8, 8, OptionsOf<PixelYUV422>(0));
   ASSERT_EQ(to.GetPixelBuffer().totalBytes % 4, 0U);
-  kv_run::Run(WorkerPool(4), same, even, to);
-  EXPECT_EQ(same.threads, 4) << "a block that four threads divide";
-  Packed apart(8, 4, OptionsOf<PixelYUV422>(0, lumaFirst, 1));
-  kv_run::Run(WorkerPool(5), same, even, apart);
-  EXPECT_EQ(same.threads, 5) << "row by row";
+  kv_run::Run(WorkerPool(Eager(4)), same, even, to);
+  EXPECT_EQ(same.bands, 4) << "a block that four threads divide";
+  Packed apart(8, 8, OptionsOf<PixelYUV422>(0, lumaFirst, 1));
+  kv_run::Run(WorkerPool(Eager(5)), same, even, apart);
+  EXPECT_EQ(same.bands, 5) << "row by row";
+}
+
+TEST(RunnerThreads, SmallCallsGetFewerThreads) {
+  using kv_run::BandPlan;
+  const WorkerPool pool(4);
+  // Of one nanosecond a pixel: a thread for every 20 us.
+  EXPECT_EQ(BandPlan(pool, {}, {100, 100}, 1).threads, 1);
+  EXPECT_EQ(BandPlan(pool, {}, {399, 100}, 1).threads, 1);
+  EXPECT_EQ(BandPlan(pool, {}, {400, 100}, 1).threads, 2);
+  EXPECT_EQ(BandPlan(pool, {}, {600, 100}, 1).threads, 3);
+  EXPECT_EQ(BandPlan(pool, {}, {1080, 1920}, 1).threads, 4);
+  EXPECT_EQ(BandPlan(pool, {.threads = 2}, {1080, 1920}, 1).threads, 2);
+  EXPECT_EQ(BandPlan(pool, {}, {3, 100000}, 1).threads, 3) << "a row for each";
+  EXPECT_EQ(BandPlan(WorkerPool(Eager(4)), {}, {8, 8}, 0.01).threads, 4);
+}
+
+TEST(RunnerThreads, LongCallsAreSliced) {
+  using kv_run::BandPlan;
+  const WorkerPool pool(1);
+  EXPECT_EQ(BandPlan(pool, {}, {1000, 1000}, 1).bands, 1);
+  EXPECT_EQ(BandPlan(pool, {}, {1000, 1000}, 100).bands, 21) << "100 ms";
+  EXPECT_EQ(BandPlan(pool, {}, {10, 100000}, 1000).bands, 10) << "no less than a row";
+  EXPECT_EQ(BandPlan(pool, {}, {0, 0}, 1).bands, 1);
+  EXPECT_EQ(BandPlan(pool, {}, {1 << 20, 1 << 20}, 1000).bands, 2046) << "bands are found in 32 bits";
 }
 
 }  // namespace
