@@ -30,6 +30,14 @@ struct Mmx {
 
 /// The wide set at the level that this module runs at.
 struct Widest {
+#if defined(__aarch64__)
+  static constexpr std::wstring_view suffix = L"NEON";
+
+  template <ListedKernel Kernel>
+  static void Run(typename Kernel::Args& args) noexcept {
+    Kernel::template Run<Wide<WideLevel::Neon>>(args);
+  }
+#else
   static constexpr std::wstring_view suffix = L"SSE2";
 
   template <ListedKernel Kernel>
@@ -45,6 +53,7 @@ struct Widest {
         return Kernel::template Run<Wide<WideLevel::Sse2>>(args);
     }
   }
+#endif
 };
 
 }  // namespace kv_img

@@ -11,6 +11,7 @@
 
 #include "bench/contest.h"
 #include "bench/machine.h"
+#include "tests/support/family.h"
 
 namespace {
 
@@ -87,7 +88,7 @@ void TimeScaling(Contest& contest, const std::string& filter, int rounds, nlohma
     if (operation.bytesPerPixel == 0 || operation.name == "ParityChange") continue;
     if (operation.name.find(filter) == std::string::npos) continue;
     const auto best = std::ranges::find_if(operation.contenders, [](const kv_bench::Contender& contender) {
-      return contender.name.starts_with("kv_algoSSE2");
+      return contender.name.starts_with(kv_test::wideMember);
     });
     Scene scene(sizes[1].width, sizes[1].height);
     std::printf("%s, %s:", operation.name.c_str(), best->name.c_str());

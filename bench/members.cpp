@@ -19,6 +19,7 @@
 #include "frame/interfaces/scanning.h"
 #include "image/image_rect.h"
 #include "image/run_region.h"
+#include "tests/support/family.h"
 #include "tests/support/member.h"
 
 namespace kv_bench {
@@ -33,7 +34,7 @@ using Grey = Image<PixelGrey>;
 /// The wide member under the level that it runs at; null for levels that the processor lacks.
 std::string ContenderName(const Member& member) {
   using namespace kv_img;
-  const std::string full = "kv_algoSSE2";
+  const std::string full = kv_test::wideMember;
   if (member.Name() == full) return full + " " + NameOf(LevelInForce());
   for (const WideLevel level : wideLevels) {
     if (member.Name() == full + "_" + NameOf(level)) {

@@ -34,7 +34,7 @@ kv_member Describe(const MemberProbe& probe) {
   const std::wstring wide = probe.name;
   const std::string name(wide.begin(), wide.end());
   std::snprintf(member.name, sizeof member.name, "%s", name.c_str());
-  if (member.is_usable != 0 && name == "kv_algoSSE2") {
+  if (member.is_usable != 0 && wide == kv_img::memberWithLevels) {
     std::snprintf(member.level, sizeof member.level, "%s", kv_img::NameOf(kv_img::LevelInForce()));
   }
   std::snprintf(member.reason, sizeof member.reason, "%s", ReasonOf(probe));

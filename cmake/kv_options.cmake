@@ -9,6 +9,17 @@ if(NOT WIN32)  # There it would keep the inline parts of exported classes out of
 endif()
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
+# What the processor is called where sources are chosen by it.
+string(TOLOWER "${CMAKE_SYSTEM_PROCESSOR}" KV_ARCHITECTURE)
+if(KV_ARCHITECTURE STREQUAL "arm64")
+  set(KV_ARCHITECTURE aarch64)
+elseif(KV_ARCHITECTURE STREQUAL "amd64")
+  set(KV_ARCHITECTURE x86_64)
+endif()
+if(NOT KV_ARCHITECTURE MATCHES "^(aarch64|x86_64)$")
+  message(FATAL_ERROR "No kernels for the processor ${CMAKE_SYSTEM_PROCESSOR}: docs/architecture.md says what one needs.")
+endif()
+
 # Programs, libraries and members share one folder, as they do for a user: a member is found next to what loads it.
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)

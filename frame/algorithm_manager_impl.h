@@ -43,8 +43,14 @@ struct MemberProbe {
 };
 
 /// The members of the family, in the order in which they are probed.
-inline constexpr std::array<const wchar_t*, familySize> familyTable = {L"kv_algoC", L"kv_algoMMX",
-                                                                       L"kv_algoSSE", L"kv_algoSSE2"};
+#if defined(__aarch64__)
+inline constexpr std::array familyTable = {L"kv_algoC", L"kv_algoNEON"};
+#else
+inline constexpr std::array familyTable = {L"kv_algoC", L"kv_algoMMX", L"kv_algoSSE", L"kv_algoSSE2"};
+#endif
+static_assert(familyTable.size() <= familySize);
+/// The member with the wide kernels, which runs at a level (frame/platform/wide_level.h).
+inline constexpr std::wstring_view memberWithLevels = familyTable.back();
 
 /// What a manager works with; by default the family, this processor and no further folder. Names must outlive
 /// the manager.

@@ -9,7 +9,7 @@
 
 namespace kv_img {
 
-/// Members of the family, found or not.
+/// Members of the family, found or not, on the architecture that has most.
 inline constexpr std::size_t familySize = 4;
 
 /// What the algorithm manager found for one algorithm and one combination of pixel classes: long-lived,

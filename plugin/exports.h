@@ -20,7 +20,8 @@ extern "C" {
 KV_PLUGIN_EXPORT kv_img::AlgorithmInterface* _LoadAlgorithm(const char* name, const int* pixelClassIds,
                                                             int count);
 
-/// The bits of CPUID leaf 1, EDX, of which the processor must have at least one.
+/// The bits of the processor's feature word (kv_platform::Processor: CPUID leaf 1, EDX, on x86-64) of which at
+/// least one must be set.
 KV_PLUGIN_EXPORT std::uint32_t getCPUFeature();
 
 /// The member's rank: the highest that implements a request is taken.

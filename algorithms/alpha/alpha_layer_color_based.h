@@ -103,4 +103,7 @@ class AlphaLayerColorBasedMMX final : public AlphaLayerColorBased<Mmx, ImageType
 template <class ImageType>
 class AlphaLayerColorBasedSSE2 final : public AlphaLayerColorBased<Widest, ImageType> {};
 
+template <class ImageType>
+class AlphaLayerColorBasedNEON final : public AlphaLayerColorBased<Widest, ImageType> {};
+
 }  // namespace kv_img

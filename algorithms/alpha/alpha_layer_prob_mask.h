@@ -99,4 +99,7 @@ class AlphaLayerProbMaskMMX final : public AlphaLayerProbMask<Mmx, ImageType> {}
 template <class ImageType>
 class AlphaLayerProbMaskSSE2 final : public AlphaLayerProbMask<Widest, ImageType> {};
 
+template <class ImageType>
+class AlphaLayerProbMaskNEON final : public AlphaLayerProbMask<Widest, ImageType> {};
+
 }  // namespace kv_img

@@ -64,4 +64,7 @@ class AbsoluteDifferenceMMX final : public AbsoluteDifference<Mmx, ImageIn, Imag
 template <class ImageIn, class ImageOut>
 class AbsoluteDifferenceSSE2 final : public AbsoluteDifference<Widest, ImageIn, ImageOut> {};
 
+template <class ImageIn, class ImageOut>
+class AbsoluteDifferenceNEON final : public AbsoluteDifference<Widest, ImageIn, ImageOut> {};
+
 }  // namespace kv_img

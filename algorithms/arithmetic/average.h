@@ -90,4 +90,7 @@ class AverageMMX final : public Average<Mmx, ImageType> {};
 template <class ImageType>
 class AverageSSE2 final : public Average<Widest, ImageType> {};
 
+template <class ImageType>
+class AverageNEON final : public Average<Widest, ImageType> {};
+
 }  // namespace kv_img

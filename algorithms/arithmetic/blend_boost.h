@@ -66,4 +66,7 @@ class BlendBoostMMX final : public BlendBoost<Mmx, ImageType> {};
 template <class ImageType>
 class BlendBoostSSE2 final : public BlendBoost<Widest, ImageType> {};
 
+template <class ImageType>
+class BlendBoostNEON final : public BlendBoost<Widest, ImageType> {};
+
 }  // namespace kv_img

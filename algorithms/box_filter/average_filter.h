@@ -139,4 +139,7 @@ class AverageFilterMMX final : public AverageFilter<Mmx, ImageType> {};
 template <class ImageType>
 class AverageFilterSSE2 final : public AverageFilter<Widest, ImageType> {};
 
+template <class ImageType>
+class AverageFilterNEON final : public AverageFilter<Widest, ImageType> {};
+
 }  // namespace kv_img

@@ -84,4 +84,7 @@ class ColorConversionMMX;
 template <class ImageIn, class ImageOut>
 class ColorConversionSSE2 final : public ColorConversion<Widest, ImageIn, ImageOut> {};
 
+template <class ImageIn, class ImageOut>
+class ColorConversionNEON final : public ColorConversion<Widest, ImageIn, ImageOut> {};
+
 }  // namespace kv_img

@@ -103,4 +103,7 @@ class CopyMMX final : public Copy<Mmx, ImageIn, ImageOut> {};
 template <class ImageIn, class ImageOut>
 class CopySSE2 final : public Copy<Widest, ImageIn, ImageOut> {};
 
+template <class ImageIn, class ImageOut>
+class CopyNEON final : public Copy<Widest, ImageIn, ImageOut> {};
+
 }  // namespace kv_img

@@ -76,4 +76,7 @@ class CopyROIMMX final : public CopyROI<Mmx, ImageIn, ImageOut> {};
 template <class ImageIn, class ImageOut>
 class CopyROISSE2 final : public CopyROI<Widest, ImageIn, ImageOut> {};
 
+template <class ImageIn, class ImageOut>
+class CopyROINEON final : public CopyROI<Widest, ImageIn, ImageOut> {};
+
 }  // namespace kv_img

@@ -161,4 +161,7 @@ class FeatureFindMMX final : public FeatureFind<Mmx, ImageType> {};
 template <class ImageType>
 class FeatureFindSSE2 final : public FeatureFind<Widest, ImageType> {};
 
+template <class ImageType>
+class FeatureFindNEON final : public FeatureFind<Widest, ImageType> {};
+
 }  // namespace kv_img

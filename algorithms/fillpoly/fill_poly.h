@@ -94,4 +94,7 @@ class FillPolyMMX final : public FillPoly<Mmx, ImageType> {};
 template <class ImageType>
 class FillPolySSE2 final : public FillPoly<Widest, ImageType> {};
 
+template <class ImageType>
+class FillPolyNEON final : public FillPoly<Widest, ImageType> {};
+
 }  // namespace kv_img

@@ -153,4 +153,7 @@ class ParityChangeMMX final : public ParityChange<Mmx, ImageIn, ImageOut> {};
 template <class ImageIn, class ImageOut>
 class ParityChangeSSE2 final : public ParityChange<Widest, ImageIn, ImageOut> {};
 
+template <class ImageIn, class ImageOut>
+class ParityChangeNEON final : public ParityChange<Widest, ImageIn, ImageOut> {};
+
 }  // namespace kv_img

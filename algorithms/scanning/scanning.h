@@ -129,4 +129,7 @@ class ScanningMMX final : public Scanning<Mmx, ImageIn, ImageOut> {};
 template <class ImageIn, class ImageOut>
 class ScanningSSE2 final : public Scanning<Widest, ImageIn, ImageOut> {};
 
+template <class ImageIn, class ImageOut>
+class ScanningNEON final : public Scanning<Widest, ImageIn, ImageOut> {};
+
 }  // namespace kv_img

@@ -16,7 +16,11 @@ struct TwoVectors {
 /// The even and the odd ones of two registers of 32-bit lanes, two of the first register and two of the
 /// second in turn.
 KV_INLINE TwoVectors EvenAndOdd(const TwoVectors& lanes) {
-#if KV_REGISTER_LEVEL >= 2
+#if KV_NEON
+  const uint32x4_t first = Lanes32(lanes.first);
+  const uint32x4_t second = Lanes32(lanes.second);
+  return {From(vuzp1q_u32(first, second)), From(vuzp2q_u32(first, second))};
+#elif KV_REGISTER_LEVEL >= 2
   const __m512 first = _mm512_castsi512_ps(lanes.first);
   const __m512 second = _mm512_castsi512_ps(lanes.second);
   return {_mm512_castps_si512(_mm512_shuffle_ps(first, second, 0x88)),
@@ -54,7 +58,12 @@ struct Apart {
 
 /// Two registers of pixels from the 24 * lanes bytes of a step, nothing beyond them read.
 KV_INLINE TwoVectors Read24(const std::uint8_t* source) {
-#if KV_REGISTER_LEVEL >= 3
+#if KV_NEON
+  // Places past the register give zeros.
+  constexpr uint8x16_t fromStart = {0, 1, 2, 255, 3, 4, 5, 255, 6, 7, 8, 255, 9, 10, 11, 255};
+  constexpr uint8x16_t fromEnd = {4, 5, 6, 255, 7, 8, 9, 255, 10, 11, 12, 255, 13, 14, 15, 255};
+  return {From(vqtbl1q_u8(vld1q_u8(source), fromStart)), From(vqtbl1q_u8(vld1q_u8(source + 8), fromEnd))};
+#elif KV_REGISTER_LEVEL >= 3
   return {_mm512_permutexvar_epi8(Load(apart.fromStart), Load(source)),
           _mm512_permutexvar_epi8(Load(apart.fromEnd), Load(source + 32))};
 #elif KV_REGISTER_LEVEL >= 1
@@ -90,7 +99,10 @@ KV_INLINE TwoVectors Read32(const std::uint8_t* source) {
 KV_INLINE Vector Bytes(Vector a, Vector b, Vector c, Vector d) {
   // In every lane of 16 bytes four of a, of b, of c, of d.
   const Vector planes = KV_SIMD(packus_epi16)(KV_SIMD(packs_epi32)(a, b), KV_SIMD(packs_epi32)(c, d));
-#if KV_REGISTER_LEVEL >= 1
+#if KV_NEON
+  constexpr uint8x16_t together = {0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15};
+  return From(vqtbl1q_u8(Lanes8(planes), together));
+#elif KV_REGISTER_LEVEL >= 1
   return KV_SIMD(shuffle_epi8)(
       planes, RepeatInLanes(_mm_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15)));
 #else
@@ -117,7 +129,13 @@ KV_INLINE TwoVectors InTurn(Vector even, Vector odd) {
 
 /// Stores the three lower bytes of every 32-bit lane of two registers, 3/2 * width bytes.
 KV_INLINE void Store24(std::uint8_t* destination, const TwoVectors& pixels) {
-#if KV_REGISTER_LEVEL >= 3
+#if KV_NEON
+  constexpr uint8x16_t front = {0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 16, 17, 18, 20};
+  constexpr uint8x8_t back = {5, 6, 8, 9, 10, 12, 13, 14};
+  const uint8x16_t second = Lanes8(pixels.second);
+  vst1q_u8(destination, vqtbl2q_u8({{Lanes8(pixels.first), second}}, front));
+  vst1_u8(destination + 16, vqtbl1_u8(second, back));
+#elif KV_REGISTER_LEVEL >= 3
   struct Places {
     alignas(64) std::uint8_t at[2][64];
   };

@@ -52,6 +52,15 @@ KV_INLINE Vector MultiplyAddTo32(Vector sums, Vector a, Vector b) {
   return Add32(sums, MultiplyAdd16(a, b));
 #endif
 }
+/// The upper halves of the products of 8 * a and `gains`, for a from -4096 to 4095.
+KV_INLINE Vector MultiplyEightfoldHigh16(Vector a, Vector gains) {
+#if KV_NEON
+  // Upper halves of doubled products are one instruction, of others three.
+  return From(vqdmulhq_s16(vshlq_n_s16(LanesS16(a), 2), LanesS16(gains)));
+#else
+  return MultiplyHigh16(KV_SIMD(slli_epi16)(a, 3), gains);
+#endif
+}
 /// (a + b + 1) / 2
 KV_INLINE Vector AverageUpU8(Vector a, Vector b) {
   return KV_SIMD(avg_epu8)(a, b);
@@ -111,7 +120,9 @@ KV_INLINE Vector Xor(Vector a, Vector b) {
 }
 /// Bits of `b` where `mask` has ones, of `a` elsewhere.
 KV_INLINE Vector Select(Vector mask, Vector a, Vector b) {
-#if KV_REGISTER_LEVEL >= 2
+#if KV_NEON
+  return From(vbslq_u8(Lanes8(mask), Lanes8(b), Lanes8(a)));
+#elif KV_REGISTER_LEVEL >= 2
   return _mm512_ternarylogic_epi32(mask, a, b, 0xAC);
 #else
   return Or(And(mask, b), AndNot(mask, a));
@@ -122,12 +133,20 @@ KV_INLINE Vector Clamp16(Vector a) {
   return Min16(Max16(a, Zero()), Set16(255));
 }
 KV_INLINE Vector AbsoluteDifferenceU8(Vector a, Vector b) {
+#if KV_NEON
+  return From(vabdq_u8(Lanes8(a), Lanes8(b)));
+#else
   return Or(SubSU8(a, b), SubSU8(b, a));
+#endif
 }
 /// (a >> 1) + (b >> 1): without their lowest bits the sum is even, and nothing is left to round up.
 KV_INLINE Vector HalvedSumU8(Vector a, Vector b) {
+#if KV_NEON
+  return From(vsraq_n_u8(vshrq_n_u8(Lanes8(a), 1), Lanes8(b), 1));
+#else
   const Vector even = Set8(0xFE);
   return AverageUpU8(And(a, even), And(b, even));
+#endif
 }
 
 /// The sum of the 32-bit lanes, wrapped.

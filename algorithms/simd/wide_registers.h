@@ -1,6 +1,17 @@
 #pragma once
 
+#if defined(__aarch64__)
+// The 128-bit intrinsics of x86-64, and its types, written in those of Advanced SIMD. What comes out poorly that
+// way is written again, beside the function of the other levels, after the test for KV_NEON.
+#define SIMDE_ENABLE_NATIVE_ALIASES
+#include <simde/x86/sse2.h>
+#define KV_NEON 1
+#define KV_REGISTER_CONSTRAINT "w"
+#else
 #include <immintrin.h>
+#define KV_NEON 0
+#define KV_REGISTER_CONSTRAINT "v"
+#endif
 
 #include <cstdint>
 #include <cstring>
@@ -52,9 +63,41 @@ KV_INLINE Vector Load(const void* source) {
   std::memcpy(&vector, source, sizeof vector);
   return vector;
 }
+/// Keeps a vector in a register: the compiler neither loads nor computes it again for a later use.
+KV_INLINE void KeepInRegister(Vector& vector) {
+  asm("" : "+" KV_REGISTER_CONSTRAINT(vector));
+}
 KV_INLINE void Store(void* destination, Vector vector) {
   std::memcpy(destination, &vector, sizeof vector);
 }
+#if KV_NEON
+// A register as Advanced SIMD sees its lanes, and back.
+KV_INLINE uint8x16_t Lanes8(Vector a) {
+  return vreinterpretq_u8_s64(a);
+}
+KV_INLINE uint16x8_t Lanes16(Vector a) {
+  return vreinterpretq_u16_s64(a);
+}
+KV_INLINE int16x8_t LanesS16(Vector a) {
+  return vreinterpretq_s16_s64(a);
+}
+KV_INLINE uint32x4_t Lanes32(Vector a) {
+  return vreinterpretq_u32_s64(a);
+}
+KV_INLINE Vector From(uint8x16_t a) {
+  return vreinterpretq_s64_u8(a);
+}
+KV_INLINE Vector From(uint16x8_t a) {
+  return vreinterpretq_s64_u16(a);
+}
+KV_INLINE Vector From(int16x8_t a) {
+  return vreinterpretq_s64_s16(a);
+}
+KV_INLINE Vector From(uint32x4_t a) {
+  return vreinterpretq_s64_u32(a);
+}
+#endif
+
 KV_INLINE __m128i Load128(const void* source) {
   return _mm_loadu_si128(static_cast<const __m128i*>(source));
 }

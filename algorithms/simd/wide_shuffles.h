@@ -20,7 +20,9 @@ KV_INLINE Vector RepeatInLanes(__m128i lane) {
 
 /// The lower 16 bits of every 32-bit lane in both halves, and the upper 16 bits.
 KV_INLINE Vector RepeatLower16(Vector a) {
-#if KV_REGISTER_LEVEL >= 1
+#if KV_NEON
+  return From(vtrn1q_u16(Lanes16(a), Lanes16(a)));
+#elif KV_REGISTER_LEVEL >= 1
   return KV_SIMD(shuffle_epi8)(
       a, RepeatInLanes(_mm_setr_epi8(0, 1, 0, 1, 4, 5, 4, 5, 8, 9, 8, 9, 12, 13, 12, 13)));
 #else
@@ -28,7 +30,9 @@ KV_INLINE Vector RepeatLower16(Vector a) {
 #endif
 }
 KV_INLINE Vector RepeatUpper16(Vector a) {
-#if KV_REGISTER_LEVEL >= 1
+#if KV_NEON
+  return From(vtrn2q_u16(Lanes16(a), Lanes16(a)));
+#elif KV_REGISTER_LEVEL >= 1
   return KV_SIMD(shuffle_epi8)(
       a, RepeatInLanes(_mm_setr_epi8(2, 3, 2, 3, 6, 7, 6, 7, 10, 11, 10, 11, 14, 15, 14, 15)));
 #else
@@ -36,7 +40,11 @@ KV_INLINE Vector RepeatUpper16(Vector a) {
 #endif
 }
 KV_INLINE Vector SwapBytes16(Vector a) {
+#if KV_NEON
+  return From(vrev16q_u8(Lanes8(a)));
+#else
   return Or(ShiftLeft16<8>(a), ShiftRight16<8>(a));
+#endif
 }
 KV_INLINE Vector LowerBytes16(Vector a) {
   return And(a, Set16(0xFF));

@@ -58,7 +58,9 @@ std::filesystem::path FolderOf(const void* address);
 /// process and unloads modules that may hold the last reference to its own.
 void KeepOwnModule();
 
-/// CPUID leaf 1 of the processor; zeros if it has no such leaf.
+/// What the processor can do, in the bits in which members state what they need. On x86-64 CPUID leaf 1, zeros
+/// if the processor has no such leaf. On aarch64 a word of this project: bit 0 floating point, bit 1 Advanced
+/// SIMD; the rest is zero.
 struct Processor {
   std::uint32_t features;  ///< register EDX
   std::uint32_t model;     ///< these three from register EAX

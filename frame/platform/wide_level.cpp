@@ -25,6 +25,18 @@ std::string_view LevelAsked([[maybe_unused]] char (&buffer)[16]) {
 
 }  // namespace
 
+#if defined(__aarch64__)
+
+const char* NameOf(WideLevel /*level*/) {
+  return "neon";
+}
+
+WideLevel SupportedLevel() {
+  return WideLevel::Neon;
+}
+
+#else
+
 const char* NameOf(WideLevel level) {
   static constexpr const char* names[] = {"sse2", "avx2", "avx512", "avx512vbmi"};
   return names[static_cast<int>(level)];
@@ -41,6 +53,8 @@ WideLevel SupportedLevel() {
   const bool hasVbmi = __builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("avx512vnni");
   return hasVbmi ? WideLevel::Avx512Vbmi : WideLevel::Avx512;
 }
+
+#endif
 
 WideLevel LevelInForce() {
   char buffer[16];

@@ -5,6 +5,13 @@
 namespace kv_img {
 
 /// Instruction sets that the wide kernels are built for; each includes those before it.
+#if defined(__aarch64__)
+enum class WideLevel : std::uint8_t {
+  Neon  ///< Advanced SIMD, 128 bits
+};
+
+inline constexpr WideLevel wideLevels[] = {WideLevel::Neon};
+#else
 enum class WideLevel : std::uint8_t {
   Sse2,       ///< what every x86-64 processor has
   Avx2,       ///< 256 bits
@@ -14,14 +21,15 @@ enum class WideLevel : std::uint8_t {
 
 inline constexpr WideLevel wideLevels[] = {WideLevel::Sse2, WideLevel::Avx2, WideLevel::Avx512,
                                            WideLevel::Avx512Vbmi};
+#endif
 
-/// "sse2", "avx2", "avx512" or "avx512vbmi".
+/// "sse2", "avx2", "avx512" or "avx512vbmi"; "neon" on aarch64.
 const char* NameOf(WideLevel level);
 
 /// The highest level that both processor and operating system allow.
 WideLevel SupportedLevel();
 
-/// The level that kv_algoSSE2 runs at: the supported one, or a lower one that the environment variable
+/// The level that the member with the wide kernels runs at: the supported one, or a lower one that the environment variable
 /// KV_LEVEL names. Another word is ignored. Allocates nothing.
 WideLevel LevelInForce();
 

@@ -32,7 +32,8 @@ std::string StateOf(const MemberProbe& probe) {
 
 /// The level that a member works at; empty for those that have none.
 std::string LevelOf(const MemberProbe& probe) {
-  const bool hasLevels = probe.finding == MemberProbe::Finding::Usable && Narrow(probe.name) == "kv_algoSSE2";
+  const bool hasLevels =
+      probe.finding == MemberProbe::Finding::Usable && probe.name == kv_img::memberWithLevels;
   return hasLevels ? kv_img::NameOf(kv_img::LevelInForce()) : "";
 }
 

@@ -5,6 +5,7 @@
 #include "frame/algorithm_list.h"
 #include "frame/interfaces/copy.h"
 #include "tests/support/expect_error.h"
+#include "tests/support/family.h"
 #include "tests/support/member.h"
 #include "tests/support/random.h"
 #include "tests/support/test_image.h"
@@ -196,8 +197,8 @@ TYPED_TEST(PortableCopy, SizeMismatchIsRefusedInTheMembersName) {
 }
 
 TYPED_TEST(PortableCopy, OnlyThePortableMemberOffersIt) {
-  const Member mmx("kv_algoMMX");
-  EXPECT_EQ((Find<typename TestFixture::In, typename TestFixture::Out>(mmx)), nullptr);
+  const Member member(commonMember);
+  EXPECT_EQ((Find<typename TestFixture::In, typename TestFixture::Out>(member)), nullptr);
 }
 
 template <class... In, class... Out>

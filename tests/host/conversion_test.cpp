@@ -6,6 +6,7 @@
 #include "host/errors.h"
 #include "host/formats/packing.h"
 #include "host/raster_image.h"
+#include "tests/support/family.h"
 #include "tests/support/random.h"
 
 namespace {
@@ -94,7 +95,7 @@ TEST(Family, AnUnknownMemberIsNamed) {
     FAIL();
   } catch (const NoMemberError& error) {
     EXPECT_NE(std::string(error.what()).find("kv_algoX"), std::string::npos);
-    EXPECT_NE(std::string(error.what()).find("kv_algoMMX"), std::string::npos);
+    EXPECT_NE(std::string(error.what()).find(kv_test::commonMember), std::string::npos);
   }
 }
 
@@ -103,16 +104,16 @@ TEST(Family, WhatNobodyOffersIsNamed) {
   using Scanning = kv_img::ScanningAlgorithmInterface<Bitmap, Bitmap>;
   const int id = kv_img::PixelDIB24::ClassID;
   try {
-    Family("kv_algoMMX").Require<Scanning>("Scanning", {id, id});
+    Family(kv_test::commonMember).Require<Scanning>("Scanning", {id, id});
     FAIL();
   } catch (const NoMemberError& error) {
-    EXPECT_STREQ(error.what(),
-                 "no member of the family offers Scanning for these pictures (only kv_algoMMX was asked)");
+    EXPECT_EQ(error.what(), std::string("no member of the family offers Scanning for these pictures (only ") +
+                                kv_test::commonMember + " was asked)");
   }
 }
 
 TEST(Family, OneMemberAloneCanBeAsked) {
-  const Family family("kv_algoMMX");
+  const Family family(kv_test::commonMember);
   const kv_run::WorkerPool pool(1);
   kv_test::Random random(15);
   const Raster grey = RandomRaster(random, RasterKind::Grey8, 8, 2);

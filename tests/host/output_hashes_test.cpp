@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "tests/host/program.h"
+#include "tests/support/family.h"
 #include "tests/support/temp_folder.h"
 
 namespace {
@@ -71,7 +72,7 @@ TEST_P(OutputHashes, AreThoseOfTheList) {
 TEST(OutputHashesOfColours, AreThoseOfTheListFromTheWideMember) {
   const auto lines = Lines("# ColorConversion");
   ASSERT_GT(lines.size(), 15U);
-  ExpectHashes(lines, " --threads 2 --member kv_algoSSE2");
+  ExpectHashes(lines, std::string(" --threads 2 --member ") + kv_test::wideMember);
 }
 
 INSTANTIATE_TEST_SUITE_P(Members, OutputHashes,

@@ -10,6 +10,7 @@
 #include "frame/interfaces/copy.h"
 #include "image/image.h"
 #include "tests/host/program.h"
+#include "tests/support/family.h"
 #include "tests/support/member.h"
 #include "tests/support/temp_folder.h"
 
@@ -84,7 +85,7 @@ TEST(SelfTest, TheProgramAnswersWithATableAndAVerdict) {
   const kv_test::TempFolder temp;
   const Outcome outcome = kv_test::RunKv(temp.Path(), "selftest --rounds 5 --seed 3");
   EXPECT_EQ(outcome.status, 0) << outcome.err;
-  EXPECT_NE(outcome.out.find("kv_algoMMX"), std::string::npos);
+  EXPECT_NE(outcome.out.find(kv_test::wideMember), std::string::npos);
   EXPECT_NE(outcome.out.find("all is equal (seed 3)"), std::string::npos) << outcome.out;
   EXPECT_EQ(kv_test::RunKv(temp.Path(), "selftest --rounds 5 --seed 3").out, outcome.out);
 }
@@ -133,7 +134,7 @@ TEST(SelfTest, OneMemberAloneIsCompared) {
   EXPECT_EQ(outcome.status, 0) << outcome.err;
   EXPECT_NE(outcome.out.find("kv_algoC    61 operations, 61 calls: all equal"), std::string::npos)
       << outcome.out;
-  EXPECT_EQ(outcome.out.find("kv_algoMMX"), std::string::npos) << outcome.out;
+  EXPECT_EQ(outcome.out.find(kv_test::wideMember), std::string::npos) << outcome.out;
 }
 
 TEST(SelfTest, WithoutAMemberThereIsNothingToCompare) {

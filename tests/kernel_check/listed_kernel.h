@@ -1,6 +1,8 @@
 #pragma once
 
+#include <iterator>
 #include <type_traits>
+#include <utility>
 
 #include "algorithms/simd/kernel.h"
 #include "tests/kernel_check/kernel_case.h"
@@ -16,17 +18,19 @@ template <class Kernel, class Make>
 std::vector<Variant> AllSets(Make make) {
   using kv_img::WideLevel;
   std::vector<Variant> variants = {{"scalar", make(&Kernel::template Run<kv_img::Scalar>)}};
+#if !defined(__aarch64__)
   if constexpr (!requires { Kernel::isWithoutMmx; }) {
     variants.push_back({"mmx", make(&Kernel::template Run<kv_img::Mmx>)});
   }
+#endif
   const auto add = [&]<WideLevel level>() {
     variants.push_back({kv_img::NameOf(level), make(&Kernel::template Run<kv_img::Wide<level>>),
                         level <= kv_img::SupportedLevel()});
   };
-  add.template operator()<WideLevel::Sse2>();
-  add.template operator()<WideLevel::Avx2>();
-  add.template operator()<WideLevel::Avx512>();
-  add.template operator()<WideLevel::Avx512Vbmi>();
+  [&]<std::size_t... i>(std::index_sequence<i...>) {
+    (add.template operator()<kv_img::wideLevels[i]>(), ...);
+  }
+  (std::make_index_sequence<std::size(kv_img::wideLevels)>());
   return variants;
 }
 

@@ -10,6 +10,7 @@
 #include "frame/algorithm_manager_impl.h"
 #include "frame/interfaces/alpha_layer_prob_mask.h"
 #include "frame/platform/platform.h"
+#include "tests/support/family.h"
 #include "tests/support/loaded_module.h"
 #include "tests/support/test_image.h"
 
@@ -41,8 +42,8 @@ struct HostModule {
 /// Loads both members, lets those of `lookers` look up, unloads those of `unloaded` in this order, and exits.
 [[noreturn]] void RunScenario(const std::string& lookers, const std::string& unloaded) {
   const HostModule c(L"kv_algoC");
-  const HostModule mmx(L"kv_algoMMX");
-  const auto memberOf = [&](char letter) -> const HostModule& { return letter == 'C' ? c : mmx; };
+  const HostModule other(wideCommonMember);
+  const auto memberOf = [&](char letter) -> const HostModule& { return letter == 'C' ? c : other; };
   for (const char letter : lookers) memberOf(letter).LookUpFilter();
   for (const char letter : unloaded) memberOf(letter).Unload();
   std::exit(0);
@@ -70,13 +71,13 @@ INSTANTIATE_TEST_SUITE_P(Orders, Unloading,
 [[noreturn]] void RunWithHostManager(bool managerFirst) {
   if (managerFirst) kv_img::AlgorithmManager::GetInstance();
   const HostModule c(L"kv_algoC");
-  const HostModule mmx(L"kv_algoMMX");
-  mmx.LookUpFilter();
+  const HostModule other(wideCommonMember);
+  other.LookUpFilter();
   c.LookUpFilter();
   const int id = kv_img::PixelNoColor<unsigned char>::ClassID;
   kv_img::AlgorithmManagerImpl::GetInstance()->AskMember(L"kv_algoC", "AverageFilter", &id, 1);
-  kv_img::AlgorithmManagerImpl::GetInstance()->AskMember(L"kv_algoMMX", "AverageFilter", &id, 1);
-  mmx.Unload();
+  kv_img::AlgorithmManagerImpl::GetInstance()->AskMember(wideCommonMember, "AverageFilter", &id, 1);
+  other.Unload();
   c.Unload();
   std::exit(0);
 }
@@ -88,13 +89,14 @@ TEST(UnloadingDeathTest, EndsCleanlyBesideTheManagerOfTheHost) {
 }
 
 TEST(UnloadedMember, DoesNotKeepItselfLoaded) {
-  const HostModule mmx(L"kv_algoMMX");
-  const auto file = mmx.module.file;
-  const auto filterFile = file.parent_path() / (std::string("kv_algoSSE2") + moduleExtension);
-  mmx.LookUpFilter();
+  // One that another member outranks.
+  const HostModule member(std::string_view(commonMember) == wideMember ? L"kv_algoC" : wideCommonMember);
+  const auto file = member.module.file;
+  const auto filterFile = file.parent_path() / (std::string(wideMember) + moduleExtension);
+  member.LookUpFilter();
   EXPECT_TRUE(IsModuleLoaded(file));
   EXPECT_TRUE(IsModuleLoaded(filterFile));
-  mmx.Unload();
+  member.Unload();
   EXPECT_FALSE(IsModuleLoaded(file));
   EXPECT_FALSE(IsModuleLoaded(filterFile)) << "left loaded by a manager that is gone";
 }

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "image/image.h"
+#include "tests/support/family.h"
 
 // What may be asked of a member, and what each must answer.
 namespace kv_test {
@@ -98,7 +99,7 @@ inline std::set<Request> PortableRequests() {
 inline std::set<Request> RequestsOf(const std::string& member) {
   std::set<Request> requests = CommonRequests();
   if (member == "kv_algoC") requests.merge(PortableRequests());
-  if (member.starts_with("kv_algoSSE2")) requests.insert({"AverageFilter", {noColorImage}});
+  if (member.starts_with(wideMember)) requests.insert({"AverageFilter", {noColorImage}});
   return requests;
 }
 

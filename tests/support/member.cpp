@@ -37,12 +37,16 @@ std::wstring Member::Suffix() const {
 
 const std::vector<Member>& Members() {
   static const std::vector<Member> members = {
-      Member("kv_algoC"),
-      Member("kv_algoMMX"),
-      Member("kv_algoSSE2"),
-      Member("kv_algoSSE2", "_sse2"),
-      Member("kv_algoSSE2", "_avx2"),
-      Member("kv_algoSSE2", "_avx512"),
+    Member("kv_algoC"),
+#if defined(__aarch64__)
+    Member("kv_algoNEON"),
+#else
+    Member("kv_algoMMX"),
+    Member("kv_algoSSE2"),
+    Member("kv_algoSSE2", "_sse2"),
+    Member("kv_algoSSE2", "_avx2"),
+    Member("kv_algoSSE2", "_avx512"),
+#endif
   };
   return members;
 }

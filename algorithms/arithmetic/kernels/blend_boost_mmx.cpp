@@ -1,5 +1,5 @@
 #include "algorithms/arithmetic/kernels/blend_boost.h"
-#include "algorithms/packed422/lanes_mmx.h"
+#include "algorithms/packed422/kernels/lanes_mmx.h"
 
 namespace kv_img::arithmetic {
 namespace {

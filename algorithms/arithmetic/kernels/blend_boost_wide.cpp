@@ -1,5 +1,5 @@
 #include "algorithms/arithmetic/kernels/blend_boost.h"
-#include "algorithms/packed422/lanes_wide.h"
+#include "algorithms/packed422/kernels/lanes_wide.h"
 
 namespace kv_img::arithmetic {
 namespace {

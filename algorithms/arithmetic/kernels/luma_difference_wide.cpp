@@ -1,6 +1,6 @@
 #define KV_HALF_REGISTERS
 #include "algorithms/arithmetic/kernels/luma_difference.h"
-#include "algorithms/packed422/lanes_wide.h"
+#include "algorithms/packed422/kernels/lanes_wide.h"
 
 namespace kv_img::arithmetic {
 namespace {

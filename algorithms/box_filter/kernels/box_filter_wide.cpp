@@ -25,7 +25,7 @@ KV_INLINE Vector UpperSums(Vectors... pixels) {
 /// Loaded once: g++ would reload it for every use, across two cache lines.
 KV_INLINE Vector LoadOnce(const std::uint8_t* pixels) {
   Vector vector = Load(pixels);
-  asm("" : "+v"(vector));
+  KeepInRegister(vector);
   return vector;
 }
 

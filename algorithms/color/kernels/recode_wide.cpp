@@ -1,5 +1,5 @@
 #include "algorithms/color/kernels/recode.h"
-#include "algorithms/packed422/lanes_wide.h"
+#include "algorithms/packed422/kernels/lanes_wide.h"
 #include "algorithms/simd/bitmap_pixels.h"
 
 namespace kv_img::color {

@@ -1,4 +1,5 @@
 #include "algorithms/copy/kernels/rgb_to_yuv.h"
+#include "algorithms/packed422/kernels/lanes_wide.h"
 #include "algorithms/simd/bitmap_pixels.h"
 
 namespace kv_img::copy {
@@ -38,6 +39,65 @@ constexpr BytePlaces thirdBytesInTurn = [] {
   return places;
 }();
 #endif
+
+#if KV_NEON
+
+// Loads take pixels apart: a register a component, eight pixels each.
+KV_INLINE uint8x8x3_t ReadStep24(const std::uint8_t* source) {
+  return vld3_u8(source);
+}
+KV_INLINE uint8x8x4_t ReadStep32(const std::uint8_t* source) {
+  return vld4_u8(source);
+}
+KV_INLINE Vector FourthBytes(const uint8x8x4_t& pixels) {
+  return From(vcombine_u8(pixels.val[3], pixels.val[3]));
+}
+
+template <PackedOrder order>
+class Converter {
+ public:
+  explicit Converter(const RgbToYuvMatrix& matrix) : matrix_(matrix) {}
+
+  /// Packed 4:2:2 of eight pixels.
+  template <class Planes>
+  KV_INLINE Vector Convert(const Planes& pixels) const {
+    const int16x8_t blue = vreinterpretq_s16_u16(vmovl_u8(pixels.val[0]));
+    const int16x8_t green = vreinterpretq_s16_u16(vmovl_u8(pixels.val[1]));
+    const int16x8_t red = vreinterpretq_s16_u16(vmovl_u8(pixels.val[2]));
+    const auto whole = [&](const RgbWeights& weights) {
+      const auto wb = static_cast<std::int16_t>(weights.blue);
+      const auto wg = static_cast<std::int16_t>(weights.green);
+      const auto wr = static_cast<std::int16_t>(weights.red);
+      int32x4_t lower = vmull_n_s16(vget_low_s16(blue), wb);
+      int32x4_t upper = vmull_high_n_s16(blue, wb);
+      lower = vmlal_n_s16(lower, vget_low_s16(green), wg);
+      upper = vmlal_high_n_s16(upper, green, wg);
+      lower = vmlal_n_s16(lower, vget_low_s16(red), wr);
+      upper = vmlal_high_n_s16(upper, red, wr);
+      return vshrn_high_n_s32(vshrn_n_s32(lower, 15), upper, 15);
+    };
+    // Offsets are whole, so that they may be added to what is left of the sums.
+    const int16x8_t luma =
+        vaddq_s16(whole(matrix_.luma), vdupq_n_s16(static_cast<std::int16_t>(matrix_.lumaOffset)));
+    const int16x8_t cb = whole(matrix_.cb);
+    const int16x8_t cr = whole(matrix_.cr);
+    const int16x8_t means = vhaddq_s16(vtrn1q_s16(cb, cr), vtrn2q_s16(cb, cr));
+    const int16x8_t chroma = vaddq_s16(means, vdupq_n_s16(static_cast<std::int16_t>(matrix_.chromaOffset)));
+    return JoinLanes<order>(From(luma), From(chroma));
+  }
+
+ private:
+  RgbToYuvMatrix matrix_;
+};
+
+#else
+
+KV_INLINE TwoVectors ReadStep24(const std::uint8_t* source) {
+  return Read24(source);
+}
+KV_INLINE TwoVectors ReadStep32(const std::uint8_t* source) {
+  return Read32(source);
+}
 
 struct Pixels {
   Vector blueRed;
@@ -125,12 +185,14 @@ Vector FourthBytes(const TwoVectors& pixels) {
 #endif
 }
 
+#endif
+
 template <PackedOrder order>
 void Convert24(RgbToYuv::Args& args) {
   const Converter<order> converter(args.matrix);
   Walk<Dib24ToYuv422::Streams, width / 16>(
       args, [&converter](const std::uint8_t* source, std::uint8_t* destination) {
-        Store(destination, converter.Convert(Read24(source)));
+        Store(destination, converter.Convert(ReadStep24(source)));
       });
 }
 
@@ -139,7 +201,7 @@ void Convert32(RgbToYuv::Args& args) {
   const Converter<order> converter(args.matrix);
   Walk<Dib32ToYuv422::Streams, width / 8>(
       args, [&converter](const std::uint8_t* source, std::uint8_t* destination) {
-        Store(destination, converter.Convert(Read32(source)));
+        Store(destination, converter.Convert(ReadStep32(source)));
       });
 }
 
@@ -148,7 +210,7 @@ void Convert32WithAlpha(Dib32ToYuva422::Args& args) {
   const Converter<order> converter(args.matrix);
   Walk<Dib32ToYuva422::Streams, width / 8>(
       args, [&converter](const std::uint8_t* source, std::uint8_t* destination, std::uint8_t* alpha) {
-        const TwoVectors pixels = Read32(source);
+        const auto pixels = ReadStep32(source);
         Store(destination, converter.Convert(pixels));
         StoreLowerHalf(alpha, FourthBytes(pixels));
       });

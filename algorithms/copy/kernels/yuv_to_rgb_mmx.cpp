@@ -1,5 +1,5 @@
 #include "algorithms/copy/kernels/yuv_to_rgb.h"
-#include "algorithms/packed422/lanes_mmx.h"
+#include "algorithms/packed422/kernels/lanes_mmx.h"
 
 namespace kv_img::copy {
 namespace {

@@ -1,5 +1,5 @@
 #include "algorithms/copy/kernels/yuv_to_rgb.h"
-#include "algorithms/packed422/lanes_wide.h"
+#include "algorithms/packed422/kernels/lanes_wide.h"
 
 namespace kv_img::copy {
 namespace {
@@ -26,11 +26,11 @@ class Converter {
     const Vector y = LumaLanes<order>(packed);
     const Vector c = ChromaLanes<order>(packed);
     // Times 8, so that the upper half of a product with a gain is in units of 1 / 8192.
-    const Vector luma = MultiplyHigh16(ShiftLeft16<3>(Sub16(y, lumaOffset_)), luma_);
-    const Vector chroma = ShiftLeft16<3>(Sub16(c, chromaOffset_));
-    const Vector blueAndRed = MultiplyHigh16(chroma, blueAndRed_);
+    const Vector luma = MultiplyEightfoldHigh16(Sub16(y, lumaOffset_), luma_);
+    const Vector chroma = Sub16(c, chromaOffset_);
+    const Vector blueAndRed = MultiplyEightfoldHigh16(chroma, blueAndRed_);
     // The upper halves of the 32-bit sums.
-    const Vector green = MultiplyAdd16(chroma, green_);
+    const Vector green = MultiplyAdd16(ShiftLeft16<3>(chroma), green_);
     return {Add16(luma, RepeatUpper16(blueAndRed)), Add16(luma, RepeatUpper16(green)),
             Add16(luma, RepeatLower16(blueAndRed))};
   }
@@ -115,6 +115,20 @@ void ConvertStep24(const Converter<order>& converter, const std::uint8_t* source
     Store(destination + part * width,
           _mm512_mask_permutexvar_epi8(blueGreen, places.isRed[part], Load(places.red[part]), red));
   }
+}
+
+#elif KV_NEON
+
+constexpr int groupsPerStep24 = width / 8;
+
+template <PackedOrder order>
+KV_INLINE void ConvertStep24(const Converter<order>& converter, const std::uint8_t* source,
+                             std::uint8_t* destination) {
+  const RgbLanes first = converter.Convert(Load(source));
+  const RgbLanes second = converter.Convert(Load(source + width));
+  vst3q_u8(destination,
+           {{Lanes8(Narrow16To8(first.blue, second.blue)), Lanes8(Narrow16To8(first.green, second.green)),
+             Lanes8(Narrow16To8(first.red, second.red))}});
 }
 
 #else

@@ -135,6 +135,57 @@ void AddPositions(const BlockSad::Args& args, const std::uint8_t* searched, std:
   for (std::int32_t position = 0; position < positions; ++position) sums[position] += added[position];
 }
 
+#elif KV_NEON
+
+// The reference stays in a register for several positions.
+constexpr std::int32_t positionsAtOnce = 8;
+constexpr std::int32_t leastPositions = 2;
+/// Two differences a row fit into a 16-bit lane.
+constexpr std::int32_t rowsInLane = 128;
+
+/// Adds the differences of the columns of a register, or of those that are `counted`, at positionsAtOnce positions.
+template <bool areAllCounted>
+KV_INLINE void AddColumns(const BlockSad::Args& args, const std::uint8_t* reference,
+                          const std::uint8_t* searched, uint8x16_t counted,
+                          uint32x4_t (&added)[positionsAtOnce]) {
+  const auto load = [counted](const std::uint8_t* bytes) {
+    const uint8x16_t all = vld1q_u8(bytes);
+    return areAllCounted ? all : vandq_u8(all, counted);
+  };
+  for (std::int32_t rows = args.rows; rows > 0; rows -= rowsInLane) {
+    uint16x8_t lanes[positionsAtOnce];
+    for (uint16x8_t& lane : lanes) lane = vdupq_n_u16(0);
+    for (std::int32_t row = rows < rowsInLane ? rows : rowsInLane; row > 0; --row) {
+      const uint8x16_t one = load(reference);
+      for (std::int32_t position = 0; position < positionsAtOnce; ++position) {
+        const uint8x16_t other = load(searched + position);
+        const uint16x8_t sum = vabal_u8(lanes[position], vget_low_u8(one), vget_low_u8(other));
+        lanes[position] = vabal_high_u8(sum, one, other);
+      }
+      reference += args.referenceStride;
+      searched += args.searchedStride;
+    }
+    for (std::int32_t position = 0; position < positionsAtOnce; ++position)
+      added[position] = vpadalq_u16(added[position], lanes[position]);
+  }
+}
+
+/// Adds the differences at up to positionsAtOnce positions to the sum of each.
+void AddPositions(const BlockSad::Args& args, const std::uint8_t* searched, std::int32_t positions,
+                  std::uint32_t* sums) {
+  uint32x4_t added[positionsAtOnce];
+  for (uint32x4_t& sum : added) sum = vdupq_n_u32(0);
+  std::int32_t column = 0;
+  for (; column + width <= args.columns; column += width)
+    AddColumns<true>(args, args.reference + column, searched + column, Lanes8(Zero()), added);
+  if (column < args.columns) {
+    AddColumns<false>(args, args.reference + column, searched + column,
+                      Lanes8(LowestBytes(args.columns - column)), added);
+  }
+  for (std::int32_t position = 0; position < positions; ++position)
+    sums[position] += vaddvq_u32(added[position]);
+}
+
 #endif
 
 }  // namespace
@@ -142,7 +193,7 @@ void AddPositions(const BlockSad::Args& args, const std::uint8_t* searched, std:
 template <>
 void BlockSad::Run<Wide<level>>(Args& args) noexcept {
   std::int32_t position = 0;
-#if KV_WIDE_LEVEL >= 1
+#if KV_WIDE_LEVEL >= 1 || KV_NEON
   while (args.positions - position >= leastPositions) {
     const std::int32_t left = args.positions - position;
     const std::int32_t positions = left < positionsAtOnce ? left : positionsAtOnce;

@@ -1,4 +1,4 @@
-#include "algorithms/packed422/lanes_wide.h"
+#include "algorithms/packed422/kernels/lanes_wide.h"
 #include "algorithms/scanning/kernels/pan_row.h"
 
 namespace kv_img::scanning {

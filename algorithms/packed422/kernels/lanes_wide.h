@@ -21,8 +21,14 @@ KV_INLINE Vector ChromaLanes(Vector pixels) {
 /// The pixels with this luma and chroma, bytes in 16-bit lanes.
 template <PackedOrder order>
 KV_INLINE Vector JoinLanes(Vector luma, Vector chroma) {
+#if KV_NEON
+  const Vector lower = order == PackedOrder::LumaFirst ? luma : chroma;
+  const Vector upper = order == PackedOrder::LumaFirst ? chroma : luma;
+  return From(vsliq_n_u16(Lanes16(lower), Lanes16(upper), 8));
+#else
   return order == PackedOrder::LumaFirst ? Or(luma, ShiftLeft16<8>(chroma))
                                          : Or(ShiftLeft16<8>(luma), chroma);
+#endif
 }
 
 }  // namespace

@@ -1,0 +1,20 @@
+#pragma once
+
+/// The members that are built for this architecture, by the part that they play in tests.
+namespace kv_test {
+
+#if defined(__aarch64__)
+/// The one with the wide kernels, which outranks all others.
+inline constexpr const char* wideMember = "kv_algoNEON";
+inline constexpr const wchar_t* wideSuffix = L"NEON";
+/// One that offers the 22 common combinations and not every other.
+inline constexpr const char* commonMember = wideMember;
+inline constexpr const wchar_t* wideCommonMember = L"kv_algoNEON";
+#else
+inline constexpr const char* wideMember = "kv_algoSSE2";
+inline constexpr const wchar_t* wideSuffix = L"SSE2";
+inline constexpr const char* commonMember = "kv_algoMMX";
+inline constexpr const wchar_t* wideCommonMember = L"kv_algoMMX";
+#endif
+
+}  // namespace kv_test
