@@ -35,14 +35,19 @@ void SpinBarrier::Wait() {
   {
     const std::lock_guard guard(lock_);
     ThrowIfStopped();
+    // Written under this lock alone, which orders the load.
     round = generation_.load(std::memory_order_relaxed);
     isLast = ++arrived_ == threadCount_;
     if (isLast) {
       arrived_ = 0;
+      // What the threads that came earlier wrote happened before: each released this lock before the last took it. The
+      // store releases all of it to those that see it.
       generation_.store(1 - round, std::memory_order_release);
     }
   }
   if (!isLast) {
+    // No thread can come two rounds ahead, as each round needs all: two values are enough. Acquired, so that what the
+    // threads wrote before they arrived is seen after the wait.
     while (generation_.load(std::memory_order_acquire) == round &&
            stopState_.load(std::memory_order_acquire) == running) {
     }
@@ -60,8 +65,9 @@ void SpinBarrier::RequestErrorStop() noexcept {
 
 void SpinBarrier::EndCall(std::int32_t state, const SpinBarrierException& exception) noexcept {
   const std::lock_guard guard(lock_);
+  // Written under this lock alone, which orders the load.
   if (stopState_.load(std::memory_order_relaxed) != running) return;
-  // Threads copy the exception after they have seen the state.
+  // Threads copy the exception after they have acquired the state: the store releases it, and nobody writes it again.
   stopException_ = exception;
   stopState_.store(state, std::memory_order_release);
 }
