@@ -17,7 +17,7 @@ grep -rlIF -e "$work/first" -e "$source" -e "$build" "$prefix" && fail "these fi
 echo "== kv"
 "$prefix/bin/kv" --version
 "$prefix/bin/kv" members --for Copy:yuv422:dib24
-grep -qF "$libraries/kv_algo/kv_algoMMX.so" <<<"$("$prefix/bin/kv" members)" || fail "members are not taken from $libraries/kv_algo"
+grep -qE "$libraries/kv_algo/kv_algo(MMX|NEON).so" <<<"$("$prefix/bin/kv" members)" || fail "members are not taken from $libraries/kv_algo"
 
 run_examples() {
   (cd "$1" && ./host picture.ppm && ./guide && ./stop && ./threads && if [ -e opencv ]; then ./opencv; fi)
@@ -81,6 +81,6 @@ echo "== the host's own folder comes first"
 cp "$libraries/kv_algo/kv_algoC.so" "$libraries/libkv_Math.so.0" "$work/cmake/"
 loaded=$(LD_DEBUG=files "$work/cmake/host" "$work/cmake/again.ppm" 2>&1 | grep 'calling init.*kv_algo' || true)
 grep -q "$work/cmake/kv_algoC.so" <<<"$loaded" || fail "kv_algoC beside the program was not loaded"
-grep -q "$libraries/kv_algo/kv_algoMMX.so" <<<"$loaded" || fail "kv_algoMMX was not found in $libraries/kv_algo"
+grep -qE "$libraries/kv_algo/kv_algo(MMX|NEON).so" <<<"$loaded" || fail "the other members were not found in $libraries/kv_algo"
 cmp "$work/cmake/picture.ppm" "$work/cmake/again.ppm"
 echo "all is well"
