@@ -11,7 +11,7 @@
 namespace {
 
 constexpr int width = 720;
-constexpr int height = 4;
+constexpr int height = 16;
 
 constexpr const char* usage =
     "instructions                             lists operations, contenders and pixels of a call\n"
