@@ -1,0 +1,26 @@
+"""Image processing for packed YUV 4:2:2 video, on NumPy arrays.
+
+Every function takes arrays as views, positive and negative row strides included, and computes in the library libkv_c;
+nothing is copied on the way. `Context` and `set_threads` choose the number of threads: 1 unless they say otherwise.
+"""
+
+from ._colour import convert, copy, copy_region
+from ._context import Context, set_threads
+from ._errors import BadArgument, Error, NoMember, OutOfMemory, SizeMismatch, Stopped, Unsupported
+from ._fields import change_parity, pan
+from ._library import library as _loaded
+from ._library import library_path
+from ._masks import alpha_from_color, alpha_from_difference, average, blend, box_filter, difference
+from ._members import Member, members
+from ._regions import Region
+from ._search import Match, ScoreMap, clip_polygon, find, find_subpixel
+from ._video import VideoFrame, read, write
+
+__version__: str = _loaded.kv_version_string().decode()
+
+__all__ = [
+    "BadArgument", "Context", "Error", "Match", "Member", "NoMember", "OutOfMemory", "Region", "ScoreMap",
+    "SizeMismatch", "Stopped", "Unsupported", "VideoFrame", "alpha_from_color", "alpha_from_difference", "average", "blend",
+    "box_filter", "change_parity", "clip_polygon", "convert", "copy", "copy_region", "difference", "find",
+    "find_subpixel", "library_path", "members", "pan", "read", "set_threads", "write",
+]
