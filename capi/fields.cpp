@@ -6,6 +6,7 @@
 #include "capi/view.h"
 #include "frame/interfaces/parity_change.h"
 #include "frame/interfaces/scanning.h"
+#include "run/parity_methods.h"
 
 namespace kv_capi {
 namespace {
@@ -63,6 +64,28 @@ class ParityBands {
   bool isWhole_;
   bool takesUpper_;
 };
+
+/// The methods that move whole lines, plane by plane.
+void ChangeLines(const Call& call, const Frame& from, const Frame& to, int method) {
+  const int height = from.height;
+  const int tasks = call.TasksFor(std::int64_t{from.width} * height, height);
+  const bool becomesBottomFirst = from.view->field_order != KV_FIELDS_BOTTOM_FIRST;
+  call.ForEachTask(tasks, [&](int index) {
+    const RowsOfTask rows = RowsOf(height, tasks, index);
+    const int last = rows.first + rows.count - 1;
+    for (int plane = 0; plane < from.format->planes; ++plane) {
+      const auto bytes = static_cast<std::size_t>(RowBytes(*from.format, plane, from.width));
+      const kv_run::PlaneRows<const std::uint8_t> source{from.Row(plane, 0), from.view->strides[plane]};
+      const kv_run::PlaneRows<std::uint8_t> destination{to.Row(plane, 0), to.view->strides[plane]};
+      if (method == KV_PARITY_LINE) {
+        const auto shift = becomesBottomFirst ? kv_run::LineShift::Down : kv_run::LineShift::Up;
+        kv_run::ShiftLines(source, destination, bytes, height, rows.first, last, shift);
+      } else {
+        kv_run::InterpolateFields(source, destination, bytes, height, rows.first, last);
+      }
+    }
+  });
+}
 
 kv_pan_options CheckOptions(const kv_pan_options* options) {
   CheckStruct("options", options, "kv_pan_options_init");
@@ -196,14 +219,24 @@ kv_status kv_change_parity(kv_context* context, const kv_frame* source, kv_frame
     const Call with(context, call);
     const Frame from = CheckFrame("source", source);
     const Frame to = CheckFrame("destination", destination);
-    CheckStorage(from, Storage::Packed, packedFormats);
-    CheckStorage(to, Storage::Packed, packedFormats);
+    CheckRange("method", method, KV_PARITY_BLEND, KV_PARITY_FIELD);
+    if (method == KV_PARITY_BLEND) {
+      CheckStorage(from, Storage::Packed, packedFormats);
+      CheckStorage(to, Storage::Packed, packedFormats);
+    } else {
+      CheckSameFormat(from, to);
+    }
     CheckSameSize(from, to);
     CheckNoOverlap(from, to);
     const CallRegion where("region", region, to);
     CheckRectangular("region", where);
-    CheckRange("method", method, KV_PARITY_BLEND, KV_PARITY_BLEND);
-    ParityBands(with, from, to, where, region == nullptr).Run();
+    if (method == KV_PARITY_BLEND) {
+      ParityBands(with, from, to, where, region == nullptr).Run();
+    } else if (region != nullptr) {
+      Fail(KV_UNSUPPORTED, "region is given; only KV_PARITY_BLEND works inside regions");
+    } else {
+      ChangeLines(with, from, to, method);
+    }
     destination->field_order =
         source->field_order == KV_FIELDS_BOTTOM_FIRST ? KV_FIELDS_TOP_FIRST : KV_FIELDS_BOTTOM_FIRST;
   });

@@ -253,11 +253,15 @@ KV_API kv_status kv_alpha_from_difference(kv_context* context, const kv_frame* f
                                           kv_frame* destination, const kv_region* region, int32_t gain,
                                           int32_t window, const kv_call* call);
 
-enum { KV_PARITY_BLEND = 0 };
-/** Moves a packed 4:2:2 frame by half a line to the other field parity, with the mean of neighbouring lines
- * (KV_PARITY_BLEND, the one `method` so far). Sets the destination's field_order to the opposite of the source's
- * (progressive counts as top first). With a region, which must be a rectangle, single pixels at its ends are written
- * too; without, the last width mod 4 pixels of averaged lines stay. */
+enum {
+  KV_PARITY_BLEND = 0, /**< the mean of neighbouring lines: half a line, packed 4:2:2 */
+  KV_PARITY_LINE = 1,  /**< a line down (to bottom first) or up; nothing is interpolated; any format */
+  KV_PARITY_FIELD = 2  /**< every line from the two beside it, of the other field; any format */
+};
+/** A frame of the other field parity, by a KV_PARITY_…. Sets the destination's field_order to the opposite of the
+ * source's (progressive counts as top first). KV_PARITY_BLEND takes a region, which must be a rectangle: single pixels
+ * at its ends are then written too; without, the last width mod 4 pixels of averaged lines stay. The other methods take
+ * whole frames of one format. */
 KV_API kv_status kv_change_parity(kv_context* context, const kv_frame* source, kv_frame* destination,
                                   const kv_region* region, int32_t method, const kv_call* call);
 
@@ -345,8 +349,7 @@ KV_API kv_status kv_clip_polygon(const double* points, size_t count, double left
                                  size_t* pieces, size_t piece_capacity, size_t* piece_count);
 
 /*
- * Later versions of the library add, without changing what is here: kv_track_…, further methods of
- * kv_change_parity, kv_mask_levels, kv_composite, kv_difference_stats. Structs keep their sizes; new fields take
+ * Later versions of the library add, without changing what is here: kv_track_…, kv_mask_levels, kv_composite, kv_difference_stats. Structs keep their sizes; new fields take
  * the place of reserved ones, whose 0 stays the default.
  */
 

@@ -47,6 +47,38 @@ TEST(DoorParity, WholeFramesAndRegions) {
   });
 }
 
+TEST(DoorParity, LinesAndFieldsOfEveryFormat) {
+  std::mt19937 random(9);
+  const Context context = MakeContext(3);
+  for (int format = 1; format <= KV_FORMAT_RGB565; ++format) {
+    ForEachWidth([&](int width, Placement placement, bool isBottomUp) {
+      const int height = 1 + width % 5;
+      GuardedFrame from(format, width, height, placement, isBottomUp);
+      GuardedFrame to(format, width, height, placement);
+      from.Fill(random);
+      from->field_order = KV_FIELDS_TOP_FIRST + width / 2 % 2;
+      const bool isDown = from->field_order == KV_FIELDS_TOP_FIRST;
+      for (const int method : {KV_PARITY_LINE, KV_PARITY_FIELD}) {
+        ASSERT_EQ(kv_change_parity(context.get(), from.Get(), to.Get(), nullptr, method, nullptr), KV_OK)
+            << kv_last_error();
+        EXPECT_EQ(to->field_order, isDown ? KV_FIELDS_BOTTOM_FIRST : KV_FIELDS_TOP_FIRST);
+        for (int plane = 0; plane < from.Planes(); ++plane) {
+          for (int y = 0; y < height; ++y) {
+            const int above = y > 0 ? y - 1 : std::min(1, height - 1);
+            const int below = y < height - 1 ? y + 1 : std::max(0, height - 2);
+            const int moved = isDown ? std::max(y - 1, 0) : std::min(y + 1, height - 1);
+            for (std::int64_t x = 0; x < from.RowBytes(plane); ++x) {
+              const int mean = (from.Row(plane, above)[x] + from.Row(plane, below)[x] + 1) / 2;
+              const int expected = method == KV_PARITY_LINE ? from.Row(plane, moved)[x] : mean;
+              ASSERT_EQ(to.Row(plane, y)[x], expected) << format << ' ' << width << ' ' << method << ' ' << y;
+            }
+          }
+        }
+      }
+    });
+  }
+}
+
 class DoorPan : public testing::TestWithParam<int> {};
 
 TEST_P(DoorPan, SameBytesAsTheFamilys) {

@@ -48,7 +48,12 @@ TEST(WrongArguments, OwnArguments) {
        [](Arguments& a) { a.gain = -1; }},
       {"kv_alpha_from_difference", KV_BAD_ARGUMENT, "gain is 65537", [](Arguments& a) { a.gain = 65537; }},
       {"kv_blend", KV_BAD_ARGUMENT, "region: columns", [](Arguments& a) { a.region = a.outside.get(); }},
-      {"kv_change_parity", KV_BAD_ARGUMENT, "method is 1; 0 to 0", [](Arguments& a) { a.method = 1; }},
+      {"kv_change_parity", KV_BAD_ARGUMENT, "method is 3; 0 to 2", [](Arguments& a) { a.method = 3; }},
+      {"kv_change_parity", KV_UNSUPPORTED, "region is given",
+       [](Arguments& a) {
+         a.method = KV_PARITY_LINE;
+         a.region = a.small.get();
+       }},
       {"kv_pan", KV_BAD_ARGUMENT, "options is null", [](Arguments& a) { a.pan = nullptr; }},
       {"kv_pan", KV_BAD_ARGUMENT, "options->direction is 3", [](Arguments& a) { a.pan->direction = 3; }},
       {"kv_pan", KV_BAD_ARGUMENT, "options->steps is 0", [](Arguments& a) { a.pan->steps = 0; }},
