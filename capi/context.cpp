@@ -18,7 +18,7 @@ constexpr std::size_t mostKept = 64;
 std::wstring CheckMember(const char* name, const std::string& member) {
   std::string usable;
   for (const kv_img::LibraryEntry& entry : kv_img::AlgorithmManagerImpl::GetInstance()->UsableLibraries()) {
-    const std::wstring wide = entry.name;
+    std::wstring wide = entry.name;
     const std::string narrow(wide.begin(), wide.end());
     if (narrow == member) return wide;
     usable += (usable.empty() ? "" : ", ") + narrow;

@@ -195,8 +195,8 @@ void CopyPlanarRegion(const Call& call, const Frame& source, const Frame& destin
   View<Planar> all(source);
   ShiftRows(all, source, destination, from, to);
   // The rule converts a whole row's pixels from the run's start on, whatever the run's length.
-  const auto planeBytes = static_cast<std::size_t>(2 * source.width + 64);
-  const auto packedBytes = static_cast<std::size_t>(2 * (destination.width + 2 * source.width + 64));
+  const auto planeBytes = 2 * static_cast<std::size_t>(source.width) + 64;
+  const auto packedBytes = 2 * static_cast<std::size_t>(destination.width) + 2 * planeBytes;
   constexpr int rowsOfTask = 16;
   const int rows = from.Rows();
   const int tasks = std::max(call.TasksFor(from.Pixels(), rows), (rows + rowsOfTask - 1) / rowsOfTask);

@@ -13,14 +13,10 @@ namespace {
 // Plain memory: nothing has to be destroyed when a thread ends after the library was unloaded.
 thread_local char lastError[512];
 
-void Print(const char* format, std::va_list arguments) noexcept {
-  std::vsnprintf(lastError, sizeof lastError, format, arguments);
-}
-
 [[KV_PRINTF_LIKE(1, 2)]] void Set(const char* format, ...) noexcept {
   std::va_list arguments;
   va_start(arguments, format);
-  Print(format, arguments);
+  std::vsnprintf(lastError, sizeof lastError, format, arguments);
   va_end(arguments);
 }
 
@@ -55,7 +51,7 @@ kv_status StatusOfCode(std::uint32_t code) {
 void Fail(kv_status status, const char* format, ...) {
   std::va_list arguments;
   va_start(arguments, format);
-  Print(format, arguments);
+  std::vsnprintf(lastError, sizeof lastError, format, arguments);
   va_end(arguments);
   throw Failure{status};
 }
