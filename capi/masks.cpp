@@ -123,13 +123,13 @@ kv_status kv_box_filter(kv_context* context, const kv_frame* source, kv_frame* d
   });
 }
 
-kv_status kv_blend(kv_context* context, const kv_frame* background, const kv_frame* foreground,
+kv_status kv_blend(kv_context* context, const kv_frame* foreground, const kv_frame* background,
                    const kv_frame* mask, kv_frame* destination, const kv_region* region,
                    const kv_call* call) {
   return Guarded([&] {
     const Call with(context, call);
-    const Frame b = CheckPacked("background", background);
-    const Frame a = CheckPacked("foreground", foreground);
+    const Frame b = CheckPacked("foreground", foreground);
+    const Frame a = CheckPacked("background", background);
     const Frame weights = CheckGrey("mask", mask);
     const Frame to = CheckPacked("destination", destination);
     CheckSameSize(b, a);

@@ -236,9 +236,10 @@ KV_API kv_status kv_average(kv_context* context, const kv_frame* first, const kv
 KV_API kv_status kv_box_filter(kv_context* context, const kv_frame* source, kv_frame* destination,
                                const kv_region* region, int32_t window, const kv_call* call);
 
-/** `foreground` over `background`, packed 4:2:2 of one format, by a GRAY8 mask and the difference of their luma. Every
- * run is a multiple of four pixels. In place: the destination may be either of them. */
-KV_API kv_status kv_blend(kv_context* context, const kv_frame* background, const kv_frame* foreground,
+/** Two packed 4:2:2 frames of one format under a GRAY8 mask: `foreground` where it is 255, `background` where it is 0 and
+ * their luma is equal. The weight rises where the background is brighter. Every run is a multiple of four pixels. In
+ * place: the destination may be either of them. */
+KV_API kv_status kv_blend(kv_context* context, const kv_frame* foreground, const kv_frame* background,
                           const kv_frame* mask, kv_frame* destination, const kv_region* region, const kv_call* call);
 
 /** A GRAY8 mask, 255 where two packed 4:2:2 frames have the same colour, smoothed by a window of 1 to 255. The mask

@@ -108,16 +108,16 @@ def box_filter(a: Planes, k: int, region: RegionLike = None, *, out: Planes | No
     return result
 
 
-def blend(background: Planes, foreground: Planes, mask: Planes, *, region: RegionLike = None, format: str = "uyvy",
+def blend(foreground: Planes, background: Planes, mask: Planes, *, region: RegionLike = None, format: str = "uyvy",
           width: int | None = None, out: Planes | None = None) -> Result:
-    """A picture over another: where ``mask`` is 255 there is ``background``, where it is 0 ``foreground``.
+    """A picture over another: where ``mask`` is 255 there is ``foreground``, where it is 0 ``background``.
 
-    The weight of ``background`` is raised by the luma of ``foreground`` and lowered by its own:
-    ``clip(mask + Y_foreground - Y_background, 0, 255) // 2`` of 128.
+    The weight of ``foreground`` is raised by the luma of ``background`` and lowered by its own:
+    ``clip(mask + Y_background - Y_foreground, 0, 255) // 2`` of 128.
 
     Parameters
     ----------
-    background, foreground : (height, width + width % 2, 2) array of uint8
+    foreground, background : (height, width + width % 2, 2) array of uint8
         Packed 4:2:2 of one format and size.
     mask : (height, width) array of uint8
     region : Region or (left, top, width, height), optional
@@ -126,7 +126,7 @@ def blend(background: Planes, foreground: Planes, mask: Planes, *, region: Regio
     format : {"uyvy", "yuy2"}
     width : int, optional
     out : (height, width + width % 2, 2) array of uint8, optional
-        May be ``background`` or ``foreground``. None: a copy of ``background``.
+        May be ``foreground`` or ``background``. None: a copy of ``foreground``.
 
     Returns
     -------
@@ -135,22 +135,22 @@ def blend(background: Planes, foreground: Planes, mask: Planes, *, region: Regio
     Examples
     --------
     >>> import numpy as np, kv_algo
-    >>> back, front = np.full((1, 4, 2), 50, np.uint8), np.full((1, 4, 2), 200, np.uint8)
-    >>> kv_algo.blend(back, front, np.array([[0, 0, 255, 255]], np.uint8))[0, :, 1].tolist()
+    >>> front, back = np.full((1, 4, 2), 50, np.uint8), np.full((1, 4, 2), 200, np.uint8)
+    >>> kv_algo.blend(front, back, np.array([[0, 0, 255, 255]], np.uint8))[0, :, 1].tolist()
     [112, 112, 51, 51]
     """
     form = format_of("format", format, PACKED)
-    back, front = view("background", background, form, width), view("foreground", foreground, form, width)
-    same_size(back, front)
+    front, back = view("foreground", foreground, form, width), view("background", background, form, width)
+    same_size(front, back)
     by = view("mask", mask, GREY)
-    same_size(back, by)
+    same_size(front, by)
     if out is None:
-        out = back.arrays[0].copy()
-    result, to = destination(out, form, back)
-    if region is None and back.width % 4 != 0 and back.width > 4:
-        region = (0, 0, back.width // 4 * 4, back.height)
+        out = front.arrays[0].copy()
+    result, to = destination(out, form, front)
+    if region is None and front.width % 4 != 0 and front.width > 4:
+        region = (0, 0, front.width // 4 * 4, front.height)
     where = region_of("region", region, to)
-    _context.run(library.kv_blend, back.ref(), front.ref(), by.ref(), to.ref(), handle(where))
+    _context.run(library.kv_blend, front.ref(), back.ref(), by.ref(), to.ref(), handle(where))
     return result
 
 

@@ -133,7 +133,7 @@ TEST_F(DoorMasks, BlendAlsoInPlace) {
     GuardedFrame to(format, width, height, placement);
     for (GuardedFrame* frame : {&a, &b, &mask, &to}) frame->Fill(random);
     const Runs runs(random, width, 4);
-    // In turn: into a frame of its own, over the background, over the foreground.
+    // In turn: into a frame of its own, over the foreground, over the background.
     GuardedFrame& into = width % 3 == 0 ? to : width % 3 == 1 ? b : a;
     const auto expected = ImageOf<Packed>(into);
     kv_std::SpinBarrier barrier(1);

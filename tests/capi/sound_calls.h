@@ -102,7 +102,7 @@ inline const std::vector<Function>& Functions() {
          return kv_box_filter(a.context, a.frames[0], a.frames[1], a.region, a.window, a.call);
        }},
       {"kv_blend",
-       {"background", "foreground", "mask", "destination"},
+       {"foreground", "background", "mask", "destination"},
        "ppgp",
        [](Arguments& a) {
          return kv_blend(a.context, a.frames[0], a.frames[1], a.frames[2], a.frames[3], a.region, a.call);

@@ -128,8 +128,8 @@ CASES = [
     # Sizes of several.
     (lambda: kv.difference(U, V[:4]), ValueError, "^b is 16 x 4 pixels, a 16 x 8; they must be equal$"),
     (lambda: kv.average(G, H[:, :8]), ValueError, "^b is 8 x 8 pixels, a 16 x 8"),
-    (lambda: kv.blend(U, V[:4], G), ValueError, "^foreground is 16 x 4 pixels, background 16 x 8"),
-    (lambda: kv.blend(U, V, G[:4]), ValueError, "^mask is 16 x 4 pixels, background 16 x 8"),
+    (lambda: kv.blend(U, V[:4], G), ValueError, "^background is 16 x 4 pixels, foreground 16 x 8"),
+    (lambda: kv.blend(U, V, G[:4]), ValueError, "^mask is 16 x 4 pixels, foreground 16 x 8"),
     (lambda: kv.alpha_from_color(U, V[:, :8], 3), ValueError, "^b is 8 x 8"),
     (lambda: kv.alpha_from_difference(G, H[:2], 3), ValueError, "^b is 16 x 2"),
     # Windows and numbers.
