@@ -2,10 +2,8 @@
 
 #include <algorithm>
 
-#include "host/conversion.h"
 #include "host/errors.h"
-#include "host/formats/picture_reader.h"
-#include "host/frames.h"
+#include "host/gallery/curator.h"
 #include "host/gallery/heat_map.h"
 #include "host/gallery/photograph.h"
 #include "host/gallery/retouch.h"
@@ -17,10 +15,9 @@ namespace fs = std::filesystem;
 
 constexpr int panFrames = 24;
 
-class Tour {
+class Tour : Curator {
  public:
-  Tour(const std::string& picture, const Studio& studio)
-      : studio_(studio), pool_(studio.threads), engine_{family_, pool_} {
+  Tour(const std::string& picture, const Studio& studio) : Curator(studio) {
     Photograph photograph = ReadPhotograph(picture, engine_);
     photo_ = std::move(photograph.frame);
     room_.note = std::move(photograph.note);
@@ -48,74 +45,6 @@ class Tour {
   }
 
  private:
-  static std::string Text(int width, int height) {
-    return std::to_string(width) + "x" + std::to_string(height);
-  }
-  std::string Shown(const std::string& name) const { return studio_.prefix + name; }
-  std::string Path(const std::string& name) const { return (studio_.folder / Shown(name)).string(); }
-
-  void Write(const std::string& name, const Raster& picture) const {
-    PictureWriter writer(Path(name));
-    WriteConverted(writer, picture, engine_);
-    writer.Commit();
-  }
-
-  /// Runs a command line whose file names begin with @; the best of three runs counts.
-  CommandResult Run(const std::vector<std::string>& words, const std::string& algorithm) const {
-    std::vector<std::string> arguments;
-    for (const std::string& word : words) {
-      arguments.push_back(word.starts_with('@') ? Path(word.substr(1)) : word);
-    }
-    // Clipping works on one thread.
-    if (words.front() != "clip") {
-      arguments.insert(arguments.end(), {"--threads", std::to_string(studio_.threads)});
-    }
-    CommandResult best = studio_.run(arguments, algorithm);
-    for (int again = 0; again < 2; ++again) {
-      best.milliseconds = std::min(best.milliseconds, studio_.run(arguments, algorithm).milliseconds);
-    }
-    return best;
-  }
-
-  std::string CommandLine(const std::vector<std::string>& words) const {
-    std::string line = "kv";
-    for (const std::string& word : words) {
-      const std::string shown = word.starts_with('@') ? Shown(word.substr(1)) : word;
-      line += shown.find(' ') == std::string::npos ? " " + shown : " \"" + shown + "\"";
-    }
-    return line;
-  }
-
-  Plate PlateOf(const std::string& name, const std::string& caption) const {
-    Plate plate{.file = Shown(name), .caption = caption};
-    if (name.ends_with(".png")) {
-      const Raster picture = *PictureReader(Path(name)).Next();
-      plate.width = picture.width;
-      plate.height = picture.height;
-    } else {
-      plate.width = width_;
-      plate.height = height_;
-    }
-    return plate;
-  }
-
-  void Add(const std::string& algorithm, const std::string& title, const std::string& text,
-           const std::vector<std::string>& words, std::vector<Plate> before,
-           const std::vector<Plate>& after) {
-    const CommandResult result = Run(words, algorithm);
-    Exhibit exhibit{.title = title,
-                    .text = text,
-                    .command = CommandLine(words),
-                    .answer = result.answer,
-                    .algorithm = algorithm,
-                    .member = result.member,
-                    .milliseconds = result.milliseconds,
-                    .before = std::move(before),
-                    .after = {}};
-    for (const Plate& plate : after) exhibit.after.push_back(PlateOf(plate.file, plate.caption));
-    room_.exhibits.push_back(std::move(exhibit));
-  }
-
   void MakeInputs() {
     // Room for a second view, a little further to the right and down.
     const int x = (photo_.width - width_) / 8 * 2;
@@ -307,14 +236,7 @@ class Tour {
         {}, {{.file = "pieces.svg", .caption = "polygon, region (dashed) and pieces"}});
   }
 
-  const Studio& studio_;
-  Family family_;
-  kv_run::WorkerPool pool_;
-  Engine engine_;
   Raster photo_;
-  int width_ = 0;
-  int height_ = 0;
-  Room room_;
   Plate scene_;
   Plate other_;
   Plate moved_;
