@@ -8,6 +8,8 @@
 
 namespace kv_test {
 
+inline constexpr int packedFormats[] = {KV_FORMAT_UYVY, KV_FORMAT_YUY2};
+
 template <class InterfaceClass>
 struct AskedFor {
   using Interface = InterfaceClass;

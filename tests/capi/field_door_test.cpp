@@ -13,8 +13,6 @@ using Packed = kv_img::PixelYUV422;
 using PackedImage = kv_img::Image<Packed>;
 using kv_img::ImageRect;
 
-constexpr int packedFormats[] = {KV_FORMAT_UYVY, KV_FORMAT_YUY2};
-
 TEST(DoorParity, WholeFramesAndRegions) {
   std::mt19937 random(3);
   const Context context = MakeContext(3);

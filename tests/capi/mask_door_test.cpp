@@ -18,7 +18,6 @@ using Grey = kv_img::PixelNoColor<unsigned char>;
 using PackedImage = kv_img::Image<Packed>;
 using GreyImage = kv_img::Image<Grey>;
 
-constexpr int packedFormats[] = {KV_FORMAT_UYVY, KV_FORMAT_YUY2};
 constexpr int height = 7;
 
 /// One run for each row, and the same as a region of the door's.
