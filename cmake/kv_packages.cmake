@@ -5,7 +5,11 @@ set(CPACK_PACKAGE_VENDOR "kv_algo")
 set(CPACK_PACKAGE_CONTACT "kv_algo maintainers <developers@kv-algo.invalid>")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR}/packages)
-set(CPACK_COMPONENTS_ALL runtime dev tools c cdev)
+set(packaged runtime dev tools c cdev)
+if(TARGET kv_av)
+  list(APPEND packaged av)
+endif()
+set(CPACK_COMPONENTS_ALL ${packaged})
 set(CPACK_STRIP_FILES ON)
 set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_LIST_DIR}/debian_finish.cmake)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
@@ -33,6 +37,13 @@ set(CPACK_DEBIAN_DEV_DESCRIPTION "image-processing plug-ins for video, developme
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME kv-algo-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION video)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${runtime} (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_TOOLS_PACKAGE_RECOMMENDS kv-algo-av)
+set(CPACK_DEBIAN_AV_PACKAGE_NAME kv-algo-av)
+set(CPACK_DEBIAN_AV_PACKAGE_SECTION video)
+set(CPACK_DEBIAN_AV_PACKAGE_DEPENDS "kv-algo-tools (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_AV_DESCRIPTION "image-processing plug-ins for video, files by FFmpeg
+ The module through which the program kv reads MP4, MOV, MXF, JPEG, TIFF and
+ what else FFmpeg's libraries decode, in a process of its own with limits.")
 set(CPACK_DEBIAN_TOOLS_DESCRIPTION "image-processing plug-ins for video, command line
  The program kv converts, compares, filters, blends, pans and searches pictures
  and video through the best plug-in that the processor can run.")
@@ -68,7 +79,7 @@ file(WRITE ${papers}/changelog "kv-algo (${PROJECT_VERSION}) unstable; urgency=m
 
  -- ${CPACK_PACKAGE_CONTACT}  ${now}
 ")
-foreach(component runtime dev tools c cdev)
+foreach(component IN LISTS packaged)
   string(TOUPPER ${component} upper)
   install(FILES ${papers}/copyright DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_${upper}_PACKAGE_NAME}
     COMPONENT ${component})

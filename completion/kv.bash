@@ -22,6 +22,7 @@ _kv() {
       --range | --colour-range) words='limited full' ;;
       --chroma) words='left centre' ;;
       --resample) words='linear nearest' ;;
+      --on-error) words='stop skip' ;;
       --direction) words='left right up down' ;;
       *)
         compopt -o default 2>/dev/null

@@ -7,6 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "frame/platform/platform.h"
+#include "host/av/av_reader.h"
+#include "host/av/worker.h"
 #include "host/commands/command.h"
 #include "host/errors.h"
 #include "host/family.h"
@@ -16,6 +19,7 @@
 #include "host/session.h"
 #include "host/text_stream.h"
 #include "image/errors/kv_exception.h"
+#include "image/library_address.h"
 
 namespace kv_host {
 namespace {
@@ -25,7 +29,7 @@ constexpr const char* seeHelp = " (kv --help shows what there is)";
 /// As reports are when there is no memory to make them.
 constexpr const char* outOfMemoryReport =
     R"({"version":1,"command":null,"status":2,"error":{"code":"outOfMemory","message":"out of memory",)"
-    R"("file":null,"offset":null},"files":[],"operations":[],"colours":[],"result":null})"
+    R"("file":null,"offset":null},"files":[],"operations":[],"colours":[],"inputs":[],"result":null})"
     "\n";
 
 /// Before the options are parsed, which may fail.
@@ -65,6 +69,9 @@ void RunCommand(std::vector<std::string> arguments, Session& session) {
 void Run(std::vector<std::string> arguments, Session& session) {
   try {
     RunCommand(std::move(arguments), session);
+    if (const auto& damage = AvLogOfProgram().damage) {
+      session.failure = {BadInput, "format", damage->what(), damage->File(), damage->Offset()};
+    }
   } catch (const CLI::ParseError& error) {
     session.failure = {BadInput, "usage", std::string(error.what()) + seeHelp};
   } catch (const UsageError& error) {
@@ -84,13 +91,26 @@ void Run(std::vector<std::string> arguments, Session& session) {
   }
 }
 
+/// Where the module for other files may be: with the members, beside the program or as they are installed.
+std::vector<std::filesystem::path> AvModules() {
+  static const char anchor = 0;
+  std::vector<std::filesystem::path> modules;
+  for (const std::filesystem::path& folder :
+       {kv_platform::FolderOf(&anchor), kv_platform::FolderOf(kv_img::AddressInImageLibrary()) / "kv_algo"}) {
+    if (folder.is_absolute()) modules.push_back(folder / "kv_av.so");
+  }
+  return modules;
+}
+
 }  // namespace
 
 int RunProgram(int argc, char** argv) {
+  if (const int status = RunAvWorker(argc, argv); status >= 0) return status;
   PrepareProcess();
   RemoveUnfinishedFilesWhenInterrupted();
   Session session;
   try {
+    EnableAv(AvModules());
     std::vector<std::string> arguments = Arguments(argc, argv);
     session.json = AsksForReport(arguments);
     Run(std::move(arguments), session);

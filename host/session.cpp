@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "host/av/av_reader.h"
 #include "host/formats/byte_sink.h"
 
 namespace kv_host {
@@ -41,6 +42,19 @@ JsonText ColoursOf(const OperationLog& log) {
   return crossings;
 }
 
+JsonText InputsOfProgram() {
+  JsonText inputs = JsonText::Array();
+  for (const AvNote& note : AvLogOfProgram().notes) {
+    inputs.Add(JsonText::Object()
+                   .Add("file", note.file)
+                   .Add("container", note.container)
+                   .Add("codec", note.codec)
+                   .Add("pixels", note.pixels)
+                   .Add("path", note.path));
+  }
+  return inputs;
+}
+
 JsonText ErrorOf(const Failure& failure) {
   JsonText error = JsonText::Object();
   error.Add("code", failure.code).Add("message", failure.message);
@@ -56,7 +70,7 @@ std::string Session::Report() const {
   report.Add("command", NotEmpty(command)).Add("status", Status());
   report.Add("error", failure ? std::optional(ErrorOf(*failure)) : std::nullopt);
   report.Add("files", files).Add("operations", OperationsOf(log));
-  report.Add("colours", ColoursOf(log)).Add("result", result);
+  report.Add("colours", ColoursOf(log)).Add("inputs", InputsOfProgram()).Add("result", result);
   return report.Text() + "\n";
 }
 

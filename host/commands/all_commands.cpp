@@ -5,6 +5,7 @@ namespace kv_host {
 void AddAllCommands(CLI::App& app, Session& session) {
   AddDemoCommand(app, session);
   AddMembersCommand(app, session);
+  AddInfoCommand(app, session);
   AddConvertCommand(app, session);
   AddCopyRoiCommand(app, session);
   AddDifferenceCommand(app, session);

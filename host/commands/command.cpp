@@ -119,6 +119,25 @@ void InputOptions::AddTo(CLI::App& command, const std::string& option) {
           "how 10 bits become 8: none, the nearest, or ordered (default: none)")
       ->check(CLI::IsMember(dithers))
       ->type_name("NAME");
+  AddAvTo(command);
+}
+
+void InputOptions::AddAvTo(CLI::App& command) {
+  command.add_option("--stream", av.stream, "stream of a container, from 0 (default: its main video)")
+      ->check(CLI::NonNegativeNumber)
+      ->type_name("N");
+  command
+      .add_option_function<std::string>(
+          "--on-error", [this](const std::string& given) { av.skipDamaged = given == "skip"; },
+          "after a damaged frame: stop, with the frames before it, or skip it (default: stop)")
+      ->check(CLI::IsMember({"stop", "skip"}))
+      ->type_name("NAME");
+  command
+      .add_option_function<int>(
+          "--max-memory", [this](int given) { av.maxMemory = std::int64_t{given} << 20U; },
+          "memory of the decoder in MiB (default: a quarter of the machine's)")
+      ->check(CLI::Range(16, 1 << 20))
+      ->type_name("MIB");
 }
 
 void InputOptions::AddWithFramesTo(CLI::App& command) {
@@ -160,6 +179,7 @@ PictureWriter OutputOptions::Open(const ClipPart& clip) const {
 
 ReadOptions InputOptions::Get() const {
   ReadOptions options;
+  options.av = av;
   if (!frames.empty()) options.frames = ParseFrameRange(frames, "--frames");
   if (!size.empty()) {
     const Size parsed = ParseSize(size, sizeOption);

@@ -68,9 +68,12 @@ struct InputOptions {
   std::string frames;
   std::optional<Interlace> fields;
   Dither dither = Dither::None;
+  AvOptions av;
 
   /// `option` takes the size of frames that have no header.
   void AddTo(CLI::App& command, const std::string& option = "--size");
+  /// Those of files that the module reads.
+  void AddAvTo(CLI::App& command);
   /// --frames too, for commands that work on every frame.
   void AddWithFramesTo(CLI::App& command);
   ReadOptions Get() const;
@@ -126,6 +129,7 @@ void AddFindCommand(CLI::App& app, Session& session);
 void AddClipCommand(CLI::App& app, Session& session);
 void AddJoinCommand(CLI::App& app, Session& session);
 void AddDemoCommand(CLI::App& app, Session& session);
+void AddInfoCommand(CLI::App& app, Session& session);
 void AddSelfTestCommand(CLI::App& app, Session& session);
 
 }  // namespace kv_host

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
 #include "host/formats/file_name.h"
 #include "host/formats/format_error.h"
@@ -111,6 +112,17 @@ void ByteSource::Skip(std::uint64_t count, std::string_view what) {
     done += got;
     if (got < step) FailShort(what, count, done);
   }
+}
+
+int ByteSource::Descriptor() const {
+  return DescriptorOf(file_.get());
+}
+
+std::vector<std::uint8_t> ByteSource::TakeAhead() {
+  if (size_) return {};
+  const std::size_t buffered = BufferedBytes(file_.get());
+  Peek(peeked_.size() + buffered);
+  return std::exchange(peeked_, {});
 }
 
 void ByteSource::Fail(const std::string& problem) const {

@@ -47,6 +47,11 @@ class ByteSource {
   /// Passes over `count` bytes; throws FormatError if there are fewer.
   void Skip(std::uint64_t count, std::string_view what);
 
+  /// For whoever reads on without this object: the system's number of the file, and what was read of a pipe but not
+  /// consumed. Of a file, which can be read from its start again, there is nothing.
+  int Descriptor() const;
+  std::vector<std::uint8_t> TakeAhead();
+
   /// Throws FormatError for the byte at the current offset.
   [[noreturn]] void Fail(const std::string& problem) const;
   /// Throws the FormatError for `what` that wanted `wanted` bytes, `got` of which were there.

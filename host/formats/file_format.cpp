@@ -86,6 +86,14 @@ std::string NamesOf(Predicate isWanted) {
 }  // namespace
 
 const FormatTraits& TraitsOf(FileFormat format) {
+  static const FormatTraits any = [] {
+    FormatTraits traits{};
+    traits.format = FileFormat::Av;
+    traits.name = "av";
+    traits.stream = true;
+    return traits;
+  }();
+  if (format == FileFormat::Av) return any;
   return *std::find_if(Formats.begin(), Formats.end(),
                        [=](const auto& traits) { return traits.format == format; });
 }

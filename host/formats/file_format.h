@@ -34,6 +34,7 @@ enum class FileFormat {
   Ppm,
   Pnm,  ///< PGM or PPM, as the picture is grey or coloured.
   Png,
+  Av,  ///< Whatever FFmpeg's libraries read, through the module.
 };
 
 /// Two bytes of every unit that a file has the other way round than the raster.

@@ -58,18 +58,21 @@ FileFormat Decide(ByteSource& source, const std::string& name, const ReadOptions
   const auto shown = FormatOfContent(source);
   if (shown) return *shown;
   if (source.AtEnd()) throw FormatError(source.Name(), 0, "the file is empty");
-  if (const auto start = source.Peek(2); start.size() == 2 && start[0] == 0xFF && start[1] == 0xD8) {
+  if (const auto start = source.Peek(2);
+      !IsAvEnabled() && start.size() == 2 && start[0] == 0xFF && start[1] == 0xD8) {
     throw FormatError(source.Name(), 0,
                       "JPEG is not read; convert it first, as in ffmpeg -i photo.jpg photo.png");
   }
   if (named) return *named;
+  if (IsAvEnabled()) return FileFormat::Av;
   throw FormatError(source.Name(), 0, "the format is not known; name it: " + FormatNames());
 }
 
 std::unique_ptr<FrameReader> MakeFrameReader(ByteSource& source, FileFormat format,
-                                             const ReadOptions& options) {
+                                             const ReadOptions& options, std::int64_t first) {
   const FormatTraits& traits = TraitsOf(format);
   if (format == FileFormat::Y4m) return std::make_unique<Y4mReader>(source, options.dither);
+  if (format == FileFormat::Av) return OpenAv(source, options.av, first);
   if (!traits.raw) return std::make_unique<PictureSequence>(source, format);
   if (options.width == 0 && options.height == 0) {
     throw FormatError(source.Name(),
@@ -89,7 +92,9 @@ PictureReader::PictureReader(const std::string& name, const ReadOptions& options
       files_(FilesOf(name)),
       source_(files_.front()),
       format_(Decide(*source_, files_.front(), options)),
-      frames_(MakeFrameReader(*source_, format_, options)),
+      // Of a sequence those before the range are passed over here.
+      frames_(MakeFrameReader(*source_, format_, options, files_.size() == 1 ? options.frames.first : 0)),
+      count_(frames_->FirstNumber()),
       range_(options.frames) {}
 
 std::optional<std::int64_t> PictureReader::Length() const {
@@ -105,7 +110,7 @@ bool PictureReader::OpenNext() {
   frames_.reset();
   source_.emplace(name);
   format_ = Decide(*source_, name, options_);
-  frames_ = MakeFrameReader(*source_, format_, options_);
+  frames_ = MakeFrameReader(*source_, format_, options_, 0);
   return true;
 }
 

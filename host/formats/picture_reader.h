@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "host/av/av_reader.h"
 #include "host/formats/byte_source.h"
 #include "host/formats/file_format.h"
 #include "host/formats/frame_range.h"
@@ -20,6 +21,7 @@ struct ReadOptions {
   FrameRange frames = {};                 ///< Which of its pictures are read.
   Interlace fields = Interlace::Unknown;  ///< Of raw frames; other files state their own.
   Dither dither = Dither::None;           ///< For samples of 10 bits.
+  AvOptions av = {};                      ///< For files that the module reads.
 };
 
 /// The pictures of a file or of standard input, in any format that FileFormat lists. The format is the
@@ -41,6 +43,9 @@ class PictureReader {
   const FrameRange& Range() const { return range_; }
   /// How many pictures the file holds, where its size shows it.
   std::optional<std::int64_t> Length() const;
+
+  /// What its container declares; null for the formats that need no module.
+  const KvAvInfo* Declared() const { return frames_->Declared(); }
 
   /// Number of the picture that Next gives next, from 0 for the file's first.
   std::int64_t NextNumber() const;

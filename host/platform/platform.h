@@ -27,6 +27,12 @@ bool IsErrorTerminal();
 /// As std::fopen, whatever letters the name holds; null, and errno, when the file cannot be opened.
 std::FILE* OpenFile(const std::filesystem::path& file, const char* mode);
 
+/// The system's number of an open file.
+int DescriptorOf(std::FILE* file);
+
+/// How many bytes the C library has read of a file but not yet handed out; 0 where it does not tell.
+std::size_t BufferedBytes(std::FILE* file);
+
 /// Gives the file `from` the name `to`, in one step: whoever opens `to` meanwhile sees the old file or the
 /// new one.
 void Replace(const std::filesystem::path& from, const std::filesystem::path& to, std::error_code& error);

@@ -72,6 +72,19 @@ std::FILE* OpenFile(const std::filesystem::path& file, const char* mode) {
   return std::fopen(file.c_str(), mode);
 }
 
+int DescriptorOf(std::FILE* file) {
+  return fileno(file);
+}
+
+std::size_t BufferedBytes(std::FILE* file) {
+#if defined(__GLIBC__)
+  return static_cast<std::size_t>(file->_IO_read_end - file->_IO_read_ptr);
+#else
+  static_cast<void>(file);
+  return 0;
+#endif
+}
+
 void Replace(const std::filesystem::path& from, const std::filesystem::path& to, std::error_code& error) {
   std::filesystem::rename(from, to, error);
 }

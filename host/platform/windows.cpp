@@ -73,6 +73,14 @@ std::FILE* OpenFile(const std::filesystem::path& file, const char* mode) {
   return _wfopen(file.c_str(), std::wstring(narrow.begin(), narrow.end()).c_str());
 }
 
+int DescriptorOf(std::FILE* file) {
+  return _fileno(file);
+}
+
+std::size_t BufferedBytes(std::FILE*) {
+  return 0;
+}
+
 void Replace(const std::filesystem::path& from, const std::filesystem::path& to, std::error_code& error) {
   Move(from, to, MOVEFILE_REPLACE_EXISTING, error);
 }

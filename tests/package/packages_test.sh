@@ -9,7 +9,7 @@ for tool in dpkg-shlibdeps lintian; do
 done
 
 work=$(mktemp -d)
-names=(kv-algo-tools libkv-c-dev libkv-c0 libkv-algo-dev libkv-algo0)
+names=(kv-algo-av kv-algo-tools libkv-c-dev libkv-c0 libkv-algo-dev libkv-algo0)
 installed=no
 finish() {
   [ $installed = no ] || dpkg --purge "${names[@]}" >/dev/null 2>&1 || true
@@ -19,7 +19,7 @@ trap finish EXIT
 
 cpack --config "$build/CPackConfig.cmake" -B "$work" >"$work/log" 2>&1 || { cat "$work/log"; fail "cpack"; }
 cd "$work"
-[ "$(ls -- *.deb | wc -l)" = 5 ] || fail "five packages were expected: $(ls)"
+[ "$(ls -- *.deb | wc -l)" = 6 ] || fail "six packages were expected: $(ls)"
 echo "== lintian"
 lintian --fail-on error --suppress-tags bad-distribution-in-changes-file ./*.deb
 
@@ -35,6 +35,9 @@ installed=yes
 dpkg -i ./*.deb >"$work/log" 2>&1 || { cat "$work/log"; fail "dpkg -i"; }
 /usr/bin/kv --version
 /usr/bin/kv convert "$source/assets/seeding-720x576.y4m" photo.png --threads 2
+# A photograph through the module, from where it is installed.
+ffmpeg -v error -i photo.png photo.jpg </dev/null
+/usr/bin/kv convert photo.jpg again.png --json | grep -q '"codec": "mjpeg"' || fail "the module does not read"
 file photo.png | grep -q '720 x 576' || fail "no picture"
 man -w kv >/dev/null 2>&1 || [ -e /usr/share/man/man1/kv.1.gz ] || [ -e /etc/dpkg/dpkg.cfg.d/docker ] || fail "no manual page"
 # shellcheck disable=SC2046

@@ -1,0 +1,95 @@
+#pragma once
+
+#include <stddef.h>
+#include <stdint.h>
+
+// The door between kv and its module kv_av: plain C, so that neither side needs the other's headers or runtime. Whoever
+// opens a clip keeps it to one thread; nothing is thrown across.
+extern "C" {
+
+enum { KvAvVersion = 1, KvAvTextSize = 64, KvAvProblemSize = 256, KvAvMostStreams = 32, KvAvMostPlanes = 3 };
+
+/// What frames are made of, as the raster kinds of kv.
+enum KvAvKind { KvAvPacked, KvAvPackedAlpha, KvAvPlanar, KvAvBgr, KvAvBgra, KvAvGrey };
+
+enum KvAvInterlace { KvAvFieldsUnknown, KvAvProgressive, KvAvTopFirst, KvAvBottomFirst };
+enum KvAvRange { KvAvRangeUnknown, KvAvLimited, KvAvFull };
+enum KvAvSite { KvAvSiteUnknown, KvAvLeft, KvAvCentre };
+enum KvAvTransfer { KvAvTransferUnknown, KvAvPq, KvAvHlg };
+enum KvAvMatrix { KvAvMatrixUnknown, KvAv601, KvAv709, KvAv2020 };
+/// How the decoder's samples became the frame's.
+enum KvAvPath { KvAvDirect, KvAvByRule, KvAvByLibrary };
+
+/// Where the bytes come from.
+struct KvAvInput {
+  void* context;
+  /// Fills `bytes`; answers how many there were, 0 at the end, below 0 when the system refuses.
+  int (*read)(void* context, uint8_t* bytes, int count);
+  int64_t size;       ///< Of a file; below 0 for a pipe, which is not sought in.
+  int64_t* position;  ///< Where read() goes on, to be set; null for a pipe.
+};
+
+struct KvAvOptions {
+  int32_t stream;   ///< Among the streams of the container, from 0; below 0 for the library's choice.
+  int32_t threads;  ///< Of the decoder.
+  int32_t skip;     ///< Damaged frames are left out, not reported.
+  int64_t first;    ///< The first frame that is wanted; those before it are decoded and passed over.
+  int64_t mostPixels;
+  int64_t longestSide;
+};
+
+struct KvAvStream {
+  char kind[16];  ///< "video", "audio", "subtitle", "data"
+  char codec[KvAvTextSize];
+};
+
+/// What the container and its video stream declare.
+struct KvAvInfo {
+  char container[KvAvTextSize];
+  char codec[KvAvTextSize];
+  char pixels[KvAvTextSize];    ///< As the library names the decoder's pixels.
+  char position[KvAvTextSize];  ///< Of chroma: "left", "center", "topleft", …, "unspecified".
+  int32_t stream, streamCount;
+  struct KvAvStream streams[KvAvMostStreams];
+  int32_t width, height;
+  int32_t interlace, range, matrix;
+  int32_t rate[2], aspect[2];
+  int32_t isVariable;  ///< The time between frames differs.
+  int32_t rotation;    ///< Degrees clockwise that a player would turn the picture; it is not turned.
+  int32_t hasAlpha, depth;
+  int64_t frames;   ///< Below 0: the container does not tell.
+  double duration;  ///< Seconds; below 0: not known.
+};
+
+/// One picture. The planes are the module's, until the next call.
+struct KvAvFrame {
+  int32_t kind, isChromaFirst, width, height, planes;
+  int32_t interlace, range, matrix, site, transfer, path;
+  int32_t rate[2], aspect[2];
+  int64_t number;
+  double time;  ///< Seconds; below 0: not known.
+  const uint8_t* data[KvAvMostPlanes];
+  ptrdiff_t stride[KvAvMostPlanes];
+  int32_t rowBytes[KvAvMostPlanes];
+};
+
+enum KvAvResult { KvAvDone, KvAvEnd, KvAvDamaged, KvAvUnknownFormat, KvAvRefused };
+
+struct KvAvClip;
+
+struct KvAvDoor {
+  int32_t version;
+  /// Finds out what the bytes are. On failure `clip` is null and `problem` says why.
+  int (*open)(const struct KvAvInput* input, const struct KvAvOptions* options, struct KvAvClip** clip,
+              char* problem);
+  void (*info)(struct KvAvClip* clip, struct KvAvInfo* info);
+  /// The next frame: KvAvDone; KvAvEnd after the last; KvAvDamaged for one that cannot be decoded, whose number and time
+  /// the frame then has.
+  int (*next)(struct KvAvClip* clip, struct KvAvFrame* frame, char* problem);
+  void (*close)(struct KvAvClip* clip);
+};
+
+/// The one function that the module exports.
+const struct KvAvDoor* kv_av_door(void);
+typedef const struct KvAvDoor* (*KvAvDoorFunction)(void);
+}

@@ -1,0 +1,142 @@
+// Files that are cut, damaged, too large, or lists of other files.
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <random>
+
+#include "tests/host/program.h"
+#include "tests/support/temp_folder.h"
+
+namespace {
+
+using kv_test::Outcome;
+using kv_test::ReadFile;
+using kv_test::RunKv;
+using kv_test::RunShell;
+using kv_test::WriteFile;
+
+class AvHostile : public testing::Test {
+ protected:
+  std::string Make(const std::string& name, const std::string& options) const {
+    const Outcome made =
+        RunShell(temp_.Path(), "ffmpeg -v error -y -f lavfi -i testsrc2=size=176x144:rate=25 -frames:v 20 " +
+                                   options + " " + name + " </dev/null");
+    EXPECT_EQ(made.status, 0) << made.err;
+    return ReadFile(temp_.Path() / name);
+  }
+  void ExpectRefused(const std::string& name, const std::string& bytes, const std::string& message) const {
+    WriteFile(temp_.Path() / name, bytes);
+    const Outcome outcome = RunKv(temp_.Path(), "convert " + name + " out.y4m");
+    EXPECT_EQ(outcome.status, 2) << name;
+    EXPECT_NE(outcome.err.find(message), std::string::npos) << name << ": " << outcome.err;
+    EXPECT_FALSE(std::filesystem::exists(temp_.Path() / "out.y4m")) << name;
+  }
+
+  const kv_test::TempFolder temp_;
+};
+
+TEST_F(AvHostile, ListsOfOtherFilesAreRefused) {
+  // Its neighbour could be read.
+  Make("neighbour.ts", "-c:v mpeg2video -pix_fmt yuv420p");
+  const std::string refusal = " names other files or addresses, and is not read";
+  ExpectRefused("list.mp4", "ffconcat version 1.0\nfile neighbour.ts\n", "list.mp4: concat" + refusal);
+  ExpectRefused("hls.mp4", "#EXTM3U\n#EXT-X-TARGETDURATION:5\n#EXTINF:5,\nneighbour.ts\n#EXT-X-ENDLIST\n",
+                "hls.mp4: hls" + refusal);
+  ExpectRefused("session.mp4",
+                "v=0\no=- 0 0 IN IP4 127.0.0.1\ns=x\nc=IN IP4 127.0.0.1\nt=0 0\nm=video 5004 RTP/AVP 33\n",
+                "session.mp4: sdp" + refusal);
+  // Not in the library of Debian, or refused by name where it is.
+  ExpectRefused(
+      "dash.mp4",
+      "<?xml version=\"1.0\"?>\n<MPD "
+      "xmlns=\"urn:mpeg:dash:schema:mpd:2011\"><Period><BaseURL>neighbour.ts</BaseURL></Period></MPD>\n",
+      "dash.mp4: ");
+}
+
+TEST_F(AvHostile, NamesThatFfmpegTakesForPatternsOrAddressesAreFiles) {
+  for (const char* name :
+       {"concat:neighbour.ts", "http://127.0.0.1:1/x.mp4", "file:neighbour.ts", "%03d.jpg"}) {
+    const Outcome outcome = RunKv(temp_.Path(), std::string("convert '") + name + "' out.y4m");
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_NE(outcome.err.find(name), std::string::npos) << outcome.err;
+  }
+}
+
+TEST_F(AvHostile, ACutClipKeepsTheFramesBefore) {
+  const std::string whole = Make("whole.ts", "-c:v mpeg2video -q 2 -g 5 -pix_fmt yuv420p");
+  WriteFile(temp_.Path() / "cut.ts", whole.substr(0, whole.size() * 2 / 3));
+  const Outcome outcome = RunKv(temp_.Path(), "convert cut.ts out.y4m");
+  EXPECT_EQ(outcome.status, 2);
+  EXPECT_EQ(outcome.ErrorLines(), 1);
+  EXPECT_NE(outcome.err.find("cut.ts: frame 1"), std::string::npos) << outcome.err;
+  EXPECT_NE(outcome.err.find(" cannot be decoded: "), std::string::npos) << outcome.err;
+  ASSERT_EQ(RunKv(temp_.Path(), "convert whole.ts whole.y4m").status, 0);
+  const std::string kept = ReadFile(temp_.Path() / "out.y4m");
+  EXPECT_GT(kept.size(), 10U * 2 * 176 * 144);
+  EXPECT_TRUE(ReadFile(temp_.Path() / "whole.y4m").starts_with(kept));
+}
+
+TEST_F(AvHostile, DamagedFramesCanBeSkipped) {
+  std::string bytes = Make("intra.avi", "-c:v png -pix_fmt rgb24");
+  bytes[bytes.size() / 2] = static_cast<char>(bytes[bytes.size() / 2] ^ 0x55);
+  WriteFile(temp_.Path() / "intra.avi", bytes);
+  const Outcome stopped = RunKv(temp_.Path(), "convert intra.avi stopped.y4m");
+  EXPECT_EQ(stopped.status, 2);
+  EXPECT_NE(stopped.err.find(" cannot be decoded: "), std::string::npos) << stopped.err;
+  const Outcome skipped = RunKv(temp_.Path(), "convert intra.avi skipped.y4m --on-error skip");
+  EXPECT_EQ(skipped.status, 0) << skipped.err;
+  EXPECT_GT(ReadFile(temp_.Path() / "skipped.y4m").size(), ReadFile(temp_.Path() / "stopped.y4m").size());
+}
+
+TEST_F(AvHostile, SizesAreCheckedBeforeMemoryIsTaken) {
+  // The size of an AVI's pictures, as its header and its stream's header have it.
+  std::string bytes = Make("huge.avi", "-c:v huffyuv -pix_fmt yuv422p");
+  const std::size_t header = bytes.find("strf");
+  ASSERT_NE(header, std::string::npos);
+  bytes.replace(header + 12, 8, std::string("\x00\x00\x01\x00\x00\x00\x01\x00", 8));
+  ExpectRefused("huge.avi", bytes, "huge.avi: ");
+}
+
+TEST_F(AvHostile, TheDecodersMemoryIsBounded) {
+  ASSERT_EQ(RunShell(temp_.Path(),
+                     "ffmpeg -v error -f lavfi -i color=size=8192x4320:rate=1 -frames:v 2 -c:v ffv1 -pix_fmt "
+                     "yuv444p16le "
+                     "large.mkv </dev/null")
+                .status,
+            0);
+  const Outcome outcome = RunKv(temp_.Path(), "convert large.mkv out.y4m --max-memory 32");
+  EXPECT_EQ(outcome.status, 2);
+  EXPECT_TRUE(outcome.err.starts_with("kv: large.mkv: ")) << outcome.err;
+}
+
+TEST_F(AvHostile, DamageOfEveryKindEndsWithAMessage) {
+  const std::string mp4 = Make("a.mp4", "-c:v libx264 -pix_fmt yuv420p");
+  const std::string mkv = Make("b.mkv", "-c:v mpeg4 -pix_fmt yuv420p");
+  std::mt19937 random(27);  // NOLINT: the same damage every time
+  for (const std::string& clip : {mp4, mkv}) {
+    for (int i = 0; i < 12; ++i) {
+      std::string bytes = clip;
+      for (int k = 0; k < 20; ++k) bytes[random() % bytes.size()] = static_cast<char>(random());
+      if (i % 3 == 0) bytes.resize(random() % bytes.size());
+      if (i % 3 == 1) bytes.insert(random() % bytes.size(), mkv.substr(random() % mkv.size(), 5000));
+      WriteFile(temp_.Path() / "damaged", bytes);
+      const Outcome outcome = RunKv(temp_.Path(), "convert damaged out.y4m");
+      EXPECT_TRUE(outcome.status == 0 || outcome.status == 2) << outcome.status << outcome.err;
+      EXPECT_EQ(outcome.err.find("crashed"), std::string::npos) << outcome.err;
+      EXPECT_EQ(outcome.ErrorLines(), outcome.status == 0 ? 0 : 1) << outcome.err;
+    }
+  }
+}
+
+TEST_F(AvHostile, WithoutTheModuleKvNamesThePackage) {
+  Make("clip.mp4", "-c:v mpeg4");
+  const Outcome outcome = RunShell(
+      temp_.Path(),
+      "mkdir bare && cp \"$KV\" \"$(dirname \"$KV\")\"/libkv_*.so* bare && bare/kv convert clip.mp4 x.y4m");
+  EXPECT_EQ(outcome.status, 2);
+  EXPECT_NE(outcome.err.find("the package kv-algo-av, which is not installed, reads MP4"), std::string::npos)
+      << outcome.err;
+}
+
+}  // namespace
