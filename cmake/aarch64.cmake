@@ -14,4 +14,7 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+# What pkg-config knows of this system is not for that processor.
+set(ENV{PKG_CONFIG_LIBDIR} ${kv_sysroot}/usr/lib/aarch64-linux-gnu/pkgconfig:${kv_sysroot}/usr/share/pkgconfig)
+set(ENV{PKG_CONFIG_SYSROOT_DIR} ${kv_sysroot})
 set(CMAKE_CROSSCOMPILING_EMULATOR qemu-aarch64 -L ${kv_sysroot})
