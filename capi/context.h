@@ -47,10 +47,10 @@ class Call {
   Call(kv_context* context, const kv_call* options);
 
   kv_context& Context() const { return context_; }
-  /// Whether one member alone is asked.
+  /// Whether the caller chose one member.
   bool NamesMember() const { return !member_.empty(); }
 
-  /// Tasks that work of so many pixels is divided into: enough that a stop is seen soon and threads have a share,
+  /// Tasks that work of this many pixels is divided into: enough that a stop is seen soon and threads have a share,
   /// each large enough to be worth it; at most `most`.
   int TasksFor(std::int64_t pixels, int most) const;
 

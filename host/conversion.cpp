@@ -117,7 +117,7 @@ bool IsFullRange(const Raster& picture) {
 /// The 4:2:2 that the picture becomes beside another.
 VideoSide SideBeside(const Raster& picture, const Raster& other) {
   if (IsVideo(other.kind)) return SideOf(other);
-  // Whichever of the two is asked for, the answer is the same.
+  // Either of the two gives the same answer.
   return {.matrix = picture.matrix == other.matrix ? picture.matrix : ColourMatrix::Unknown,
           .height = std::max(picture.height, other.height)};
 }

@@ -25,7 +25,7 @@ enum class LineShift { Down, Up };
 void ShiftLines(PlaneRows<const std::uint8_t> from, PlaneRows<std::uint8_t> to, std::size_t rowBytes,
                 int height, int first, int last, LineShift shift);
 
-/// Every line from the two beside it, which are of the other field: (row y − 1 + row y + 1 + 1) >> 1 of each byte, the one
+/// Every line from its two neighbours, which are of the other field: (row y − 1 + row y + 1 + 1) >> 1 of each byte, the one
 /// that there is at the edges, and itself in a plane of one row. So the picture stays where it is, and what was at the
 /// first field's time is in the other lines. Writes rows first to last of `height`; the planes do not overlap.
 void InterpolateFields(PlaneRows<const std::uint8_t> from, PlaneRows<std::uint8_t> to, std::size_t rowBytes,

@@ -257,7 +257,7 @@ KV_API kv_status kv_alpha_from_difference(kv_context* context, const kv_frame* f
 enum {
   KV_PARITY_BLEND = 0, /**< the mean of neighbouring lines: half a line, packed 4:2:2 */
   KV_PARITY_LINE = 1,  /**< a line down (to bottom first) or up; nothing is interpolated; any format */
-  KV_PARITY_FIELD = 2  /**< every line from the two beside it, of the other field; any format */
+  KV_PARITY_FIELD = 2  /**< every line from its two neighbours, of the other field; any format */
 };
 /** A frame of the other field parity, by a KV_PARITY_…. Sets the destination's field_order to the opposite of the
  * source's (progressive counts as top first). KV_PARITY_BLEND takes a region, which must be a rectangle: single pixels
