@@ -26,7 +26,7 @@ namespace {
 /// Seconds of processor time that one frame may take. Waiting for a pipe takes none.
 constexpr rlim_t SecondsPerFrame = 120;
 
-struct Input {
+struct StandardInput {
   std::int64_t position = 0;
   bool isFile = false;
   std::vector<std::uint8_t> ahead;  // of a pipe: what comes first
@@ -40,7 +40,7 @@ struct Input {
 };
 
 int ReadInput(void* context, std::uint8_t* bytes, int count) {
-  auto& input = *static_cast<Input*>(context);
+  auto& input = *static_cast<StandardInput*>(context);
   if (!input.ahead.empty()) return input.ReadAhead(bytes, count);
   ssize_t got = 0;
   do {
@@ -180,7 +180,7 @@ int RunAvWorker(int argc, char** argv) {
     return Fail(KvAvRefused, (std::string("the module that reads it cannot be loaded: ") + why).c_str());
   }
   const auto number = [&](int i) { return std::strtoll(argv[i], nullptr, 10); };
-  Input source;
+  StandardInput source;
   struct stat status {};
   std::array<std::uint8_t, 4096> ahead{};
   for (ssize_t got = 0; (got = read(AvAheadDescriptor, ahead.data(), ahead.size())) > 0;) {
