@@ -17,6 +17,12 @@ namespace {
 using namespace kv_host;
 using kv_test::Outcome;
 
+/// A line without its end, which differs from system to system; more than one line stays as it is.
+std::string LineOf(const std::string& text) {
+  const std::size_t end = text.find_first_of("\r\n");
+  return text.find('\n') + 1 == text.size() ? text.substr(0, end) : text;
+}
+
 class ColourDefaults : public testing::Test {
  protected:
   Outcome Kv(const std::string& arguments) const { return kv_test::RunKv(temp_.Path(), arguments); }
@@ -80,9 +86,9 @@ TEST_F(ColourDefaults, AreTheMatrixByHeightLimitedLeftAndLinear) {
 TEST_F(ColourDefaults, VerboseSaysWhatWasAssumedAndWhy) {
   WriteNoise("in.y4m", RasterKind::Yuv422Planar, 16, 8, ColourRange::Full);
   const Outcome outcome = Kv("convert in.y4m out.ppm --verbose --chroma centre");
-  EXPECT_EQ(outcome.err,
+  EXPECT_EQ(LineOf(outcome.err),
             "kv: 4:2:2 to RGB: matrix 601 (height), range full (source), chroma centre (option), "
-            "resample linear (default)\n");
+            "resample linear (default)");
   EXPECT_EQ(outcome.out, "");
   EXPECT_EQ(Kv("convert in.y4m out.uyvy --verbose").err, "");
   EXPECT_EQ(Kv("convert in.y4m out.ppm --exact-copy --range full").status, 2);
@@ -117,9 +123,9 @@ TEST_F(ColourDefaults, TheMemberWithoutItNamesWhatHelps) {
   const Outcome outcome = Kv("convert in.y4m out.ppm --member kv_algoMMX");
   EXPECT_EQ(outcome.status, 3);
   EXPECT_EQ(
-      outcome.err,
+      LineOf(outcome.err),
       "kv: no member of the family offers ColorConversion for these pictures (only kv_algoMMX was asked); "
-      "--exact-copy converts by \"Copy\", the rule of standard definition\n");
+      "--exact-copy converts by \"Copy\", the rule of standard definition");
   Done("convert in.y4m out.ppm --member kv_algoMMX --exact-copy");
   for (const char* member : {"kv_algoSSE2", "kv_algoC"}) {
     Done(std::string("convert in.y4m there.ppm --member ") + member);
