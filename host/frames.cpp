@@ -74,7 +74,7 @@ void WriteLuma(PictureWriter& writer, const Raster& result, const Raster& source
 }
 
 void ForEachFrame(PictureReader& reader, const std::function<void(const Raster&, std::int64_t)>& work) {
-  Progress progress("frames");
+  Progress progress("frames", ClipPart{reader.Range(), reader.Length()}.Count().value_or(0));
   for (;;) {
     const std::int64_t number = reader.NextNumber();
     const auto frame = reader.Next();

@@ -6,6 +6,7 @@
 
 #include "host/errors.h"
 #include "host/formats/format_error.h"
+#include "host/progress.h"
 
 namespace kv_host {
 
@@ -27,6 +28,7 @@ void EngineOptions::AddWithoutThreadsTo(CLI::App& command, Session& of) {
       .add_option("--member", member, "family member to use, such as kv_algoMMX (default: the best that can)")
       ->type_name("NAME");
   AddReportOption(command, of);
+  command.add_flag_callback("--quiet", Progress::Hide, "show no progress on a terminal");
 }
 
 void EngineOptions::AddColoursTo(CLI::App& command, const std::string& rangeOption) {

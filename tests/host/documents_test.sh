@@ -50,5 +50,8 @@ done
 [ ! -s "$work/err" ] || fail "progress in a file"
 script -qec "NO_COLOR=1 $kv convert '$source/assets/seeding-720x576.y4m' $work/photo.png" /dev/null </dev/null >"$work/terminal"
 grep -q 'frames: 1' "$work/terminal" || fail "no progress on a terminal"
+grep -qE 'frames: 1/1 #{20} [0-9]+\.[0-9] a second, 0:00 left' "$work/terminal" || fail "no rate on a terminal"
 grep -q $'\033' "$work/terminal" && fail "escape sequences with NO_COLOR"
+script -qec "$kv convert --quiet '$source/assets/seeding-720x576.y4m' $work/photo.png" /dev/null </dev/null >"$work/quiet"
+[ ! -s "$work/quiet" ] || fail "progress in spite of --quiet"
 echo "all is well"
