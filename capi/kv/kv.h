@@ -254,6 +254,31 @@ KV_API kv_status kv_alpha_from_difference(kv_context* context, const kv_frame* f
                                           kv_frame* destination, const kv_region* region, int32_t gain,
                                           int32_t window, const kv_call* call);
 
+/** How the levels of a mask are spread. Level v becomes t = (v - low) / (high - low), at least 0 and at most 1, inverted
+ * 1 - t, and then 255 * t^(1 / gamma), halves up. */
+typedef struct kv_levels_options {
+  uint32_t struct_size;
+  int32_t low;         /**< 0 to 254; default 0 */
+  int32_t high;        /**< low + 1 to 255; default 255 */
+  int32_t is_inverted; /**< 0 or 1; default 0 */
+  double gamma;        /**< 0.1 to 10; above 1 the levels in between become brighter; default 1 */
+  int64_t reserved[4];
+} kv_levels_options;
+KV_API void kv_levels_options_init(kv_levels_options* options);
+
+/** A GRAY8 mask with its levels spread. `options` may be null. The mask of kv_alpha_from_color keys with low 130, high
+ * 255, inverted: 255 where the colours differ. In place: the destination may be the source. */
+KV_API kv_status kv_mask_levels(kv_context* context, const kv_frame* source, kv_frame* destination,
+                                const kv_region* region, const kv_levels_options* options, const kv_call* call);
+
+/** Two frames of one format, UYVY, YUY2, YUV411P or I422, under a GRAY8 mask m:
+ * (foreground * m + background * (255 - m) + 127) / 255, chroma by the mean of its pair's m, halves up. Unlike
+ * kv_blend's, the weight is the mask alone. Runs of a region are whole pairs, or end with the row. In place: the
+ * destination may be either of them. */
+KV_API kv_status kv_composite(kv_context* context, const kv_frame* foreground, const kv_frame* background,
+                              const kv_frame* mask, kv_frame* destination, const kv_region* region,
+                              const kv_call* call);
+
 enum {
   KV_PARITY_BLEND = 0, /**< the mean of neighbouring lines: half a line, packed 4:2:2 */
   KV_PARITY_LINE = 1,  /**< a line down (to bottom first) or up; nothing is interpolated; any format */
@@ -350,7 +375,7 @@ KV_API kv_status kv_clip_polygon(const double* points, size_t count, double left
                                  size_t* pieces, size_t piece_capacity, size_t* piece_count);
 
 /*
- * Later versions of the library add, without changing what is here: kv_track_…, kv_mask_levels, kv_composite, kv_difference_stats. Structs keep their sizes; new fields take
+ * Later versions of the library add, without changing what is here: kv_track_…, kv_difference_stats. Structs keep their sizes; new fields take
  * the place of reserved ones, whose 0 stays the default.
  */
 

@@ -151,8 +151,15 @@ kv_status CallOne(Input& input, kv_frame* (&frames)[4], kv_call* call) {
   kv_convert_options_init(&convert);
   convert.resample = input.Number(0, 1);
   input.MaySpoil(convert.resample);
+  kv_levels_options levels;
+  kv_levels_options_init(&levels);
+  levels.low = input.Number(-1, 255);
+  levels.high = input.Number(0, 256);
+  levels.gamma = input.Number(0, 90) / 8.0;
+  input.MaySpoil(levels.gamma);
+  input.MaySpoil(levels.is_inverted);
   auto& f = frames;
-  switch (input.Number(0, 12)) {
+  switch (input.Number(0, 14)) {
     case 0:
       return kv_convert(context, f[0], f[1], input.MayBeNull(convert), call);
     case 1:
@@ -177,6 +184,10 @@ kv_status CallOne(Input& input, kv_frame* (&frames)[4], kv_call* call) {
     case 10:
       return kv_pan(context, f[0], one.get(), f[1], other.get(), &pan, call);
     case 11:
+      return kv_mask_levels(context, f[0], f[1], one.get(), input.MayBeNull(levels), call);
+    case 12:
+      return kv_composite(context, f[0], f[1], f[2], f[3], one.get(), call);
+    case 13:
       return kv_find(context, f[0], f[1], input.MayBeNull(find), input.MayBeNull(match), call);
     default:
       return kv_find_subpixel(context, f[0], f[1], input.MayBeNull(find), input.MayBeNull(match), call);

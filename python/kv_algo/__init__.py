@@ -8,6 +8,7 @@ from ._colour import convert, copy, copy_region
 from ._context import Context, set_threads
 from ._errors import BadArgument, Error, NoMember, OutOfMemory, SizeMismatch, Stopped, Unsupported
 from ._fields import change_parity, pan
+from ._keying import composite, mask_levels
 from ._library import library as _loaded
 from ._library import library_path
 from ._masks import alpha_from_color, alpha_from_difference, average, blend, box_filter, difference
@@ -21,6 +22,6 @@ __version__: str = _loaded.kv_version_string().decode()
 __all__ = [
     "BadArgument", "Context", "Error", "Match", "Member", "NoMember", "OutOfMemory", "Region", "ScoreMap",
     "SizeMismatch", "Stopped", "Unsupported", "VideoFrame", "alpha_from_color", "alpha_from_difference", "average", "blend",
-    "box_filter", "change_parity", "clip_polygon", "convert", "copy", "copy_region", "difference", "find",
-    "find_subpixel", "library_path", "members", "pan", "read", "set_threads", "write",
+    "box_filter", "change_parity", "clip_polygon", "composite", "convert", "copy", "copy_region", "difference", "find",
+    "find_subpixel", "library_path", "mask_levels", "members", "pan", "read", "set_threads", "write",
 ]

@@ -79,6 +79,19 @@ class ConvertOptions(Structure):
     _fields_ = [("struct_size", c_uint32), ("resample", c_int32), ("reserved", c_int64 * 4)]
 
 
+class LevelsOptions(Structure):
+    """kv_levels_options."""
+
+    _fields_ = [
+        ("struct_size", c_uint32),
+        ("low", c_int32),
+        ("high", c_int32),
+        ("is_inverted", c_int32),
+        ("gamma", c_double),
+        ("reserved", c_int64 * 4),
+    ]
+
+
 class PanOptions(Structure):
     """kv_pan_options."""
 
@@ -171,6 +184,9 @@ _functions: dict[str, list[Any]] = {
     "kv_blend": [_pointer] * 7,
     "kv_alpha_from_color": [_pointer, _pointer, _pointer, _pointer, _pointer, c_int32, _pointer],
     "kv_alpha_from_difference": [_pointer, _pointer, _pointer, _pointer, _pointer, c_int32, c_int32, _pointer],
+    "kv_levels_options_init": [_pointer],
+    "kv_mask_levels": [_pointer] * 6,
+    "kv_composite": [_pointer] * 7,
     "kv_change_parity": [_pointer, _pointer, _pointer, _pointer, c_int32, _pointer],
     "kv_pan_options_init": [_pointer],
     "kv_pan": [_pointer] * 7,

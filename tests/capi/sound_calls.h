@@ -34,6 +34,8 @@ struct Arguments {
   int window = 3;
   int gain = 1;
   int method = KV_PARITY_BLEND;
+  kv_levels_options levels_ = {};
+  kv_levels_options* levels = &levels_;
   kv_convert_options convert_ = {};
   kv_convert_options* convert = &convert_;
   kv_pan_options pan_ = {};
@@ -47,6 +49,7 @@ struct Arguments {
 
   Arguments() {
     kv_call_init(&call_);
+    kv_levels_options_init(&levels_);
     kv_convert_options_init(&convert_);
     kv_pan_options_init(&pan_);
     kv_find_options_init(&find_);
@@ -120,6 +123,18 @@ inline const std::vector<Function>& Functions() {
        [](Arguments& a) {
          return kv_alpha_from_difference(a.context, a.frames[0], a.frames[1], a.frames[2], a.region, a.gain,
                                          a.window, a.call);
+       }},
+      {"kv_mask_levels",
+       {"source", "destination"},
+       "gg",
+       [](Arguments& a) {
+         return kv_mask_levels(a.context, a.frames[0], a.frames[1], a.region, a.levels, a.call);
+       }},
+      {"kv_composite",
+       {"foreground", "background", "mask", "destination"},
+       "ppgp",
+       [](Arguments& a) {
+         return kv_composite(a.context, a.frames[0], a.frames[1], a.frames[2], a.frames[3], a.region, a.call);
        }},
       {"kv_change_parity",
        {"source", "destination"},

@@ -48,6 +48,26 @@ TEST(WrongArguments, OwnArguments) {
        [](Arguments& a) { a.gain = -1; }},
       {"kv_alpha_from_difference", KV_BAD_ARGUMENT, "gain is 65537", [](Arguments& a) { a.gain = 65537; }},
       {"kv_blend", KV_BAD_ARGUMENT, "region: columns", [](Arguments& a) { a.region = a.outside.get(); }},
+      {"kv_mask_levels", KV_BAD_ARGUMENT, "options->struct_size",
+       [](Arguments& a) { a.levels->struct_size = 1; }},
+      {"kv_mask_levels", KV_BAD_ARGUMENT, "options: a reserved",
+       [](Arguments& a) { a.levels->reserved[1] = 1; }},
+      {"kv_mask_levels", KV_BAD_ARGUMENT, "options->low is 255; 0 to 254",
+       [](Arguments& a) { a.levels->low = 255; }},
+      {"kv_mask_levels", KV_BAD_ARGUMENT, "options->low is -1", [](Arguments& a) { a.levels->low = -1; }},
+      {"kv_mask_levels", KV_BAD_ARGUMENT, "options->high is 7; 8 to 255",
+       [](Arguments& a) { a.levels->low = a.levels->high = 7; }},
+      {"kv_mask_levels", KV_BAD_ARGUMENT, "options->high is 256", [](Arguments& a) { a.levels->high = 256; }},
+      {"kv_mask_levels", KV_BAD_ARGUMENT, "options->is_inverted is 2",
+       [](Arguments& a) { a.levels->is_inverted = 2; }},
+      {"kv_mask_levels", KV_BAD_ARGUMENT, "options->gamma is 0;", [](Arguments& a) { a.levels->gamma = 0; }},
+      {"kv_mask_levels", KV_BAD_ARGUMENT, "options->gamma is nan",
+       [nan](Arguments& a) { a.levels->gamma = nan; }},
+      {"kv_mask_levels", KV_BAD_ARGUMENT, "region: columns",
+       [](Arguments& a) { a.region = a.outside.get(); }},
+      {"kv_composite", KV_BAD_ARGUMENT, "region: columns", [](Arguments& a) { a.region = a.outside.get(); }},
+      {"kv_composite", KV_UNSUPPORTED, "background",
+       [](Arguments& a) { a.frames[1]->format = KV_FORMAT_YUY2; }},
       {"kv_change_parity", KV_BAD_ARGUMENT, "method is 3; 0 to 2", [](Arguments& a) { a.method = 3; }},
       {"kv_change_parity", KV_UNSUPPORTED, "region is given",
        [](Arguments& a) {
@@ -124,6 +144,19 @@ TEST(WrongArguments, RunsThatAreNoMultiplesOfFour) {
   ArgumentsFor(blend, arguments);
   arguments.region = six.get();
   ExpectFailure(blend.call(arguments), KV_BAD_ARGUMENT, "region: row 1 has 6 pixels", "kv_blend");
+}
+
+TEST(WrongArguments, RunsThatCutPairs) {
+  for (const auto& [left, width] : {std::pair{1, 3}, {2, 3}, {1, 4}}) {
+    Arguments arguments;
+    const Region cut = Rectangle(left, 2, width, 1);
+    const auto composite = std::ranges::find_if(
+        Functions(), [](const Function& one) { return std::string(one.name) == "kv_composite"; });
+    ArgumentsFor(*composite, arguments);
+    arguments.region = cut.get();
+    ExpectFailure(composite->call(arguments), KV_BAD_ARGUMENT,
+                  "region: row 2 has columns " + std::to_string(left) + " to ", "kv_composite");
+  }
 }
 
 TEST(WrongArguments, RegionsContextsAndTheRest) {
