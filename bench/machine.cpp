@@ -1,5 +1,6 @@
 #include "bench/machine.h"
 
+#include <malloc.h>
 #include <sched.h>
 #include <sys/utsname.h>
 #include <unistd.h>
@@ -46,6 +47,10 @@ std::string DescribeMachine() {
 #else
          ", g++ " __VERSION__;
 #endif
+}
+
+void GiveFramesPagesOfTheirOwn() {
+  mallopt(M_MMAP_THRESHOLD, 1 << 15);
 }
 
 void PinThread() {

@@ -125,6 +125,7 @@ int main(int argc, char** argv) {
     }
   }
 
+  kv_bench::GiveFramesPagesOfTheirOwn();
   Contest contest;
   kv_bench::EnterMembers(contest);
   kv_bench::EnterPeers(contest);
