@@ -109,8 +109,7 @@ class RowConverter<Set, ImageIn, ImageOut> {
     const int width = static_cast<int>(source_.GetWidth());
     std::uint8_t* pixels = destination_.Row(row).data();
     ConvertPairs<packedPairs, bitmapPairs<pixelBytes<ImageOut>>>(
-        width, args_.upsampling != Upsampling::Repeat, source_.Row(row).data(), pixels,
-        Call<Kernel, Set>(args_), RepeatLuma{args_.order});
+        width, source_.Row(row).data(), pixels, Call<Kernel, Set>(args_), RepeatLuma{args_.order});
     if constexpr (hasAlphaPlane<ImageIn>) {
       CopyAlpha<PutAlpha, Set, 1, 4>(width, source_.PlaneRow(PixelComponent::Alpha, row).data(), pixels);
     }
@@ -141,9 +140,9 @@ class RowConverter<Set, ImageIn, ImageOut> {
     using Kernel = std::conditional_t<pixelBytes<ImageIn> == 3, EncodeFrom24, EncodeFrom32>;
     const int width = static_cast<int>(source_.GetWidth());
     const std::uint8_t* pixels = source_.Row(row).data();
-    ConvertPairs<bitmapPairs<pixelBytes<ImageIn>>, packedPairs>(
-        width, args_.downsampling == Downsampling::Triangle, pixels, destination_.Row(row).data(),
-        Call<Kernel, Set>(args_), RepeatPixel<pixelBytes<ImageIn>>());
+    ConvertPairs<bitmapPairs<pixelBytes<ImageIn>>, packedPairs>(width, pixels, destination_.Row(row).data(),
+                                                                Call<Kernel, Set>(args_),
+                                                                RepeatPixel<pixelBytes<ImageIn>>());
     if constexpr (hasAlphaPlane<ImageOut>) {
       CopyAlpha<TakeAlpha, Set, 4, 1>(width, pixels,
                                       destination_.PlaneRow(PixelComponent::Alpha, row).data());
@@ -172,16 +171,15 @@ class RowConverter<Set, Image<PixelYUV422>, Image<PixelYUV422>> {
               .source = nullptr,
               .destination = nullptr,
               .weights = recodingWeights.For(parameters.yuv).For(parameters.destination)} {
-    // Luma takes no part of chroma where the matrix stays, so the neighbours do not count.
+    // Luma takes no part of chroma where the matrix stays, so that of the neighbours does not count.
     if (parameters.yuv.matrix == parameters.destination.matrix) args_.upsampling = Upsampling::Repeat;
   }
 
   void Convert(int row) const {
-    const bool readsNeighbours = args_.upsampling != Upsampling::Repeat || args_.shift != Shift::None;
     const int width = static_cast<int>(source_.GetWidth());
     std::uint8_t* to = destination_.Row(row).data();
-    ConvertPairs<packedPairs, packedPairs>(width, readsNeighbours, source_.Row(row).data(), to,
-                                           Call<Recode, Set>(args_), RepeatLuma{args_.order});
+    ConvertPairs<packedPairs, packedPairs>(width, source_.Row(row).data(), to, Call<Recode, Set>(args_),
+                                           RepeatLuma{args_.order});
     // The two luma samples of a lone pixel's pair meet different chroma.
     if (width % 2 != 0) RepeatLuma{args_.destinationOrder}(to + PixelOffset(width - 1));
   }
@@ -203,9 +201,9 @@ class RowConverter<Set, Image<PixelYUV422>, ImageOut> {
   void Convert(int row) const {
     const DecodingWeights& weights = decodingWeights.For(yuv_);
     const GreyOfLuma::Args args{0, order_, weights.luma, weights.black, nullptr, nullptr};
-    ConvertPairs<packedPairs, bitmapPairs<1>>(static_cast<int>(source_.GetWidth()), false,
-                                              source_.Row(row).data(), destination_.Row(row).data(),
-                                              Call<GreyOfLuma, Set>(args), RepeatLuma{order_});
+    ConvertPairs<packedPairs, bitmapPairs<1>>(static_cast<int>(source_.GetWidth()), source_.Row(row).data(),
+                                              destination_.Row(row).data(), Call<GreyOfLuma, Set>(args),
+                                              RepeatLuma{order_});
   }
 
  private:
@@ -226,9 +224,9 @@ class RowConverter<Set, ImageIn, Image<PixelYUV422>> {
   void Convert(int row) const {
     const RecodingWeights& weights = recodingWeights.For({yuv_.matrix, ColorRange::Full}).For(yuv_);
     const LumaOfGrey::Args args{0, OrderOf(destination_), weights.luma, weights.blackOut, nullptr, nullptr};
-    ConvertPairs<bitmapPairs<1>, packedPairs>(static_cast<int>(source_.GetWidth()), false,
-                                              source_.Row(row).data(), destination_.Row(row).data(),
-                                              Call<LumaOfGrey, Set>(args), RepeatPixel<1>());
+    ConvertPairs<bitmapPairs<1>, packedPairs>(static_cast<int>(source_.GetWidth()), source_.Row(row).data(),
+                                              destination_.Row(row).data(), Call<LumaOfGrey, Set>(args),
+                                              RepeatPixel<1>());
   }
 
  private:

@@ -38,6 +38,21 @@ KV_INLINE TwoVectors EvenAndOdd(const TwoVectors& lanes) {
 #endif
 }
 
+/// The pixels before the even ones: the odd ones, each a place later, after that of the first lane of `before`.
+KV_INLINE Vector BeforeEven(Vector before, Vector odd) {
+#if KV_NEON
+  return From(vextq_u32(Lanes32(before), Lanes32(odd), 3));
+#elif KV_REGISTER_LEVEL >= 2
+  const Vector places = _mm512_setr_epi32(16, 0, 13, 2, 1, 4, 3, 6, 5, 8, 7, 10, 9, 12, 11, 14);
+  return _mm512_permutex2var_epi32(odd, places, before);
+#elif KV_REGISTER_LEVEL == 1
+  const Vector places = _mm256_setr_epi32(0, 0, 5, 2, 1, 4, 3, 6);
+  return _mm256_blend_epi32(_mm256_permutevar8x32_epi32(odd, places), before, 1);
+#else
+  return _mm_castps_si128(_mm_move_ss(_mm_castsi128_ps(_mm_slli_si128(odd, 4)), _mm_castsi128_ps(before)));
+#endif
+}
+
 #if KV_REGISTER_LEVEL >= 3
 /// Where the bytes of 16 pixels are, counted from the first of 48 bytes, and from the seventeenth.
 struct Apart {

@@ -46,6 +46,31 @@ KV_INLINE Vector SwapBytes16(Vector a) {
   return Or(ShiftLeft16<8>(a), ShiftRight16<8>(a));
 #endif
 }
+/// Every 32-bit lane but one taken from the lane above it; the highest stays.
+KV_INLINE Vector NextLanes32(Vector a) {
+#if KV_NEON
+  return From(vextq_u32(Lanes32(a), vdupq_laneq_u32(Lanes32(a), 3), 1));
+#elif KV_REGISTER_LEVEL >= 2
+  return _mm512_permutexvar_epi32(_mm512_setr_epi32(1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 15),
+                                  a);
+#elif KV_REGISTER_LEVEL == 1
+  return _mm256_permutevar8x32_epi32(a, _mm256_setr_epi32(1, 2, 3, 4, 5, 6, 7, 7));
+#else
+  return _mm_shuffle_epi32(a, _MM_SHUFFLE(3, 3, 2, 1));
+#endif
+}
+/// Every 32-bit lane but one taken from the lane below it; the lowest stays.
+KV_INLINE Vector PreviousLanes32(Vector a) {
+#if KV_NEON
+  return From(vextq_u32(vdupq_laneq_u32(Lanes32(a), 0), Lanes32(a), 3));
+#elif KV_REGISTER_LEVEL >= 2
+  return _mm512_permutexvar_epi32(_mm512_setr_epi32(0, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14), a);
+#elif KV_REGISTER_LEVEL == 1
+  return _mm256_permutevar8x32_epi32(a, _mm256_setr_epi32(0, 0, 1, 2, 3, 4, 5, 6));
+#else
+  return _mm_shuffle_epi32(a, _MM_SHUFFLE(2, 1, 0, 0));
+#endif
+}
 KV_INLINE Vector LowerBytes16(Vector a) {
   return And(a, Set16(0xFF));
 }

@@ -60,6 +60,23 @@ struct Reading {
     const Element* Begin() const { return begin; }
     void Finish(const Reading& in, std::int32_t groups) const { in.pointer += groups * elements; }
   };
+
+  /// A whole row: where it is, or, when it is shorter than a step, a copy that its last group fills.
+  template <int most>
+  struct Row {
+    alignas(64) std::uint8_t buffer[most * perGroup];
+    const Element* begin;
+    Row(const Reading& in, std::int32_t groups) : begin(in.pointer) {
+      if (groups >= most) return;
+      CopyFew<most * perGroup>(buffer, reinterpret_cast<const std::uint8_t*>(begin), groups * perGroup);
+      for (std::int32_t group = groups; group < most; ++group)
+        std::memcpy(buffer + group * perGroup, buffer + (groups - 1) * perGroup, perGroup);
+      begin = reinterpret_cast<const Element*>(buffer);
+    }
+    Row(const Row&) = delete;
+    const Element* Begin() const { return begin; }
+    void Finish(const Reading& in, std::int32_t groups) const { in.pointer += groups * elements; }
+  };
 };
 /// A pointer into a stream that is written, and with `isRead` read first.
 template <int perGroup, bool isRead = false, class Element = std::uint8_t>
@@ -90,6 +107,21 @@ struct Writing {
       out.pointer += groups * elements;
     }
   };
+
+  template <int most>
+  struct Row {
+    alignas(64) std::uint8_t buffer[most * perGroup];
+    Element* begin;
+    Row(const Writing& out, std::int32_t groups)
+        : begin(groups >= most ? out.pointer : reinterpret_cast<Element*>(buffer)) {}
+    Row(const Row&) = delete;
+    Element* Begin() const { return begin; }
+    void Finish(const Writing& out, std::int32_t groups) const {
+      if (groups < most)
+        CopyFew<most * perGroup>(reinterpret_cast<std::uint8_t*>(out.pointer), buffer, groups * perGroup);
+      out.pointer += groups * elements;
+    }
+  };
 };
 
 /// Calls `step` with the pointers of `groupsPerStep` groups at a time, and for what is left over with those
@@ -110,6 +142,31 @@ KV_INLINE void WalkPlaces(std::int32_t groups, Step step, Places... places) {
     step(rests.Begin()...);
     (rests.Finish(places, groups), ...);
   }(typename Places::template Rest<groupsPerStep>(places, groups, hasSteps)...);
+}
+
+/// Which ends of a row the groups of a step reach.
+struct RowEnds {
+  bool isFirst;
+  bool isLast;
+};
+
+/// Calls `step` with the ends and the pointers of `groupsPerStep` groups at a time, of groups that are a whole
+/// row. The last step overlaps the one before it, so the streams must not overlap each other. A step never
+/// touches a byte beyond the row. Advances the pointers.
+template <int groupsPerStep, class Step, class... Places>
+KV_INLINE void WalkRowPlaces(std::int32_t groups, Step step, Places... places) {
+  if (groups <= 0) return;
+  [&](auto&&... rows) {
+    [&](std::int32_t last, auto*... pointers) {
+      for (std::int32_t group = 0;; group += groupsPerStep) {
+        const bool isLast = group >= last;
+        if (isLast) group = last;
+        step(RowEnds{group == 0, isLast}, pointers + group * Places::elements...);
+        if (isLast) return;
+      }
+    }(groups < groupsPerStep ? 0 : groups - groupsPerStep, rows.Begin()...);
+    (rows.Finish(places, groups), ...);
+  }(typename Places::template Row<groupsPerStep>(places, groups)...);
 }
 
 template <auto pointer, class Args>
@@ -138,6 +195,17 @@ KV_INLINE void WalkStreams(Args& args, Step step, StreamList<Streams...> /*strea
 template <class Streams, int groupsPerStep, class Args, class Step>
 KV_INLINE void Walk(Args& args, Step step) {
   WalkStreams<groupsPerStep>(args, step, Streams());
+}
+
+template <int groupsPerStep, class Args, class Step, class... Streams>
+KV_INLINE void WalkRowOfStreams(Args& args, Step step, StreamList<Streams...> /*streams*/) {
+  WalkRowPlaces<groupsPerStep>(args.groups, step, PlaceOf(args, Streams())...);
+}
+
+/// Calls `step` with the ends of a row and pointers into the streams of a record, in their order.
+template <class Streams, int groupsPerStep, class Args, class Step>
+KV_INLINE void WalkRow(Args& args, Step step) {
+  WalkRowOfStreams<groupsPerStep>(args, step, Streams());
 }
 
 }  // namespace

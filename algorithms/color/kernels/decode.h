@@ -16,9 +16,8 @@ namespace kv_img::color {
 ///   blue  = clamp((luma * y4 + twoCbToBlue * 2 * cb4 + 32768) >> 16)
 ///
 /// One group is one pair: 4 bytes read at `source`, two pixels of three or four bytes written at
-/// `destination` (blue, green, red, or the other way round; the fourth byte is 255). `Left` also reads the
-/// chroma of the pair after the groups, `Centre` that of the pairs before and after. Any alignment, no
-/// overlap. Any weights of magnitudes that sum to less than 2^16 for each of red, green and blue.
+/// `destination` (blue, green, red, or the other way round; the fourth byte is 255). The groups are a whole
+/// row: its first and last pair are their own neighbours. Any alignment, no overlap. Any weights of magnitudes that sum to less than 2^16 for each of red, green and blue.
 struct DecodeArgs {
   std::int32_t groups;
   PackedOrder order;
@@ -33,7 +32,7 @@ struct DecodeTo24 {
   using Args = DecodeArgs;
   static constexpr const char* name = "color/DecodeTo24";
   static constexpr bool isWithoutMmx = true;
-  using Streams = StreamList<In<&Args::source, 4, 4, 4>, Out<&Args::destination, 6>>;
+  using Streams = StreamList<In<&Args::source, 4>, Out<&Args::destination, 6>>;
   template <class Set>
   static void Run(Args& args) noexcept;
 };
@@ -42,7 +41,7 @@ struct DecodeTo32 {
   using Args = DecodeArgs;
   static constexpr const char* name = "color/DecodeTo32";
   static constexpr bool isWithoutMmx = true;
-  using Streams = StreamList<In<&Args::source, 4, 4, 4>, Out<&Args::destination, 8>>;
+  using Streams = StreamList<In<&Args::source, 4>, Out<&Args::destination, 8>>;
   template <class Set>
   static void Run(Args& args) noexcept;
 };

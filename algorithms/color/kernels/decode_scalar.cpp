@@ -34,8 +34,8 @@ void DecodePairs(DecodeArgs& args) {
   };
   for (std::int32_t pair = 0; pair < args.groups; ++pair) {
     const std::uint8_t* own = args.source;
-    const std::uint8_t* before = args.upsampling == Upsampling::Centre ? own - 4 : own;
-    const std::uint8_t* next = args.upsampling == Upsampling::Repeat ? own : own + 4;
+    const std::uint8_t* before = pair == 0 ? own : own - 4;
+    const std::uint8_t* next = pair + 1 == args.groups ? own : own + 4;
     const PixelChroma u = Upsample(args.upsampling, before[cb], own[cb], next[cb]);
     const PixelChroma v = Upsample(args.upsampling, before[cr], own[cr], next[cr]);
     store(Decode(args.weights, own[luma], u.left, v.left));

@@ -5,111 +5,126 @@
 namespace kv_img::color {
 namespace {
 
-/// Sums of one component in 32-bit lanes, one lane a pair.
+/// One component each in 32-bit lanes, one lane a pair.
 struct Colours {
   Vector red;
   Vector green;
   Vector blue;
 };
 
-/// Converts with chroma and luma of 2^scaleBits times their value.
-template <int scaleBits>
+/// Sums in units of 1/2^14, halves added. Blue takes twice its weight times chroma, so that it is even and its
+/// half is exact: where chroma is the sum of two samples, blue needs no more bits than with one.
 class Converter {
  public:
   explicit Converter(const DecodingWeights& weights)
-      : leftLuma_(SetPair16(weights.luma, 0)),
+      : weights_(weights),
+        leftLuma_(SetPair16(weights.luma, 0)),
         rightLuma_(SetPair16(0, weights.luma)),
         red_(SetPair16(0, weights.crToRed)),
         green_(SetPair16(weights.cbToGreen, weights.crToGreen)),
-        blue_(SetPair16(weights.twoCbToBlue, 0)) {
-    const auto offset = [&](std::int32_t chroma) {
-      return Set32(static_cast<std::uint32_t>(((1 << 14) / 2 - weights.luma * weights.black - chroma * 128) *
-                                              (1 << scaleBits)));
-    };
-    redOffset_ = offset(weights.crToRed);
-    greenOffset_ = offset(weights.cbToGreen + weights.crToGreen);
-    blueOffset_ = offset(2 * weights.twoCbToBlue);
-  }
+        blue_(SetPair16(weights.twoCbToBlue, 0)) {}
 
-  Colours OfChroma(Vector cbCr) const {
-    return {MultiplyAddTo32(redOffset_, cbCr, red_), MultiplyAddTo32(greenOffset_, cbCr, green_),
-            MultiplyAddTo32(blueOffset_, Add16(cbCr, cbCr), blue_)};
+  Vector LeftLuma(Vector luma) const { return MultiplyAdd16(luma, leftLuma_); }
+  Vector RightLuma(Vector luma) const { return MultiplyAdd16(luma, rightLuma_); }
+
+  /// What luma adds nothing to: the halves, and what black and neutral chroma take away.
+  Colours Offsets(int redGreenScale, int blueScale) const {
+    return {Offset(weights_.crToRed, redGreenScale),
+            Offset(weights_.cbToGreen + weights_.crToGreen, redGreenScale),
+            Offset(2 * weights_.twoCbToBlue, blueScale)};
   }
-  /// The left or right pixels as 32-bit lanes, opaque.
-  Vector Left(Vector luma, const Colours& chroma, bool isRedFirst) const {
-    return Pixels(luma, leftLuma_, chroma, isRedFirst);
-  }
-  Vector Right(Vector luma, const Colours& chroma, bool isRedFirst) const {
-    return Pixels(luma, rightLuma_, chroma, isRedFirst);
+  /// The sums without luma.
+  Colours OfChroma(const Colours& offsets, Vector redGreenChroma, Vector blueChroma) const {
+    return {MultiplyAddTo32(offsets.red, redGreenChroma, red_),
+            MultiplyAddTo32(offsets.green, redGreenChroma, green_),
+            MultiplyAddTo32(offsets.blue, blueChroma, blue_)};
   }
 
  private:
-  static Vector Pixels(Vector luma, Vector weights, const Colours& chroma, bool isRedFirst) {
-    const auto whole = [&](Vector sum) {
-      return ShiftRightSigned32<14 + scaleBits>(MultiplyAddTo32(sum, luma, weights));
-    };
-    const Vector red = whole(chroma.red);
-    const Vector blue = whole(chroma.blue);
-    return Bytes(isRedFirst ? red : blue, whole(chroma.green), isRedFirst ? blue : red, Set32(255));
+  Vector Offset(std::int32_t chroma, int scale) const {
+    return Set32(
+        static_cast<std::uint32_t>(((1 << 14) / 2 - weights_.luma * weights_.black - chroma * 128) * scale));
   }
 
+  const DecodingWeights& weights_;
   Vector leftLuma_;
   Vector rightLuma_;
   Vector red_;
   Vector green_;
   Vector blue_;
-  Vector redOffset_;
-  Vector greenOffset_;
-  Vector blueOffset_;
 };
+
+/// Pixels in 32-bit lanes, opaque, from luma and the sums without it.
+template <int redGreenBits, int blueBits>
+KV_INLINE Vector Pixels(Vector redGreenLuma, Vector blueLuma, const Colours& chroma, bool isRedFirst) {
+  const Vector red = ShiftRightSigned32<redGreenBits>(Add32(chroma.red, redGreenLuma));
+  const Vector green = ShiftRightSigned32<redGreenBits>(Add32(chroma.green, redGreenLuma));
+  const Vector blue = ShiftRightSigned32<blueBits>(Add32(chroma.blue, blueLuma));
+  return Bytes(isRedFirst ? red : blue, green, isRedFirst ? blue : red, Set32(255));
+}
 
 template <int pixelBytes, PackedOrder order>
 void Repeat(DecodeArgs& args) {
   using Streams = StreamList<In<&DecodeArgs::source, 4>, Out<&DecodeArgs::destination, 2 * pixelBytes>>;
-  const Converter<0> converter(args.weights);
+  const Converter converter(args.weights);
+  const Colours offsets = converter.Offsets(1, 1);
   const bool isRedFirst = args.isRedFirst;
-  Walk<Streams, width / 4>(args, [&](const std::uint8_t* source, std::uint8_t* destination) {
-    const Vector packed = Load(source);
-    const Vector luma = LumaLanes<order>(packed);
-    const Colours chroma = converter.OfChroma(ChromaLanes<order>(packed));
-    StorePixels<pixelBytes>(destination, InTurn(converter.Left(luma, chroma, isRedFirst),
-                                                converter.Right(luma, chroma, isRedFirst)));
-  });
+  WalkRow<Streams, width / 4>(
+      args, [&](RowEnds /*ends*/, const std::uint8_t* source, std::uint8_t* destination) {
+        const Vector packed = Load(source);
+        const Vector luma = LumaLanes<order>(packed);
+        const Vector own = ChromaLanes<order>(packed);
+        const Colours chroma = converter.OfChroma(offsets, own, Add16(own, own));
+        const Vector left = converter.LeftLuma(luma);
+        const Vector right = converter.RightLuma(luma);
+        StorePixels<pixelBytes>(destination, InTurn(Pixels<14, 14>(left, left, chroma, isRedFirst),
+                                                    Pixels<14, 14>(right, right, chroma, isRedFirst)));
+      });
 }
 
 template <int pixelBytes, PackedOrder order>
 void Left(DecodeArgs& args) {
-  using Streams = StreamList<In<&DecodeArgs::source, 4, 0, 4>, Out<&DecodeArgs::destination, 2 * pixelBytes>>;
-  const Converter<0> converter(args.weights);
-  const Converter<1> twofold(args.weights);
+  using Streams = StreamList<In<&DecodeArgs::source, 4>, Out<&DecodeArgs::destination, 2 * pixelBytes>>;
+  const Converter converter(args.weights);
+  const Colours offsets = converter.Offsets(1, 1);
+  const Colours twofold = converter.Offsets(2, 1);
   const bool isRedFirst = args.isRedFirst;
-  Walk<Streams, width / 4>(args, [&](const std::uint8_t* source, std::uint8_t* destination) {
+  WalkRow<Streams, width / 4>(args, [&](RowEnds ends, const std::uint8_t* source, std::uint8_t* destination) {
     const Vector packed = Load(source);
     const Vector luma = LumaLanes<order>(packed);
     const Vector own = ChromaLanes<order>(packed);
-    const Vector next = ChromaLanes<order>(Load(source + 4));
+    const Vector both = Add16(own, ChromaLanes<order>(NextPairs(packed, source, ends.isLast)));
+    const Vector left = converter.LeftLuma(luma);
+    const Vector right = converter.RightLuma(luma);
     StorePixels<pixelBytes>(
         destination,
-        InTurn(converter.Left(luma, converter.OfChroma(own), isRedFirst),
-               twofold.Right(Add16(luma, luma), twofold.OfChroma(Add16(own, next)), isRedFirst)));
+        InTurn(
+            Pixels<14, 14>(left, left, converter.OfChroma(offsets, own, Add16(own, own)), isRedFirst),
+            Pixels<15, 14>(Add32(right, right), right, converter.OfChroma(twofold, both, both), isRedFirst)));
   });
 }
 
 template <int pixelBytes, PackedOrder order>
 void Centre(DecodeArgs& args) {
-  using Streams = StreamList<In<&DecodeArgs::source, 4, 4, 4>, Out<&DecodeArgs::destination, 2 * pixelBytes>>;
-  const Converter<2> fourfold(args.weights);
+  using Streams = StreamList<In<&DecodeArgs::source, 4>, Out<&DecodeArgs::destination, 2 * pixelBytes>>;
+  const Converter converter(args.weights);
+  const Colours fourfold = converter.Offsets(4, 2);
   const bool isRedFirst = args.isRedFirst;
-  Walk<Streams, width / 4>(args, [&](const std::uint8_t* source, std::uint8_t* destination) {
+  WalkRow<Streams, width / 4>(args, [&](RowEnds ends, const std::uint8_t* source, std::uint8_t* destination) {
     const Vector packed = Load(source);
-    const Vector luma = ShiftLeft16<2>(LumaLanes<order>(packed));
+    const Vector luma = LumaLanes<order>(packed);
+    const Vector twice = Add16(luma, luma);
     const Vector own = ChromaLanes<order>(packed);
     const Vector three = Add16(own, Add16(own, own));
-    const Vector before = ChromaLanes<order>(Load(source - 4));
-    const Vector next = ChromaLanes<order>(Load(source + 4));
+    const Vector before = Add16(ChromaLanes<order>(PreviousPairs(packed, source, ends.isFirst)), three);
+    const Vector next = Add16(three, ChromaLanes<order>(NextPairs(packed, source, ends.isLast)));
+    const Vector left = converter.LeftLuma(twice);
+    const Vector right = converter.RightLuma(twice);
     StorePixels<pixelBytes>(destination,
-                            InTurn(fourfold.Left(luma, fourfold.OfChroma(Add16(before, three)), isRedFirst),
-                                   fourfold.Right(luma, fourfold.OfChroma(Add16(three, next)), isRedFirst)));
+                            InTurn(Pixels<16, 15>(Add32(left, left), left,
+                                                  converter.OfChroma(fourfold, before, before), isRedFirst),
+                                   Pixels<16, 15>(Add32(right, right), right,
+                                                  converter.OfChroma(fourfold, next, next), isRedFirst)));
   });
 }
 

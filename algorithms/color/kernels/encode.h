@@ -15,8 +15,8 @@ namespace kv_img::color {
 ///   Cb = clamp((sum + 131072 * 128 + 65536) >> 17), Cr likewise
 ///
 /// One group is one pair: two pixels of three or four bytes read at `source` (blue, green, red, or the other
-/// way round; the fourth byte does not count), 4 bytes written at `destination`. `Triangle` also reads the
-/// pixel before the groups. Any alignment, no overlap. Any weights whose magnitudes sum to less than 2^15 for
+/// way round; the fourth byte does not count), 4 bytes written at `destination`. The groups are a whole row,
+/// before whose first pixel is that pixel again. Any alignment, no overlap. Any weights whose magnitudes sum to less than 2^15 for
 /// each component.
 struct EncodeArgs {
   std::int32_t groups;
@@ -32,7 +32,7 @@ struct EncodeFrom24 {
   using Args = EncodeArgs;
   static constexpr const char* name = "color/EncodeFrom24";
   static constexpr bool isWithoutMmx = true;
-  using Streams = StreamList<In<&Args::source, 6, 3>, Out<&Args::destination, 4>>;
+  using Streams = StreamList<In<&Args::source, 6>, Out<&Args::destination, 4>>;
   template <class Set>
   static void Run(Args& args) noexcept;
 };
@@ -41,7 +41,7 @@ struct EncodeFrom32 {
   using Args = EncodeArgs;
   static constexpr const char* name = "color/EncodeFrom32";
   static constexpr bool isWithoutMmx = true;
-  using Streams = StreamList<In<&Args::source, 8, 4>, Out<&Args::destination, 4>>;
+  using Streams = StreamList<In<&Args::source, 8>, Out<&Args::destination, 4>>;
   template <class Set>
   static void Run(Args& args) noexcept;
 };

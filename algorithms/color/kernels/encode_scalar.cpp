@@ -40,7 +40,7 @@ void EncodePairs(EncodeArgs& args) {
   for (std::int32_t pair = 0; pair < args.groups; ++pair) {
     const Rgb left = pixel(args.source);
     const Rgb right = pixel(args.source + pixelBytes);
-    const Rgb before = args.downsampling == Downsampling::Triangle ? pixel(args.source - pixelBytes) : left;
+    const Rgb before = pair == 0 ? left : pixel(args.source - pixelBytes);
     const Rgb fourfold = Downsample(args.downsampling, before, left, right);
     args.destination[luma] = lumaOf(left);
     args.destination[luma + 2] = lumaOf(right);

@@ -1,3 +1,5 @@
+#include <cstring>
+
 #include "algorithms/color/kernels/encode.h"
 #include "algorithms/simd/bitmap_pixels.h"
 
@@ -39,19 +41,18 @@ class Component {
 };
 
 /// `chromaBits`: chroma is made of 2^chromaBits times the colours.
-template <int pixelBytes, int chromaBits, int before, class Mix>
+template <int pixelBytes, int chromaBits, class Mix>
 KV_INLINE void EncodeMixed(EncodeArgs& args, Mix mix) {
-  using Streams =
-      StreamList<In<&EncodeArgs::source, 2 * pixelBytes, before>, Out<&EncodeArgs::destination, 4>>;
+  using Streams = StreamList<In<&EncodeArgs::source, 2 * pixelBytes>, Out<&EncodeArgs::destination, 4>>;
   const Component y(args.weights.luma, args.isRedFirst, args.weights.black, 0);
   const Component cb(args.weights.cb, args.isRedFirst, 128, chromaBits);
   const Component cr(args.weights.cr, args.isRedFirst, 128, chromaBits);
   const PackedOrder order = args.order;
-  Walk<Streams, width / 4>(args, [&](const std::uint8_t* source, std::uint8_t* destination) {
+  WalkRow<Streams, width / 4>(args, [&](RowEnds ends, const std::uint8_t* source, std::uint8_t* destination) {
     const TwoVectors pixels = EvenAndOdd(ReadPixels<pixelBytes>(source));
     const Colours even(pixels.first);
     const Colours odd(pixels.second);
-    const Colours mixed = mix(source, even, odd);
+    const Colours mixed = mix(ends.isFirst ? source : source - pixelBytes, even, odd, pixels.second);
     const Vector left = y.Of<0>(even);
     const Vector right = y.Of<0>(odd);
     const Vector u = cb.Of<chromaBits>(mixed);
@@ -65,17 +66,21 @@ template <int pixelBytes>
 void EncodePairs(EncodeArgs& args) {
   switch (args.downsampling) {
     case Downsampling::Mean:
-      return EncodeMixed<pixelBytes, 1, 0>(args, [](const std::uint8_t* /*source*/, const Colours& even,
-                                                    const Colours& odd) { return Sum(even, odd); });
+      return EncodeMixed<pixelBytes, 1>(
+          args, [](const std::uint8_t* /*before*/, const Colours& even, const Colours& odd,
+                   Vector /*oddPixels*/) { return Sum(even, odd); });
     case Downsampling::Triangle:
-      return EncodeMixed<pixelBytes, 2, pixelBytes>(
-          args, [](const std::uint8_t* source, const Colours& even, const Colours& odd) {
-            const Colours before(EvenAndOdd(ReadPixels<pixelBytes>(source - pixelBytes)).first);
-            return Sum(Sum(before, even), Sum(even, odd));
+      return EncodeMixed<pixelBytes, 2>(
+          args, [](const std::uint8_t* before, const Colours& even, const Colours& odd, Vector oddPixels) {
+            // Of three bytes the fourth is the first of the next pixel, and does not count.
+            std::uint32_t pixel;
+            std::memcpy(&pixel, before, sizeof pixel);
+            return Sum(Sum(Colours(BeforeEven(Set32(pixel), oddPixels)), even), Sum(even, odd));
           });
     default:
-      return EncodeMixed<pixelBytes, 0, 0>(args, [](const std::uint8_t* /*source*/, const Colours& even,
-                                                    const Colours& /*odd*/) { return even; });
+      return EncodeMixed<pixelBytes, 0>(
+          args, [](const std::uint8_t* /*before*/, const Colours& even, const Colours& /*odd*/,
+                   Vector /*oddPixels*/) { return even; });
   }
 }
 

@@ -16,9 +16,8 @@ namespace kv_img::color {
 ///   Cb' = clamp((cbToCb * cb4' + crToCb * cr4' + 65536 * 128 + 32768) >> 16)
 ///   Cr' = clamp((cbToCr * cb4' + crToCr * cr4' + 65536 * 128 + 32768) >> 16)
 ///
-/// One group is one pair: 4 bytes read at `source`, 4 written at `destination`. Unless upsampling is `Repeat`
-/// and shift `None`, also reads the chroma of the pairs before and after the groups. Any alignment, no
-/// overlap. Any weights whose magnitudes sum to less than 2^16 for each component.
+/// One group is one pair: 4 bytes read at `source`, 4 written at `destination`. The groups are a whole row: its
+/// first and last pair are their own neighbours. Any alignment, no overlap. Any weights whose magnitudes sum to less than 2^16 for each component.
 struct Recode {
   struct Args {
     std::int32_t groups;
@@ -32,7 +31,7 @@ struct Recode {
   };
   static constexpr const char* name = "color/Recode";
   static constexpr bool isWithoutMmx = true;
-  using Streams = StreamList<In<&Args::source, 4, 4, 4>, Out<&Args::destination, 4>>;
+  using Streams = StreamList<In<&Args::source, 4>, Out<&Args::destination, 4>>;
   template <class Set>
   static void Run(Args& args) noexcept;
 };

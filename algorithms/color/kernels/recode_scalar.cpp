@@ -15,7 +15,6 @@ constexpr std::int32_t Move(Shift shift, std::int32_t before, std::int32_t own, 
 template <>
 void Recode::Run<Scalar>(Args& args) noexcept {
   const RecodingWeights& weights = args.weights;
-  const bool hasNeighbours = args.upsampling != Upsampling::Repeat || args.shift != Shift::None;
   const int luma = LumaByte(args.order);
   const int cb = 1 - luma;
   const int cr = 3 - luma;
@@ -26,8 +25,8 @@ void Recode::Run<Scalar>(Args& args) noexcept {
   };
   for (std::int32_t pair = 0; pair < args.groups; ++pair) {
     const std::uint8_t* own = args.source;
-    const std::uint8_t* before = hasNeighbours ? own - 4 : own;
-    const std::uint8_t* next = hasNeighbours ? own + 4 : own;
+    const std::uint8_t* before = pair == 0 ? own : own - 4;
+    const std::uint8_t* next = pair + 1 == args.groups ? own : own + 4;
     const PixelChroma u = Upsample(args.upsampling, before[cb], own[cb], next[cb]);
     const PixelChroma v = Upsample(args.upsampling, before[cr], own[cr], next[cr]);
     const std::int32_t movedU = Move(args.shift, before[cb], own[cb], next[cb]) - 512;

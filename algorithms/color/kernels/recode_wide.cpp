@@ -51,16 +51,33 @@ KV_INLINE Vector Compose(PackedOrder order, Vector left, Vector cb, Vector right
 
 template <PackedOrder order>
 void RecodeAlone(Recode::Args& args) {
-  using Streams = StreamList<In<&Recode::Args::source, 4>, Out<&Recode::Args::destination, 4>>;
   const Converter<0> converter(args.weights);
   const PackedOrder destinationOrder = args.destinationOrder;
-  Walk<Streams, width / 4>(args, [&](const std::uint8_t* source, std::uint8_t* destination) {
-    const Vector packed = Load(source);
-    const Vector luma = LumaLanes<order>(packed);
-    const Vector chroma = ChromaLanes<order>(packed);
-    Store(destination, Compose(destinationOrder, converter.LeftLuma(luma, chroma), converter.Cb(chroma),
-                               converter.RightLuma(luma, chroma), converter.Cr(chroma)));
-  });
+  WalkRow<Recode::Streams, width / 4>(
+      args, [&](RowEnds /*ends*/, const std::uint8_t* source, std::uint8_t* destination) {
+        const Vector packed = Load(source);
+        const Vector luma = LumaLanes<order>(packed);
+        const Vector chroma = ChromaLanes<order>(packed);
+        Store(destination, Compose(destinationOrder, converter.LeftLuma(luma, chroma), converter.Cb(chroma),
+                                   converter.RightLuma(luma, chroma), converter.Cr(chroma)));
+      });
+}
+
+/// With the right pixels' chroma half way to the next pair.
+template <PackedOrder order>
+void RecodeLeft(Recode::Args& args) {
+  const Converter<0> converter(args.weights);
+  const Converter<1> twofold(args.weights);
+  const PackedOrder destinationOrder = args.destinationOrder;
+  WalkRow<Recode::Streams, width / 4>(
+      args, [&](RowEnds ends, const std::uint8_t* source, std::uint8_t* destination) {
+        const Vector packed = Load(source);
+        const Vector luma = LumaLanes<order>(packed);
+        const Vector own = ChromaLanes<order>(packed);
+        const Vector both = Add16(own, ChromaLanes<order>(NextPairs(packed, source, ends.isLast)));
+        Store(destination, Compose(destinationOrder, converter.LeftLuma(luma, own), converter.Cb(own),
+                                   twofold.RightLuma(Add16(luma, luma), both), converter.Cr(own)));
+      });
 }
 
 /// With four times the chroma, interpolated from its neighbours.
@@ -70,12 +87,13 @@ void RecodeAmongNeighbours(Recode::Args& args) {
   const PackedOrder destinationOrder = args.destinationOrder;
   const Upsampling upsampling = args.upsampling;
   const Shift shift = args.shift;
-  Walk<Recode::Streams, width / 4>(args, [&](const std::uint8_t* source, std::uint8_t* destination) {
+  WalkRow<Recode::Streams, width / 4>(args, [&](RowEnds ends, const std::uint8_t* source,
+                                                std::uint8_t* destination) {
     const Vector packed = Load(source);
     const Vector luma = ShiftLeft16<2>(LumaLanes<order>(packed));
     const Vector own = ChromaLanes<order>(packed);
-    const Vector before = ChromaLanes<order>(Load(source - 4));
-    const Vector next = ChromaLanes<order>(Load(source + 4));
+    const Vector before = ChromaLanes<order>(PreviousPairs(packed, source, ends.isFirst));
+    const Vector next = ChromaLanes<order>(NextPairs(packed, source, ends.isLast));
     const Vector four = ShiftLeft16<2>(own);
     const Vector three = Sub16(four, own);
     const Vector towardsNext = Add16(three, next);
@@ -93,8 +111,10 @@ void RecodeAmongNeighbours(Recode::Args& args) {
 
 template <PackedOrder order>
 void RecodePairs(Recode::Args& args) {
-  const bool isAlone = args.upsampling == Upsampling::Repeat && args.shift == Shift::None;
-  isAlone ? RecodeAlone<order>(args) : RecodeAmongNeighbours<order>(args);
+  if (args.shift != Shift::None || args.upsampling == Upsampling::Centre) {
+    return RecodeAmongNeighbours<order>(args);
+  }
+  args.upsampling == Upsampling::Left ? RecodeLeft<order>(args) : RecodeAlone<order>(args);
 }
 
 }  // namespace

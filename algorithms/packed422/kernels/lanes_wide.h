@@ -18,6 +18,13 @@ template <PackedOrder order>
 KV_INLINE Vector ChromaLanes(Vector pixels) {
   return order == PackedOrder::LumaFirst ? UpperBytes16(pixels) : LowerBytes16(pixels);
 }
+/// The pairs after those of a register, and before them: at the end of a row its last or first pair again.
+KV_INLINE Vector NextPairs(Vector pixels, const std::uint8_t* source, bool isLast) {
+  return isLast ? NextLanes32(pixels) : Load(source + 4);
+}
+KV_INLINE Vector PreviousPairs(Vector pixels, const std::uint8_t* source, bool isFirst) {
+  return isFirst ? PreviousLanes32(pixels) : Load(source - 4);
+}
 /// The pixels with this luma and chroma, bytes in 16-bit lanes.
 template <PackedOrder order>
 KV_INLINE Vector JoinLanes(Vector luma, Vector chroma) {
