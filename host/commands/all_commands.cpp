@@ -13,6 +13,7 @@ void AddAllCommands(CLI::App& app, Session& session) {
   AddFilterCommand(app, session);
   AddBlendCommand(app, session);
   AddAlphaCommands(app, session);
+  AddKeyCommand(app, session);
   AddParityCommand(app, session);
   AddPanCommand(app, session);
   AddFindCommand(app, session);

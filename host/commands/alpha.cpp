@@ -5,6 +5,7 @@
 #include "frame/interfaces/alpha_layer_color_based.h"
 #include "frame/interfaces/alpha_layer_prob_mask.h"
 #include "host/commands/command.h"
+#include "host/commands/levels_option.h"
 #include "host/frames.h"
 #include "host/raster_image.h"
 
@@ -21,6 +22,7 @@ struct AlphaOptions {
   OutputOptions output;
   unsigned window = 0;
   std::optional<unsigned> gain;
+  LevelsOptions levels;
   InputOptions input;
   EngineOptions engine;
   RegionOptions region;
@@ -31,6 +33,7 @@ struct AlphaOptions {
         ->required()
         ->check(CLI::Range(1, 255))
         ->type_name("K");
+    levels.AddTo(command);
     input.AddWithFramesTo(command);
     engine.AddTo(command, session);
     region.AddTo(command, "--region", "where to make the mask");
@@ -41,6 +44,7 @@ struct AlphaOptions {
   void ForEachPair(const char* algorithm, Own... own) const {
     const OwnedEngine owned(engine);
     const Engine with = owned.Get();
+    const kv_run::LevelTable table = TableOf(levels.Get());
     const auto& operation = with.family.Require<Interface>(algorithm, {PixelClass::ClassID});
     PictureReader reader(first, input.Get());
     CompanionInput companion(second, input.Get(), reader);
@@ -56,7 +60,13 @@ struct AlphaOptions {
       // One raw mask for all threads: each smooths rows that others made.
       const std::shared_ptr<Grey> raw = MakeWorkingImage<GreyPixel>(frame.width, frame.height);
       with.Run(algorithm, operation, *a, *b, *to, where, own..., raw);
-      WriteLuma(writer, ToRaster(*to, frame), frame, with);
+      Raster mask = ToRaster(*to, frame);
+      for (int y = where.GetTop(); y <= where.GetBottom(); ++y) {
+        std::uint8_t* row = mask.planes[0].Row(y).data() + where.GetLeft(y);
+        kv_run::MapLevels(table, row, row,
+                          static_cast<std::size_t>(where.GetRight(y) - where.GetLeft(y) + 1));
+      }
+      WriteLuma(writer, mask, frame, with);
     });
     owned.Finish(writer);
   }

@@ -148,14 +148,14 @@ void InputOptions::AddWithFramesTo(CLI::App& command) {
       ->type_name("FIRST:COUNT");
 }
 
-void InputOptions::RequireUse(std::initializer_list<const PictureReader*> inputs) const {
+void InputOptions::RequireUse(const std::vector<const PictureReader*>& inputs) const {
   const auto isRaw = [](const PictureReader* input) { return TraitsOf(input->Format()).raw; };
   const auto isStandard = [](const PictureReader* input) { return input->Name() == "standard input"; };
   if (std::ranges::count_if(inputs, isStandard) > 1) {
     throw UsageError("standard input can be one input only; name others, such as /dev/fd/3");
   }
   if (std::ranges::any_of(inputs, isRaw)) return;
-  const std::string rest = (*inputs.begin())->Name() + " states its own ";
+  const std::string rest = inputs.front()->Name() + " states its own ";
   const std::string only = "; only raw frames (" + RawFormatNames() + ") need it";
   if (!size.empty()) throw UsageError(sizeOption + ": " + rest + "size" + only);
   if (fields) throw UsageError("--fields: " + rest + "fields, or has none" + only);
@@ -167,6 +167,10 @@ void OutputOptions::AddTo(CLI::App& command, Session& of, const std::string& wha
   command.add_option(option, name, what)->required()->each([&of](const std::string& file) {
     of.picturesOnStandardOutput = file == "-";
   });
+  AddFormatsTo(command);
+}
+
+void OutputOptions::AddFormatsTo(CLI::App& command) {
   command.add_flag("--overwrite", overwrite,
                    "replace numbered files that exist (a single file is replaced anyway)");
   command.add_option("--to-format", format, "format of the output (default: by its extension)")

@@ -79,7 +79,7 @@ struct InputOptions {
   ReadOptions Get() const;
 
   /// Throws UsageError when --size or --fields is given and none of the inputs is raw.
-  void RequireUse(std::initializer_list<const PictureReader*> inputs) const;
+  void RequireUse(const std::vector<const PictureReader*>& inputs) const;
 };
 
 /// The file that a command writes frames to.
@@ -90,6 +90,8 @@ struct OutputOptions {
 
   /// `option`: "OUT", or another name.
   void AddTo(CLI::App& command, Session& session, const std::string& what, const std::string& option = "OUT");
+  /// The options alone, for commands whose file is one of several arguments.
+  void AddFormatsTo(CLI::App& command);
   /// A writer of these frames.
   PictureWriter Open(const ClipPart& clip) const;
   PictureWriter Open(const PictureReader& frames) const { return Open({frames.Range(), frames.Length()}); }
@@ -123,6 +125,7 @@ void AddAverageCommand(CLI::App& app, Session& session);
 void AddFilterCommand(CLI::App& app, Session& session);
 void AddBlendCommand(CLI::App& app, Session& session);
 void AddAlphaCommands(CLI::App& app, Session& session);
+void AddKeyCommand(CLI::App& app, Session& session);
 void AddParityCommand(CLI::App& app, Session& session);
 void AddPanCommand(CLI::App& app, Session& session);
 void AddFindCommand(CLI::App& app, Session& session);

@@ -35,6 +35,19 @@ Raster WithMiddlePainted(Raster picture) {
   return picture;
 }
 
+Raster BeforeScreen(Raster picture) {
+  constexpr int darkest = 84;
+  for (int row = 0; row < picture.height; ++row) {
+    const auto bytes = picture.planes[0].Row(row);
+    for (std::size_t at = 0; at < bytes.size(); at += 4) {
+      if (bytes[at] + bytes[at + 2] > 2 * darkest) continue;
+      const std::uint8_t screen[] = {130, screenCb, 130, screenCr};
+      std::ranges::copy(screen, bytes.begin() + static_cast<std::ptrdiff_t>(at));
+    }
+  }
+  return picture;
+}
+
 Raster Woven(const Raster& top, const Raster& bottom) {
   Raster fields = top;
   fields.interlace = Interlace::TopFieldFirst;

@@ -16,6 +16,11 @@ Raster InOppositeColours(Raster picture);
 /// The packed 4:2:2 picture with other colours in its middle.
 Raster WithMiddlePainted(Raster picture);
 
+/// The bright parts of the packed 4:2:2 picture before a screen of one colour.
+inline constexpr std::uint8_t screenCb = 70;
+inline constexpr std::uint8_t screenCr = 50;
+Raster BeforeScreen(Raster picture);
+
 /// A packed 4:2:2 frame of two fields: the even rows of one moment, the odd ones of another.
 Raster Woven(const Raster& top, const Raster& bottom);
 

@@ -159,6 +159,16 @@ class Tour : Curator {
         {"alpha-color", "@scene.y4m", "@painted.y4m", "@mask-color.png", "--window", "5"},
         {scene_, PlateOf("painted-in.png", "its middle in other colours")},
         {{.file = "mask-color.png", .caption = "mask"}});
+    const Raster screened = BeforeScreen(scene);
+    Write("screen.y4m", screened);
+    Write("screen-in.png", screened);
+    Add("AlphaLayerColorBased", "Keying",
+        "What has not the colour of the screen is put over another picture: the mask from colour, inverted "
+        "and stretched, weighs the two, and nothing else does.",
+        {"key", "@screen.y4m", "--color", std::to_string(screenCb) + "," + std::to_string(screenCr),
+         "@other.y4m", "@keyed.png"},
+        {PlateOf("screen-in.png", "scene before a screen"), other_},
+        {{.file = "keyed.png", .caption = "the same before other"}});
     Add("AlphaLayerProbMask", "Mask from probabilities",
         "How much likelier a pixel is in the first picture than in the second, smoothed; luma stands for it.",
         {"alpha-prob", "@scene.y4m", "@other.y4m", "@mask-prob.png", "--window", "5", "--gain", "2"},

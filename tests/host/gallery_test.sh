@@ -37,9 +37,9 @@ open_page own 500 "$pictures"
 
 # The commands on the page make the same pictures again.
 cp -r own again
-(cd again && rm difference.png surface.png bars-*.y4m bars-*.png && PATH="$(dirname "$kv"):$PATH" bash -e <<<"$(sed 's|.*<pre>||; s|<[^>]*>||g; s|&quot;|"|g' ../own/index.html |
+(cd again && rm difference.png surface.png keyed.png bars-*.y4m bars-*.png && PATH="$(dirname "$kv"):$PATH" bash -e <<<"$(sed 's|.*<pre>||; s|<[^>]*>||g; s|&quot;|"|g' ../own/index.html |
   grep '^kv ')" >/dev/null) || fail "a command of the page failed"
-for file in bars-601.png bars-709.png bars-2020.png difference.png surface.png average.png blend.png mask-color.png; do cmp "own/$file" "again/$file"; done
+for file in bars-601.png bars-709.png bars-2020.png difference.png surface.png average.png blend.png mask-color.png keyed.png; do cmp "own/$file" "again/$file"; done
 for wrong in 601-as-709 709-as-601 2020-as-709; do
   cmp -s own/bars-$wrong.png own/bars-${wrong%%-*}.png && fail "the wrong matrix shows the same colours"
   cmp own/bars-$wrong.png again/bars-$wrong.png

@@ -1,0 +1,228 @@
+#include <algorithm>
+#include <memory>
+
+#include "frame/interfaces/alpha_layer_color_based.h"
+#include "frame/interfaces/average_filter.h"
+#include "host/commands/command.h"
+#include "host/commands/levels_option.h"
+#include "host/errors.h"
+#include "host/frames.h"
+#include "host/raster_image.h"
+#include "run/composition.h"
+
+namespace kv_host {
+namespace {
+
+using Frame422 = kv_img::Image<kv_img::PixelYUV422>;
+using GreyPixel = kv_img::PixelNoColor<unsigned char>;
+using Grey = kv_img::Image<GreyPixel>;
+
+/// Calls `work(y)` for every row on the threads of the pool.
+template <class Work>
+void ForEachRow(int height, const Engine& with, Work work) {
+  with.pool.Run([&](kv_std::SpinBarrier& barrier, std::uint32_t index) {
+    const auto threads = static_cast<std::int64_t>(barrier.GetThreadCount());
+    const auto end = static_cast<int>(height * (std::int64_t{index} + 1) / threads);
+    for (auto y = static_cast<int>(height * std::int64_t{index} / threads); y < end; ++y) work(y);
+  });
+}
+
+std::uint8_t* RowOf(Grey& mask, int y) {
+  return mask.PlaneRow(kv_img::PixelComponent::Luma, y).data();
+}
+
+/// A picture of one colour, of the size of `like`.
+Raster Coloured(const Raster& like, const std::vector<int>& colour) {
+  Raster plate = MakeRaster(RasterKind::Yuv422, like.width, like.height, LayoutLumaFirst);
+  Describe(plate, like);
+  std::vector<std::uint8_t>& bytes = plate.planes[0].bytes;
+  for (std::size_t at = 0; at < bytes.size(); at += 4) {
+    bytes[at + 1] = static_cast<std::uint8_t>(colour[0]);
+    bytes[at + 3] = static_cast<std::uint8_t>(colour[1]);
+  }
+  return plate;
+}
+
+struct KeyOptions {
+  std::string foreground;
+  std::string plate;
+  std::string color;
+  std::vector<std::string> others;  ///< The background, if there is one, and the output.
+  OutputOptions output;
+  LevelsOptions levels{.levels = {.low = 130, .high = 255, .isInverted = true}};
+  unsigned window = 1;
+  InputOptions input;
+  EngineOptions engine;
+  RegionOptions region;
+
+  void Run();
+
+ private:
+  std::vector<int> Colour() const;
+  std::unique_ptr<Grey> MaskOf(const Raster& frame, const Raster& against, const Engine& with) const;
+  void KeepInside(Grey& mask, const Raster& frame, const Engine& with) const;
+};
+
+std::vector<int> KeyOptions::Colour() const {
+  if (plate.empty() == color.empty()) {
+    throw UsageError(
+        "kv key takes either --plate, the scene without what is to be kept, or --color, its colour");
+  }
+  if (color.empty()) return {};
+  const auto colour = ParseNumbers(color, ',', 2, "--color", "90,60 (Cb,Cr)");
+  if (std::ranges::any_of(colour, [](int sample) { return sample < 0 || sample > 255; })) {
+    throw UsageError("--color: " + color + " is no colour; Cb and Cr are 0 to 255");
+  }
+  return colour;
+}
+
+/// 255 where the picture is to be seen.
+std::unique_ptr<Grey> KeyOptions::MaskOf(const Raster& frame, const Raster& against,
+                                         const Engine& with) const {
+  using Mask = kv_img::AlphaLayerColorBasedAlgorithmInterface<Frame422>;
+  const auto& makeMask = with.family.Require<Mask>("AlphaLayerColorBased", {kv_img::PixelYUV422::ClassID});
+  const auto a = ToImage<kv_img::PixelYUV422>(frame);
+  const auto b = ToImage<kv_img::PixelYUV422>(against);
+  auto mask = MakeWorkingImage<GreyPixel>(frame.width, frame.height);
+  const std::shared_ptr<Grey> raw = MakeWorkingImage<GreyPixel>(frame.width, frame.height);
+  const int width = WorkingWidth(frame.width);
+  const kv_img::RunRegion whole(kv_img::ImageRect(0, 0, width - 1, frame.height - 1));
+  with.Run("AlphaLayerColorBased", makeMask, *a, *b, *mask, whole, 1U, raw);
+  const kv_run::LevelTable table = TableOf(levels.Get());
+  ForEachRow(frame.height, with, [&](int y) {
+    kv_run::MapLevels(table, RowOf(*mask, y), RowOf(*mask, y), static_cast<std::size_t>(width));
+  });
+  if (window > 1) {
+    const auto& smooth = with.family.Require<kv_img::AverageFilterAlgorithmInterface<Grey>>(
+        "AverageFilter", {GreyPixel::ClassID});
+    const kv_img::RunRegion picture(kv_img::ImageRect(0, 0, frame.width - 1, frame.height - 1));
+    auto smoothed = MakeWorkingImage<GreyPixel>(frame.width, frame.height);
+    with.Run("AverageFilter", smooth, *mask, *smoothed, picture, window);
+    mask = std::move(smoothed);
+  }
+  if (region.text.IsGiven()) KeepInside(*mask, frame, with);
+  return mask;
+}
+
+/// Outside the region nothing of the picture is seen.
+void KeyOptions::KeepInside(Grey& mask, const Raster& frame, const Engine& with) const {
+  const auto where = MakeRegion(region.text, frame.width, frame.height, foreground);
+  ForEachRow(frame.height, with, [&](int y) {
+    const bool isIn = y >= where.GetTop() && y <= where.GetBottom();
+    const int left = isIn ? where.GetLeft(y) : frame.width;
+    const int right = isIn ? where.GetRight(y) + 1 : frame.width;
+    std::uint8_t* row = RowOf(mask, y);
+    std::fill(row, row + std::min(left, frame.width), std::uint8_t{0});
+    std::fill(row + right, row + frame.width, std::uint8_t{0});
+  });
+}
+
+/// The picture with the mask as its alpha.
+Raster WithAlpha(const Raster& packed, Grey& mask) {
+  Raster result = MakeRaster(RasterKind::Yuva422, packed.width, packed.height, packed.layout);
+  Describe(result, packed);
+  result.planes[0] = packed.planes[0];
+  for (int y = 0; y < packed.height; ++y) {
+    std::copy_n(RowOf(mask, y), packed.width, result.planes[1].Row(y).begin());
+  }
+  return result;
+}
+
+Raster Composed(const Raster& above, const Raster& below, Grey& mask, const Engine& with) {
+  Raster result = MakeRaster(RasterKind::Yuv422, above.width, above.height, LayoutLumaFirst);
+  Describe(result, above);
+  ForEachRow(above.height, with, [&](int y) {
+    kv_run::CompositePacked(above.planes[0].Row(y).data(), below.planes[0].Row(y).data(), RowOf(mask, y),
+                            result.planes[0].Row(y).data(), static_cast<std::size_t>(above.width), true);
+  });
+  return result;
+}
+
+void KeyOptions::Run() {
+  const std::vector<int> colour = Colour();
+  output.name = others.back();
+  const bool hasBackground = others.size() > 1;
+  const OwnedEngine owned(engine);
+  const Engine with = owned.Get();
+  PictureReader reader(foreground, input.Get());
+  std::optional<CompanionInput> plates;
+  std::optional<CompanionInput> backgrounds;
+  if (colour.empty()) plates.emplace(plate, input.Get(), reader);
+  if (hasBackground) backgrounds.emplace(others.front(), input.Get(), reader);
+  std::vector<const PictureReader*> inputs = {&reader};
+  for (const auto* companion : {&plates, &backgrounds}) {
+    if (*companion) inputs.push_back(&(*companion)->Reader());
+  }
+  input.RequireUse(inputs);
+  PictureWriter writer = output.Open(reader);
+  const RasterKind keyed = KindToWrite(TraitsOf(writer.Format()), RasterKind::Yuva422);
+  if (!hasBackground && keyed != RasterKind::Yuva422 && keyed != RasterKind::Dib32) {
+    throw UsageError(output.name + ": " + std::string(TraitsOf(writer.Format()).name) +
+                     " holds no alpha; name a background, or write png, uyvya, yuy2a, bgra or rgba");
+  }
+  ForEachFrame(reader, [&](const Raster& frame, std::int64_t number) {
+    const Raster* under = hasBackground ? &backgrounds->FrameBeside(number) : nullptr;
+    if (under != nullptr) RequireEqualSizes(frame, foreground, *under, others.front());
+    const Raster above = under != nullptr ? ConvertBeside(frame, *under, LayoutLumaFirst, with)
+                                          : Convert(frame, RasterKind::Yuv422, LayoutLumaFirst, with);
+    std::unique_ptr<Grey> mask;
+    if (plates) {
+      const Raster& against = plates->FrameBeside(number);
+      RequireEqualSizes(frame, foreground, against, plate);
+      mask = MaskOf(above, ConvertAs(against, above, LayoutLumaFirst, with), with);
+    } else {
+      mask = MaskOf(above, Coloured(above, colour), with);
+    }
+    if (under == nullptr) return WriteConverted(writer, WithAlpha(above, *mask), with);
+    Raster result = Composed(above, ConvertBeside(*under, frame, LayoutLumaFirst, with), *mask, with);
+    if (frame.kind == RasterKind::Grey8 && under->kind == RasterKind::Grey8) {
+      result = ConvertLuma(result, RasterKind::Grey8, 0, with);
+    }
+    WriteConverted(writer, result, with);
+  });
+  owned.Finish(writer);
+}
+
+/// CLI11 has no words for an argument that may be left out before the last one.
+class KeyHelp : public CLI::Formatter {
+ public:
+  std::string make_usage(const CLI::App*, std::string name) const override {
+    return "Usage: " + name + " [OPTIONS] FOREGROUND [BACKGROUND] OUT\n";
+  }
+};
+
+}  // namespace
+
+void AddKeyCommand(CLI::App& app, Session& session) {
+  auto options = std::make_shared<KeyOptions>();
+  CLI::App* command = app.add_subcommand("key", "Key a picture by colour, over a background or with alpha");
+  command->add_option("FOREGROUND", options->foreground, "picture or video; - is standard input")->required();
+  command
+      ->add_option("FILES", options->others,
+                   "BACKGROUND to put it over, if any, and OUT, the file to write; without a background OUT "
+                   "gets alpha")
+      ->required()
+      ->expected(1, 2)
+      ->type_name("")
+      ->each([&session](const std::string& file) { session.picturesOnStandardOutput = file == "-"; });
+  options->output.AddFormatsTo(*command);
+  command
+      ->add_option("--plate", options->plate,
+                   "the scene without what is to be kept: a picture, or a frame for each")
+      ->type_name("FILE");
+  command->add_option("--color", options->color, "or its one colour")->type_name("CB,CR");
+  options->levels.AddTo(*command);
+  command
+      ->add_option("--window", options->window,
+                   "side of the box that smooths the mask, 1 to 255 (default: 1)")
+      ->check(CLI::Range(1, 255))
+      ->type_name("K");
+  options->input.AddWithFramesTo(*command);
+  options->engine.AddTo(*command, session);
+  options->region.AddTo(*command, "--region", "where the foreground may be seen");
+  command->formatter(std::make_shared<KeyHelp>());
+  command->footer("Example: kv key actor.y4m --plate studio.y4m beach.y4m out.y4m --window 3");
+  command->callback([options] { options->Run(); });
+}
+
+}  // namespace kv_host
