@@ -12,47 +12,55 @@ from ._library import library
 from ._regions import RegionLike, handle, region_of
 
 _directions = {"right": 1, "left": 2, "down": 4, "up": 8}
-_methods = {"blend": 0}
+_methods = {"line": 1, "field": 2, "blend": 0}
 _pan_size = ctypes.sizeof(_library.PanOptions)
 
 
-def change_parity(a: Planes, *, field_order: str = "top", row_parity: int = 0, method: str = "blend",
+def change_parity(a: Planes, *, field_order: str = "top", row_parity: int = 0, method: str = "line",
                   region: RegionLike = None, format: str = "uyvy", width: int | None = None,
                   out: Planes | None = None) -> Result:
-    """Moves a picture by half a line to the other field parity, with the mean of neighbouring lines.
+    """A picture of the other field parity.
 
     Parameters
     ----------
-    a : (height, width + width % 2, 2) array of uint8
-        Packed 4:2:2.
+    a : array or tuple of arrays
+        As for `convert`; ``"blend"`` takes packed 4:2:2.
     field_order : {"top", "bottom", "progressive"}
         Of ``a``; the result has the opposite one. ``"progressive"`` counts as ``"top"``.
     row_parity : int
-        0 or 1: the parity of the field that the first row of ``a`` belongs to.
-    method : {"blend"}
+        0 or 1: the parity of the field that the first row of ``a`` belongs to; ``"blend"`` looks at it.
+    method : {"line", "field", "blend"}
+        ``"line"``: a line down (from ``"top"``) or up, nothing is interpolated. ``"field"``: every line from its two
+        neighbours, of the other field. ``"blend"``: half a line, by the mean of neighbouring lines.
     region : (left, top, width, height), optional
-        A rectangle; None: all but the last width % 4 pixels of averaged lines.
-    format : {"uyvy", "yuy2"}
+        A rectangle, for ``"blend"``; None: all but the last width % 4 pixels of averaged lines.
+    format : str
+        As for `convert`.
     width, out
-        As for `kv_algo.convert`. What is not written is 0 in new memory.
+        As for `convert`. What ``"blend"`` does not write is 0 in new memory.
 
     Returns
     -------
-    (height, width + width % 2, 2) array of uint8
+    array or tuple of arrays
 
     Examples
     --------
     >>> import numpy as np, kv_algo
     >>> lines = np.zeros((4, 4, 2), np.uint8)
     >>> lines[2] = 100
-    >>> kv_algo.change_parity(lines)[:, 0, 1].tolist()
+    >>> for method in ("line", "field", "blend"):
+    ...     print(kv_algo.change_parity(lines, method=method)[:, 0, 1].tolist())
+    [0, 0, 0, 100]
+    [0, 50, 0, 100]
     [0, 0, 50, 50]
     """
-    form = format_of("format", format, PACKED)
+    how = choice("method", method, _methods)
+    form = format_of("format", format, PACKED if method == "blend" else None)
+    if region is not None and method != "blend":
+        raise ValueError(f'region is {region!r:.60}; method "{method}" takes whole pictures, "blend" rectangles')
     source = view("a", a, form, width)
     source.frame.field_order = choice("field_order", field_order, FIELDS)
     source.frame.row_parity = integer("row_parity", row_parity, 0, 1)
-    how = choice("method", method, _methods)
     result, to = destination(out, form, source)
     where = region_of("region", region, to)
     _context.run(library.kv_change_parity, source.ref(), to.ref(), handle(where), how)

@@ -55,6 +55,7 @@ def test_words():
     assert {"default": 0, **_frames.RANGES} == codes("KV_RANGE_")
     assert {"default": 0, **_frames.CHROMAS} == codes("KV_CHROMA_")
     assert _fields._directions == codes("KV_PAN_")
+    assert _fields._methods == codes("KV_PARITY_")
     fields = {"progressive": "progressive", "top": "top_first", "bottom": "bottom_first"}
     assert {fields[name]: code for name, code in _frames.FIELDS.items()} == codes("KV_FIELDS_")
 

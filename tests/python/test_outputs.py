@@ -130,7 +130,7 @@ def compute(arguments, folder):
             a, width = packed(files[0], i)
             whole = widened(a)
             out = whole.copy()
-            kv_algo.change_parity(whole, format="yuy2", region=region, field_order=order, out=out)
+            kv_algo.change_parity(whole, method="blend", format="yuy2", region=region, field_order=order, out=out)
             done.append(planes_of(out[:, : a.shape[1]], width))
         return payload_of(done)
     if command == "pan":

@@ -98,7 +98,7 @@ CASES = [
     (lambda: kv.copy(B, "rgb24", "uyvy"), ValueError, '^src is "rgb24"; it must be one of uyvy'),
     (lambda: kv.copy(P, "i422", "uyvy"), ValueError, '^src is "i422"; it must be one of'),
     (lambda: kv.change_parity(U, field_order="even"), ValueError, '^field_order is "even"'),
-    (lambda: kv.change_parity(U, method="bob"), ValueError, '^method is "bob"; it must be one of blend'),
+    (lambda: kv.change_parity(U, method="bob"), ValueError, '^method is "bob"; it must be one of line, field, blend'),
     (pan(U, (8, 8), direction="north"), ValueError, '^direction is "north"; it must be one of right, left'),
     (find(G, G, (5, 5), format="gray8"), ValueError, '^format is "gray8"'),
     # Planes.
@@ -163,7 +163,7 @@ CASES = [
     (lambda: kv.Region.polygon([(0, 0), (0.1, 0), (0, 0.1)]), kv.BadArgument, "no centre of a pixel"),
     (lambda: kv.blend(U, V, G, region=(0, 0, 6, 4)), kv.Error, "multiples of four"),
     (lambda: kv.copy_region(U, V.copy(), (0, 0, 4, 4), (0, 0, 4, 5)), kv.SizeMismatch, "must be equal"),
-    (lambda: kv.change_parity(U, region=kv.Region.polygon([(0, 0), (8, 0), (0, 8)])), kv.Error, "rectangle"),
+    (lambda: kv.change_parity(U, method="blend", region=kv.Region.polygon([(0, 0), (8, 0), (0, 8)])), kv.Error, "rectangle"),
     # Pans.
     (pan(U), TypeError, r"^size is None; without out it must be \(width, height\)$"),
     (pan(U, 8), TypeError, r"^size is 8; it must be \(width, height\)$"),
