@@ -19,6 +19,7 @@ from ._frames import CHROMAS, FIELDS, FORMATS, MATRICES, MOST_PIXELS_OF_SIDE, PA
 Source = Union[str, "os.PathLike[str]", IO[bytes]]
 _magic = b"YUV4MPEG2"
 _longest_line = 4096
+_most_frames = 1 << 48
 _interlace = {b"p": "progressive", b"t": "top", b"b": "bottom"}
 _sites = {b"422": None, b"422paldv": None, b"422mpeg2": "left", b"422jpeg": "centre"}
 _raw = {".uyvy": "uyvy", ".yuy2": "yuy2"}
@@ -66,7 +67,7 @@ class VideoFrame:
 
 
 def read(source: Source, *, format: str | None = None, size: Tuple[int, int] | None = None,
-         matrix: str | None = None, program: str = "kv") -> Iterator[VideoFrame]:
+         matrix: str | None = None, first: int = 0, count: int | None = None, program: str = "kv") -> Iterator[VideoFrame]:
     """The frames of a video, one by one.
 
     Parameters
@@ -80,6 +81,10 @@ def read(source: Source, *, format: str | None = None, size: Tuple[int, int] | N
         Width and height of raw frames.
     matrix : {"bt601", "bt709", "bt2020"}, optional
         What the frames are to say of theirs; no file does.
+    first : int
+        Index of the first frame that is answered; files are positioned to it, pipes are read.
+    count : int, optional
+        Frames, at most; None: all.
     program : str
         Name or path of ``kv``.
 
@@ -102,10 +107,12 @@ def read(source: Source, *, format: str | None = None, size: Tuple[int, int] | N
     """
     if matrix is not None:
         choice("matrix", matrix, MATRICES)
+    begin = integer("first", first, 0, _most_frames)
+    part = slice(begin, begin + (_most_frames if count is None else integer("count", count, 0, _most_frames)))
     if not isinstance(source, str) and not isinstance(source, os.PathLike):
         if not hasattr(source, "read"):
             raise TypeError(f"source is a {type(source).__name__}; it must be a path or a binary file")
-        return _frames(source, "source", format, size, matrix, ExitStack())
+        return _frames(source, "source", format, size, matrix, part, ExitStack())
     path = Path(os.fspath(source))
     if format is None:
         format = _raw.get(path.suffix)
@@ -114,7 +121,7 @@ def read(source: Source, *, format: str | None = None, size: Tuple[int, int] | N
         file = _through_program(path, program, stack)
     else:
         file = stack.enter_context(path.open("rb"))
-    return _frames(file, str(path), format, size, matrix, stack)
+    return _frames(file, str(path), format, size, matrix, part, stack)
 
 
 def _through_program(path: Path, program: str, stack: ExitStack) -> IO[bytes]:
@@ -138,7 +145,7 @@ def _through_program(path: Path, program: str, stack: ExitStack) -> IO[bytes]:
 
 
 def _frames(file: IO[bytes], name: str, format: str | None, size: Any, matrix: str | None,
-            stack: ExitStack) -> Iterator[VideoFrame]:
+            part: slice, stack: ExitStack) -> Iterator[VideoFrame]:
     with stack:
         if format is None:
             like = _y4m_header(file, name)
@@ -149,13 +156,14 @@ def _frames(file: IO[bytes], name: str, format: str | None, size: Any, matrix: s
             width, height = (integer("size", one, 1, MOST_PIXELS_OF_SIDE) for one in size)
             like = VideoFrame((), format, width, height)
         kept = stack.pop_all()
-    return _each(file, name, replace(like, matrix=matrix), format is None, kept)
+    return _each(file, name, replace(like, matrix=matrix), format is None, part, kept)
 
 
-def _each(file: IO[bytes], name: str, like: VideoFrame, is_y4m: bool, stack: ExitStack) -> Iterator[VideoFrame]:
+def _each(file: IO[bytes], name: str, like: VideoFrame, is_y4m: bool, part: slice,
+          stack: ExitStack) -> Iterator[VideoFrame]:
     with stack:
-        index = 0
-        while True:
+        can_seek = getattr(file, "seekable", bool)()
+        for index in range(part.stop):
             if is_y4m:
                 line = file.readline(_longest_line)
                 if not line:
@@ -163,16 +171,18 @@ def _each(file: IO[bytes], name: str, like: VideoFrame, is_y4m: bool, stack: Exi
                 if not (line.startswith(b"FRAME") and line.endswith(b"\n")):
                     raise ValueError(f"{name}: frame {index} does not begin with a line FRAME")
             planes = empty(FORMATS[like.format], like.width, like.height, zeros=False)
-            got = 0
-            for plane in planes if isinstance(planes, tuple) else (planes,):
-                got += _fill(file, memoryview(plane).cast("B"))
-            wanted = sum(plane.nbytes for plane in (planes if isinstance(planes, tuple) else (planes,)))
+            all_planes = planes if isinstance(planes, tuple) else (planes,)
+            wanted = sum(plane.nbytes for plane in all_planes)
+            if index < part.start and can_seek:
+                file.seek(wanted, os.SEEK_CUR)
+                continue
+            got = sum(_fill(file, memoryview(plane).cast("B")) for plane in all_planes)
             if got == 0 and not is_y4m:
                 return
             if got < wanted:
                 raise ValueError(f"{name} ends inside frame {index}: {got} bytes of {wanted}")
-            yield replace(like, planes=planes, index=index)
-            index += 1
+            if index >= part.start:
+                yield replace(like, planes=planes, index=index)
 
 
 def _fill(file: IO[bytes], memory: memoryview) -> int:

@@ -79,6 +79,45 @@ def test_one_frame_of_many_ends_the_program(tmp_path, kv):
     video.close()
 
 
+class Pipe(io.BytesIO):
+    """Bytes that can be read only once."""
+
+    def seekable(self):
+        return False
+
+    def seek(self, *_):
+        raise OSError("no seek")
+
+
+@pytest.mark.parametrize("open_as", [io.BytesIO, Pipe])
+@pytest.mark.parametrize("raw", [False, True])
+def test_part_of_a_clip(tmp_path, open_as, raw):
+    name = "a.uyvy" if raw else "a.y4m"
+    kv_algo.write(tmp_path / name, frames(7))
+    data = (tmp_path / name).read_bytes()
+    more = {"format": "uyvy", "size": (6, 4)} if raw else {}
+    whole = list(kv_algo.read(open_as(data), **more))
+    assert len(whole) == 7
+    for first, count in ((0, None), (3, None), (6, 1), (2, 3), (5, 9), (7, 1), (99, None), (3, 0)):
+        part = list(kv_algo.read(open_as(data), first=first, count=count, **more))
+        expected = whole[first:None if count is None else first + count]
+        assert [one.index for one in part] == [one.index for one in expected]
+        for one, other in zip(part, expected):
+            np.testing.assert_array_equal(one.to("uyvy"), other.to("uyvy"))
+    # What is after the part may be broken, what is before may not.
+    assert len(list(kv_algo.read(open_as(data[:-1]), first=2, count=4, **more))) == 4
+    with pytest.raises(ValueError, match="ends inside frame 6"):
+        list(kv_algo.read(open_as(data[:-1]), first=6, **more))
+
+
+@pytest.mark.parametrize("wrong, kind, text", [
+    ({"first": -1}, ValueError, "^first is -1"), ({"count": -1}, ValueError, "^count is -1"),
+    ({"first": 1.0}, TypeError, "^first is a float"), ({"count": "1"}, TypeError, "^count is a str")])
+def test_wrong_parts(wrong, kind, text):
+    with pytest.raises(kind, match=text):
+        kv_algo.read(PHOTO, **wrong)
+
+
 HEAD = b"YUV4MPEG2 W2 H1 F25:1 C422\n"
 BAD = [
     (b"", "is not a Y4M file"),
