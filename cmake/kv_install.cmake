@@ -1,4 +1,4 @@
-# cmake --install: runtime (libraries and members), dev (to build on them), tools (kv), c and cdev (the C interface). The tree
+# cmake --install: runtime (libraries and members), dev (to build on them), tools (kv), c and cdev (the C interface), gstreamer. The tree
 # may be moved as a whole: nothing in it knows its prefix.
 include(CMakePackageConfigHelpers)
 get_property(KV_MEMBERS GLOBAL PROPERTY KV_MEMBERS)
@@ -11,6 +11,11 @@ if(NOT WIN32)
     # As installed, or copied beside a program with the libraries.
     set_target_properties(${member} PROPERTIES INSTALL_RPATH "$ORIGIN/..;$ORIGIN")
   endforeach()
+  if(TARGET gstkvalgo)
+    file(RELATIVE_PATH toLibraries /${KV_INSTALL_GSTREAMERDIR} /${CMAKE_INSTALL_LIBDIR})
+    string(REGEX REPLACE "/$" "" toLibraries "${toLibraries}")
+    set_target_properties(gstkvalgo PROPERTIES INSTALL_RPATH "$ORIGIN/${toLibraries};$ORIGIN/.." BUILD_WITH_INSTALL_RPATH ON)
+  endif()
   # One for both trees: CMake would fill up that of the build with empty entries, which the loader reads as the current
   # folder, to have room for the other.
   set_target_properties(kv kv_Image kv_Math kv_c ${KV_MEMBERS} PROPERTIES BUILD_WITH_INSTALL_RPATH ON)
@@ -32,6 +37,9 @@ install(TARGETS ${KV_MEMBERS} DESTINATION ${KV_INSTALL_MEMBERDIR} COMPONENT runt
 install(TARGETS kv RUNTIME COMPONENT tools)
 if(TARGET kv_av)
   install(TARGETS kv_av DESTINATION ${KV_INSTALL_MEMBERDIR} COMPONENT av)
+endif()
+if(TARGET gstkvalgo)
+  install(TARGETS gstkvalgo DESTINATION ${KV_INSTALL_GSTREAMERDIR} COMPONENT gstreamer)
 endif()
 install(FILES assets/seeding-720x576.y4m assets/README.md DESTINATION ${CMAKE_INSTALL_DATADIR}/kv_algo COMPONENT tools)
 

@@ -9,6 +9,9 @@ set(packaged runtime dev tools c cdev)
 if(TARGET kv_av)
   list(APPEND packaged av)
 endif()
+if(TARGET gstkvalgo)
+  list(APPEND packaged gstreamer)
+endif()
 set(CPACK_COMPONENTS_ALL ${packaged})
 set(CPACK_STRIP_FILES ON)
 set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_LIST_DIR}/debian_finish.cmake)
@@ -62,6 +65,13 @@ set(CPACK_DEBIAN_CDEV_PACKAGE_DEPENDS "${c} (= ${PROJECT_VERSION}), libkv-algo-d
 set(CPACK_DEBIAN_CDEV_DESCRIPTION "image-processing plug-ins for video, C header
  The header kv/kv.h, the target kv::c of the CMake package kv_algo and kv_c for
  pkg-config.")
+
+set(CPACK_DEBIAN_GSTREAMER_PACKAGE_NAME gstreamer1.0-kv-algo)
+set(CPACK_DEBIAN_GSTREAMER_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_GSTREAMER_PACKAGE_DEPENDS "${c} (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_GSTREAMER_DESCRIPTION "image-processing plug-ins for video, GStreamer elements
+ The plug-in kvalgo: converters, filters, field parity and keys for packed
+ 4:2:2 video in GStreamer pipelines, with the same bytes on every machine.")
 
 # The papers that every Debian package carries.
 set(papers ${PROJECT_BINARY_DIR}/debian)

@@ -9,7 +9,7 @@ for tool in dpkg-shlibdeps lintian; do
 done
 
 work=$(mktemp -d)
-names=(kv-algo-av kv-algo-tools libkv-c-dev libkv-c0 libkv-algo-dev libkv-algo0)
+names=(gstreamer1.0-kv-algo kv-algo-av kv-algo-tools libkv-c-dev libkv-c0 libkv-algo-dev libkv-algo0)
 installed=no
 finish() {
   [ $installed = no ] || dpkg --purge "${names[@]}" >/dev/null 2>&1 || true
@@ -19,7 +19,7 @@ trap finish EXIT
 
 cpack --config "$build/CPackConfig.cmake" -B "$work" >"$work/log" 2>&1 || { cat "$work/log"; fail "cpack"; }
 cd "$work"
-[ "$(ls -- *.deb | wc -l)" = 6 ] || fail "six packages were expected: $(ls)"
+[ "$(ls -- *.deb | wc -l)" = 7 ] || fail "seven packages were expected: $(ls)"
 echo "== lintian"
 lintian --fail-on error --suppress-tags bad-distribution-in-changes-file ./*.deb
 
@@ -46,6 +46,9 @@ man -w kv >/dev/null 2>&1 || [ -e /usr/share/man/man1/kv.1.gz ] || [ -e /etc/dpk
 # shellcheck disable=SC2046
 cc -std=c99 "$source/examples/c/convert.c" -o convert $(pkg-config --cflags --libs kv_c)
 ./convert
+# The elements where GStreamer looks, over the library and the members where Debian has them.
+GST_REGISTRY=$work/registry.bin gst-launch-1.0 -q videotestsrc num-buffers=2 ! video/x-raw,format=UYVY ! kvconvert \
+  ! video/x-raw,format=BGRx ! fakesink || fail "the elements do not run"
 dpkg --purge "${names[@]}" >"$work/log" 2>&1 || { cat "$work/log"; fail "dpkg --purge"; }
 installed=no
 [ ! -e /usr/bin/kv ] && [ ! -e /usr/lib/kv_algo ] || fail "something was not removed"
