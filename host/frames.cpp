@@ -1,6 +1,7 @@
 #include "host/frames.h"
 
 #include <algorithm>
+#include <chrono>
 
 #include "host/errors.h"
 #include "host/progress.h"
@@ -73,13 +74,27 @@ void WriteLuma(PictureWriter& writer, const Raster& result, const Raster& source
                                     : Convert(result, kind, format.layout, engine));
 }
 
-void ForEachFrame(PictureReader& reader, const std::function<void(const Raster&, std::int64_t)>& work) {
+void Recorded(Session& session, std::int64_t number, const std::function<void()>& work) {
+  if (!session.lines) return work();
+  using Clock = std::chrono::steady_clock;
+  session.record = JsonText::Object();
+  session.record->Add("frame", number);
+  const auto begin = Clock::now();
+  work();
+  const std::chrono::duration<double, std::milli> taken = Clock::now() - begin;
+  session.record->Add("milliseconds", taken.count());
+  session.PrintLine(session.record->Line());
+  session.record.reset();
+}
+
+void ForEachFrame(PictureReader& reader, Session& session,
+                  const std::function<void(const Raster&, std::int64_t)>& work) {
   Progress progress("frames", ClipPart{reader.Range(), reader.Length()}.Count().value_or(0));
   for (;;) {
     const std::int64_t number = reader.NextNumber();
     const auto frame = reader.Next();
     if (!frame) return;
-    work(*frame, number);
+    Recorded(session, number, [&] { work(*frame, number); });
     progress.Advance();
   }
 }

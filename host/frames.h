@@ -7,6 +7,7 @@
 #include "host/conversion.h"
 #include "host/formats/picture_reader.h"
 #include "host/formats/picture_writer.h"
+#include "host/session.h"
 
 namespace kv_host {
 
@@ -45,8 +46,12 @@ void WriteConverted(PictureWriter& writer, const Raster& frame, const Engine& en
 /// it is.
 void WriteLuma(PictureWriter& writer, const Raster& result, const Raster& source, const Engine& engine);
 
-/// Calls `work(frame, number)` for every frame that is read of a file, numbered as in the file, with progress
+/// Calls `work()`, which makes frame `number`; where a person asked for lines, prints its record then.
+void Recorded(Session& session, std::int64_t number, const std::function<void()>& work);
+
+/// Calls `work(frame, number)` for every frame that is read of a file, numbered as in the file, with records, and progress
 /// on a terminal.
-void ForEachFrame(PictureReader& reader, const std::function<void(const Raster&, std::int64_t)>& work);
+void ForEachFrame(PictureReader& reader, Session& session,
+                  const std::function<void(const Raster&, std::int64_t)>& work);
 
 }  // namespace kv_host

@@ -70,4 +70,16 @@ std::string JsonText::Text() const {
   return open_ + (items_.empty() ? "" : items_ + '\n') + close_;
 }
 
+std::string JsonText::Line() const {
+  // Texts hold no line ends: those are escaped.
+  std::string line;
+  bool isIndent = false;
+  for (const char c : Text()) {
+    if (c == '\n' && line.back() == ',') line += ' ';
+    isIndent = c == '\n' || (isIndent && c == ' ');
+    if (!isIndent) line += c;
+  }
+  return line;
+}
+
 }  // namespace kv_host

@@ -30,6 +30,9 @@ class JsonText {
   /// The text on several lines, without a line end after the last.
   std::string Text() const;
 
+  /// The same on one line.
+  std::string Line() const;
+
   /// Text in quotes; bytes that are no UTF-8 become U+FFFD.
   static std::string Of(std::string_view text);
   static std::string Of(const char* text) { return Of(std::string_view(text)); }

@@ -32,10 +32,15 @@ constexpr const char* outOfMemoryReport =
     R"("file":null,"offset":null},"files":[],"operations":[],"colours":[],"inputs":[],"result":null})"
     "\n";
 
-/// Before the options are parsed, which may fail.
-bool AsksForReport(const std::vector<std::string>& arguments) {
+/// Before the options are parsed, which may fail. What is left in the arguments is --json, a flag.
+void NoteReport(std::vector<std::string>& arguments, Session& session) {
   const auto end = std::ranges::find(arguments, "--");
-  return std::find(arguments.begin(), end, "--json") != end;
+  const auto lines = std::find(arguments.begin(), end, "--json=lines");
+  if (lines != end) {
+    session.lines = true;
+    *lines = "--json";
+  }
+  session.json = std::find(arguments.begin(), end, "--json") != end;
 }
 
 /// Runs the command line; throws what commands throw.
@@ -112,7 +117,7 @@ int RunProgram(int argc, char** argv) {
   try {
     EnableAv(AvModules());
     std::vector<std::string> arguments = Arguments(argc, argv);
-    session.json = AsksForReport(arguments);
+    NoteReport(arguments, session);
     Run(std::move(arguments), session);
     return session.Print();
   } catch (const std::bad_alloc&) {

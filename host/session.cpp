@@ -71,7 +71,7 @@ std::string Session::Report() const {
   report.Add("error", failure ? std::optional(ErrorOf(*failure)) : std::nullopt);
   report.Add("files", files).Add("operations", OperationsOf(log));
   report.Add("colours", ColoursOf(log)).Add("inputs", InputsOfProgram()).Add("result", result);
-  return report.Text() + "\n";
+  return (lines ? report.Line() : report.Text()) + "\n";
 }
 
 void Session::PrepareReport() {
@@ -111,6 +111,16 @@ void Session::PrintOutput() {
     output.Write(text);
     output.Commit();
   }
+}
+
+void Session::PrintLine(const std::string& line) const {
+  if (picturesOnStandardOutput) {
+    std::fprintf(stderr, "%s\n", line.c_str());
+    return;
+  }
+  ByteSink output("-");
+  output.Write(line + "\n");
+  output.Flush();
 }
 
 int Session::Print() {

@@ -32,12 +32,14 @@ class Session {
  public:
   std::string command;   ///< Its name; empty before it is known.
   bool json = false;     ///< A person asked for the report.
+  bool lines = false;    ///< With `json`: in one line, after a line for each frame as it is done.
   bool verbose = false;  ///< A person asked how colours were converted.
   bool picturesOnStandardOutput = false;
   OperationLog log;
   std::vector<std::string> files;  ///< Written, under their final names.
   std::string answer;              ///< What the command says on standard output without --json.
   std::optional<JsonText> result;  ///< The same with --json; none where files are all.
+  std::optional<JsonText> record;  ///< Of the frame that is worked on; the command adds what it has to say.
   std::optional<Failure> failure;
 
   int Status() const { return failure ? failure->status : Done; }
@@ -47,6 +49,8 @@ class Session {
   /// Makes the report of a success beforehand, so that it cannot fail for want of memory once files have
   /// their names.
   void PrepareReport();
+  /// Prints a line and flushes it, where the report goes. Throws FileError.
+  void PrintLine(const std::string& line) const;
   /// Prints the failure's line, and the answer or the report; answers the exit status.
   int Print();
 

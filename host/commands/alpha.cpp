@@ -34,7 +34,7 @@ struct AlphaOptions {
         ->check(CLI::Range(1, 255))
         ->type_name("K");
     levels.AddTo(command);
-    input.AddWithFramesTo(command);
+    input.AddClipsTo(command);
     engine.AddTo(command, session);
     region.AddTo(command, "--region", "where to make the mask");
   }
@@ -46,12 +46,12 @@ struct AlphaOptions {
     const Engine with = owned.Get();
     const kv_run::LevelTable table = TableOf(levels.Get());
     const auto& operation = with.family.Require<Interface>(algorithm, {PixelClass::ClassID});
-    PictureReader reader(first, input.Get());
-    CompanionInput companion(second, input.Get(), reader);
-    input.RequireUse({&reader, &companion.Reader()});
-    PictureWriter writer = output.Open(reader);
-    ForEachFrame(reader, [&](const Raster& frame, std::int64_t number) {
-      const Raster& other = companion.FrameBeside(number);
+    ClipSet clips({first, second}, input.GetClips());
+    input.RequireUse(clips.Readers());
+    PictureWriter writer = output.Open(clips.Part());
+    clips.ForEach(*engine.session, [&](const auto& frames, std::int64_t) {
+      const Raster& frame = *frames[0];
+      const Raster& other = *frames[1];
       RequireEqualSizes(frame, first, other, second);
       const auto a = ToImage<PixelClass>(Operand<PixelClass>(frame, other, with));
       const auto b = ToImage<PixelClass>(Operand<PixelClass>(other, frame, with));

@@ -26,10 +26,12 @@ struct TwoInputs {
 
   void AddTo(CLI::App& command, Session& session) {
     command.add_option("A", a, "first picture or video; - is standard input")->required();
-    command.add_option("B", b, "second one, of the same size: a frame for each of A's, or one for all")
+    command
+        .add_option("B", b,
+                    "second one, of the same size and length; a single picture, A too, serves all frames")
         ->required();
     output.AddTo(command, session, "8-bit picture to write, such as out.pgm or out.png");
-    input.AddWithFramesTo(command);
+    input.AddClipsTo(command);
     engine.AddTo(command, session);
   }
 
@@ -37,12 +39,12 @@ struct TwoInputs {
   template <class Work>
   void ForEachPair(RasterKind kind, Work work) const {
     const OwnedEngine owned(engine);
-    PictureReader first(a, input.Get());
-    CompanionInput second(b, input.Get(), first);
-    input.RequireUse({&first, &second.Reader()});
-    PictureWriter writer = output.Open(first);
-    ForEachFrame(first, [&](const Raster& frame, std::int64_t number) {
-      const Raster& other = second.FrameBeside(number);
+    ClipSet clips({a, b}, input.GetClips());
+    input.RequireUse(clips.Readers());
+    PictureWriter writer = output.Open(clips.Part());
+    clips.ForEach(*engine.session, [&](const auto& frames, std::int64_t) {
+      const Raster& frame = *frames[0];
+      const Raster& other = *frames[1];
       RequireEqualSizes(frame, a, other, b);
       const Engine with = owned.Get();
       const Raster result =
@@ -106,7 +108,7 @@ struct FilterOptions {
     PictureReader reader(input, inputOptions.Get());
     inputOptions.RequireUse({&reader});
     PictureWriter writer = output.Open(reader);
-    ForEachFrame(reader, [&](const Raster& frame, std::int64_t) {
+    ForEachFrame(reader, *engine.session, [&](const Raster& frame, std::int64_t) {
       const auto& operation = with.family.Require<kv_img::AverageFilterAlgorithmInterface<Grey>>(
           "AverageFilter", {GreyPixel::ClassID});
       const Raster grey = ConvertLuma(frame, RasterKind::Grey8, 0, with);

@@ -24,16 +24,15 @@ struct BlendOptions {
   void Run() const {
     const OwnedEngine owned(engine);
     const Engine with = owned.Get();
-    PictureReader reader(b, input.Get());
-    CompanionInput under(a, input.Get(), reader);
-    CompanionInput weights(mask, input.Get(), reader);
-    input.RequireUse({&reader, &under.Reader(), &weights.Reader()});
-    PictureWriter writer = output.Open(reader);
+    ClipSet clips({b, a, mask}, input.GetClips());
+    input.RequireUse(clips.Readers());
+    PictureWriter writer = output.Open(clips.Part());
     const auto& operation = with.family.Require<kv_img::BlendBoostAlgorithmInterface<Frame422>>(
         "BlendBoost", {kv_img::PixelYUV422::ClassID});
-    ForEachFrame(reader, [&](const Raster& frame, std::int64_t number) {
-      const Raster& other = under.FrameBeside(number);
-      const Raster& weight = weights.FrameBeside(number);
+    clips.ForEach(*engine.session, [&](const auto& frames, std::int64_t) {
+      const Raster& frame = *frames[0];
+      const Raster& other = *frames[1];
+      const Raster& weight = *frames[2];
       RequireEqualSizes(frame, b, other, a);
       RequireEqualSizes(frame, b, weight, mask);
       const Raster above = ConvertBeside(frame, other, LayoutLumaFirst, with);
@@ -82,7 +81,7 @@ void AddBlendCommand(CLI::App& app, Session& session) {
       ->required();
   command->add_option("MASK", options->mask, "8-bit mask of the same size")->required();
   options->output.AddTo(*command, session, "file to write");
-  options->input.AddWithFramesTo(*command);
+  options->input.AddClipsTo(*command);
   options->engine.AddTo(*command, session);
   options->region.AddTo(*command, "--region", "where to blend, in runs of multiples of 4 pixels");
   command->footer("Example: kv blend title.png scene.png mask.pgm out.png");

@@ -11,7 +11,9 @@
 namespace kv_host {
 
 void AddReportOption(CLI::App& command, Session& session) {
-  command.add_flag("--json", session.json, "report as JSON");
+  command.add_flag(
+      "--json", session.json,
+      "report as JSON; --json=lines prints a line for each frame as it is done, then the report");
 }
 
 void EngineOptions::AddTo(CLI::App& command, Session& of, const std::string& rangeOption) {
@@ -146,6 +148,12 @@ void InputOptions::AddWithFramesTo(CLI::App& command) {
   AddTo(command);
   command.add_option("--frames", frames, "work on COUNT frames from FIRST on, counted from 0 (default: all)")
       ->type_name("FIRST:COUNT");
+}
+
+void InputOptions::AddClipsTo(CLI::App& command) {
+  AddWithFramesTo(command);
+  command.add_flag("--shortest", endsWithShortest,
+                   "end with the shortest clip (default: clips of different lengths are refused)");
 }
 
 void InputOptions::RequireUse(const std::vector<const PictureReader*>& inputs) const {

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "host/clip_set.h"
 #include "host/conversion.h"
 #include "host/formats/file_format.h"
 #include "host/formats/picture_reader.h"
@@ -69,6 +70,7 @@ struct InputOptions {
   std::optional<Interlace> fields;
   Dither dither = Dither::None;
   AvOptions av;
+  bool endsWithShortest = false;
 
   /// `option` takes the size of frames that have no header.
   void AddTo(CLI::App& command, const std::string& option = "--size");
@@ -76,7 +78,10 @@ struct InputOptions {
   void AddAvTo(CLI::App& command);
   /// --frames too, for commands that work on every frame.
   void AddWithFramesTo(CLI::App& command);
+  /// --shortest too, for commands that work on several clips.
+  void AddClipsTo(CLI::App& command);
   ReadOptions Get() const;
+  ClipSet::Options GetClips() const { return {Get(), endsWithShortest}; }
 
   /// Throws UsageError when --size or --fields is given and none of the inputs is raw.
   void RequireUse(const std::vector<const PictureReader*>& inputs) const;

@@ -47,7 +47,7 @@ void ConvertFrames(const ConvertOptions& options) {
   const FormatTraits& format = TraitsOf(writer.Format());
   RequireLayout(format, options);
 
-  ForEachFrame(reader, [&](const Raster& frame, std::int64_t) {
+  ForEachFrame(reader, *options.engine.session, [&](const Raster& frame, std::int64_t) {
     if (options.depth == 0) return WriteConverted(writer, frame, engine.Get(), layout);
     writer.Write(Convert(frame, KindOfDepth(format, options.depth), layout, engine.Get()));
   });

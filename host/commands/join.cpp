@@ -20,7 +20,7 @@ struct JoinOptions {
     for (const std::string& part : parts) {
       PictureReader reader(part, input.Get());
       input.RequireUse({&reader});
-      ForEachFrame(reader, [&](const Raster& frame, std::int64_t) {
+      ForEachFrame(reader, *engine.session, [&](const Raster& frame, std::int64_t) {
         if (!first) first = frame;
         RequireEqualSizes(*first, parts.front(), frame, part);
         if (frame.frameRate != first->frameRate || frame.interlace != first->interlace) {

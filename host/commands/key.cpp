@@ -144,35 +144,27 @@ void KeyOptions::Run() {
   const bool hasBackground = others.size() > 1;
   const OwnedEngine owned(engine);
   const Engine with = owned.Get();
-  PictureReader reader(foreground, input.Get());
-  std::optional<CompanionInput> plates;
-  std::optional<CompanionInput> backgrounds;
-  if (colour.empty()) plates.emplace(plate, input.Get(), reader);
-  if (hasBackground) backgrounds.emplace(others.front(), input.Get(), reader);
-  std::vector<const PictureReader*> inputs = {&reader};
-  for (const auto* companion : {&plates, &backgrounds}) {
-    if (*companion) inputs.push_back(&(*companion)->Reader());
-  }
-  input.RequireUse(inputs);
-  PictureWriter writer = output.Open(reader);
+  std::vector<std::string> names = {foreground};
+  if (colour.empty()) names.push_back(plate);
+  if (hasBackground) names.push_back(others.front());
+  ClipSet clips(names, input.GetClips());
+  input.RequireUse(clips.Readers());
+  PictureWriter writer = output.Open(clips.Part());
   const RasterKind keyed = KindToWrite(TraitsOf(writer.Format()), RasterKind::Yuva422);
   if (!hasBackground && keyed != RasterKind::Yuva422 && keyed != RasterKind::Dib32) {
     throw UsageError(output.name + ": " + std::string(TraitsOf(writer.Format()).name) +
                      " holds no alpha; name a background, or write png, uyvya, yuy2a, bgra or rgba");
   }
-  ForEachFrame(reader, [&](const Raster& frame, std::int64_t number) {
-    const Raster* under = hasBackground ? &backgrounds->FrameBeside(number) : nullptr;
-    if (under != nullptr) RequireEqualSizes(frame, foreground, *under, others.front());
+  clips.ForEach(*engine.session, [&](const auto& frames, std::int64_t) {
+    const Raster& frame = *frames.front();
+    const Raster* under = hasBackground ? frames.back() : nullptr;
+    for (std::size_t i = 1; i < frames.size(); ++i)
+      RequireEqualSizes(frame, foreground, *frames[i], names[i]);
     const Raster above = under != nullptr ? ConvertBeside(frame, *under, LayoutLumaFirst, with)
                                           : Convert(frame, RasterKind::Yuv422, LayoutLumaFirst, with);
-    std::unique_ptr<Grey> mask;
-    if (plates) {
-      const Raster& against = plates->FrameBeside(number);
-      RequireEqualSizes(frame, foreground, against, plate);
-      mask = MaskOf(above, ConvertAs(against, above, LayoutLumaFirst, with), with);
-    } else {
-      mask = MaskOf(above, Coloured(above, colour), with);
-    }
+    const Raster against =
+        colour.empty() ? ConvertAs(*frames[1], above, LayoutLumaFirst, with) : Coloured(above, colour);
+    const std::unique_ptr<Grey> mask = MaskOf(above, against, with);
     if (under == nullptr) return WriteConverted(writer, WithAlpha(above, *mask), with);
     Raster result = Composed(above, ConvertBeside(*under, frame, LayoutLumaFirst, with), *mask, with);
     if (frame.kind == RasterKind::Grey8 && under->kind == RasterKind::Grey8) {
@@ -217,7 +209,7 @@ void AddKeyCommand(CLI::App& app, Session& session) {
                    "side of the box that smooths the mask, 1 to 255 (default: 1)")
       ->check(CLI::Range(1, 255))
       ->type_name("K");
-  options->input.AddWithFramesTo(*command);
+  options->input.AddClipsTo(*command);
   options->engine.AddTo(*command, session);
   options->region.AddTo(*command, "--region", "where the foreground may be seen");
   command->formatter(std::make_shared<KeyHelp>());

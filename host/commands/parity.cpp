@@ -80,7 +80,7 @@ struct ParityOptions {
     PictureReader reader(input, inputOptions.Get());
     inputOptions.RequireUse({&reader});
     PictureWriter writer = output.Open(reader);
-    ForEachFrame(reader, [&](const Raster& frame, std::int64_t) {
+    ForEachFrame(reader, *engine.session, [&](const Raster& frame, std::int64_t) {
       if (frame.interlace == Interlace::Progressive && !isForced) {
         throw UsageError(
             reader.Name() +

@@ -47,6 +47,9 @@ class PictureReader {
   /// What its container declares; null for the formats that need no module.
   const KvAvInfo* Declared() const { return frames_->Declared(); }
 
+  /// Reads all pictures in place of a range; before the first one is read.
+  void TakeAll() { range_ = {}; }
+
   /// Number of the picture that Next gives next, from 0 for the file's first.
   std::int64_t NextNumber() const;
   /// The next picture of the range; empty after the last. Throws FileError or FormatError, also for a file
