@@ -226,6 +226,23 @@ KV_API kv_status kv_copy_region(kv_context* context, const kv_frame* source, con
 KV_API kv_status kv_difference(kv_context* context, const kv_frame* first, const kv_frame* second,
                                kv_frame* destination, const kv_region* region, const kv_call* call);
 
+/** How the luma of two frames differs. */
+typedef struct kv_stats {
+  uint32_t struct_size;
+  int32_t maximum;  /**< the largest absolute difference, 0 to 255 */
+  int64_t samples;  /**< pixels that were compared */
+  double mean;      /**< of the absolute differences */
+  double psnr;      /**< decibels, of 255; infinite where nothing differs */
+  double share;     /**< of pixels that differ by more than the threshold, 0 to 1 */
+  int64_t reserved[4];
+} kv_stats;
+KV_API void kv_stats_init(kv_stats* stats);
+
+/** Compares the luma of two frames of one format: UYVY, YUY2, YUV411P, I422 or GRAY8. `threshold` is 0 to 255. */
+KV_API kv_status kv_difference_stats(kv_context* context, const kv_frame* first, const kv_frame* second,
+                                     const kv_region* region, int32_t threshold, kv_stats* stats,
+                                     const kv_call* call);
+
 /** Two GRAY8 frames, each valid inside its region: their mean where both are, a copy of the one that is, else 0.
  * `region` is what is written. */
 KV_API kv_status kv_average(kv_context* context, const kv_frame* first, const kv_region* first_region,
@@ -375,7 +392,7 @@ KV_API kv_status kv_clip_polygon(const double* points, size_t count, double left
                                  size_t* pieces, size_t piece_capacity, size_t* piece_count);
 
 /*
- * Later versions of the library add, without changing what is here: kv_track_…, kv_difference_stats. Structs keep their sizes; new fields take
+ * Later versions of the library add, without changing what is here: kv_track_…. Structs keep their sizes; new fields take
  * the place of reserved ones, whose 0 stays the default.
  */
 

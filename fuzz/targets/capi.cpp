@@ -158,8 +158,11 @@ kv_status CallOne(Input& input, kv_frame* (&frames)[4], kv_call* call) {
   levels.gamma = input.Number(0, 90) / 8.0;
   input.MaySpoil(levels.gamma);
   input.MaySpoil(levels.is_inverted);
+  kv_stats stats;
+  kv_stats_init(&stats);
+  input.MaySpoil(stats.struct_size);
   auto& f = frames;
-  switch (input.Number(0, 14)) {
+  switch (input.Number(0, 15)) {
     case 0:
       return kv_convert(context, f[0], f[1], input.MayBeNull(convert), call);
     case 1:
@@ -188,6 +191,9 @@ kv_status CallOne(Input& input, kv_frame* (&frames)[4], kv_call* call) {
     case 12:
       return kv_composite(context, f[0], f[1], f[2], f[3], one.get(), call);
     case 13:
+      return kv_difference_stats(context, f[0], f[1], one.get(), input.Number(-1, 256),
+                                 input.MayBeNull(stats), call);
+    case 14:
       return kv_find(context, f[0], f[1], input.MayBeNull(find), input.MayBeNull(match), call);
     default:
       return kv_find_subpixel(context, f[0], f[1], input.MayBeNull(find), input.MayBeNull(match), call);

@@ -6,6 +6,7 @@
 #include "frame/interfaces/average.h"
 #include "frame/interfaces/average_filter.h"
 #include "host/commands/command.h"
+#include "host/commands/difference_table.h"
 #include "host/errors.h"
 #include "host/frames.h"
 #include "host/raster_image.h"
@@ -24,52 +25,70 @@ struct TwoInputs {
   InputOptions input;
   EngineOptions engine;
 
-  void AddTo(CLI::App& command, Session& session) {
+  CLI::Option* AddTo(CLI::App& command, Session& session) {
     command.add_option("A", a, "first picture or video; - is standard input")->required();
     command
         .add_option("B", b,
                     "second one, of the same size and length; a single picture, A too, serves all frames")
         ->required();
-    output.AddTo(command, session, "8-bit picture to write, such as out.pgm or out.png");
+    CLI::Option* const out =
+        output.AddTo(command, session, "8-bit picture to write, such as out.pgm or out.png");
     input.AddClipsTo(command);
     engine.AddTo(command, session);
+    return out;
   }
 
-  /// Calls `work(a, b)` for each pair of frames, their luma as `kind`, and writes what it answers.
+  /// Calls `work(a, b, number)` for each pair of frames, their luma as `kind`, and writes what it answers, if it goes
+  /// anywhere.
   template <class Work>
   void ForEachPair(RasterKind kind, Work work) const {
     const OwnedEngine owned(engine);
     ClipSet clips({a, b}, input.GetClips());
     input.RequireUse(clips.Readers());
-    PictureWriter writer = output.Open(clips.Part());
-    clips.ForEach(*engine.session, [&](const auto& frames, std::int64_t) {
+    std::optional<PictureWriter> writer;
+    if (!output.name.empty()) writer.emplace(output.Open(clips.Part()));
+    clips.ForEach(*engine.session, [&](const auto& frames, std::int64_t number) {
       const Raster& frame = *frames[0];
       const Raster& other = *frames[1];
       RequireEqualSizes(frame, a, other, b);
       const Engine with = owned.Get();
       const Raster result =
-          work(LumaBeside(frame, other, kind, with), LumaBeside(other, frame, kind, with), with);
-      WriteLuma(writer, result, frame, with);
+          work(LumaBeside(frame, other, kind, with), LumaBeside(other, frame, kind, with), number, with);
+      if (writer) WriteLuma(*writer, result, frame, with);
     });
-    owned.Finish(writer);
+    if (writer) return owned.Finish(*writer);
+    owned.RequireUseOfColours();
+    engine.session->PrepareReport();
   }
 };
 
 struct DifferenceOptions : TwoInputs {
   RegionOptions region;
+  bool hasStats = false;
+  int threshold = 0;
+  std::optional<double> failAbove;
 
   void Run() const {
-    ForEachPair(RasterKind::Yuv422, [&](const Raster& first, const Raster& second, const Engine& with) {
-      using Interface = kv_img::AbsoluteDifferenceAlgorithmInterface<Frame422, Grey>;
-      const auto& operation = with.family.Require<Interface>(
-          "AbsoluteDifference", {kv_img::PixelYUV422::ClassID, GreyPixel::ClassID});
-      const auto where = MakeRegion(region.text, first.width, first.height, TwoInputs::a);
-      const auto from = ToImage<kv_img::PixelYUV422>(first);
-      const auto against = ToImage<kv_img::PixelYUV422>(second);
-      const auto to = MakeWorkingImage<GreyPixel>(first.width, first.height);
-      with.Run("AbsoluteDifference", operation, *from, *against, *to, where);
-      return ToRaster(*to, first);
-    });
+    if (output.name.empty() && !hasStats && !failAbove) {
+      throw UsageError("OUT is missing: a picture to write, unless --stats or --fail-above is given");
+    }
+    DifferenceTable table(*engine.session, hasStats, failAbove);
+    ForEachPair(RasterKind::Yuv422,
+                [&](const Raster& first, const Raster& second, std::int64_t number, const Engine& with) {
+                  const auto where = MakeRegion(region.text, first.width, first.height, TwoInputs::a);
+                  if (hasStats || failAbove)
+                    table.Add(number, StatsOf(first, second, where, threshold, with));
+                  if (output.name.empty()) return Raster();
+                  using Interface = kv_img::AbsoluteDifferenceAlgorithmInterface<Frame422, Grey>;
+                  const auto& operation = with.family.Require<Interface>(
+                      "AbsoluteDifference", {kv_img::PixelYUV422::ClassID, GreyPixel::ClassID});
+                  const auto from = ToImage<kv_img::PixelYUV422>(first);
+                  const auto against = ToImage<kv_img::PixelYUV422>(second);
+                  const auto to = MakeWorkingImage<GreyPixel>(first.width, first.height);
+                  with.Run("AbsoluteDifference", operation, *from, *against, *to, where);
+                  return ToRaster(*to, first);
+                });
+    table.Judge(b);
   }
 };
 
@@ -79,18 +98,19 @@ struct AverageOptions : TwoInputs {
   RegionOptions region;
 
   void Run() const {
-    ForEachPair(RasterKind::Grey8, [&](const Raster& first, const Raster& second, const Engine& with) {
-      const auto& operation =
-          with.family.Require<kv_img::AverageAlgorithmInterface<Grey>>("Average", {GreyPixel::ClassID});
-      const auto ofFirst = MakeRegion(firstRegion.text, first.width, first.height, TwoInputs::a);
-      const auto ofSecond = MakeRegion(secondRegion.text, first.width, first.height, TwoInputs::b);
-      const auto where = MakeRegion(region.text, first.width, first.height, TwoInputs::a);
-      const auto a = ToImage<GreyPixel>(first);
-      const auto b = ToImage<GreyPixel>(second);
-      const auto to = MakeWorkingImage<GreyPixel>(first.width, first.height);
-      with.Run("Average", operation, *a, *b, *to, ofFirst, ofSecond, where);
-      return ToRaster(*to, first);
-    });
+    ForEachPair(
+        RasterKind::Grey8, [&](const Raster& first, const Raster& second, std::int64_t, const Engine& with) {
+          const auto& operation =
+              with.family.Require<kv_img::AverageAlgorithmInterface<Grey>>("Average", {GreyPixel::ClassID});
+          const auto ofFirst = MakeRegion(firstRegion.text, first.width, first.height, TwoInputs::a);
+          const auto ofSecond = MakeRegion(secondRegion.text, first.width, first.height, TwoInputs::b);
+          const auto where = MakeRegion(region.text, first.width, first.height, TwoInputs::a);
+          const auto a = ToImage<GreyPixel>(first);
+          const auto b = ToImage<GreyPixel>(second);
+          const auto to = MakeWorkingImage<GreyPixel>(first.width, first.height);
+          with.Run("Average", operation, *a, *b, *to, ofFirst, ofSecond, where);
+          return ToRaster(*to, first);
+        });
   }
 };
 
@@ -128,9 +148,21 @@ struct FilterOptions {
 void AddDifferenceCommand(CLI::App& app, Session& session) {
   auto options = std::make_shared<DifferenceOptions>();
   CLI::App* command = app.add_subcommand("diff", "Absolute difference of the luma of two pictures");
-  options->AddTo(*command, session);
+  options->AddTo(*command, session)->required(false);
   options->region.AddTo(*command, "--region", "where to compare");
-  command->footer("Example: kv diff before.png after.png difference.pgm");
+  command->add_flag(
+      "--stats", options->hasStats,
+      "print a table: each frame's mean and maximum difference, PSNR, and share of pixels above "
+      "--threshold");
+  command->add_option("--threshold", options->threshold, "for --stats: 0 to 255 (default: 0)")
+      ->check(CLI::Range(0, 255))
+      ->type_name("LEVEL");
+  command
+      ->add_option("--fail-above", options->failAbove,
+                   "exit status 1 when the mean difference of a frame is above this")
+      ->check(CLI::Range(0.0, 255.0))
+      ->type_name("MEAN");
+  command->footer("Example: kv diff before.y4m after.y4m --stats --fail-above 0.5");
   command->callback([options] { options->Run(); });
 }
 

@@ -169,13 +169,13 @@ void InputOptions::RequireUse(const std::vector<const PictureReader*>& inputs) c
   if (fields) throw UsageError("--fields: " + rest + "fields, or has none" + only);
 }
 
-void OutputOptions::AddTo(CLI::App& command, Session& of, const std::string& what,
-                          const std::string& option) {
+CLI::Option* OutputOptions::AddTo(CLI::App& command, Session& of, const std::string& what,
+                                  const std::string& option) {
   // Before anything can fail: the report must not go between the pictures.
-  command.add_option(option, name, what)->required()->each([&of](const std::string& file) {
-    of.picturesOnStandardOutput = file == "-";
-  });
+  CLI::Option* const file = command.add_option(option, name, what)->required();
+  file->each([&of](const std::string& given) { of.picturesOnStandardOutput = given == "-"; });
   AddFormatsTo(command);
+  return file;
 }
 
 void OutputOptions::AddFormatsTo(CLI::App& command) {

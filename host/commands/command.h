@@ -94,7 +94,8 @@ struct OutputOptions {
   bool overwrite = false;
 
   /// `option`: "OUT", or another name.
-  void AddTo(CLI::App& command, Session& session, const std::string& what, const std::string& option = "OUT");
+  CLI::Option* AddTo(CLI::App& command, Session& session, const std::string& what,
+                     const std::string& option = "OUT");
   /// The options alone, for commands whose file is one of several arguments.
   void AddFormatsTo(CLI::App& command);
   /// A writer of these frames.

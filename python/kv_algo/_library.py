@@ -79,6 +79,20 @@ class ConvertOptions(Structure):
     _fields_ = [("struct_size", c_uint32), ("resample", c_int32), ("reserved", c_int64 * 4)]
 
 
+class Stats(Structure):
+    """kv_stats."""
+
+    _fields_ = [
+        ("struct_size", c_uint32),
+        ("maximum", c_int32),
+        ("samples", c_int64),
+        ("mean", c_double),
+        ("psnr", c_double),
+        ("share", c_double),
+        ("reserved", c_int64 * 4),
+    ]
+
+
 class LevelsOptions(Structure):
     """kv_levels_options."""
 
@@ -179,6 +193,8 @@ _functions: dict[str, list[Any]] = {
     "kv_copy": [_pointer, _pointer, _pointer, _pointer],
     "kv_copy_region": [_pointer, _pointer, _pointer, _pointer, _pointer, _pointer],
     "kv_difference": [_pointer, _pointer, _pointer, _pointer, _pointer, _pointer],
+    "kv_stats_init": [_pointer],
+    "kv_difference_stats": [_pointer, _pointer, _pointer, _pointer, c_int32, _pointer, _pointer],
     "kv_average": [_pointer] * 8,
     "kv_box_filter": [_pointer, _pointer, _pointer, _pointer, c_int32, _pointer],
     "kv_blend": [_pointer] * 7,

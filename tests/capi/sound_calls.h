@@ -34,6 +34,9 @@ struct Arguments {
   int window = 3;
   int gain = 1;
   int method = KV_PARITY_BLEND;
+  int threshold = 3;
+  kv_stats stats_ = {};
+  kv_stats* stats = &stats_;
   kv_levels_options levels_ = {};
   kv_levels_options* levels = &levels_;
   kv_convert_options convert_ = {};
@@ -49,6 +52,7 @@ struct Arguments {
 
   Arguments() {
     kv_call_init(&call_);
+    kv_stats_init(&stats_);
     kv_levels_options_init(&levels_);
     kv_convert_options_init(&convert_);
     kv_pan_options_init(&pan_);
@@ -90,6 +94,13 @@ inline const std::vector<Function>& Functions() {
        "ppg",
        [](Arguments& a) {
          return kv_difference(a.context, a.frames[0], a.frames[1], a.frames[2], a.region, a.call);
+       }},
+      {"kv_difference_stats",
+       {"first", "second"},
+       "pp",
+       [](Arguments& a) {
+         return kv_difference_stats(a.context, a.frames[0], a.frames[1], a.region, a.threshold, a.stats,
+                                    a.call);
        }},
       {"kv_average",
        {"first", "second", "destination"},

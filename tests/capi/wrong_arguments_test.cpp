@@ -37,6 +37,16 @@ TEST(WrongArguments, OwnArguments) {
        [](Arguments& a) { a.region = a.small.get(); }},
       {"kv_difference", KV_BAD_ARGUMENT, "region: columns 20 to 24",
        [](Arguments& a) { a.region = a.outside.get(); }},
+      {"kv_difference_stats", KV_BAD_ARGUMENT, "region: columns 20 to 24",
+       [](Arguments& a) { a.region = a.outside.get(); }},
+      {"kv_difference_stats", KV_BAD_ARGUMENT, "threshold is 256; 0 to 255",
+       [](Arguments& a) { a.threshold = 256; }},
+      {"kv_difference_stats", KV_BAD_ARGUMENT, "threshold is -1", [](Arguments& a) { a.threshold = -1; }},
+      {"kv_difference_stats", KV_BAD_ARGUMENT, "stats is null", [](Arguments& a) { a.stats = nullptr; }},
+      {"kv_difference_stats", KV_BAD_ARGUMENT, "stats->struct_size",
+       [](Arguments& a) { a.stats->struct_size = 5; }},
+      {"kv_difference_stats", KV_BAD_ARGUMENT, "stats: a reserved",
+       [](Arguments& a) { a.stats->reserved[0] = 5; }},
       {"kv_average", KV_BAD_ARGUMENT, "first_region: columns",
        [](Arguments& a) { a.other = a.outside.get(); }},
       {"kv_average", KV_BAD_ARGUMENT, "region: columns", [](Arguments& a) { a.region = a.outside.get(); }},
@@ -140,7 +150,8 @@ TEST(WrongArguments, OwnArguments) {
 TEST(WrongArguments, RunsThatAreNoMultiplesOfFour) {
   Arguments arguments;
   const Region six = Rectangle(2, 1, 6, 3);
-  const Function& blend = Functions()[6];
+  const Function& blend = *std::ranges::find_if(
+      Functions(), [](const Function& one) { return std::string(one.name) == "kv_blend"; });
   ArgumentsFor(blend, arguments);
   arguments.region = six.get();
   ExpectFailure(blend.call(arguments), KV_BAD_ARGUMENT, "region: row 1 has 6 pixels", "kv_blend");

@@ -116,7 +116,9 @@ TEST(WrongCalls, OtherSizesAndFormats) {
 
 TEST(WrongCalls, OverlappingFrames) {
   for (const Function& function : Functions()) {
+    // Functions that write no frame.
     if (std::string(function.name).starts_with("kv_find")) continue;
+    if (std::string(function.name) == "kv_difference_stats") continue;
     Arguments arguments;
     ArgumentsFor(function, arguments);
     const std::size_t last = function.frames.size() - 1;

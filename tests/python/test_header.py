@@ -15,6 +15,7 @@ STRUCTS = {
     "kv_call": _library.Call,
     "kv_member": _library.Member,
     "kv_convert_options": _library.ConvertOptions,
+    "kv_stats": _library.Stats,
     "kv_levels_options": _library.LevelsOptions,
     "kv_pan_options": _library.PanOptions,
     "kv_score_map": _library.ScoreMap,
