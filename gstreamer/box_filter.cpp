@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "gstreamer/elements.h"
+#include "gstreamer/scratch.h"
 
 namespace kv_gst {
 namespace {
@@ -34,35 +35,6 @@ kv_frame PlaneOfView(const kv_frame& frame, int plane) {
   view.strides[0] = frame.strides[plane];
   return view;
 }
-
-/// A planar frame in which the planes of a packed one are filtered.
-class PlanarFrame {
- public:
-  PlanarFrame() { kv_frame_init(&view_); }
-  PlanarFrame(const PlanarFrame&) = delete;
-  PlanarFrame& operator=(const PlanarFrame&) = delete;
-  ~PlanarFrame() { kv_frame_free(&view_); }
-
-  /// Has memory for that size; the status of its allocation.
-  kv_status Resize(int width, int height) {
-    if (view_.memory != nullptr && view_.width == width && view_.height == height) return KV_OK;
-    kv_frame_free(&view_);
-    kv_frame_init(&view_);
-    view_.format = KV_FORMAT_I422;
-    view_.width = width;
-    view_.height = height;
-    return kv_frame_alloc(&view_);
-  }
-  /// A view of it, which owns nothing.
-  kv_frame View() const {
-    kv_frame view = view_;
-    view.memory = nullptr;
-    return view;
-  }
-
- private:
-  kv_frame view_;
-};
 
 class BoxFilter final : public Filter {
  public:
@@ -115,7 +87,8 @@ class BoxFilter final : public Filter {
   }
 
   bool WorkPacked(const kv_frame& in, kv_frame out, const Settings& now, bool isInterlaced) {
-    if (!Succeeded(source_.Resize(in.width, in.height)) || !Succeeded(result_.Resize(in.width, in.height))) {
+    if (!Succeeded(source_.Resize(KV_FORMAT_I422, in.width, in.height)) ||
+        !Succeeded(result_.Resize(KV_FORMAT_I422, in.width, in.height))) {
       return false;
     }
     kv_frame from = source_.View();
@@ -132,8 +105,9 @@ class BoxFilter final : public Filter {
     return Succeeded(kv_convert(Context(), &to, &out, nullptr, nullptr));
   }
 
-  PlanarFrame source_;
-  PlanarFrame result_;
+  // The planes of a packed frame, and what becomes of them.
+  ScratchFrame source_;
+  ScratchFrame result_;
   bool isGrey_ = false;
 };
 

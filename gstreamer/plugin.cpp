@@ -10,6 +10,9 @@ gboolean Register(GstPlugin* plugin) {
   for (const FilterInfo* info : {&convertElement, &boxFilterElement, &parityElement}) {
     isDone = RegisterFilter(plugin, *info) && isDone;
   }
+  for (const MixerInfo* info : {&alphaColorElement, &averageElement, &blendElement, &differenceElement}) {
+    isDone = RegisterMixer(plugin, *info) && isDone;
+  }
   return isDone ? TRUE : FALSE;
 }
 

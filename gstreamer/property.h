@@ -47,6 +47,11 @@ template <class Class, auto member>
 constexpr Property Choice(const char* name, const char* text, GType (*type)(), int initial) {
   return {name, text, Property::Kind::Choice, 0, 0, double(initial), type, true, SettingOf<Class, member>};
 }
+/// A choice that decides the caps of the output.
+template <class Class, auto member>
+constexpr Property CapsChoice(const char* name, const char* text, GType (*type)(), int initial) {
+  return {name, text, Property::Kind::Choice, 0, 0, double(initial), type, false, SettingOf<Class, member>};
+}
 template <class Class, auto member>
 constexpr Property Flags(const char* name, const char* text, GType (*type)(), int initial) {
   return {name, text, Property::Kind::Flags, 0, 0, double(initial), type, true, SettingOf<Class, member>};

@@ -143,10 +143,10 @@ void ElementHarness::SetCaps(const std::string& in, const std::string& out) {
   gst_harness_set_src_caps_str(harness_, in.c_str());
 }
 
-void ElementHarness::OfferGuardedMemory() {
+void OfferGuardedMemoryTo(GstHarness* harness) {
   auto* allocator = static_cast<GstAllocator*>(g_object_new(AllocatorType(), nullptr));
-  gst_harness_set_propose_allocator(harness_, GST_ALLOCATOR(gst_object_ref_sink(allocator)), nullptr);
-  gst_harness_add_propose_allocation_meta(harness_, GST_VIDEO_META_API_TYPE, nullptr);
+  gst_harness_set_propose_allocator(harness, GST_ALLOCATOR(gst_object_ref_sink(allocator)), nullptr);
+  gst_harness_add_propose_allocation_meta(harness, GST_VIDEO_META_API_TYPE, nullptr);
 }
 
 Buffer ElementHarness::Pass(Buffer in) {

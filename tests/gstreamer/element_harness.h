@@ -34,6 +34,9 @@ Buffer BufferOver(const GuardedFrame& frame, const char* format);
 /// A new buffer with GStreamer's own strides and a frame's bytes.
 Buffer BufferWith(const GuardedFrame& frame, const char* format);
 
+/// Downstream of a harness offers GstVideoMeta, and memory before a page that nobody may touch.
+void OfferGuardedMemoryTo(GstHarness* harness);
+
 /// One element between two pads of the test.
 class ElementHarness {
  public:
@@ -45,8 +48,7 @@ class ElementHarness {
   GstHarness* Get() const { return harness_; }
   GstElement* Element() const { return harness_->element; }
   void SetCaps(const std::string& in, const std::string& out);
-  /// Downstream offers GstVideoMeta and memory before a page that nobody may touch.
-  void OfferGuardedMemory();
+  void OfferGuardedMemory() { OfferGuardedMemoryTo(harness_); }
   /// Pushes a buffer and takes what comes of it; null: nothing did.
   Buffer Pass(Buffer in);
   GstFlowReturn Push(Buffer in) { return gst_harness_push(harness_, in.release()); }

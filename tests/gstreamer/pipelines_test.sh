@@ -11,7 +11,7 @@ export PATH=$build/bin:$PATH GST_PLUGIN_PATH=$build/bin/gstreamer-1.0 GST_REGIST
 export G_DEBUG=fatal-criticals GST_DEBUG_NO_COLOR=1
 page=$source/docs/gstreamer.md
 
-elements=$(sed -n 's/^| `\(kv[a-z]*\)` |.*/\1/p' "$page" | sort)
+elements=$(sed -n '/^## /q; s/^| `\(kv[a-z]*\)` |.*/\1/p' "$page" | sort)
 found=$(gst-inspect-1.0 kvalgo | sed -n 's/^  \(kv[a-z]*\): .*/\1/p' | sort)
 [ "$elements" = "$found" ] || fail "the page has $elements, the plug-in $found"
 for element in $elements; do
