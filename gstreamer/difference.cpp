@@ -1,5 +1,4 @@
 #include <array>
-#include <cmath>
 
 #include "gstreamer/elements.h"
 
@@ -23,48 +22,40 @@ class Difference final : public Mixer {
     kv_frame to = ViewOf(out);
     if (!Succeeded(kv_difference(Context(), &first, &second, &to, nullptr, nullptr))) return false;
     const Settings now = SettingsNow(*this);
-    if (now.posts != 0) Post(to, now.threshold, GST_BUFFER_PTS(out.buffer));
+    if (now.posts == 0) return true;
+    kv_stats stats;
+    kv_stats_init(&stats);
+    if (!Succeeded(
+            kv_difference_stats(Context(), &first, &second, nullptr, now.threshold, &stats, nullptr))) {
+      return false;
+    }
+    Post(stats, GST_BUFFER_PTS(out.buffer));
     return true;
   }
 
   Settings settings;  ///< under the object's lock
 
  private:
-  void Post(const kv_frame& difference, int threshold, GstClockTime time) const {
-    std::array<guint64, 256> counts = {};
-    for (int row = 0; row < difference.height; ++row) {
-      const std::uint8_t* pixels = difference.planes[0] + row * difference.strides[0];
-      for (int x = 0; x < difference.width; ++x) ++counts[pixels[x]];
-    }
-    guint64 sum = 0;
-    guint64 squares = 0;
-    guint64 above = 0;
-    guint most = 0;
-    for (guint level = 0; level < counts.size(); ++level) {
-      sum += counts[level] * level;
-      squares += counts[level] * level * level;
-      if (static_cast<int>(level) > threshold) above += counts[level];
-      if (counts[level] != 0) most = level;
-    }
-    const double pixels = double(difference.width) * double(difference.height);
+  void Post(const kv_stats& stats, GstClockTime time) const {
     const GstSegment* segment = &GST_AGGREGATOR_PAD(GST_AGGREGATOR_SRC_PAD(Object()))->segment;
     GstStructure* statistics =
         gst_structure_new("kvdiff", "timestamp", G_TYPE_UINT64, time, "stream-time", G_TYPE_UINT64,
                           gst_segment_to_stream_time(segment, GST_FORMAT_TIME, time), "mean", G_TYPE_DOUBLE,
-                          double(sum) / pixels, "rms", G_TYPE_DOUBLE, std::sqrt(double(squares) / pixels),
-                          "maximum", G_TYPE_UINT, most, "above", G_TYPE_UINT64, above, nullptr);
+                          stats.mean, "psnr", G_TYPE_DOUBLE, stats.psnr, "maximum", G_TYPE_INT, stats.maximum,
+                          "share", G_TYPE_DOUBLE, stats.share, nullptr);
     gst_element_post_message(Object(), gst_message_new_element(GST_OBJECT(Object()), statistics));
   }
 };
 
 constexpr std::array properties = {
     Integer<Difference, &Difference::Settings::threshold>(
-        "threshold", "The message counts as \"above\" the pixels whose difference is above this level", 0,
+        "threshold", "The share in the message is that of pixels whose difference is above this level", 0,
         255, 0),
-    Switch<Difference, &Difference::Settings::posts>("post-messages",
-                                                     "Post an element message \"kvdiff\" for every frame: "
-                                                     "timestamp, stream-time, mean, rms, maximum, above",
-                                                     true),
+    Switch<Difference, &Difference::Settings::posts>(
+        "post-messages",
+        "Post an element message \"kvdiff\" for every frame: "
+        "timestamp, stream-time, mean, psnr in decibels, maximum, share",
+        true),
 };
 
 constexpr const char* packed = KV_GST_CAPS("{ " KV_GST_PACKED " }");

@@ -7,6 +7,7 @@ namespace kv_gst {
 
 extern const FilterInfo convertElement;
 extern const FilterInfo boxFilterElement;
+extern const FilterInfo panElement;
 extern const FilterInfo parityElement;
 extern const MixerInfo alphaColorElement;
 extern const MixerInfo averageElement;

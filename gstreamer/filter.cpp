@@ -23,9 +23,12 @@ Filter& FilterOf(gpointer object) {
   return *static_cast<FilterObject*>(object)->filter;
 }
 
-void Set(GObject* object, guint id, const GValue* value, GParamSpec* /*spec*/) {
+void Set(GObject* object, guint id, const GValue* value, GParamSpec* spec) {
   const auto* info = reinterpret_cast<FilterClass*>(G_OBJECT_GET_CLASS(object))->info;
   SetProperty(FilterOf(object), info->properties, id, value);
+  // Such a one may decide the output's caps.
+  if ((spec->flags & GST_PARAM_CONTROLLABLE) == 0)
+    gst_base_transform_reconfigure_src(GST_BASE_TRANSFORM(object));
 }
 void Get(GObject* object, guint id, GValue* value, GParamSpec* /*spec*/) {
   const auto* info = reinterpret_cast<FilterClass*>(G_OBJECT_GET_CLASS(object))->info;

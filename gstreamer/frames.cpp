@@ -1,5 +1,7 @@
 #include "gstreamer/frames.h"
 
+#include <cstring>
+
 namespace kv_gst {
 
 int FormatOf(GstVideoFormat format) {
@@ -122,6 +124,13 @@ bool IsInterlaced(const GstVideoFrame& frame) {
   return GST_VIDEO_INFO_INTERLACE_MODE(&frame.info) == GST_VIDEO_INTERLACE_MODE_MIXED
              ? GST_VIDEO_FRAME_IS_INTERLACED(&frame)
              : GST_VIDEO_INFO_IS_INTERLACED(&frame.info);
+}
+
+void ClearHalfPairs(const kv_frame& frame) {
+  if (frame.width % 2 == 0) return;
+  for (int row = 0; row < frame.height; ++row) {
+    std::memset(frame.planes[0] + row * frame.strides[0] + 2 * (frame.width - 1), 0, 4);
+  }
 }
 
 }  // namespace kv_gst

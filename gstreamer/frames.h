@@ -30,5 +30,8 @@ kv_frame PlaneOf(const GstVideoFrame& frame, guint plane);
 /// The rows of one field of a woven frame, 0 the upper; a frame of one row has no lower one.
 kv_frame FieldOf(const kv_frame& frame, int field);
 bool IsInterlaced(const GstVideoFrame& frame);
+/// Sets the last pairs of rows of packed 4:2:2 with an odd width to 0: operations leave the luma that is no pixel as it
+/// was, which in a pool's buffer is anything.
+void ClearHalfPairs(const kv_frame& frame);
 
 }  // namespace kv_gst

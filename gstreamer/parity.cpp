@@ -63,8 +63,8 @@ class Parity final : public Filter {
     if (method != KV_PARITY_BLEND) {
       return Succeeded(kv_change_parity(Context(), &from, &to, nullptr, method, nullptr));
     }
-    // As a region: then no pixel of any width stays unwritten, only the second luma of half a pair.
-    if (from.width % 2 != 0) ClearLastPairs(to);
+    // As a region: then no pixel of any width stays unwritten.
+    ClearHalfPairs(to);
     kv_region* whole = nullptr;
     if (!Succeeded(kv_region_rectangle(0, 0, from.width, from.height, &whole))) return false;
     const bool isDone = Succeeded(kv_change_parity(Context(), &from, &to, whole, method, nullptr));
@@ -75,12 +75,6 @@ class Parity final : public Filter {
   Settings settings;  ///< under the object's lock
 
  private:
-  static void ClearLastPairs(const kv_frame& frame) {
-    for (int row = 0; row < frame.height; ++row) {
-      std::memset(frame.planes[0] + row * frame.strides[0] + 2 * (frame.width - 1), 0, 4);
-    }
-  }
-
   GstVideoInterlaceMode mode_ = GST_VIDEO_INTERLACE_MODE_PROGRESSIVE;
 };
 

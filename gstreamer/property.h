@@ -47,10 +47,22 @@ template <class Class, auto member>
 constexpr Property Choice(const char* name, const char* text, GType (*type)(), int initial) {
   return {name, text, Property::Kind::Choice, 0, 0, double(initial), type, true, SettingOf<Class, member>};
 }
-/// A choice that decides the caps of the output.
+/// Those that caps, or what was made of them, depend on: no controller drives them.
 template <class Class, auto member>
 constexpr Property CapsChoice(const char* name, const char* text, GType (*type)(), int initial) {
   return {name, text, Property::Kind::Choice, 0, 0, double(initial), type, false, SettingOf<Class, member>};
+}
+template <class Class, auto member>
+constexpr Property CapsInteger(const char* name, const char* text, int low, int high, int initial) {
+  Property property = Integer<Class, member>(name, text, low, high, initial);
+  property.isControllable = false;
+  return property;
+}
+template <class Class, auto member>
+constexpr Property CapsNumber(const char* name, const char* text, double low, double high, double initial) {
+  Property property = Number<Class, member>(name, text, low, high, initial);
+  property.isControllable = false;
+  return property;
 }
 template <class Class, auto member>
 constexpr Property Flags(const char* name, const char* text, GType (*type)(), int initial) {

@@ -24,6 +24,7 @@ constexpr Worker workers[] = {
     {"kvboxfilter", "GRAY8", KV_FORMAT_GRAY8, "GRAY8", ""},
     {"kvboxfilter", "UYVY", KV_FORMAT_UYVY, "UYVY", ""},
     {"kvparity", "UYVY", KV_FORMAT_UYVY, "UYVY", "interlace-mode=(string)interleaved"},
+    {"kvpan", "YUY2", KV_FORMAT_YUY2, "YUY2", ""},
 };
 
 void SetCapsOf(ElementHarness& element, const Worker& worker, int width, int height) {
@@ -31,8 +32,8 @@ void SetCapsOf(ElementHarness& element, const Worker& worker, int width, int hei
                   std::string("video/x-raw,format=") + worker.outFormat);
 }
 
-constexpr const char* everyElement[] = {"kvconvert", "kvboxfilter", "kvparity",    "kvdiff",
-                                        "kvaverage", "kvblend",     "kvalphacolor"};
+constexpr const char* everyElement[] = {"kvconvert", "kvboxfilter", "kvparity",     "kvdiff",
+                                        "kvaverage", "kvblend",     "kvalphacolor", "kvpan"};
 
 class AtWork : public testing::TestWithParam<Worker> {};
 INSTANTIATE_TEST_SUITE_P(Elements, AtWork, testing::ValuesIn(workers), [](const auto& one) {
@@ -272,9 +273,11 @@ TEST(ElementProperties, AllThatDoNotChooseMembersOrCapsAreControllableAndAllMayC
       const std::string type = g_type_name(specs[i]->owner_type);
       if (type.rfind("Kv", 0) != 0) continue;
       ++own;
+      const std::string property = specs[i]->name;
       EXPECT_NE(specs[i]->flags & GST_PARAM_MUTABLE_PLAYING, 0) << name << "." << specs[i]->name;
+      const bool isFixed = type == "KvPan" || property == "member" || property == "output";
       EXPECT_EQ((specs[i]->flags & GST_PARAM_CONTROLLABLE) != 0,
-                std::string(specs[i]->name) != "member" && std::string(specs[i]->name) != "output")
+                !isFixed || property == "threads" || property == "direction")
           << name << "." << specs[i]->name;
     }
     g_free(specs);

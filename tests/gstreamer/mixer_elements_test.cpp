@@ -49,11 +49,11 @@ TEST(DifferenceElement, HasTheBytesOfTheCallAndPostsItsStatistics) {
 
       double sum = 0;
       double squares = 0;
-      unsigned most = 0;
-      guint64 above = 0;
+      int most = 0;
+      int above = 0;
       for (int y = 0; y < 5; ++y) {
         for (int x = 0; x < width; ++x) {
-          const unsigned level = to.Row(0, y)[x];
+          const int level = to.Row(0, y)[x];
           sum += level;
           squares += level * level;
           most = std::max(most, level);
@@ -65,18 +65,18 @@ TEST(DifferenceElement, HasTheBytesOfTheCallAndPostsItsStatistics) {
       const GstStructure* statistics = gst_message_get_structure(message);
       EXPECT_STREQ(gst_structure_get_name(statistics), "kvdiff");
       double mean = 0;
-      double rms = 0;
-      guint maximum = 0;
-      guint64 counted = 0;
+      double psnr = 0;
+      int maximum = 0;
+      double share = 0;
       guint64 time = 1;
-      EXPECT_NE(gst_structure_get(statistics, "mean", G_TYPE_DOUBLE, &mean, "rms", G_TYPE_DOUBLE, &rms,
-                                  "maximum", G_TYPE_UINT, &maximum, "above", G_TYPE_UINT64, &counted,
+      EXPECT_NE(gst_structure_get(statistics, "mean", G_TYPE_DOUBLE, &mean, "psnr", G_TYPE_DOUBLE, &psnr,
+                                  "maximum", G_TYPE_INT, &maximum, "share", G_TYPE_DOUBLE, &share,
                                   "timestamp", G_TYPE_UINT64, &time, nullptr),
                 FALSE);
       EXPECT_DOUBLE_EQ(mean, sum / (5.0 * width));
-      EXPECT_DOUBLE_EQ(rms, std::sqrt(squares / (5.0 * width)));
+      EXPECT_NEAR(psnr, 10 * std::log10(255.0 * 255.0 * 5 * width / squares), 1e-9);
       EXPECT_EQ(maximum, most);
-      EXPECT_EQ(counted, above);
+      EXPECT_DOUBLE_EQ(share, double(above) / (5.0 * width));
       EXPECT_EQ(time, 0U);
       gst_message_unref(message);
     }
