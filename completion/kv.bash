@@ -23,6 +23,8 @@ _kv() {
       --chroma) words='left centre' ;;
       --resample) words='linear nearest' ;;
       --on-error) words='stop skip' ;;
+      --update) words='never always on-score' ;;
+      --method) words='line field blend' ;;
       --direction) words='left right up down' ;;
       *)
         compopt -o default 2>/dev/null

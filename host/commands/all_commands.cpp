@@ -17,6 +17,7 @@ void AddAllCommands(CLI::App& app, Session& session) {
   AddParityCommand(app, session);
   AddPanCommand(app, session);
   AddFindCommand(app, session);
+  AddTrackCommand(app, session);
   AddClipCommand(app, session);
   AddJoinCommand(app, session);
   AddSelfTestCommand(app, session);

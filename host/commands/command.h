@@ -135,6 +135,7 @@ void AddKeyCommand(CLI::App& app, Session& session);
 void AddParityCommand(CLI::App& app, Session& session);
 void AddPanCommand(CLI::App& app, Session& session);
 void AddFindCommand(CLI::App& app, Session& session);
+void AddTrackCommand(CLI::App& app, Session& session);
 void AddClipCommand(CLI::App& app, Session& session);
 void AddJoinCommand(CLI::App& app, Session& session);
 void AddDemoCommand(CLI::App& app, Session& session);

@@ -76,6 +76,9 @@ TEST_F(Report, EveryCommandFitsTheSchema) {
       {"find g.pgm g.pgm --at 8,4 --half 1x1 --range 1x1 --map s.csv", "FeatureFind"},
       {"clip --polygon '2,1 14,1 6,4' --size 16x8 --region 8,0,4,8 --svg p.svg", "FillPoly"},
       {"join v.y4m v.y4m -o j.y4m", ""},
+      {"key v.y4m --plate v.y4m k.uyvya", "AlphaLayerColorBased"},
+      {"track v.y4m --at 8,4 --half 1x1 --range 1x1", "FeatureFind"},
+      {"diff v.y4m v.y4m --stats", ""},
       {"selftest --rounds 1 --seed 3", ""},
   };
   for (const auto& [arguments, algorithm] : commands) {
@@ -89,7 +92,7 @@ TEST_F(Report, EveryCommandFitsTheSchema) {
 TEST_F(Report, EveryCommandFitsTheSchemaWhenItFails) {
   for (const std::string command :
        {"demo", "members", "convert", "copy-roi", "diff", "average", "filter", "blend", "alpha-color",
-        "alpha-prob", "parity", "pan", "find", "clip", "join", "selftest"}) {
+        "alpha-prob", "parity", "pan", "find", "clip", "join", "selftest", "key", "track"}) {
     const json report = ReportOf(command + " --no-such-option", 2);
     EXPECT_EQ(report["command"], command);
     EXPECT_EQ(report["error"]["code"], "usage") << report;

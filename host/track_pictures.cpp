@@ -1,0 +1,68 @@
+#include "host/track_pictures.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "host/raster_image.h"
+
+namespace kv_host {
+namespace {
+
+constexpr std::uint8_t light = 235;
+constexpr std::uint8_t dark = 16;
+
+void DrawPixel(Raster& picture, std::int64_t x, std::int64_t y, std::uint8_t luma) {
+  if (x < 0 || y < 0 || x >= picture.width || y >= picture.height) return;
+  picture.planes[0].Row(static_cast<int>(y))[2 * static_cast<std::size_t>(x)] = luma;
+}
+
+}  // namespace
+
+void DrawPath(Raster& picture, const Path& path) {
+  for (const auto& [x, y] : path) DrawPixel(picture, std::llround(x), std::llround(y), light);
+  if (path.empty()) return;
+  const std::int64_t x = std::llround(path.back().first);
+  const std::int64_t y = std::llround(path.back().second);
+  // Light between dark, so that it shows on any ground.
+  for (int i = -6; i <= 6; ++i) {
+    for (const int side : {-1, 1}) {
+      DrawPixel(picture, x + i, y + side, dark);
+      DrawPixel(picture, x + side, y + i, dark);
+    }
+  }
+  for (int i = -6; i <= 6; ++i) {
+    DrawPixel(picture, x + i, y, light);
+    DrawPixel(picture, x, y + i, light);
+  }
+}
+
+Raster Moved(const Raster& picture, int right, int down) {
+  Raster moved = picture;
+  const auto sourceColumn = [&](int x) {
+    return static_cast<std::size_t>(std::clamp(x - right, 0, picture.width - 1));
+  };
+  for (int y = 0; y < picture.height; ++y) {
+    const auto in = picture.planes[0].Row(std::clamp(y - down, 0, picture.height - 1));
+    const auto out = moved.planes[0].Row(y);
+    for (int x = 0; x < picture.width; x += 2) {
+      const std::size_t left = sourceColumn(x);
+      const std::size_t at = 2 * static_cast<std::size_t>(x);
+      out[at] = in[2 * left];
+      out[at + 1] = in[4 * (left / 2) + 1];
+      out[at + 2] = in[2 * sourceColumn(x + 1)];
+      out[at + 3] = in[4 * (left / 2) + 3];
+    }
+  }
+  return moved;
+}
+
+Raster FieldOf(const Raster& frame, int parity) {
+  Raster field = MakeRaster(frame.kind, frame.width, frame.height / 2, frame.layout);
+  Describe(field, frame);
+  for (int y = 0; y < field.height; ++y) {
+    std::ranges::copy(frame.planes[0].Row(2 * y + parity), field.planes[0].Row(y).begin());
+  }
+  return field;
+}
+
+}  // namespace kv_host

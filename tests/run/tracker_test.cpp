@@ -1,0 +1,126 @@
+#include "run/tracker.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "run/runner.h"
+
+namespace kv_run {
+namespace {
+
+using Image = Tracker::Image;
+
+/// A smooth pattern that has moved by (dx, dy), luma first.
+std::shared_ptr<const Image> Pattern(double dx, double dy, int width = 160, int height = 120) {
+  kv_img::ImageOptions options;
+  options.layout = kv_img::PixelLayout::lumaFirst;
+  auto image = std::make_shared<Image>(width, height, options);
+  for (int y = 0; y < height; ++y) {
+    std::uint8_t* row = image->PlaneRow(kv_img::PixelComponent::Luma, y).data();
+    for (int x = 0; x < width; ++x) {
+      const double u = x - dx;
+      const double v = y - dy;
+      const double value = 128 + 45 * std::sin(u / 5.3) * std::cos(v / 6.1) +
+                           35 * std::sin((u + 1.7 * v) / 9.7) + 20 * std::cos((2.3 * u - v) / 13.9);
+      row[2 * x] = static_cast<std::uint8_t>(std::lround(value));
+      row[2 * x + 1] = 128;
+    }
+  }
+  return image;
+}
+
+const Tracker::Search& FeatureFind() {
+  return Load<Tracker::Search>("FeatureFind", {kv_img::PixelYUV422::ClassID});
+}
+
+constexpr double motionX = 1.30;
+constexpr double motionY = -0.65;
+
+/// How far the tracker is from the point after 24 frames.
+double ErrorAfter24(const TrackOptions& options, double x, double y) {
+  Tracker tracker(FeatureFind(), options, x, y);
+  TrackedPoint point;
+  for (int frame = 0; frame <= 24; ++frame) {
+    point = tracker.Next(Pattern(frame * motionX, frame * motionY));
+    EXPECT_FALSE(point.isLost);
+  }
+  return std::max(std::abs(point.x - x - 24 * motionX), std::abs(point.y - y - 24 * motionY));
+}
+
+TEST(Tracking, StaysWithAPatternThatMovesBetweenPixels) {
+  EXPECT_LE(ErrorAfter24({.halfWidth = 12, .halfHeight = 12, .rangeX = 6, .rangeY = 6}, 60, 70), 0.15);
+  EXPECT_LE(ErrorAfter24({.halfWidth = 12, .halfHeight = 12, .rangeX = 6, .rangeY = 6, .levels = 0}, 60, 70),
+            0.7);
+}
+
+TEST(Tracking, TheFirstFrameIsWhereThePointIs) {
+  Tracker tracker(FeatureFind(), {}, 60, 70);
+  const TrackedPoint point = tracker.Next(Pattern(0, 0));
+  EXPECT_EQ(point.x, 60);
+  EXPECT_EQ(point.y, 70);
+  EXPECT_EQ(point.score, 0);
+  EXPECT_FALSE(point.isLost);
+}
+
+TEST(Tracking, ATemplateThatWasCutStillCentresThePoint) {
+  // Twelve columns and rows, but for seven and eight of them.
+  EXPECT_LE(ErrorAfter24({.halfWidth = 12, .halfHeight = 12, .rangeX = 4, .rangeY = 4}, 5, 100), 0.2);
+  Tracker tracker(FeatureFind(), {.halfWidth = 12, .halfHeight = 12, .rangeX = 2, .rangeY = 2}, 4, 3);
+  tracker.Next(Pattern(0, 0));
+  const TrackedPoint point = tracker.Next(Pattern(2, 2));
+  EXPECT_NEAR(point.x, 6, 0.15);
+  EXPECT_NEAR(point.y, 5, 0.15);
+}
+
+TEST(Tracking, TheLastMotionSaysWhereToSearch) {
+  // Three pixels a frame and a range of two: found only when the motion is expected to go on.
+  Tracker tracker(FeatureFind(), {.halfWidth = 10, .halfHeight = 10, .rangeX = 2, .rangeY = 2}, 40, 60);
+  double moved = 0;
+  TrackedPoint point;
+  for (const double speed : {0.0, 1.5, 3.0, 4.5, 4.5, 4.5}) {
+    moved += speed;
+    point = tracker.Next(Pattern(moved, 0));
+  }
+  EXPECT_NEAR(point.x, 40 + moved, 0.2);
+}
+
+TEST(Tracking, ATemplateOfEveryFrameDrifts) {
+  TrackOptions options{.halfWidth = 12, .halfHeight = 12, .rangeX = 6, .rangeY = 6};
+  const double still = ErrorAfter24(options, 60, 70);
+  options.update = {.when = TemplateUpdate::When::Every, .frames = 1};
+  EXPECT_GT(ErrorAfter24(options, 60, 70), still);
+}
+
+TEST(Tracking, UpdatesAreDueAfterFramesAndScores) {
+  // The picture changes for good in frame 2: a template from there on matches exactly.
+  const auto scoreOf = [](const TemplateUpdate& update, int frames) {
+    Tracker tracker(FeatureFind(), {.halfWidth = 8, .halfHeight = 8, .update = update}, 60, 70);
+    double score = 0;
+    for (int frame = 0; frame < frames; ++frame) score = tracker.Next(Pattern(0, frame < 2 ? 0 : 0.5)).score;
+    return score;
+  };
+  EXPECT_GT(scoreOf({}, 5), 0);
+  EXPECT_EQ(scoreOf({.when = TemplateUpdate::When::AboveScore, .score = 0}, 5), 0);
+  EXPECT_GT(scoreOf({.when = TemplateUpdate::When::AboveScore, .score = 100}, 5), 0);
+  // Templates of frames 3 and 6: frame 4 is compared with frame 3.
+  EXPECT_GT(scoreOf({.when = TemplateUpdate::When::Every, .frames = 3}, 4), 0);
+  EXPECT_EQ(scoreOf({.when = TemplateUpdate::When::Every, .frames = 3}, 5), 0);
+}
+
+TEST(Tracking, ALostPointStaysAndIsFoundAgain) {
+  Tracker tracker(FeatureFind(), {.halfWidth = 8, .halfHeight = 8, .rangeX = 4, .rangeY = 4, .maxScore = 3},
+                  60, 70);
+  tracker.Next(Pattern(0, 0));
+  tracker.Next(Pattern(1, 0));
+  const TrackedPoint lost = tracker.Next(Pattern(40, 31));
+  EXPECT_TRUE(lost.isLost);
+  EXPECT_GT(lost.score, 3);
+  EXPECT_NEAR(lost.x, 61, 0.15);
+  const TrackedPoint again = tracker.Next(Pattern(2, 0));
+  EXPECT_FALSE(again.isLost);
+  EXPECT_NEAR(again.x, 62, 0.15);
+}
+
+}  // namespace
+}  // namespace kv_run
