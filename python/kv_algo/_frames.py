@@ -20,10 +20,11 @@ Planes = Union[Plane, Sequence[Plane]]
 Result = Any
 
 MOST_PIXELS_OF_SIDE = 1 << 20
+_uint8: np.dtype[Any] = np.dtype(np.uint8)
+_uint16: np.dtype[Any] = np.dtype(np.uint16)
 _frame_size = ctypes.sizeof(_library.Frame)
 # The fields up to the strides; those after them are 0, the defaults.
 _pack = struct.Struct(f"=Iiii4Q4q{_frame_size - 80}x").pack
-_nothing = (0, 0, 0, 0)
 
 
 class Format(NamedTuple):
@@ -33,22 +34,24 @@ class Format(NamedTuple):
     name: str
     kind: str  # packed, alpha, planar, grey, bitmap, words
     channels: int = 1
+    shape: Tuple[str, ...] = ("height", "width")
 
 
+_pairs = ("height", "width + width % 2", "2")
 _all = (
-    Format(1, "uyvy", "packed"),
-    Format(2, "yuy2", "packed"),
+    Format(1, "uyvy", "packed", 2, _pairs),
+    Format(2, "yuy2", "packed", 2, _pairs),
     Format(3, "uyvya", "alpha"),
     Format(4, "yuy2a", "alpha"),
     Format(5, "yuv411p", "planar"),
     Format(6, "i422", "planar"),
     Format(7, "gray8", "grey"),
-    Format(8, "bgr24", "bitmap", 3),
-    Format(9, "rgb24", "bitmap", 3),
-    Format(10, "bgra32", "bitmap", 4),
-    Format(11, "rgba32", "bitmap", 4),
-    Format(12, "bgrx32", "bitmap", 4),
-    Format(13, "rgbx32", "bitmap", 4),
+    Format(8, "bgr24", "bitmap", 3, ("height", "width", "3")),
+    Format(9, "rgb24", "bitmap", 3, ("height", "width", "3")),
+    Format(10, "bgra32", "bitmap", 4, ("height", "width", "4")),
+    Format(11, "rgba32", "bitmap", 4, ("height", "width", "4")),
+    Format(12, "bgrx32", "bitmap", 4, ("height", "width", "4")),
+    Format(13, "rgbx32", "bitmap", 4, ("height", "width", "4")),
     Format(14, "rgb555", "words"),
     Format(15, "rgb565", "words"),
 )
@@ -91,14 +94,11 @@ def view(name: str, value: Planes, form: Format, width: int | None = None, *, wr
     """The frame that an array is; `name` is that of the argument."""
     if form.kind in ("alpha", "planar"):
         return _view_planes(name, value, form, width, writable)
-    array = _array(name, value, np.uint16 if form.kind == "words" else np.uint8, writable)
+    array = _array(name, value, _uint16 if form.kind == "words" else _uint8, writable)
     if form.kind == "packed":
         columns = _packed_width(name, array, form, width)
     else:
-        wanted: tuple[str, ...] = ("height", "width")
-        if form.kind == "bitmap":
-            wanted += (str(form.channels),)
-        _check_shape(name, array, form, wanted)
+        _check_shape(name, array, form)
         columns = _fixed_width(array.shape[1], width)
     return _frame(name, (array,), form, columns)
 
@@ -110,11 +110,11 @@ def _view_planes(name: str, value: Planes, form: Format, width: int | None, writ
         raise TypeError(f"{name} is a {type(value).__name__}; {form.name} takes a tuple of {count} arrays, {what}")
     if len(value) != count:
         raise ValueError(f"{name} has {len(value)} planes; {form.name} takes {count}, {what}")
-    arrays = tuple(_array(f"{name}[{i}]", plane, np.uint8, writable) for i, plane in enumerate(value))
+    arrays = tuple(_array(f"{name}[{i}]", plane, _uint8, writable) for i, plane in enumerate(value))
     # Alpha and luma are the planes that know an odd width.
     full = arrays[1] if count == 2 else arrays[0]
     at = 1 if count == 2 else 0
-    _check_shape(f"{name}[{at}]", full, form, ("height", "width"))
+    _check_shape(f"{name}[{at}]", full, form)
     columns = _fixed_width(full.shape[1], width)
     height = full.shape[0]
     if count == 2:
@@ -131,7 +131,7 @@ def _view_planes(name: str, value: Planes, form: Format, width: int | None, writ
     return _frame(name, arrays, form, columns)
 
 
-def _array(name: str, value: Any, dtype: Any, writable: bool) -> npt.NDArray[Any]:
+def _array(name: str, value: Any, dtype: np.dtype[Any], writable: bool) -> npt.NDArray[Any]:
     if isinstance(value, np.ndarray):
         array = value
     elif isinstance(value, (bytes, str, int, float, tuple, list)) or value is None:
@@ -143,16 +143,16 @@ def _array(name: str, value: Any, dtype: Any, writable: bool) -> npt.NDArray[Any
             raise TypeError(f"{name} is a {type(value).__name__}; it must be a NumPy array or a buffer that NumPy can "
                             "view") from None
     if array.dtype != dtype:
-        raise TypeError(f"{name} has dtype {array.dtype}; it must be {np.dtype(dtype)}")
+        raise TypeError(f"{name} has dtype {array.dtype}; it must be {dtype}")
     if writable and not array.flags.writeable:
         raise ValueError(f"{name} is read-only; it must be writable")
     return array
 
 
-def _check_shape(name: str, array: npt.NDArray[Any], form: Format, wanted: tuple[str, ...]) -> None:
+def _check_shape(name: str, array: npt.NDArray[Any], form: Format, wanted: tuple[str, ...] | None = None) -> None:
     shape = array.shape
-    fits = len(shape) == len(wanted) and 0 not in shape
-    if not fits or (len(wanted) == 3 and str(shape[2]) != wanted[2]):
+    wanted = wanted or form.shape
+    if len(shape) != len(wanted) or 0 in shape or (len(shape) == 3 and wanted[2] != str(shape[2])):
         raise ValueError(f"{name} has shape {shape}; {form.name} takes ({', '.join(wanted)}), none of them 0")
     _check_strides(name, array)
 
@@ -161,6 +161,8 @@ def _check_strides(name: str, array: npt.NDArray[Any]) -> None:
     shape, strides = array.shape, array.strides
     if max(shape) > MOST_PIXELS_OF_SIDE:
         raise ValueError(f"{name} has shape {shape}; width and height are at most {MOST_PIXELS_OF_SIDE}")
+    if array.flags.c_contiguous:
+        return
     row = array.itemsize
     for axis in range(len(shape) - 1, 0, -1):
         if strides[axis] != row and shape[axis] != 1:
@@ -173,7 +175,7 @@ def _check_strides(name: str, array: npt.NDArray[Any]) -> None:
 
 
 def _packed_width(name: str, array: npt.NDArray[Any], form: Format, width: int | None) -> int:
-    _check_shape(name, array, form, ("height", "width + width % 2", "2"))
+    _check_shape(name, array, form, _pairs)
     columns: int = array.shape[1]
     if columns % 2 != 0:
         raise ValueError(f"{name} has shape {array.shape}; a row of {form.name} holds whole pairs of pixels, the second "
@@ -193,10 +195,14 @@ def _fixed_width(columns: int, width: int | None) -> int:
 
 
 def _frame(name: str, arrays: tuple[npt.NDArray[Any], ...], form: Format, width: int) -> View:
-    planes = [array.ctypes.data for array in arrays]
-    strides = [array.strides[0] for array in arrays]
-    missing = _nothing[len(arrays):]
-    packed = _pack(_frame_size, form.code, width, arrays[0].shape[0], *planes, *missing, *strides, *missing)
+    height = arrays[0].shape[0]
+    if len(arrays) == 1:
+        array = arrays[0]
+        packed = _pack(_frame_size, form.code, width, height, array.ctypes.data, 0, 0, 0, array.strides[0], 0, 0, 0)
+    else:
+        missing = (0,) * (4 - len(arrays))
+        packed = _pack(_frame_size, form.code, width, height, *[array.ctypes.data for array in arrays], *missing,
+                       *[array.strides[0] for array in arrays], *missing)
     frame = _library.Frame.from_buffer_copy(packed)
     return View(name, frame, arrays, form)
 
