@@ -1,5 +1,5 @@
-# cmake --install: runtime (libraries and members), dev (to build on them), tools (kv), c and cdev (the C interface), gstreamer. The tree
-# may be moved as a whole: nothing in it knows its prefix.
+# cmake --install: runtime (libraries and members), dev (to build on them), tools (kv), c and cdev (the C interface), python,
+# gstreamer. The tree may be moved as a whole: nothing in it knows its prefix.
 include(CMakePackageConfigHelpers)
 get_property(KV_MEMBERS GLOBAL PROPERTY KV_MEMBERS)
 
@@ -97,6 +97,12 @@ kv_add_pkg_config(kv_frame "Interfaces of the kv_algo family, its barrier and it
 kv_add_pkg_config(kv_run "Worker pool that calls the kv_algo family on several threads" "kv_frame" "-lkv_run -pthread")
 kv_add_pkg_config(kv_c "C interface to the kv_algo family" "" "-lkv_c" cdev ${CMAKE_INSTALL_INCLUDEDIR})
 kv_add_pkg_config(kv_host "kv_run under the name that it had" "kv_run" "")
+
+if(NOT WIN32)
+  # Where Debian's Python looks, below /usr; elsewhere PYTHONPATH names it.
+  install(DIRECTORY python/kv_algo DESTINATION lib/python3/dist-packages COMPONENT python
+    FILES_MATCHING PATTERN "*.py" PATTERN py.typed PATTERN __pycache__ EXCLUDE)
+endif()
 
 install(FILES docs/man/kv.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
 install(FILES completion/kv.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME kv

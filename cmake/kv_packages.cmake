@@ -5,7 +5,7 @@ set(CPACK_PACKAGE_VENDOR "kv_algo")
 set(CPACK_PACKAGE_CONTACT "kv_algo maintainers <developers@kv-algo.invalid>")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR}/packages)
-set(packaged runtime dev tools c cdev)
+set(packaged runtime dev tools c cdev python)
 if(TARGET kv_av)
   list(APPEND packaged av)
 endif()
@@ -65,6 +65,17 @@ set(CPACK_DEBIAN_CDEV_PACKAGE_DEPENDS "${c} (= ${PROJECT_VERSION}), libkv-algo-d
 set(CPACK_DEBIAN_CDEV_DESCRIPTION "image-processing plug-ins for video, C header
  The header kv/kv.h, the target kv::c of the CMake package kv_algo and kv_c for
  pkg-config.")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-kv-algo)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SHLIBDEPS OFF)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "python3 (>= 3.9), python3-numpy, ${c} (>= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS "kv-algo-tools")
+set(CPACK_DEBIAN_PYTHON_DESCRIPTION "image-processing plug-ins for video, Python package
+ The package kv_algo: all operations of the family on NumPy arrays, which are
+ read and written where they are, and Y4M and raw video frame by frame.")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA ${PROJECT_BINARY_DIR}/debian/python/postinst
+  ${PROJECT_BINARY_DIR}/debian/python/prerm)
 
 set(CPACK_DEBIAN_GSTREAMER_PACKAGE_NAME gstreamer1.0-kv-algo)
 set(CPACK_DEBIAN_GSTREAMER_PACKAGE_SECTION libs)
@@ -82,6 +93,17 @@ file(WRITE ${papers}/triggers "activate-noawait ldconfig\n")
 set(dependency "${PROJECT_VERSION_MAJOR} ${runtime} (>= ${PROJECT_VERSION})")
 file(WRITE ${papers}/shlibs "libkv_Image ${dependency}\nlibkv_Math ${dependency}\n")
 file(WRITE ${papers}/c/shlibs "libkv_c ${PROJECT_VERSION_MAJOR} ${c} (>= ${PROJECT_VERSION})\n")
+# Python's bytecode is made where the package is installed, and goes with it.
+file(WRITE ${papers}/python/postinst "#!/bin/sh
+set -e
+if command -v py3compile >/dev/null 2>&1; then py3compile -p python3-kv-algo; fi
+")
+file(WRITE ${papers}/python/prerm "#!/bin/sh
+set -e
+if command -v py3clean >/dev/null 2>&1; then py3clean -p python3-kv-algo; fi
+")
+file(CHMOD ${papers}/python/postinst ${papers}/python/prerm PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ
+  GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 string(TIMESTAMP now "%a, %d %b %Y %H:%M:%S +0000" UTC)
 file(WRITE ${papers}/changelog "kv-algo (${PROJECT_VERSION}) unstable; urgency=medium
 

@@ -9,7 +9,7 @@ for tool in dpkg-shlibdeps lintian; do
 done
 
 work=$(mktemp -d)
-names=(gstreamer1.0-kv-algo kv-algo-av kv-algo-tools libkv-c-dev libkv-c0 libkv-algo-dev libkv-algo0)
+names=(python3-kv-algo gstreamer1.0-kv-algo kv-algo-av kv-algo-tools libkv-c-dev libkv-c0 libkv-algo-dev libkv-algo0)
 installed=no
 finish() {
   [ $installed = no ] || dpkg --purge "${names[@]}" >/dev/null 2>&1 || true
@@ -19,7 +19,7 @@ trap finish EXIT
 
 cpack --config "$build/CPackConfig.cmake" -B "$work" >"$work/log" 2>&1 || { cat "$work/log"; fail "cpack"; }
 cd "$work"
-[ "$(ls -- *.deb | wc -l)" = 7 ] || fail "seven packages were expected: $(ls)"
+[ "$(ls -- *.deb | wc -l)" = 8 ] || fail "eight packages were expected: $(ls)"
 echo "== lintian"
 lintian --fail-on error --suppress-tags bad-distribution-in-changes-file ./*.deb
 
@@ -49,7 +49,16 @@ cc -std=c99 "$source/examples/c/convert.c" -o convert $(pkg-config --cflags --li
 # The elements where GStreamer looks, over the library and the members where Debian has them.
 GST_REGISTRY=$work/registry.bin gst-launch-1.0 -q videotestsrc num-buffers=2 ! video/x-raw,format=UYVY ! kvconvert \
   ! video/x-raw,format=BGRx ! fakesink || fail "the elements do not run"
+# From Python, without anything in the environment.
+env -i /usr/bin/python3 - <<'PYTHON'
+import kv_algo, numpy
+assert kv_algo.__file__ == "/usr/lib/python3/dist-packages/kv_algo/__init__.py", kv_algo.__file__
+assert str(kv_algo.library_path).startswith("/usr/lib/") and sum(one.is_usable for one in kv_algo.members()) >= 2
+assert kv_algo.box_filter(numpy.full((4, 4), 9, numpy.uint8), 3).tolist() == [[9] * 4] * 4
+PYTHON
+compiled=$(ls /usr/lib/python3/dist-packages/kv_algo/__pycache__)
+grep -q '^_colour.cpython' <<<"$compiled" || fail "postinst compiles nothing: $compiled"
 dpkg --purge "${names[@]}" >"$work/log" 2>&1 || { cat "$work/log"; fail "dpkg --purge"; }
 installed=no
-[ ! -e /usr/bin/kv ] && [ ! -e /usr/lib/kv_algo ] || fail "something was not removed"
+[ ! -e /usr/bin/kv ] && [ ! -e /usr/lib/kv_algo ] && [ ! -e /usr/lib/python3/dist-packages/kv_algo ] || fail "something was not removed"
 echo "all is well"
