@@ -65,6 +65,18 @@ for example in $c_examples; do
 done
 [ "$(objdump -p "$libraries/libkv_c.so" | awk '/SONAME/ { print $2 }')" = libkv_c.so.0 ] || fail "SONAME of libkv_c"
 
+# A cross build's library is not for this machine's Python.
+machine_of() { file -bL "$1" | cut -d, -f2; }
+if [ "$(machine_of "$libraries/libkv_c.so.0")" = "$(machine_of /usr/bin/python3)" ]; then
+  echo "== in Python"
+  env -i PYTHONDONTWRITEBYTECODE=1 PYTHONPATH="$prefix/lib/python3/dist-packages" /usr/bin/python3 - "$prefix" <<'PYTHON' || fail "the Python package"
+import sys
+import kv_algo
+assert str(kv_algo.library_path).startswith(sys.argv[1]), kv_algo.library_path
+assert all(check.is_equal for check in kv_algo.selftest(2)) and sum(one.is_usable for one in kv_algo.members()) >= 2
+PYTHON
+fi
+
 echo "== includes by former names"
 for header in exceptions kv_exception message_text; do echo "#include \"errors/$header.h\""; done >"$work/former.cpp"
 echo 'int main() { return kv_std::SpinBarrierException(12603).Code() == 12603 ? 0 : 1; }' >>"$work/former.cpp"

@@ -1,5 +1,6 @@
 """The page's pieces of code run, one after another, and give what the page says."""
 
+import json
 import re
 import shutil
 
@@ -13,11 +14,17 @@ import kv_algo
 
 
 @pytest.fixture(scope="module")
-def page(tmp_path_factory):
+def pieces():
+    """The page's code."""
+    found = re.findall(r"^```python\n(.*?)^```$", (ROOT / "docs/python.md").read_text(), re.S | re.M)
+    assert len(found) >= 5
+    return found
+
+
+@pytest.fixture(scope="module")
+def page(tmp_path_factory, pieces):
     folder = tmp_path_factory.mktemp("page")
     shutil.copy(ROOT / "assets/seeding-720x576.y4m", folder / "photo.y4m")
-    pieces = re.findall(r"^```python\n(.*?)^```$", (ROOT / "docs/python.md").read_text(), re.S | re.M)
-    assert len(pieces) >= 5
     names = {}
     with pytest.MonkeyPatch.context() as patch:
         patch.chdir(folder)
@@ -38,12 +45,36 @@ def test_the_disc_is_tracked(page):
 
 
 def test_the_key(page):
-    key, changed, keyed = page["key"], page["changed"], page["keyed"]
-    assert key[280, 280] > 20 and key[100, 100] == 0
-    for y, x, mask in ((280, 280, 255), (100, 100, 0)):
-        luma = int(changed[y, x, 1])
-        weight = min(max(mask + 128 - luma, 0), 255) // 2
-        assert keyed[y, x, 1] == 128 + ((luma - 128) * weight >> 7)
+    mask, changed, keyed, scene = page["mask"], page["changed"], page["keyed"], page["scene"]
+    # Inside the disc there is the disc, far from it grey.
+    inside, outside = page["disc"] & (np.abs(changed[..., 1].astype(int) - scene[..., 1]) > 40), ~page["disc"]
+    outside[210:350, 210:350] = False
+    assert inside.sum() > 8000 and mask[inside].min() > 200 and mask[outside].max() == 0
+    np.testing.assert_array_equal(keyed[outside], 128)
+    weight = mask.astype(int)
+    expected = (changed[..., 1] * weight + 128 * (255 - weight) + 127) // 255
+    np.testing.assert_array_equal(keyed[..., 1], expected)
+
+
+def test_the_notebook_is_the_page(pieces, tmp_path):
+    """The same code, and it runs in a kernel."""
+    import nbclient
+    import nbformat
+
+    notebook = nbformat.reads((ROOT / "docs/python.ipynb").read_text(), as_version=4)
+    nbformat.validate(notebook)
+    code = [cell for cell in notebook.cells if cell.cell_type == "code"]
+    assert [cell.source for cell in code] == [piece.rstrip("\n") for piece in pieces]
+    text = "\n\n".join(f"```python\n{cell.source}\n```" if cell.cell_type == "code" else cell.source
+                       for cell in notebook.cells)
+    assert text + "\n" == (ROOT / "docs/python.md").read_text(), "script/notebook makes it again"
+    assert all(cell.outputs == [] and cell.execution_count is None for cell in code)
+    shutil.copy(ROOT / "assets/seeding-720x576.y4m", tmp_path / "photo.y4m")
+    code[-1].source += "\nlen(path), keyed.shape"
+    nbclient.NotebookClient(notebook, timeout=100, kernel_name="python3",
+                            resources={"metadata": {"path": str(tmp_path)}}).execute()
+    count, shape = json.loads(code[-1].outputs[-1].data["text/plain"].replace("(", "[").replace(")", "]"))
+    assert count >= 13 and shape == [576, 720, 2]
 
 
 def test_every_function_is_on_the_page():
