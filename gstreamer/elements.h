@@ -9,6 +9,7 @@ extern const FilterInfo convertElement;
 extern const FilterInfo boxFilterElement;
 extern const FilterInfo panElement;
 extern const FilterInfo parityElement;
+extern const FilterInfo trackElement;
 extern const MixerInfo alphaColorElement;
 extern const MixerInfo averageElement;
 extern const MixerInfo blendElement;

@@ -109,6 +109,26 @@ GstFlowReturn Transform(GstBaseTransform* object, GstBuffer* in, GstBuffer* out)
   return flow;
 }
 
+/// The buffer is writable, its bytes are only read.
+GstFlowReturn TransformInPlace(GstBaseTransform* object, GstBuffer* buffer) {
+  Filter& filter = FilterOf(object);
+  GstVideoFrame frame;
+  if (gst_video_frame_map(
+          &frame, &GST_VIDEO_FILTER(object)->in_info, buffer,
+          static_cast<GstMapFlags>(int{GST_MAP_READ} | int{GST_VIDEO_FRAME_MAP_FLAG_NO_REF})) == FALSE) {
+    filter.PostBadBuffer("a buffer is too small for the caps, or its GstVideoMeta is of another format");
+    return GST_FLOW_ERROR;
+  }
+  const bool isDone = filter.Context() != nullptr && filter.Work(frame, frame);
+  gst_video_frame_unmap(&frame);
+  return isDone ? GST_FLOW_OK : GST_FLOW_ERROR;
+}
+
+gboolean SinkEvent(GstBaseTransform* object, GstEvent* event) {
+  if (GST_EVENT_TYPE(event) == GST_EVENT_FLUSH_STOP) FilterOf(object).Reset();
+  return GST_BASE_TRANSFORM_CLASS(parentClass)->sink_event(object, event);
+}
+
 /// Sizes and positions stay what they are.
 gboolean TransformMeta(GstBaseTransform* object, GstBuffer* /*out*/, GstMeta* meta, GstBuffer* /*in*/) {
   const gchar* const* tags = gst_meta_api_type_get_tags(meta->info->api);
@@ -150,6 +170,7 @@ void InitBaseClass(gpointer klass, gpointer /*data*/) {
   transform->transform = Transform;
   // GstVideoFilter has one; with it equal caps would mean work in place.
   transform->transform_ip = nullptr;
+  transform->sink_event = SinkEvent;
   transform->transform_meta = TransformMeta;
   transform->propose_allocation = ProposeAllocation;
   transform->decide_allocation = DecideAllocation;
@@ -169,6 +190,10 @@ void InitClass(gpointer klass, gpointer data) {
   objects->set_property = Set;
   objects->get_property = Get;
   InstallProperties(objects, info.properties);
+  if (info.isInPlace) {
+    GST_BASE_TRANSFORM_CLASS(klass)->transform = nullptr;
+    GST_BASE_TRANSFORM_CLASS(klass)->transform_ip = TransformInPlace;
+  }
   auto* element = GST_ELEMENT_CLASS(klass);
   gst_element_class_set_static_metadata(element, info.longName, info.klass, info.description, "kv_algo");
   AddPad(element, "sink", GST_PAD_SINK, info.sinkCaps);

@@ -29,6 +29,8 @@ class Filter : public Element {
   virtual bool IsPassthrough(GstBuffer* /*buffer*/) const { return false; }
   /// One frame; the output buffer has the input's flags and timestamps. False: an error was posted.
   virtual bool Work(const GstVideoFrame& in, const GstVideoFrame& out) = 0;
+  /// Nothing that was seen before counts any more: new caps, or a flush.
+  virtual void Reset() {}
   /// Whether metas about colours are still right for the output.
   virtual bool KeepsColours() const { return true; }
 };
@@ -43,6 +45,8 @@ struct FilterInfo {
   const char* sourceCaps;
   std::span<const Property> properties;
   Filter* (*make)(GstElement*);
+  /// Frames go out as they came in: Work has one frame twice, and changes no byte of it.
+  bool isInPlace = false;
 };
 
 /// Registers an element; `info` has to stay.

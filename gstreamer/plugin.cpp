@@ -7,7 +7,8 @@ namespace {
 gboolean Register(GstPlugin* plugin) {
   using namespace kv_gst;
   bool isDone = true;
-  for (const FilterInfo* info : {&convertElement, &boxFilterElement, &panElement, &parityElement}) {
+  for (const FilterInfo* info :
+       {&convertElement, &boxFilterElement, &panElement, &parityElement, &trackElement}) {
     isDone = RegisterFilter(plugin, *info) && isDone;
   }
   for (const MixerInfo* info : {&alphaColorElement, &averageElement, &blendElement, &differenceElement}) {

@@ -32,8 +32,8 @@ void SetCapsOf(ElementHarness& element, const Worker& worker, int width, int hei
                   std::string("video/x-raw,format=") + worker.outFormat);
 }
 
-constexpr const char* everyElement[] = {"kvconvert", "kvboxfilter", "kvparity",     "kvdiff",
-                                        "kvaverage", "kvblend",     "kvalphacolor", "kvpan"};
+constexpr const char* everyElement[] = {"kvconvert", "kvboxfilter",  "kvparity", "kvdiff", "kvaverage",
+                                        "kvblend",   "kvalphacolor", "kvpan",    "kvtrack"};
 
 class AtWork : public testing::TestWithParam<Worker> {};
 INSTANTIATE_TEST_SUITE_P(Elements, AtWork, testing::ValuesIn(workers), [](const auto& one) {

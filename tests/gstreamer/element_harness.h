@@ -55,6 +55,8 @@ class ElementHarness {
   std::string SourceCaps() const;
   /// The text of the error that was posted; empty: there was none.
   std::string Error() const;
+  /// The next element message; null: there is none. The caller's.
+  GstMessage* ElementMessage() const { return gst_bus_pop_filtered(bus_, GST_MESSAGE_ELEMENT); }
 
  private:
   GstHarness* harness_;
