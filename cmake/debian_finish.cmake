@@ -8,7 +8,7 @@ foreach(file IN LISTS files)
     # The system's loader knows the folder.
     file(RPATH_REMOVE FILE ${file})
   elseif(file MATCHES "\\.a$")
-    execute_process(COMMAND strip --strip-unneeded ${file} COMMAND_ERROR_IS_FATAL ANY)
+    execute_process(COMMAND ${CPACK_KV_STRIP} --strip-unneeded ${file} COMMAND_ERROR_IS_FATAL ANY)
   elseif(file MATCHES "/man/.*\\.[1-9]$")
     execute_process(COMMAND gzip -9n ${file} COMMAND_ERROR_IS_FATAL ANY)
   elseif(file MATCHES "/doc/([^/]*)/copyright$")

@@ -8,6 +8,7 @@ for tool in dpkg-shlibdeps lintian; do
   command -v $tool >/dev/null || { echo "skipped: $tool is missing, script/bootstrap installs it"; exit 77; }
 done
 
+. "$source/tests/package/dependencies.sh"
 work=$(mktemp -d)
 names=(python3-kv-algo gstreamer1.0-kv-algo kv-algo-av kv-algo-tools libkv-c-dev libkv-c0 libkv-algo-dev libkv-algo0)
 installed=no
@@ -20,6 +21,7 @@ trap finish EXIT
 cpack --config "$build/CPackConfig.cmake" -B "$work" >"$work/log" 2>&1 || { cat "$work/log"; fail "cpack"; }
 cd "$work"
 [ "$(ls -- *.deb | wc -l)" = 8 ] || fail "eight packages were expected: $(ls)"
+check_dependencies "$work"
 echo "== lintian"
 lintian --fail-on error --suppress-tags bad-distribution-in-changes-file ./*.deb
 
