@@ -13,7 +13,7 @@ rm -rf "$work/_CPack_Packages"
 check_dependencies "$work"
 files=0
 for package in "$work"/*.deb; do
-  [ "$(dpkg-deb -f "$package" Architecture)" = arm64 ] || fail "$package is for $(dpkg-deb -f "$package" Architecture)"
+  case $(dpkg-deb -f "$package" Architecture) in arm64 | all) ;; *) fail "$package is for $(dpkg-deb -f "$package" Architecture)" ;; esac
   dpkg-deb -x "$package" "$work/content"
 done
 while read -r file; do
