@@ -18,9 +18,9 @@ namespace {
 
 }  // namespace
 
-bool ClipSet::Clip::Has(std::int64_t number) {
+bool ClipSet::Clip::Has(std::int64_t number, Session& session) {
   while (number >= count && !hasEnded) {
-    if (auto next = reader->Next()) {
+    if (auto next = NextWhole(*reader, session, current.has_value())) {
       current = std::move(next);
       ++count;
     } else {
@@ -93,13 +93,13 @@ void ClipSet::ForEach(Session& session, const Work& work) {
     Clip* going = nullptr;
     Clip* lacking = nullptr;
     for (Clip& clip : clips_) {
-      if (clip.Has(number)) {
+      if (clip.Has(number, session)) {
         going = &clip;
       } else if (!clip.IsPicture()) {
         lacking = &clip;
       }
     }
-    if (going == nullptr || (lacking != nullptr && endsWithShortest_)) return;
+    if (session.failure || going == nullptr || (lacking != nullptr && endsWithShortest_)) return;
     if (lacking != nullptr) FailForLength(*lacking->reader, lacking->count, *going->reader);
     if (number == clips_[lead_].reader->Range().first) DescribePictures();
     for (std::size_t i = 0; i < clips_.size(); ++i) frames[i] = &*clips_[i].current;

@@ -30,7 +30,8 @@ class ClipSet {
 
   using Work = std::function<void(const std::vector<const Raster*>& frames, std::int64_t number)>;
   /// Calls `work` for every frame number with a frame of each input, in the order of the names, with progress and records.
-  /// Throws UsageError when a clip ends before another one and nobody said that it may.
+  /// Ends where a clip ends inside a frame, and notes that as the failure. Throws UsageError when a clip ends before another
+  /// one and nobody said that it may.
   void ForEach(Session& session, const Work& work);
 
  private:
@@ -42,7 +43,7 @@ class ClipSet {
 
     bool IsPicture() const { return hasEnded && count == 1; }
     /// Whether it has a frame of this number of its own.
-    bool Has(std::int64_t number);
+    bool Has(std::int64_t number, Session& session);
   };
 
   void RequireLengths() const;

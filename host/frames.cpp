@@ -4,6 +4,7 @@
 #include <chrono>
 
 #include "host/errors.h"
+#include "host/formats/format_error.h"
 #include "host/progress.h"
 
 namespace kv_host {
@@ -87,12 +88,22 @@ void Recorded(Session& session, std::int64_t number, const std::function<void()>
   session.record.reset();
 }
 
+std::optional<Raster> NextWhole(PictureReader& reader, Session& session, bool hasFrames) {
+  try {
+    return reader.Next();
+  } catch (const TruncatedError& error) {
+    if (!hasFrames) throw;
+    session.failure = {BadInput, "format", error.what(), error.File(), error.Offset()};
+    return std::nullopt;
+  }
+}
+
 void ForEachFrame(PictureReader& reader, Session& session,
                   const std::function<void(const Raster&, std::int64_t)>& work) {
   Progress progress("frames", ClipPart{reader.Range(), reader.Length()}.Count().value_or(0));
-  for (;;) {
+  for (bool hasFrames = false;; hasFrames = true) {
     const std::int64_t number = reader.NextNumber();
-    const auto frame = reader.Next();
+    const auto frame = NextWhole(reader, session, hasFrames);
     if (!frame) return;
     Recorded(session, number, [&] { work(*frame, number); });
     progress.Advance();

@@ -49,6 +49,10 @@ void WriteLuma(PictureWriter& writer, const Raster& result, const Raster& source
 /// Calls `work()`, which makes frame `number`; where a person asked for lines, prints its record then.
 void Recorded(Session& session, std::int64_t number, const std::function<void()>& work);
 
+/// The next frame. Where the file ends inside it and `hasFrames` were before it, they are all that there is: notes the
+/// failure and answers nothing.
+std::optional<Raster> NextWhole(PictureReader& reader, Session& session, bool hasFrames);
+
 /// Calls `work(frame, number)` for every frame that is read of a file, numbered as in the file, with records, and progress
 /// on a terminal.
 void ForEachFrame(PictureReader& reader, Session& session,

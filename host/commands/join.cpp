@@ -18,6 +18,8 @@ struct JoinOptions {
     PictureWriter writer = output.Open(ClipPart());
     std::optional<Raster> first;
     for (const std::string& part : parts) {
+      // One that ends inside a frame is the last.
+      if (engine.session->failure) break;
       PictureReader reader(part, input.Get());
       input.RequireUse({&reader});
       ForEachFrame(reader, *engine.session, [&](const Raster& frame, std::int64_t) {

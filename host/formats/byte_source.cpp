@@ -131,7 +131,7 @@ void ByteSource::Fail(const std::string& problem) const {
 
 void ByteSource::FailShort(std::string_view what, std::uint64_t wanted, std::uint64_t got) const {
   const std::uint64_t end = size_.value_or(offset_);
-  throw FormatError(name_, end,
+  throw TruncatedError(name_, end,
                     "the file ends early: " + std::string(what) + " lacks " + std::to_string(wanted - got) +
                         " of " + std::to_string(wanted) + " bytes");
 }

@@ -54,7 +54,7 @@ class ByteSource {
 
   /// Throws FormatError for the byte at the current offset.
   [[noreturn]] void Fail(const std::string& problem) const;
-  /// Throws the FormatError for `what` that wanted `wanted` bytes, `got` of which were there.
+  /// Throws the TruncatedError for `what` that wanted `wanted` bytes, `got` of which were there.
   [[noreturn]] void FailShort(std::string_view what, std::uint64_t wanted, std::uint64_t got) const;
 
  private:

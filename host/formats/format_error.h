@@ -35,6 +35,12 @@ class FormatError : public FileError {
   std::optional<std::uint64_t> offset_;
 };
 
+/// A file that ends before what it began is whole.
+class TruncatedError : public FormatError {
+ public:
+  using FormatError::FormatError;
+};
+
 /// The system's text for an errno value.
 std::string SystemText(int error);
 

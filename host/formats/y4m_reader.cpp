@@ -128,7 +128,10 @@ void SetInterlace(const Tags& tags, Y4mHeader& header) {
 std::string ReadLine(ByteSource& source, const char* what) {
   std::string line;
   for (int c = source.Get(); c != '\n'; c = source.Get()) {
-    if (c < 0) source.Fail(std::string("the file ends inside ") + what + ", which a line end would close");
+    if (c < 0) {
+      throw TruncatedError(source.Name(), source.Offset(),
+                           std::string("the file ends inside ") + what + ", which a line end would close");
+    }
     if (line.size() == LongestLine) {
       source.Fail(std::string(what) + " is longer than " + std::to_string(LongestLine) + " bytes");
     }
@@ -223,7 +226,7 @@ void Y4mReader::ReadFrameLine(Interlace& interlace) {
   const std::uint64_t start = source_.Offset();
   for (const char expected : Word) {
     const int c = source_.Get();
-    if (c < 0) source_.Fail("the file ends inside " + what);
+    if (c < 0) throw TruncatedError(source_.Name(), source_.Offset(), "the file ends inside " + what);
     if (c != expected) throw FormatError(source_.Name(), start, what + " is not there: FRAME was expected");
   }
   const std::uint64_t offset = source_.Offset();

@@ -182,4 +182,52 @@ TEST_F(Clips, NoFrameOfALivePipeWaitsForALaterOne) {
   EXPECT_EQ(outcome.status, 0) << outcome.err;
 }
 
+/// Three frames of 4x2, the last one without its last ten bytes.
+std::string CutClip() {
+  std::string clip = "YUV4MPEG2 W4 H2 F25:1 Ip C422\n";
+  for (const char luma : {'a', 'b', 'c'}) clip += "FRAME\n" + std::string(8, luma) + std::string(8, '\x80');
+  return clip.substr(0, clip.size() - 10);
+}
+
+TEST_F(Clips, TheWholeFramesBeforeATruncatedOneAreKept) {
+  Put("cut.y4m", CutClip());
+  const std::string whole = std::string(8, 'a') + std::string(8, 'b');
+  const std::string message = "the file ends early: frame 3 lacks 10 of 16 bytes";
+  const Outcome outcome =
+      kv_test::RunKv(temp_.Path(), "convert cut.y4m out.gray --depth 8 --exact-copy --json");
+  EXPECT_EQ(outcome.status, 2);
+  EXPECT_EQ(Get("out.gray"), whole);
+  EXPECT_NE(outcome.err.find(message), std::string::npos) << outcome.err;
+  const json report = json::parse(outcome.out);
+  EXPECT_EQ(report["status"], 2);
+  EXPECT_EQ(report["error"]["code"], "format");
+  EXPECT_EQ(report["files"], json({"out.gray"}));
+  EXPECT_EQ(kv_test::RunKv(temp_.Path(), "filter cut.y4m out.pgm --window 1 --overwrite").status, 2);
+  EXPECT_FALSE(std::filesystem::exists(temp_.Path() / "out-0002.pgm"));
+  EXPECT_TRUE(std::filesystem::exists(temp_.Path() / "out-0001.pgm"));
+  // Of several clips, and of parts.
+  const Outcome difference = kv_test::RunKv(temp_.Path(), "diff cut.y4m cut.y4m --stats");
+  EXPECT_EQ(difference.status, 2);
+  EXPECT_EQ(LinesOf(difference.out).size(), 3U);
+  EXPECT_EQ(kv_test::RunKv(temp_.Path(), "join cut.y4m cut.y4m -o joined.yuv422p").status, 2);
+  EXPECT_EQ(Get("joined.yuv422p").size(), 2U * 16);
+  // Inside the line before a frame, and in a pipe of raw frames.
+  Put("line.y4m", CutClip().substr(0, CutClip().size() - 9));
+  EXPECT_EQ(kv_test::RunKv(temp_.Path(), "convert line.y4m line.gray --depth 8 --exact-copy").status, 2);
+  EXPECT_EQ(Get("line.gray"), whole);
+  const Outcome piped = kv_test::PipeThroughKv(
+      temp_.Path(), "convert - raw.gray --from-format gray --size 8x4", GreyFrames({10, 20}) + "abc");
+  EXPECT_NE(piped.err.find("frame 3 of 8x4 pixels lacks 29 of 32 bytes"), std::string::npos) << piped.err;
+  EXPECT_EQ(Get("raw.gray"), GreyFrames({10, 20}));
+}
+
+TEST_F(Clips, NothingIsKeptOfAFirstFrameThatIsTruncated) {
+  Put("cut.y4m", CutClip().substr(0, 50));
+  EXPECT_EQ(kv_test::RunKv(temp_.Path(), "convert cut.y4m out.gray").status, 2);
+  EXPECT_FALSE(std::filesystem::exists(temp_.Path() / "out.gray"));
+  // A whole file of raw frames says so before work.
+  Put("odd.gray", GreyFrames({10, 20}) + "abc");
+  Refused("convert odd.gray out.pgm", "a 8x4 frame has 32 bytes, the file has 67");
+}
+
 }  // namespace
