@@ -102,12 +102,21 @@ void ByteSink::FailToWrite(int error) const {
 
 void ByteSink::Write(std::span<const std::uint8_t> bytes) {
   if (bytes.empty()) return;
+  if (memory_ != nullptr) {
+    memory_->insert(memory_->end(), bytes.begin(), bytes.end());
+    return;
+  }
   errno = 0;
   if (std::fwrite(bytes.data(), 1, bytes.size(), file_.get()) < bytes.size()) FailToWrite(errno);
 }
 
 void ByteSink::Write(std::string_view text) {
   Write(std::span(reinterpret_cast<const std::uint8_t*>(text.data()), text.size()));
+}
+
+void ByteSink::Seek(std::int64_t position) {
+  errno = 0;
+  if (!SeekTo(file_.get(), position)) FailToWrite(errno);
 }
 
 void ByteSink::Flush() {

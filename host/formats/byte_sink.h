@@ -7,6 +7,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "host/formats/format_error.h"
 #include "host/formats/unfinished_files.h"
@@ -24,6 +25,8 @@ class ByteSink {
  public:
   /// `-` is standard output. Throws FileError if the target cannot be written.
   explicit ByteSink(const std::string& name);
+  /// Appends to `memory`, which outlives it.
+  explicit ByteSink(std::vector<std::uint8_t>& memory) : name_("memory"), memory_(&memory) {}
   ByteSink(ByteSink&&) noexcept = default;
   ByteSink& operator=(ByteSink&&) = delete;
   ~ByteSink();
@@ -35,6 +38,8 @@ class ByteSink {
 
   void Write(std::span<const std::uint8_t> bytes);
   void Write(std::string_view text);
+  /// Of a file, not where it writes through: what is written next goes there, counted from the file's start.
+  void Seek(std::int64_t position);
   /// Hands what was written to the system.
   void Flush();
   /// Ends the writing and closes the file; it keeps its temporary name.
@@ -53,6 +58,7 @@ class ByteSink {
   [[noreturn]] void FailToWrite(int error) const;
 
   std::string name_;
+  std::vector<std::uint8_t>* memory_ = nullptr;
   std::unique_ptr<std::FILE, Closer> file_;
   std::filesystem::path target_;
   std::unique_ptr<UnfinishedFile> temporary_;  // while there is a file to rename or to remove

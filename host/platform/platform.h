@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <string>
@@ -29,6 +30,9 @@ std::FILE* OpenFile(const std::filesystem::path& file, const char* mode);
 
 /// The system's number of an open file.
 int DescriptorOf(std::FILE* file);
+
+/// Goes to a byte of a file, counted from its start; false, and errno, when it cannot.
+bool SeekTo(std::FILE* file, std::int64_t position);
 
 /// How many bytes the C library has read of a file but not yet handed out; 0 where it does not tell.
 std::size_t BufferedBytes(std::FILE* file);

@@ -76,6 +76,10 @@ int DescriptorOf(std::FILE* file) {
   return fileno(file);
 }
 
+bool SeekTo(std::FILE* file, std::int64_t position) {
+  return fseeko(file, position, SEEK_SET) == 0;
+}
+
 std::size_t BufferedBytes(std::FILE* file) {
 #if defined(__GLIBC__)
   return static_cast<std::size_t>(file->_IO_read_end - file->_IO_read_ptr);

@@ -77,6 +77,10 @@ int DescriptorOf(std::FILE* file) {
   return _fileno(file);
 }
 
+bool SeekTo(std::FILE* file, std::int64_t position) {
+  return _fseeki64(file, position, SEEK_SET) == 0;
+}
+
 std::size_t BufferedBytes(std::FILE*) {
   return 0;
 }
