@@ -22,6 +22,7 @@ _kv() {
       --range | --colour-range) words='limited full' ;;
       --chroma) words='left centre' ;;
       --resample) words='linear nearest' ;;
+      --codec) words='ffv1 raw v210 prores mpeg2 h264 h264-422' ;;
       --on-error) words='stop skip' ;;
       --update) words='never always on-score' ;;
       --method) words='line field blend' ;;

@@ -16,6 +16,25 @@ ReadOptions WithAllFrames(ReadOptions options) {
   return options;
 }
 
+/// With the colours that JPEG has: 601, full range, centred chroma.
+Raster AsJpeg(const Raster& frame, const Engine& engine) {
+  if (IsVideo(frame.kind)) {
+    const bool hasThem = frame.range == ColourRange::Full && frame.matrix == ColourMatrix::Bt601 &&
+                         frame.chroma == ChromaSite::Centre;
+    return hasThem ? Convert(frame, RasterKind::Yuv422Planar, 0, engine)
+                   : AsJpeg(Convert(frame, RasterKind::Dib24, 0, engine), engine);
+  }
+  // The options are about the 4:2:2 that comes in.
+  Engine own = engine;
+  own.colours = {};
+  return ConvertToVideo(frame, RasterKind::Yuv422Planar, 0,
+                        {.matrix = ColourMatrix::Bt601,
+                         .range = ColourRange::Full,
+                         .chroma = ChromaSite::Centre,
+                         .height = frame.height},
+                        own);
+}
+
 }  // namespace
 
 CompanionInput::CompanionInput(const std::string& name, const ReadOptions& options, const PictureReader& main)
@@ -53,24 +72,26 @@ void RequireEqualSizes(const Raster& a, const std::string& aName, const Raster& 
                    "; they must be of one size");
 }
 
-RasterKind KindToWrite(const FormatTraits& format, RasterKind source) {
+RasterKind KindToWrite(const PictureWriter& writer, RasterKind source) {
   const auto canWrite = [&](RasterKind kind) {
-    return std::ranges::find(format.writableRasters, kind) != format.writableRasters.end();
+    return std::ranges::find(writer.Rasters(), kind) != writer.Rasters().end();
   };
   if (canWrite(source)) return source;
   if (source == RasterKind::Yuva422 && canWrite(RasterKind::Dib32)) return RasterKind::Dib32;
-  return format.writableRasters.front();
+  return writer.Rasters().front();
 }
 
 void WriteConverted(PictureWriter& writer, const Raster& frame, const Engine& engine, int layout) {
+  if (writer.Format() == FileFormat::Jpeg) return writer.Write(AsJpeg(frame, engine));
   const FormatTraits& format = TraitsOf(writer.Format());
   if (format.layout != 0) layout = format.layout;
-  writer.Write(Convert(frame, KindToWrite(format, frame.kind), layout, engine));
+  writer.Write(Convert(frame, KindToWrite(writer, frame.kind), layout, engine));
 }
 
 void WriteLuma(PictureWriter& writer, const Raster& result, const Raster& source, const Engine& engine) {
   const FormatTraits& format = TraitsOf(writer.Format());
-  const RasterKind kind = KindToWrite(format, result.kind);
+  if (writer.Format() == FileFormat::Jpeg) return writer.Write(AsJpeg(result, engine));
+  const RasterKind kind = KindToWrite(writer, result.kind);
   writer.Write(IsVideo(source.kind) ? ConvertLuma(result, kind, format.layout, engine)
                                     : Convert(result, kind, format.layout, engine));
 }

@@ -35,9 +35,9 @@ class CompanionInput {
 /// Throws UsageError naming both pictures when their sizes differ.
 void RequireEqualSizes(const Raster& a, const std::string& aName, const Raster& b, const std::string& bName);
 
-/// The kind that a file of this format is written from, given what there is: that itself where the format can
+/// The kind that a file is written from, given what there is: that itself where the file can
 /// hold it, a 32-bit bitmap for alpha where it can, else the format's usual kind.
-RasterKind KindToWrite(const FormatTraits& format, RasterKind source);
+RasterKind KindToWrite(const PictureWriter& writer, RasterKind source);
 
 /// Writes a frame, converted to what the file's format holds. `layout` 0: the format's, or the frame's own.
 void WriteConverted(PictureWriter& writer, const Raster& frame, const Engine& engine, int layout = 0);

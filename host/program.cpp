@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "frame/platform/platform.h"
-#include "host/av/av_reader.h"
+#include "host/av/av_module.h"
 #include "host/av/worker.h"
 #include "host/commands/command.h"
 #include "host/errors.h"
@@ -29,7 +29,7 @@ constexpr const char* seeHelp = " (kv --help shows what there is)";
 /// As reports are when there is no memory to make them.
 constexpr const char* outOfMemoryReport =
     R"({"version":1,"command":null,"status":2,"error":{"code":"outOfMemory","message":"out of memory",)"
-    R"("file":null,"offset":null},"files":[],"operations":[],"colours":[],"inputs":[],"result":null})"
+    R"("file":null,"offset":null},"files":[],"operations":[],"colours":[],"inputs":[],"warnings":[],"result":null})"
     "\n";
 
 /// Before the options are parsed, which may fail. What is left in the arguments is --json, a flag.
@@ -74,7 +74,7 @@ void RunCommand(std::vector<std::string> arguments, Session& session) {
 void Run(std::vector<std::string> arguments, Session& session) {
   try {
     RunCommand(std::move(arguments), session);
-    if (const auto& damage = AvLogOfProgram().damage) {
+    if (const auto& damage = session.av.damage) {
       session.failure = {BadInput, "format", damage->what(), damage->File(), damage->Offset()};
     }
   } catch (const CLI::ParseError& error) {

@@ -1,8 +1,8 @@
 #include "host/session.h"
 
 #include <cstdio>
+#include <utility>
 
-#include "host/av/av_reader.h"
 #include "host/formats/byte_sink.h"
 
 namespace kv_host {
@@ -42,9 +42,9 @@ JsonText ColoursOf(const OperationLog& log) {
   return crossings;
 }
 
-JsonText InputsOfProgram() {
+JsonText InputsOf(const AvLog& log) {
   JsonText inputs = JsonText::Array();
-  for (const AvNote& note : AvLogOfProgram().notes) {
+  for (const AvNote& note : log.notes) {
     inputs.Add(JsonText::Object()
                    .Add("file", note.file)
                    .Add("container", note.container)
@@ -70,8 +70,18 @@ std::string Session::Report() const {
   report.Add("command", NotEmpty(command)).Add("status", Status());
   report.Add("error", failure ? std::optional(ErrorOf(*failure)) : std::nullopt);
   report.Add("files", files).Add("operations", OperationsOf(log));
-  report.Add("colours", ColoursOf(log)).Add("inputs", InputsOfProgram()).Add("result", result);
+  report.Add("colours", ColoursOf(log))
+      .Add("inputs", InputsOf(av))
+      .Add("warnings", av.warnings)
+      .Add("result", result);
   return (lines ? report.Line() : report.Text()) + "\n";
+}
+
+void Session::NoteSound() {
+  if (!av.couldHoldSound) return;
+  for (AvNote& note : av.notes) {
+    if (std::exchange(note.hasSound, false)) av.warnings.push_back(note.file + ": its sound is left out");
+  }
 }
 
 void Session::PrepareReport() {
@@ -101,6 +111,10 @@ void Session::PrintCrossings() const {
   }
 }
 
+void Session::PrintWarnings() const {
+  for (const std::string& warning : av.warnings) std::fprintf(stderr, "kv: %s\n", warning.c_str());
+}
+
 void Session::PrintOutput() {
   if (json && (failure || prepared_.empty())) prepared_ = Report();
   const std::string& text = json ? prepared_ : answer;
@@ -124,7 +138,10 @@ void Session::PrintLine(const std::string& line) const {
 }
 
 int Session::Print() {
-  if (!json) PrintCrossings();
+  if (!json) {
+    PrintCrossings();
+    PrintWarnings();
+  }
   // Where the report goes to standard error it goes there alone.
   if (failure && !(json && picturesOnStandardOutput)) Complain(failure->message, failure->status);
   try {

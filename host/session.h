@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "host/av/av_log.h"
 #include "host/json_text.h"
 #include "host/operation_log.h"
 
@@ -35,7 +36,9 @@ class Session {
   bool lines = false;    ///< With `json`: in one line, after a line for each frame as it is done.
   bool verbose = false;  ///< A person asked how colours were converted.
   bool picturesOnStandardOutput = false;
+  int threads = 0;  ///< That a person asked for; 0: what the machine runs at once.
   OperationLog log;
+  AvLog av;
   std::vector<std::string> files;  ///< Written, under their final names.
   std::string answer;              ///< What the command says on standard output without --json.
   std::optional<JsonText> result;  ///< The same with --json; none where files are all.
@@ -46,6 +49,8 @@ class Session {
 
   /// Operations, files, result and failure as one JSON document.
   std::string Report() const;
+  /// Where a written file could hold sound: notes which files' sound was left out.
+  void NoteSound();
   /// Makes the report of a success beforehand, so that it cannot fail for want of memory once files have
   /// their names.
   void PrepareReport();
@@ -56,6 +61,7 @@ class Session {
 
  private:
   void PrintCrossings() const;
+  void PrintWarnings() const;
   void PrintOutput();
 
   std::string prepared_;

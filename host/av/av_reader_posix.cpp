@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "host/av/av_child.h"
+#include "host/av/av_module.h"
 #include "host/av/av_reader.h"
 #include "host/av/wire.h"
 #include "host/formats/file_format.h"
@@ -15,14 +16,9 @@
 namespace kv_host {
 namespace {
 
-std::vector<std::filesystem::path> modulePaths;
-
 /// The module's file. Throws FormatError.
 std::string ModuleFor(const ByteSource& source) {
-  std::error_code error;
-  for (const std::filesystem::path& path : modulePaths) {
-    if (std::filesystem::exists(path, error)) return path.string();
-  }
+  if (const auto module = AvModule()) return *module;
   throw FormatError(
       source.Name(), 0,
       "the format is not known; name it: " + FormatNames() +
@@ -35,7 +31,9 @@ std::int64_t QuarterOfTheMachine() {
 
 std::vector<std::string> ArgumentsFor(const ByteSource& source, const AvOptions& options,
                                       std::int64_t first) {
-  const auto threads = std::clamp(std::thread::hardware_concurrency(), 1U, 16U);
+  const unsigned wanted =
+      options.threads > 0 ? static_cast<unsigned>(options.threads) : std::thread::hardware_concurrency();
+  const unsigned threads = std::clamp(wanted, 1U, 16U);
   return {ModuleFor(source),
           std::to_string(options.stream),
           std::to_string(threads),
@@ -144,10 +142,15 @@ Value Among(const Value (&values)[count], int index) {
 class AvReader final : public FrameReader {
  public:
   AvReader(ByteSource& source, const AvOptions& options, std::int64_t first)
-      : source_(source), child_(source, options, first), first_(first) {
+      : source_(source), child_(source, options, first), log_(options.log), first_(first) {
+    if (log_ == nullptr) return;
     const KvAvInfo& info = child_.Info();
-    AvLogOfProgram().notes.push_back({source.Name(), info.container, info.codec, info.pixels, "none"});
-    note_ = AvLogOfProgram().notes.size() - 1;
+    const std::span streams(info.streams,
+                            static_cast<std::size_t>(std::min<int>(info.streamCount, KvAvMostStreams)));
+    const bool hasSound = std::ranges::any_of(
+        streams, [](const KvAvStream& stream) { return std::strcmp(stream.kind, "audio") == 0; });
+    log_->notes.push_back({source.Name(), info.container, info.codec, info.pixels, "none", hasSound});
+    note_ = log_->notes.size() - 1;
   }
 
   std::int64_t FirstNumber() const override { return first_; }
@@ -160,8 +163,8 @@ class AvReader final : public FrameReader {
       if (child_.NextFrame(frame, frames_)) return RasterOf(frame);
     } catch (const FormatError& error) {
       // The pictures before it are good.
-      if (given_ == 0) throw;
-      AvLogOfProgram().damage = error;
+      if (given_ == 0 || log_ == nullptr) throw;
+      log_->damage = error;
     }
     hasEnded_ = true;
     if (given_ == 0 && first_ > 0) {
@@ -196,13 +199,14 @@ class AvReader final : public FrameReader {
       raster.range = Among({ColourRange::Unknown, ColourRange::Limited, ColourRange::Full}, frame.range);
     }
     raster.transfer = Among({Transfer::Unknown, Transfer::Pq, Transfer::Hlg}, frame.transfer);
-    AvLogOfProgram().notes[note_].path = Among({"direct", "rule", "swscale"}, frame.path);
+    if (log_ != nullptr) log_->notes[note_].path = Among({"direct", "rule", "swscale"}, frame.path);
     ++given_;
     return raster;
   }
 
   ByteSource& source_;
   Conversation child_;
+  AvLog* log_;
   std::int64_t first_;
   std::int64_t frames_ = 0;
   std::int64_t given_ = 0;
@@ -212,21 +216,8 @@ class AvReader final : public FrameReader {
 
 }  // namespace
 
-void EnableAv(std::vector<std::filesystem::path> modules) {
-  modulePaths = std::move(modules);
-}
-
-bool IsAvEnabled() {
-  return !modulePaths.empty();
-}
-
 std::unique_ptr<FrameReader> OpenAv(ByteSource& source, const AvOptions& options, std::int64_t first) {
   return std::make_unique<AvReader>(source, options, first);
-}
-
-AvLog& AvLogOfProgram() {
-  static AvLog log;
-  return log;
 }
 
 }  // namespace kv_host

@@ -1,7 +1,6 @@
 #include "host/av/clip.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdio>
 #include <cstring>
 #include <string_view>
@@ -30,12 +29,6 @@ std::int64_t Seek(void* opaque, std::int64_t offset, int whence) {
 /// Takes the place of what would open another file or an address.
 int RefuseToOpen(AVFormatContext*, AVIOContext**, const char*, int, AVDictionary**) {
   return AVERROR(EACCES);
-}
-
-std::string TextOf(int error) {
-  std::array<char, AV_ERROR_MAX_STRING_SIZE> text{};
-  av_strerror(error, text.data(), text.size());
-  return text.data();
 }
 
 bool HasName(std::string_view names, std::string_view name) {

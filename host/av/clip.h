@@ -6,26 +6,10 @@
 
 #include "host/av/door.h"
 #include "host/av/library.h"
+#include "host/av/resources.h"
 #include "host/av/samples.h"
 
 namespace kv_av {
-
-/// A refusal or a fault, which becomes a result of the door.
-struct Problem {
-  int result;
-  std::string text;
-};
-
-struct Release {
-  void operator()(AVFormatContext* context) const { avformat_close_input(&context); }
-  void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
-  void operator()(AVPacket* packet) const { av_packet_free(&packet); }
-  void operator()(AVFrame* frame) const { av_frame_free(&frame); }
-  void operator()(AVIOContext* io) const {
-    av_freep(&io->buffer);
-    avio_context_free(&io);
-  }
-};
 
 /// The video of one container, decoded from front to back. Nothing but the input's bytes is ever read.
 class Clip {

@@ -4,10 +4,10 @@
 #include <stdint.h>
 
 // The door between kv and its module kv_av: plain C, so that neither side needs the other's headers or runtime. Whoever
-// opens a clip keeps it to one thread; nothing is thrown across.
+// opens a clip or creates a recording keeps it to one thread; nothing is thrown across.
 extern "C" {
 
-enum { KvAvVersion = 1, KvAvTextSize = 64, KvAvProblemSize = 256, KvAvMostStreams = 32, KvAvMostPlanes = 3 };
+enum { KvAvVersion = 2, KvAvTextSize = 64, KvAvProblemSize = 256, KvAvMostStreams = 32, KvAvMostPlanes = 3 };
 
 /// What frames are made of, as the raster kinds of kv.
 enum KvAvKind { KvAvPacked, KvAvPackedAlpha, KvAvPlanar, KvAvBgr, KvAvBgra, KvAvGrey };
@@ -77,6 +77,28 @@ enum KvAvResult { KvAvDone, KvAvEnd, KvAvDamaged, KvAvUnknownFormat, KvAvRefused
 
 struct KvAvClip;
 
+/// Where the bytes of a recording go.
+struct KvAvOutput {
+  void* context;
+  /// Takes all of them; below 0 when the system refuses.
+  int (*write)(void* context, const uint8_t* bytes, int count);
+  /// What is written next goes there, counted from the start; below 0 when the system refuses. Null for a pipe.
+  int (*seek)(void* context, int64_t position);
+};
+
+/// What is to be recorded. Names are the library's.
+struct KvAvTarget {
+  const char* container;
+  const char* encoder;
+  const char* options;  ///< Of the encoder, name=value:name=value.
+  const char* pixels;
+  int32_t width, height, threads;
+  int32_t interlace, range, matrix, site, transfer;
+  int32_t rate[2], aspect[2];  ///< The rate is known.
+};
+
+struct KvAvRecording;
+
 struct KvAvDoor {
   int32_t version;
   /// Finds out what the bytes are. On failure `clip` is null and `problem` says why.
@@ -87,6 +109,15 @@ struct KvAvDoor {
   /// the frame then has.
   int (*next)(struct KvAvClip* clip, struct KvAvFrame* frame, char* problem);
   void (*close)(struct KvAvClip* clip);
+
+  /// Begins a recording. On failure `recording` is null and `problem` says why.
+  int (*create)(const struct KvAvOutput* output, const struct KvAvTarget* target,
+                struct KvAvRecording** recording, char* problem);
+  /// A frame: its planes, without gaps.
+  int (*add)(struct KvAvRecording* recording, const uint8_t* bytes, size_t count, char* problem);
+  /// Ends what was begun; then the bytes are all written.
+  int (*finish)(struct KvAvRecording* recording, char* problem);
+  void (*release)(struct KvAvRecording* recording);
 };
 
 /// The one function that the module exports.

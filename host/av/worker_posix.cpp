@@ -1,4 +1,3 @@
-#include <dlfcn.h>
 #include <malloc.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
@@ -16,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "host/av/av_module.h"
 #include "host/av/wire.h"
 #include "host/av/worker.h"
 #include "host/formats/raster.h"
@@ -171,14 +171,9 @@ int RunAvWorker(int argc, char** argv) {
   constexpr int wanted = 9;
   if (argc < 2 || std::strcmp(argv[1], AvWorkerArgument) != 0) return -1;
   if (argc != wanted) return EXIT_FAILURE;
-  void* module = dlopen(argv[2], RTLD_NOW | RTLD_LOCAL);
-  auto* function =
-      module == nullptr ? nullptr : reinterpret_cast<KvAvDoorFunction>(dlsym(module, "kv_av_door"));
-  const KvAvDoor* door = function == nullptr ? nullptr : function();
-  if (door == nullptr || door->version != KvAvVersion) {
-    const char* why = module == nullptr ? dlerror() : "it is of another version of kv";
-    return Fail(KvAvRefused, (std::string("the module that reads it cannot be loaded: ") + why).c_str());
-  }
+  std::string problem;
+  const KvAvDoor* door = LoadAvDoor(argv[2], problem);
+  if (door == nullptr) return Fail(KvAvRefused, problem.c_str());
   const auto number = [&](int i) { return std::strtoll(argv[i], nullptr, 10); };
   StandardInput source;
   struct stat status {};

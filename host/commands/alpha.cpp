@@ -34,7 +34,7 @@ struct AlphaOptions {
         ->check(CLI::Range(1, 255))
         ->type_name("K");
     levels.AddTo(command);
-    input.AddClipsTo(command);
+    input.AddClipsTo(command, session);
     engine.AddTo(command, session);
     region.AddTo(command, "--region", "where to make the mask");
   }

@@ -33,7 +33,7 @@ struct TwoInputs {
         ->required();
     CLI::Option* const out =
         output.AddTo(command, session, "8-bit picture to write, such as out.pgm or out.png");
-    input.AddClipsTo(command);
+    input.AddClipsTo(command, session);
     engine.AddTo(command, session);
     return out;
   }
@@ -188,7 +188,7 @@ void AddFilterCommand(CLI::App& app, Session& session) {
       ->required()
       ->check(CLI::Range(1, 255))
       ->type_name("K");
-  options->inputOptions.AddWithFramesTo(*command);
+  options->inputOptions.AddWithFramesTo(*command, session);
   options->engine.AddTo(*command, session);
   options->region.AddTo(*command, "--region", "where to filter");
   command->footer("Example: kv filter photo.png soft.pgm --window 9");

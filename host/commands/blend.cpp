@@ -81,7 +81,7 @@ void AddBlendCommand(CLI::App& app, Session& session) {
       ->required();
   command->add_option("MASK", options->mask, "8-bit mask of the same size")->required();
   options->output.AddTo(*command, session, "file to write");
-  options->input.AddClipsTo(*command);
+  options->input.AddClipsTo(*command, session);
   options->engine.AddTo(*command, session);
   options->region.AddTo(*command, "--region", "where to blend, in runs of multiples of 4 pixels");
   command->footer("Example: kv blend title.png scene.png mask.pgm out.png");

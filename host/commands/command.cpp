@@ -17,7 +17,7 @@ void AddReportOption(CLI::App& command, Session& session) {
 }
 
 void EngineOptions::AddTo(CLI::App& command, Session& of, const std::string& rangeOption) {
-  command.add_option("--threads", threads, "threads to work on (default: what the machine runs at once)")
+  command.add_option("--threads", of.threads, "threads to work on (default: what the machine runs at once)")
       ->check(CLI::Range(1, 1024))
       ->type_name("N");
   AddWithoutThreadsTo(command, of);
@@ -77,6 +77,7 @@ void OwnedEngine::Finish(PictureWriter& writer) const {
   // What may fail for want of memory comes before the files take their names: a failure leaves none.
   writer.NameFiles();
   Session& session = *options_.session;
+  session.NoteSound();
   const std::size_t before = session.files.size();
   session.files.insert(session.files.end(), writer.Names().begin(), writer.Names().end());
   session.PrepareReport();
@@ -99,7 +100,8 @@ void RegionOptions::AddTo(CLI::App& command, const std::string& option, const st
       ->type_name("FILE");
 }
 
-void InputOptions::AddTo(CLI::App& command, const std::string& option) {
+void InputOptions::AddTo(CLI::App& command, Session& of, const std::string& option) {
+  session = &of;
   sizeOption = option;
   command.add_option(option, size, "width and height of raw frames, such as 720x576")->type_name("WxH");
   command
@@ -144,14 +146,14 @@ void InputOptions::AddAvTo(CLI::App& command) {
       ->type_name("MIB");
 }
 
-void InputOptions::AddWithFramesTo(CLI::App& command) {
-  AddTo(command);
+void InputOptions::AddWithFramesTo(CLI::App& command, Session& of) {
+  AddTo(command, of);
   command.add_option("--frames", frames, "work on COUNT frames from FIRST on, counted from 0 (default: all)")
       ->type_name("FIRST:COUNT");
 }
 
-void InputOptions::AddClipsTo(CLI::App& command) {
-  AddWithFramesTo(command);
+void InputOptions::AddClipsTo(CLI::App& command, Session& of) {
+  AddWithFramesTo(command, of);
   command.add_flag("--shortest", endsWithShortest,
                    "end with the shortest clip (default: clips of different lengths are refused)");
 }
@@ -174,19 +176,27 @@ CLI::Option* OutputOptions::AddTo(CLI::App& command, Session& of, const std::str
   // Before anything can fail: the report must not go between the pictures.
   CLI::Option* const file = command.add_option(option, name, what)->required();
   file->each([&of](const std::string& given) { of.picturesOnStandardOutput = given == "-"; });
-  AddFormatsTo(command);
+  AddFormatsTo(command, of);
   return file;
 }
 
-void OutputOptions::AddFormatsTo(CLI::App& command) {
+void OutputOptions::AddFormatsTo(CLI::App& command, Session& of) {
+  session = &of;
   command.add_flag("--overwrite", overwrite,
                    "replace numbered files that exist (a single file is replaced anyway)");
   command.add_option("--to-format", format, "format of the output (default: by its extension)")
       ->type_name("FORMAT");
+  command
+      .add_option(
+          "--codec", codec,
+          "codec of an mkv, mov, mp4, mxf or avi file: ffv1, raw, v210, prores, mpeg2, h264, h264-422 "
+          "(default: that of the format, in docs/files.md)")
+      ->type_name("NAME");
 }
 
 PictureWriter OutputOptions::Open(const ClipPart& clip) const {
-  WriteOptions options{.clip = clip, .overwrite = overwrite};
+  WriteOptions options{
+      .clip = clip, .overwrite = overwrite, .codec = codec, .threads = session->threads, .log = &session->av};
   if (!format.empty()) options.format = ParseFormat(format, "--to-format");
   return PictureWriter(name, options);
 }
@@ -194,6 +204,8 @@ PictureWriter OutputOptions::Open(const ClipPart& clip) const {
 ReadOptions InputOptions::Get() const {
   ReadOptions options;
   options.av = av;
+  options.av.threads = session->threads;
+  options.av.log = &session->av;
   if (!frames.empty()) options.frames = ParseFrameRange(frames, "--frames");
   if (!size.empty()) {
     const Size parsed = ParseSize(size, sizeOption);

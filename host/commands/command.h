@@ -17,7 +17,6 @@ namespace kv_host {
 
 /// Options that every command with an engine takes.
 struct EngineOptions {
-  int threads = 0;
   std::string member;
   Session* session = nullptr;
   ColourOptions colours;
@@ -35,7 +34,7 @@ struct EngineOptions {
 class OwnedEngine {
  public:
   explicit OwnedEngine(const EngineOptions& options)
-      : options_(options), family_(options.member), pool_(options.threads) {}
+      : options_(options), family_(options.member), pool_(options.session->threads) {}
   Engine Get() const { return {family_, pool_, &options_.session->log, options_.colours}; }
 
   /// Throws UsageError when options of colours were given and nothing took them.
@@ -71,15 +70,16 @@ struct InputOptions {
   Dither dither = Dither::None;
   AvOptions av;
   bool endsWithShortest = false;
+  Session* session = nullptr;
 
   /// `option` takes the size of frames that have no header.
-  void AddTo(CLI::App& command, const std::string& option = "--size");
+  void AddTo(CLI::App& command, Session& session, const std::string& option = "--size");
   /// Those of files that the module reads.
   void AddAvTo(CLI::App& command);
   /// --frames too, for commands that work on every frame.
-  void AddWithFramesTo(CLI::App& command);
+  void AddWithFramesTo(CLI::App& command, Session& session);
   /// --shortest too, for commands that work on several clips.
-  void AddClipsTo(CLI::App& command);
+  void AddClipsTo(CLI::App& command, Session& session);
   ReadOptions Get() const;
   ClipSet::Options GetClips() const { return {Get(), endsWithShortest}; }
 
@@ -91,13 +91,15 @@ struct InputOptions {
 struct OutputOptions {
   std::string name;
   std::string format;
+  std::string codec;
   bool overwrite = false;
+  Session* session = nullptr;
 
   /// `option`: "OUT", or another name.
   CLI::Option* AddTo(CLI::App& command, Session& session, const std::string& what,
                      const std::string& option = "OUT");
   /// The options alone, for commands whose file is one of several arguments.
-  void AddFormatsTo(CLI::App& command);
+  void AddFormatsTo(CLI::App& command, Session& session);
   /// A writer of these frames.
   PictureWriter Open(const ClipPart& clip) const;
   PictureWriter Open(const PictureReader& frames) const { return Open({frames.Range(), frames.Length()}); }

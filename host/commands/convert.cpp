@@ -17,16 +17,16 @@ struct ConvertOptions {
   int depth = 0;
 };
 
-/// The kind with pixels of `depth` bits. Throws UsageError when the format cannot be written from it.
-RasterKind KindOfDepth(const FormatTraits& format, int depth) {
+/// The kind with pixels of `depth` bits. Throws UsageError when the file cannot be written from it.
+RasterKind KindOfDepth(const PictureWriter& writer, int depth) {
   const RasterKind kind = depth == 8    ? RasterKind::Grey8
                           : depth == 15 ? RasterKind::Dib15
                           : depth == 16 ? RasterKind::Dib16
                           : depth == 24 ? RasterKind::Dib24
                                         : RasterKind::Dib32;
-  if (std::ranges::find(format.writableRasters, kind) != format.writableRasters.end()) return kind;
-  throw UsageError("--depth: a " + std::string(format.name) + " file cannot hold " + std::to_string(depth) +
-                   "-bit pixels");
+  if (std::ranges::find(writer.Rasters(), kind) != writer.Rasters().end()) return kind;
+  throw UsageError("--depth: a " + std::string(TraitsOf(writer.Format()).name) + " file cannot hold " +
+                   std::to_string(depth) + "-bit pixels");
 }
 
 /// Throws UsageError when the output has no packed samples, or has them in the other order.
@@ -49,7 +49,7 @@ void ConvertFrames(const ConvertOptions& options) {
 
   ForEachFrame(reader, *options.engine.session, [&](const Raster& frame, std::int64_t) {
     if (options.depth == 0) return WriteConverted(writer, frame, engine.Get(), layout);
-    writer.Write(Convert(frame, KindOfDepth(format, options.depth), layout, engine.Get()));
+    writer.Write(Convert(frame, KindOfDepth(writer, options.depth), layout, engine.Get()));
   });
   engine.Finish(writer);
 }
@@ -61,7 +61,7 @@ void AddConvertCommand(CLI::App& app, Session& session) {
   CLI::App* command = app.add_subcommand("convert", "Convert pictures and video between formats");
   command->add_option("IN", options->input, "picture or video; - is standard input")->required();
   options->output.AddTo(*command, session, "file to write; - is standard output (Y4M)");
-  options->inputOptions.AddWithFramesTo(*command);
+  options->inputOptions.AddWithFramesTo(*command, session);
   options->engine.AddTo(*command, session);
   command->add_option("--layout", options->layout, "byte order of packed 4:2:2: uyvy or yuy2")
       ->type_name("ORDER");

@@ -29,7 +29,7 @@ struct CopyRoiOptions {
     const auto where = MovedRegion(what, canvas);
 
     const Raster picture = PasteRegion(image, what, canvas, where, with);
-    WriteOptions options;
+    WriteOptions options{.threads = engine.session->threads, .log = &engine.session->av};
     if (!format.empty()) options.format = ParseFormat(format, "--to-format");
     PictureWriter writer(result, options);
     WriteConverted(writer, picture, with);
@@ -98,7 +98,7 @@ void AddCopyRoiCommand(CLI::App& app, Session& session) {
   command
       ->add_option("--to", options->to, "where its left top corner goes in DST (default: where it is in SRC)")
       ->type_name("X,Y");
-  options->input.AddTo(*command);
+  options->input.AddTo(*command, session);
   command->add_option("--to-format", options->format, "format of the output (default: by its extension)")
       ->type_name("FORMAT");
   options->engine.AddTo(*command, session);

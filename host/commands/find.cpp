@@ -200,7 +200,7 @@ void AddFindCommand(CLI::App& app, Session& session) {
       ->add_option("--annotate", options->annotate,
                    "write both pictures with the feature and the match framed")
       ->type_name("FILE");
-  options->input.AddTo(*command);
+  options->input.AddTo(*command, session);
   command
       ->add_option("--frame", options->frame,
                    "frame of SEARCH, and of TEMPLATE if it has several, from 0 (default: 0)")

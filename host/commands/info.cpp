@@ -156,7 +156,7 @@ void AddInfoCommand(CLI::App& app, Session& session) {
   auto options = std::make_shared<Options>();
   CLI::App* command = app.add_subcommand("info", "Show what a file is, and what kv assumes of it");
   command->add_option("IN", options->input, "picture or video; - is standard input")->required();
-  options->inputOptions.AddTo(*command);
+  options->inputOptions.AddTo(*command, session);
   AddReportOption(*command, session);
   command->footer("Example: kv info clip.mp4 --json");
   command->callback([options, &session] {

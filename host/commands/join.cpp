@@ -43,7 +43,7 @@ void AddJoinCommand(CLI::App& app, Session& session) {
   CLI::App* command = app.add_subcommand("join", "Put the parts of a recording one after the other");
   command->add_option("PARTS", options->parts, "files in their order; - is standard input")->required();
   options->output.AddTo(*command, session, "file to write; - is standard output (Y4M)", "-o,--output");
-  options->input.AddTo(*command);
+  options->input.AddTo(*command, session);
   options->engine.AddTo(*command, session);
   command->footer("Example: kv join part-*.y4m -o whole.y4m");
   command->callback([options] { options->Run(); });

@@ -150,7 +150,7 @@ void KeyOptions::Run() {
   ClipSet clips(names, input.GetClips());
   input.RequireUse(clips.Readers());
   PictureWriter writer = output.Open(clips.Part());
-  const RasterKind keyed = KindToWrite(TraitsOf(writer.Format()), RasterKind::Yuva422);
+  const RasterKind keyed = KindToWrite(writer, RasterKind::Yuva422);
   if (!hasBackground && keyed != RasterKind::Yuva422 && keyed != RasterKind::Dib32) {
     throw UsageError(output.name + ": " + std::string(TraitsOf(writer.Format()).name) +
                      " holds no alpha; name a background, or write png, uyvya, yuy2a, bgra or rgba");
@@ -197,7 +197,7 @@ void AddKeyCommand(CLI::App& app, Session& session) {
       ->expected(1, 2)
       ->type_name("")
       ->each([&session](const std::string& file) { session.picturesOnStandardOutput = file == "-"; });
-  options->output.AddFormatsTo(*command);
+  options->output.AddFormatsTo(*command, session);
   command
       ->add_option("--plate", options->plate,
                    "the scene without what is to be kept: a picture, or a frame for each")
@@ -209,7 +209,7 @@ void AddKeyCommand(CLI::App& app, Session& session) {
                    "side of the box that smooths the mask, 1 to 255 (default: 1)")
       ->check(CLI::Range(1, 255))
       ->type_name("K");
-  options->input.AddClipsTo(*command);
+  options->input.AddClipsTo(*command, session);
   options->engine.AddTo(*command, session);
   options->region.AddTo(*command, "--region", "where the foreground may be seen");
   command->formatter(std::make_shared<KeyHelp>());

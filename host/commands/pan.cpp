@@ -142,7 +142,7 @@ void AddPanCommand(CLI::App& app, Session& session) {
       ->add_option("--only", options->only, "write COUNT frames from FIRST on, counted from 0 (default: all)")
       ->type_name("FIRST:COUNT");
   command->add_flag("--interlaced", options->isInterlaced, "two fields in a frame, each at its own time");
-  options->input.AddTo(*command, "--photo-size");
+  options->input.AddTo(*command, session, "--photo-size");
   options->engine.AddTo(*command, session);
   command->footer("Example: kv pan photo.png pan.y4m --size 720x576 --frames 100 --direction right");
   command->callback([options] { options->Run(); });

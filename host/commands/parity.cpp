@@ -152,7 +152,7 @@ void AddParityCommand(CLI::App& app, Session& session) {
   command->add_flag("--force", options->isForced, "progressive clips too, as if their top field were first");
   command->add_option("--region", options->region, "work only inside the rectangle x,y,w,h")
       ->type_name("RECT");
-  options->inputOptions.AddWithFramesTo(*command);
+  options->inputOptions.AddWithFramesTo(*command, session);
   options->engine.AddTo(*command, session);
   command->footer("Example: kv parity top-first.y4m bottom-first.y4m");
   command->callback([options] { options->Run(); });

@@ -285,7 +285,7 @@ void AddTrackCommand(CLI::App& app, Session& session) {
       ->add_option("--stabilise", options->stabilise,
                    "write the clip moved so that the first point stays, by whole pixels")
       ->type_name("FILE");
-  options->input.AddWithFramesTo(*command);
+  options->input.AddWithFramesTo(*command, session);
   // --range is how far it searches.
   options->engine.AddTo(*command, session, "--colour-range");
   command->footer("Example: kv track clip.y4m --at 120,80 --half 16x16 --range 24x24 --annotate path.y4m");

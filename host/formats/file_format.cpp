@@ -41,7 +41,7 @@ constexpr RawTraits Rows24RedFirst = {Dib24, {}, {.unit = 3, .first = 0, .second
 constexpr RawTraits Rows32 = {Dib32, {}};
 constexpr RawTraits Rows32RedFirst = {Dib32, {}, {.unit = 4, .first = 0, .second = 2}};
 
-constexpr std::array<FormatTraits, 22> Formats = {{
+constexpr std::array<FormatTraits, 29> Formats = {{
     {FileFormat::Y4m, "y4m", {}, nullptr, true, 0, Y4mRasters},
     {FileFormat::Uyvy, "uyvy", "uyvy422", &Packed, true, LayoutChromaFirst, PackedRasters},
     {FileFormat::Yuy2, "yuy2", "yuyv422", &Packed, true, LayoutLumaFirst, PackedRasters},
@@ -64,6 +64,13 @@ constexpr std::array<FormatTraits, 22> Formats = {{
     {FileFormat::Ppm, "ppm", {}, nullptr, false, 0, PpmRasters},
     {FileFormat::Pnm, "pnm", {}, nullptr, false, 0, PnmRasters},
     {FileFormat::Png, "png", {}, nullptr, false, 0, PngRasters},
+    {FileFormat::Mkv, "mkv", {}, nullptr, true, 0, {}, "matroska"},
+    {FileFormat::Mov, "mov", {}, nullptr, true, 0, {}, "mov"},
+    {FileFormat::Mp4, "mp4", {}, nullptr, true, 0, {}, "mp4"},
+    {FileFormat::Mxf, "mxf", {}, nullptr, true, 0, {}, "mxf"},
+    {FileFormat::Avi, "avi", {}, nullptr, true, 0, {}, "avi"},
+    {FileFormat::Jpeg, "jpg", "jpeg", nullptr, false, 0, {}, "image2pipe"},
+    {FileFormat::Tiff, "tiff", "tif", nullptr, false, 0, {}, "image2pipe"},
 }};
 
 bool BeginsWith(ByteSource& source, std::string_view magic) {
@@ -144,6 +151,10 @@ std::optional<FileFormat> FormatOfContent(ByteSource& source) {
 }
 
 std::string FormatNames() {
+  return NamesOf([](const FormatTraits& traits) { return traits.muxer == nullptr; });
+}
+
+std::string WritableFormatNames() {
   return NamesOf([](const FormatTraits&) { return true; });
 }
 

@@ -34,6 +34,13 @@ enum class FileFormat {
   Ppm,
   Pnm,  ///< PGM or PPM, as the picture is grey or coloured.
   Png,
+  Mkv,
+  Mov,
+  Mp4,
+  Mxf,
+  Avi,
+  Jpeg,
+  Tiff,
   Av,  ///< Whatever FFmpeg's libraries read, through the module.
 };
 
@@ -59,7 +66,9 @@ struct FormatTraits {
   const RawTraits* raw;    ///< Where there is no header: the reader needs the size. Else null.
   bool stream;             ///< One file holds many frames; otherwise each frame gets its own file.
   int layout;              ///< Of the packed rows of raw formats; else 0.
-  std::span<const RasterKind> writableRasters;  ///< What the writer takes, the format's own kind first.
+  /// What the writer takes, the format's own kind first; of containers each codec has its own.
+  std::span<const RasterKind> writableRasters;
+  const char* muxer = nullptr;  ///< As FFmpeg's libraries name what writes it; null where kv does.
 };
 
 const FormatTraits& TraitsOf(FileFormat format);
@@ -74,8 +83,10 @@ std::optional<FileFormat> FormatOfExtension(const std::string& fileName);
 /// wait for bytes that a pipe will never bring.
 std::optional<FileFormat> FormatOfContent(ByteSource& source);
 
-/// All names, comma-separated, for messages and help.
+/// The names of what needs no module, comma-separated, for messages and help.
 std::string FormatNames();
+/// Those and the ones that the module writes.
+std::string WritableFormatNames();
 /// Those of raw formats.
 std::string RawFormatNames();
 

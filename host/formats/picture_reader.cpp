@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string>
 
+#include "host/av/av_module.h"
 #include "host/formats/bmp.h"
 #include "host/formats/file_sequence.h"
 #include "host/formats/format_error.h"
@@ -63,7 +64,7 @@ FileFormat Decide(ByteSource& source, const std::string& name, const ReadOptions
     throw FormatError(source.Name(), 0,
                       "JPEG is not read; convert it first, as in ffmpeg -i photo.jpg photo.png");
   }
-  if (named) return *named;
+  if (named && TraitsOf(*named).muxer == nullptr) return *named;
   if (IsAvEnabled()) return FileFormat::Av;
   throw FormatError(source.Name(), 0, "the format is not known; name it: " + FormatNames());
 }
@@ -72,7 +73,7 @@ std::unique_ptr<FrameReader> MakeFrameReader(ByteSource& source, FileFormat form
                                              const ReadOptions& options, std::int64_t first) {
   const FormatTraits& traits = TraitsOf(format);
   if (format == FileFormat::Y4m) return std::make_unique<Y4mReader>(source, options.dither);
-  if (format == FileFormat::Av) return OpenAv(source, options.av, first);
+  if (format == FileFormat::Av || traits.muxer != nullptr) return OpenAv(source, options.av, first);
   if (!traits.raw) return std::make_unique<PictureSequence>(source, format);
   if (options.width == 0 && options.height == 0) {
     throw FormatError(source.Name(),

@@ -17,7 +17,7 @@ FileFormat Decide(const std::string& name, const WriteOptions& options) {
   if (const auto named = FormatOfExtension(name)) return *named;
   // The format that programs for video pass on to one another.
   if (name == "-") return FileFormat::Y4m;
-  throw FormatError(name, "the format is not known; name it: " + FormatNames());
+  throw FormatError(name, "the format is not known; name it: " + WritableFormatNames());
 }
 
 bool Exists(const std::string& name) {
@@ -40,6 +40,13 @@ PictureWriter::PictureWriter(const std::string& name, const WriteOptions& option
       frameNames_(name, options.clip.has_value()),
       hasOwnFiles_(frameNames_.IsPattern() || !TraitsOf(format_).stream),
       isNumbered_(frameNames_.IsPattern()) {
+  if (TraitsOf(format_).muxer != nullptr || !options_.codec.empty()) {
+    codec_ = &AvCodecOf(format_, options_.codec, name);
+    for (const AvSamples& samples : codec_->samples) rasters_.push_back(samples.kind);
+  } else {
+    const auto& kinds = TraitsOf(format_).writableRasters;
+    rasters_.assign(kinds.begin(), kinds.end());
+  }
   sinks_.emplace_back(isNumbered_ ? NumberedName(0) : name);
   if (!hasOwnFiles_ || !options_.clip || sinks_.front().WritesThrough()) return;
   // The requested count decides, not the frames left: the last part of a clip may be one frame.
@@ -74,11 +81,9 @@ std::string PictureWriter::NumberedName(std::int64_t index) const {
 }
 
 void PictureWriter::Write(const Raster& frame) {
-  const FormatTraits& traits = TraitsOf(format_);
-  const auto& kinds = traits.writableRasters;
-  if (std::find(kinds.begin(), kinds.end(), frame.kind) == kinds.end()) {
+  if (std::ranges::find(rasters_, frame.kind) == rasters_.end()) {
     throw FormatError(sinks_.front().Name(),
-                      "a " + std::string(traits.name) + " file cannot hold " + NameOf(frame.kind));
+                      "a " + std::string(TraitsOf(format_).name) + " file cannot hold " + NameOf(frame.kind));
   }
   const bool ownFile = hasOwnFiles_ && !sinks_.front().WritesThrough();
   if (ownFile && count_ > 0) {
@@ -96,6 +101,13 @@ void PictureWriter::Write(const Raster& frame) {
 }
 
 void PictureWriter::Encode(const Raster& frame, ByteSink& sink) {
+  if (codec_ != nullptr) {
+    if (av_ == nullptr || hasOwnFiles_)
+      av_ = std::make_unique<AvWriter>(format_, *codec_, options_.threads, options_.log);
+    av_->Write(frame, sink);
+    if (hasOwnFiles_) av_->Finish(sink);
+    return;
+  }
   if (TraitsOf(format_).raw != nullptr) return WriteRaw(frame, format_, sink);
   switch (format_) {
     case FileFormat::Y4m:
@@ -115,6 +127,7 @@ void PictureWriter::Encode(const Raster& frame, ByteSink& sink) {
 
 void PictureWriter::NameFiles() {
   if (count_ == 0) throw FileError(sinks_.front().Name(), "no picture was written");
+  if (av_ != nullptr) av_->Finish(sinks_.back());
   std::vector<std::string> names;
   if (sinks_.size() > 1) isNumbered_ = true;
   if (isNumbered_) {

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "host/av/av_writer.h"
 #include "host/formats/byte_sink.h"
 #include "host/formats/file_format.h"
 #include "host/formats/frame_names.h"
@@ -25,9 +27,12 @@ struct WriteOptions {
   std::optional<FileFormat> format = {};  ///< Overrides what the extension says.
   std::optional<ClipPart> clip = {};      ///< None: single pictures, whose name is taken as it is.
   bool overwrite = false;                 ///< Numbered files may be replaced.
+  std::string codec = {};                 ///< Of a container; empty: its usual one.
+  int threads = 0;                        ///< Of an encoder; 0: what the machine runs at once.
+  AvLog* log = nullptr;                   ///< Gets what a file of the module does not hold.
 };
 
-/// Writes pictures to a file or to standard output. Y4M and raw files take every frame. Of the other formats
+/// Writes pictures to a file or to standard output. Y4M, raw files and containers take every frame. Of the other formats
 /// one frame becomes the named file, as does the one that was asked for of a clip; several become files
 /// numbered as the frames of the clip are: out-0000.png, out-0001.png, …, with as many digits as the clip's
 /// last frame needs, four at least, and six where nobody knows the clip's length. With a place for the number
@@ -42,9 +47,11 @@ class PictureWriter {
   explicit PictureWriter(const std::string& name, const WriteOptions& options = {});
 
   FileFormat Format() const { return format_; }
+  /// What Write() takes, the format's own kind first.
+  const std::vector<RasterKind>& Rasters() const { return rasters_; }
   bool WritesToStandardOutput() const { return name_ == "-"; }
 
-  /// Throws FileError, or FormatError for a raster that TraitsOf(Format()).writableRasters does not list.
+  /// Throws FileError, or FormatError for a raster that Rasters() does not list.
   void Write(const Raster& frame);
   /// Decides on the final names of the files, which are tried. Throws FileError, also when no frame was
   /// written.
@@ -65,12 +72,15 @@ class PictureWriter {
   std::string name_;
   WriteOptions options_;
   FileFormat format_;
+  const AvCodec* codec_ = nullptr;  // of a file that the module writes
+  std::vector<RasterKind> rasters_;
   FrameNames frameNames_;
   bool hasOwnFiles_;  // each frame
   bool isNumbered_;
   std::vector<ByteSink>
       sinks_;  // the first one is open from the start, so that an unwritable target is found early
   Y4mWriter y4m_;
+  std::unique_ptr<AvWriter> av_;
   std::int64_t count_ = 0;
   std::vector<std::string> names_;
   std::size_t committed_ = 0;

@@ -19,7 +19,9 @@ std::optional<FileFormat> ContentFormat(const Bytes& bytes) {
 TEST(FileFormat, NamesAndExtensionsInAnyCase) {
   EXPECT_EQ(FormatNamed("y4m"), FileFormat::Y4m);
   EXPECT_EQ(FormatNamed("UYVY"), FileFormat::Uyvy);
-  EXPECT_EQ(FormatNamed("jpeg"), std::nullopt);
+  EXPECT_EQ(FormatNamed("jpeg"), FileFormat::Jpeg);
+  EXPECT_EQ(FormatNamed("tif"), FileFormat::Tiff);
+  EXPECT_EQ(FormatNamed("gif"), std::nullopt);
   EXPECT_EQ(FormatNamed(""), std::nullopt);
   EXPECT_EQ(FormatOfExtension("a/b.c/picture.PNG"), FileFormat::Png);
   EXPECT_EQ(FormatOfExtension("a.png/picture"), std::nullopt);
