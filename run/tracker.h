@@ -12,7 +12,7 @@ namespace kv_run {
 struct TemplateUpdate {
   enum class When { Never, Every, AboveScore };
   When when = When::Never;
-  int frames = 1;    ///< Every: after so many frames.
+  int frames = 1;    ///< Every: after this number of frames.
   double score = 0;  ///< AboveScore: after a match whose score is above it.
 };
 
