@@ -44,7 +44,7 @@ void NoteReport(std::vector<std::string>& arguments, Session& session) {
 }
 
 /// Runs the command line; throws what commands throw.
-void RunCommand(std::vector<std::string> arguments, Session& session) {
+void RunArguments(std::vector<std::string> arguments, Session& session) {
   CLI::App app("Pictures and video in packed YUV 4:2:2, through the best plug-in that can do it.", "kv");
   app.require_subcommand(1);
   app.set_version_flag("--version", std::string("kv ") + KV_VERSION);
@@ -73,7 +73,7 @@ void RunCommand(std::vector<std::string> arguments, Session& session) {
 
 void Run(std::vector<std::string> arguments, Session& session) {
   try {
-    RunCommand(std::move(arguments), session);
+    RunArguments(std::move(arguments), session);
     if (const auto& damage = session.av.damage) {
       session.failure = {BadInput, "format", damage->what(), damage->File(), damage->Offset()};
     }

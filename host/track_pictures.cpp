@@ -8,8 +8,8 @@
 namespace kv_host {
 namespace {
 
-constexpr std::uint8_t light = 235;
-constexpr std::uint8_t dark = 16;
+constexpr std::uint8_t lightLuma = 235;
+constexpr std::uint8_t darkLuma = 16;
 
 void DrawPixel(Raster& picture, std::int64_t x, std::int64_t y, std::uint8_t luma) {
   if (x < 0 || y < 0 || x >= picture.width || y >= picture.height) return;
@@ -19,20 +19,20 @@ void DrawPixel(Raster& picture, std::int64_t x, std::int64_t y, std::uint8_t lum
 }  // namespace
 
 void DrawPath(Raster& picture, const Path& path) {
-  for (const auto& [x, y] : path) DrawPixel(picture, std::llround(x), std::llround(y), light);
+  for (const auto& [x, y] : path) DrawPixel(picture, std::llround(x), std::llround(y), lightLuma);
   if (path.empty()) return;
   const std::int64_t x = std::llround(path.back().first);
   const std::int64_t y = std::llround(path.back().second);
   // Light between dark, so that it shows on any ground.
   for (int i = -6; i <= 6; ++i) {
     for (const int side : {-1, 1}) {
-      DrawPixel(picture, x + i, y + side, dark);
-      DrawPixel(picture, x + side, y + i, dark);
+      DrawPixel(picture, x + i, y + side, darkLuma);
+      DrawPixel(picture, x + side, y + i, darkLuma);
     }
   }
   for (int i = -6; i <= 6; ++i) {
-    DrawPixel(picture, x + i, y, light);
-    DrawPixel(picture, x, y + i, light);
+    DrawPixel(picture, x + i, y, lightLuma);
+    DrawPixel(picture, x, y + i, lightLuma);
   }
 }
 

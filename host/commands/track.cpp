@@ -25,7 +25,7 @@ struct Follower {
   Path path = {};
   TrackedPoint point = {};
   double milliseconds = 0;
-  std::int64_t lost = 0;  ///< In so many frames.
+  std::int64_t lost = 0;  ///< In how many frames.
   std::int64_t firstLost = 0;
 };
 
