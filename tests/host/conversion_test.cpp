@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "frame/interfaces/copy.h"
 #include "frame/interfaces/scanning.h"
 #include "host/errors.h"
 #include "host/formats/packing.h"
@@ -113,11 +114,13 @@ TEST(Family, WhatNobodyOffersIsNamed) {
 }
 
 TEST(Family, OneMemberAloneCanBeAsked) {
-  const Family family(kv_test::commonMember);
-  const kv_run::WorkerPool pool(1);
-  kv_test::Random random(15);
-  const Raster grey = RandomRaster(random, RasterKind::Grey8, 8, 2);
-  EXPECT_THROW(Convert(grey, RasterKind::Yuv422, 0, {family, pool}), NoMemberError);
+  using Pixel = kv_img::PixelNoColor<unsigned char>;
+  using Copy = kv_img::CopyAlgorithmInterface<kv_img::Image<Pixel>, kv_img::Image<Pixel>>;
+  const auto ask = [](const char* member) {
+    static_cast<void>(Family(member).Require<Copy>("Copy", {Pixel::ClassID, Pixel::ClassID}));
+  };
+  EXPECT_NO_THROW(ask("kv_algoC"));
+  EXPECT_THROW(ask(kv_test::commonMember), NoMemberError);
 }
 
 }  // namespace
