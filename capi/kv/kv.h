@@ -384,6 +384,46 @@ KV_API kv_status kv_find(kv_context* context, const kv_frame* reference, const k
 KV_API kv_status kv_find_subpixel(kv_context* context, const kv_frame* reference, const kv_frame* searched,
                                   const kv_find_options* options, kv_match* match, const kv_call* call);
 
+/** Points that are followed through the frames of a clip. One call at a time may use a track. */
+typedef struct kv_track kv_track;
+
+enum {
+  KV_TRACK_NEVER = 0,   /**< the template stays that of the first frame */
+  KV_TRACK_EVERY = 1,   /**< it is taken anew after every update_frames frames: such points drift */
+  KV_TRACK_ON_SCORE = 2 /**< it is taken anew after a match whose score is above update_score */
+};
+typedef struct kv_track_options {
+  uint32_t struct_size;
+  int32_t half_width; /**< of the template around a point, 0 to 1048576; default 16 */
+  int32_t half_height;
+  int32_t range_x; /**< pixels to every side of where the last motion leads, 0 to 1048576; default 16 */
+  int32_t range_y;
+  int32_t levels;        /**< between pixels, of steps 1/2, 1/4, 1/8, …; 0 to 8, 0: whole pixels; default 3 */
+  int32_t update;        /**< KV_TRACK_…: when templates are taken anew; default never */
+  int32_t update_frames; /**< at least 1; default 1 */
+  double update_score;   /**< 0 to 255; default 0 */
+  double max_score;      /**< a point whose match is worse is lost; 0 to 255, the default: never */
+  int64_t reserved[4];
+} kv_track_options;
+KV_API void kv_track_options_init(kv_track_options* options);
+
+/** `points` are `count` pairs of x and y in the first frame, 1 to 1000000; parts of a pixel are kept. `options` may be
+ * null. */
+KV_API kv_status kv_track_new(const double* points, size_t count, const kv_track_options* options,
+                              kv_track** track);
+/** Does nothing for null. */
+KV_API void kv_track_free(kv_track* track);
+/** The clip's next frame: where each point is in it, in the order of the points; `count` is theirs. The first frame is
+ * where the templates come from: its points are where they were said to be, with score 0. Frames of one format and
+ * size, compared by luma (packed 4:2:2) or green (BGR24 and so on); of frames with a field_order the lines of the field
+ * that is first in time are searched, template and range half as high. The caller may reuse a frame's memory at once.
+ *
+ * A point that is not found has is_found 0, x and y of where it last was, and is sought again around there. The
+ * score is the mean absolute difference at the place found. A call that fails or is stopped leaves the track as it was.
+ * KV_SIZE_MISMATCH when the first frame, or field, is not at least three pixels wider and higher than each template. */
+KV_API kv_status kv_track_next(kv_context* context, kv_track* track, const kv_frame* frame, kv_match* matches,
+                               size_t count, const kv_call* call);
+
 /** Clips a polygon to the rectangle left, top to right, bottom. The pieces' vertices, pairs of x and y, go one after
  * another into `vertices` (`capacity` pairs), each piece's count of vertices into `pieces` (`piece_capacity`). Both
  * counts are answered also when they are above a capacity, with KV_SIZE_MISMATCH; nothing is then written. */
@@ -392,7 +432,7 @@ KV_API kv_status kv_clip_polygon(const double* points, size_t count, double left
                                  size_t* pieces, size_t piece_capacity, size_t* piece_count);
 
 /*
- * Later versions of the library add, without changing what is here: kv_track_…. Structs keep their sizes; new fields take
+ * Later versions of the library add functions, without changing what is here. Structs keep their sizes; new fields take
  * the place of reserved ones, whose 0 stays the default.
  */
 

@@ -115,6 +115,36 @@ kv_context* TheContext() {
   return context;
 }
 
+/// A track through all frames.
+kv_status Track(Input& input, kv_context* context, kv_frame* (&frames)[4], kv_call* call) {
+  kv_track_options options;
+  kv_track_options_init(&options);
+  for (int32_t* value : {&options.half_width, &options.half_height, &options.range_x, &options.range_y})
+    *value = input.Number(-1, 12);
+  options.update = input.Number(0, 3);
+  options.max_score = input.Number(0, 40);
+  input.MaySpoil(options.range_x);
+  input.MaySpoil(options.levels);
+  input.MaySpoil(options.update_score);
+  double points[4];
+  for (double& value : points) {
+    value = input.Number(-1, 160) / 4.0;
+    input.MaySpoil(value);
+  }
+  kv_track* track = nullptr;
+  const auto count = static_cast<std::size_t>(input.Number(0, 2));
+  kv_status status = kv_track_new(points, count, input.MayBeNull(options), &track);
+  if (status != KV_OK) return status;
+  for (kv_frame* frame : frames) {
+    kv_match matches[2];
+    for (kv_match& match : matches) kv_match_init(&match);
+    if (frame != nullptr) input.MaySpoil(frame->field_order);
+    status = kv_track_next(context, track, frame, matches, count, call);
+  }
+  kv_track_free(track);
+  return status;
+}
+
 kv_status CallOne(Input& input, kv_frame* (&frames)[4], kv_call* call) {
   kv_context* context = TheContext();
   const Region one = AnyRegion(input);
@@ -162,7 +192,7 @@ kv_status CallOne(Input& input, kv_frame* (&frames)[4], kv_call* call) {
   kv_stats_init(&stats);
   input.MaySpoil(stats.struct_size);
   auto& f = frames;
-  switch (input.Number(0, 15)) {
+  switch (input.Number(0, 16)) {
     case 0:
       return kv_convert(context, f[0], f[1], input.MayBeNull(convert), call);
     case 1:
@@ -195,6 +225,8 @@ kv_status CallOne(Input& input, kv_frame* (&frames)[4], kv_call* call) {
                                  input.MayBeNull(stats), call);
     case 14:
       return kv_find(context, f[0], f[1], input.MayBeNull(find), input.MayBeNull(match), call);
+    case 15:
+      return Track(input, context, f, call);
     default:
       return kv_find_subpixel(context, f[0], f[1], input.MayBeNull(find), input.MayBeNull(match), call);
   }

@@ -15,8 +15,9 @@
 namespace kv_host {
 namespace {
 
+using kv_run::TrackedLines;
 using kv_run::TrackedPoint;
-using kv_run::Tracker;
+using Tracker = kv_run::Tracker<kv_img::PixelYUV422>;
 
 /// One point on its way.
 struct Follower {
@@ -46,9 +47,7 @@ struct TrackCommand {
 
  private:
   kv_run::TrackOptions Parse();
-  std::vector<Follower> Followers(const Raster& first, const Tracker::Search& search,
-                                  const kv_run::TrackOptions& options) const;
-  void Follow(std::vector<Follower>& followers, const Raster& packed, const Engine& with) const;
+  std::vector<Follower> Followers(const Raster& first, const kv_run::TrackOptions& options) const;
   void Report(const std::vector<Follower>& followers, std::int64_t frame) const;
   void Judge(const std::vector<Follower>& followers, std::int64_t frames) const;
 };
@@ -83,23 +82,20 @@ kv_run::TrackOptions TrackCommand::Parse() {
   return options;
 }
 
-/// Pixels of one dimension that the compared part has inside the picture.
-int PartOf(double at, int half, int size) {
-  const int centre = static_cast<int>(std::lround(at));
-  return std::min(centre + half, size - 1) - std::max(centre - half, 0) + 1;
+/// Of a frame with fields the first one is searched.
+TrackedLines LinesOf(const Raster& frame) {
+  return HasFields(frame) ? TrackedLines::OfField(FirstParity(frame)) : TrackedLines{};
 }
 
-/// The search reads a pixel to the right and below, and wants two places.
-void RequireRoom(double x, int halfWidth, int width, double y, int halfHeight, int height) {
-  const int wide = PartOf(x, halfWidth, width);
-  const int high = PartOf(y, halfHeight, height);
-  if (wide + 3 <= width && high + 3 <= height) return;
-  throw UsageError("--half: a part of " + std::to_string(wide) + "x" + std::to_string(high) +
+void RequireRoom(const Tracker& tracker, int width, int height) {
+  const auto part = tracker.TemplateIn(width, height);
+  if (part.width + Tracker::room <= width && part.height + Tracker::room <= height) return;
+  throw UsageError("--half: a part of " + std::to_string(part.width) + "x" + std::to_string(part.height) +
                    " pixels is too large to be sought in " + std::to_string(width) + "x" +
                    std::to_string(height) + "; it has to be three smaller each way");
 }
 
-std::vector<Follower> TrackCommand::Followers(const Raster& first, const Tracker::Search& search,
+std::vector<Follower> TrackCommand::Followers(const Raster& first,
                                               const kv_run::TrackOptions& options) const {
   std::vector<Follower> followers;
   for (const std::string& text : at) {
@@ -108,32 +104,23 @@ std::vector<Follower> TrackCommand::Followers(const Raster& first, const Tracker
       throw UsageError("--at: " + text + " is outside " + clip + ", which is " + std::to_string(first.width) +
                        "x" + std::to_string(first.height));
     }
-    kv_run::TrackOptions own = options;
-    double y = point[1];
-    if (HasFields(first)) {
-      y = (y - FirstParity(first)) / 2;
-      own.halfHeight /= 2;
-      own.rangeY = (own.rangeY + 1) / 2;
-    }
-    RequireRoom(point[0], own.halfWidth, first.width, y, own.halfHeight,
-                HasFields(first) ? first.height / 2 : first.height);
-    followers.push_back({.at = point, .tracker = Tracker(search, own, point[0], y)});
+    const TrackedLines lines = LinesOf(first);
+    const Tracker tracker(options, point[0], point[1], lines);
+    RequireRoom(tracker, first.width, first.height / lines.step);
+    followers.push_back({.at = point, .tracker = tracker});
   }
   return followers;
 }
 
-/// Of a frame with fields the first one is searched: between two moments no line is.
-void TrackCommand::Follow(std::vector<Follower>& followers, const Raster& packed, const Engine& with) const {
-  const bool hasFields = HasFields(packed);
-  const int parity = FirstParity(packed);
-  const std::shared_ptr<const Tracker::Image> image =
-      ToImageOfWidth<kv_img::PixelYUV422>(packed.width, hasFields ? FieldOf(packed, parity) : packed);
+void Follow(std::vector<Follower>& followers, const Raster& packed, const Tracker::Search& search,
+            const Engine& with) {
+  const std::unique_ptr<const Tracker::Image> image = ToImageOfWidth<kv_img::PixelYUV422>(
+      packed.width, HasFields(packed) ? FieldOf(packed, FirstParity(packed)) : packed);
   for (Follower& follower : followers) {
     using Clock = std::chrono::steady_clock;
     const auto begin = Clock::now();
-    with.Time("FeatureFind", [&] { follower.point = follower.tracker.Next(image); });
+    with.Time("FeatureFind", [&] { follower.point = follower.tracker.Next(search, *image); });
     follower.milliseconds = std::chrono::duration<double, std::milli>(Clock::now() - begin).count();
-    if (hasFields) follower.point.y = 2 * follower.point.y + parity;
     follower.path.emplace_back(follower.point.x, follower.point.y);
     if (follower.path.size() > longestPath) follower.path.pop_front();
   }
@@ -207,7 +194,7 @@ void TrackCommand::Run() {
     if (frames++ == 0) {
       first = MakeEmptyRaster(packed.kind, packed.width, packed.height, packed.layout);
       Describe(first, packed);
-      followers = Followers(packed, search, options);
+      followers = Followers(packed, options);
       if (!session.json) {
         session.PrintLine(followers.size() == 1 ? "frame,x,y,score,milliseconds"
                                                 : "id,frame,x,y,score,milliseconds");
@@ -217,7 +204,7 @@ void TrackCommand::Run() {
     if (HasFields(packed) != HasFields(first) || FirstParity(packed) != FirstParity(first)) {
       throw UsageError(clip + ": frame " + std::to_string(number) + " has other fields than the first one");
     }
-    Follow(followers, packed, with);
+    Follow(followers, packed, search, with);
     for (Follower& follower : followers) {
       if (follower.point.isLost && follower.lost++ == 0) follower.firstLost = number;
     }

@@ -49,6 +49,9 @@ struct Arguments {
   kv_match match_ = {};
   kv_match* match = &match_;
   double scores[4] = {};
+  double point[2] = {10, 8};
+  kv_track_options track_ = {};
+  kv_track_options* track = &track_;
 
   Arguments() {
     kv_call_init(&call_);
@@ -62,6 +65,17 @@ struct Arguments {
     find_.half_width = find_.half_height = 3;
     kv_score_map_init(&map);
     kv_match_init(&match_);
+    kv_track_options_init(&track_);
+    track_.half_width = track_.half_height = 3;
+  }
+
+  /// A track of one frame.
+  kv_status Track() {
+    kv_track* made = nullptr;
+    kv_status status = kv_track_new(point, 1, track, &made);
+    if (status == KV_OK) status = kv_track_next(context, made, frames[0], match, 1, call);
+    kv_track_free(made);
+    return status;
   }
 };
 
@@ -163,9 +177,13 @@ inline const std::vector<Function>& Functions() {
        {"reference", "searched"},
        "pp",
        [](Arguments& a) { return kv_find(a.context, a.frames[0], a.frames[1], a.find, a.match, a.call); }},
-      {"kv_find_subpixel", {"reference", "searched"}, "pp", [](Arguments& a) {
+      {"kv_find_subpixel",
+       {"reference", "searched"},
+       "pp",
+       [](Arguments& a) {
          return kv_find_subpixel(a.context, a.frames[0], a.frames[1], a.find, a.match, a.call);
-       }}};
+       }},
+      {"kv_track_next", {"frame"}, "p", [](Arguments& a) { return a.Track(); }}};
   return functions;
 }
 

@@ -135,6 +135,27 @@ TEST(WrongArguments, OwnArguments) {
        [](Arguments& a) { a.find->levels = 0; }},
       {"kv_find_subpixel", KV_BAD_ARGUMENT, "options->levels is 17",
        [](Arguments& a) { a.find->levels = 17; }},
+      {"kv_track_next", KV_BAD_ARGUMENT, "options->struct_size", [](Arguments& a) { a.track->struct_size = 1; }},
+      {"kv_track_next", KV_BAD_ARGUMENT, "options: a reserved", [](Arguments& a) { a.track->reserved[2] = 1; }},
+      {"kv_track_next", KV_BAD_ARGUMENT, "options->half_width is -1", [](Arguments& a) { a.track->half_width = -1; }},
+      {"kv_track_next", KV_BAD_ARGUMENT, "options->half_height is 1048577", [](Arguments& a) { a.track->half_height = 1048577; }},
+      {"kv_track_next", KV_BAD_ARGUMENT, "options->range_x is -1", [](Arguments& a) { a.track->range_x = -1; }},
+      {"kv_track_next", KV_BAD_ARGUMENT, "options->range_y is 1048577", [](Arguments& a) { a.track->range_y = 1048577; }},
+      {"kv_track_next", KV_BAD_ARGUMENT, "options->levels is 9; 0 to 8", [](Arguments& a) { a.track->levels = 9; }},
+      {"kv_track_next", KV_BAD_ARGUMENT, "options->update is 3; 0 to 2", [](Arguments& a) { a.track->update = 3; }},
+      {"kv_track_next", KV_BAD_ARGUMENT, "options->update_frames is 0; 1 to", [](Arguments& a) { a.track->update_frames = 0; }},
+      {"kv_track_next", KV_BAD_ARGUMENT, "options->update_score is nan", [nan](Arguments& a) { a.track->update_score = nan; }},
+      {"kv_track_next", KV_BAD_ARGUMENT, "options->max_score is inf", [infinite](Arguments& a) { a.track->max_score = infinite; }},
+      {"kv_track_next", KV_BAD_ARGUMENT, "points[1] is nan", [nan](Arguments& a) { a.point[1] = nan; }},
+      {"kv_track_next", KV_BAD_ARGUMENT, "points[0] is -1", [](Arguments& a) { a.point[0] = -1; }},
+      {"kv_track_next", KV_BAD_ARGUMENT, "points[0] is (24, 8); frame is 24x16", [](Arguments& a) { a.point[0] = 24; }},
+      {"kv_track_next", KV_BAD_ARGUMENT, "matches is null", [](Arguments& a) { a.match = nullptr; }},
+      {"kv_track_next", KV_BAD_ARGUMENT, "matches->struct_size", [](Arguments& a) { a.match->struct_size = 7; }},
+      {"kv_track_next", KV_BAD_ARGUMENT, "matches: a reserved", [](Arguments& a) { a.match->reserved[1] = 7; }},
+      {"kv_track_next", KV_UNSUPPORTED, "GRAY8; it must be UYVY", [](Arguments& a) { a.frames[0] = a.memory[3].Get(); }},
+      {"kv_track_next", KV_SIZE_MISMATCH, "23x16 pixels; with a template of 21x7 it must be at least 24x10", [](Arguments& a) { a.track->half_width = 10; a.memory[0]->width = 23; }},
+      {"kv_track_next", KV_SIZE_MISMATCH, "in 24x8 pixels; with a template of 7x7", [](Arguments& a) { a.track->half_height = 7; a.memory[0]->field_order = KV_FIELDS_TOP_FIRST; }},
+      {"kv_track_next", KV_SIZE_MISMATCH, "one row, none of its first field", [](Arguments& a) { a.point[1] = 0; a.memory[0]->height = 1; a.memory[0]->field_order = KV_FIELDS_BOTTOM_FIRST; }},
   };
   for (const Fault& fault : faults) {
     const auto function = std::ranges::find_if(
@@ -145,6 +166,36 @@ TEST(WrongArguments, OwnArguments) {
     fault.spoil(arguments);
     ExpectFailure(function->call(arguments), fault.status, fault.text, fault.function);
   }
+}
+
+TEST(WrongArguments, FramesOfATrack) {
+  Arguments a;
+  kv_track* track = nullptr;
+  const auto next = [&](const kv_frame& frame, std::size_t count = 1) {
+    return kv_track_next(a.context, track, &frame, a.match, count, nullptr);
+  };
+  kv_frame frame = *a.memory[0].Get();
+  ExpectFailure(kv_track_new(a.point, 1, a.track, nullptr), KV_BAD_ARGUMENT, "track is null", "new");
+  ExpectFailure(kv_track_new(nullptr, 1, a.track, &track), KV_BAD_ARGUMENT, "points is null", "new");
+  ExpectFailure(kv_track_new(a.point, 0, a.track, &track), KV_BAD_ARGUMENT, "count is 0; 1 to 1000000",
+                "new");
+  ExpectFailure(kv_track_new(a.point, SIZE_MAX, a.track, &track), KV_BAD_ARGUMENT, "count is 1000001", "new");
+  ExpectFailure(next(frame), KV_BAD_ARGUMENT, "track is null", "next");
+  ASSERT_EQ(kv_track_new(a.point, 1, a.track, &track), KV_OK);
+  ExpectFailure(next(frame, 2), KV_SIZE_MISMATCH, "count is 2; the track has 1 points", "next");
+  ASSERT_EQ(next(frame), KV_OK) << kv_last_error();
+  kv_frame other = frame;
+  other.format = KV_FORMAT_YUY2;
+  ExpectFailure(next(other), KV_UNSUPPORTED, "frame is YUY2, the track's first one UYVY", "format");
+  other = frame;
+  other.height = 15;
+  ExpectFailure(next(other), KV_SIZE_MISMATCH, "frame is 24x15, the track's first one 24x16", "size");
+  other = frame;
+  other.field_order = KV_FIELDS_TOP_FIRST;
+  ExpectFailure(next(other), KV_BAD_ARGUMENT, "frame->field_order is 1; the fields must be", "fields");
+  EXPECT_EQ(next(frame), KV_OK) << kv_last_error();
+  kv_track_free(track);
+  kv_track_free(nullptr);
 }
 
 TEST(WrongArguments, RunsThatAreNoMultiplesOfFour) {

@@ -52,7 +52,7 @@ LD_LIBRARY_PATH=$libraries run_examples "$work/pkg"
 cmp "$work/cmake/picture.ppm" "$work/pkg/picture.ppm"
 
 echo "== in C, by CMake and by pkg-config"
-c_examples="convert box_filter find stop own_threads"
+c_examples="convert box_filter find track stop own_threads"
 cmake -S "$source/examples/c" -B "$work/c" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_BUILD_TYPE=Release \
   -DCMAKE_C_FLAGS="-Wall -Wextra -Wpedantic -Werror" >"$work/log" || { cat "$work/log"; fail "configuring C"; }
 cmake --build "$work/c" >"$work/log" || { cat "$work/log"; fail "building C"; }

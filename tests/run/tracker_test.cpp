@@ -9,7 +9,8 @@
 namespace kv_run {
 namespace {
 
-using Image = Tracker::Image;
+using PackedTracker = Tracker<kv_img::PixelYUV422>;
+using Image = PackedTracker::Image;
 
 /// A smooth pattern that has moved by (dx, dy), luma first.
 std::shared_ptr<const Image> Pattern(double dx, double dy, int width = 160, int height = 120) {
@@ -30,8 +31,8 @@ std::shared_ptr<const Image> Pattern(double dx, double dy, int width = 160, int 
   return image;
 }
 
-const Tracker::Search& FeatureFind() {
-  return Load<Tracker::Search>("FeatureFind", {kv_img::PixelYUV422::ClassID});
+const PackedTracker::Search& FeatureFind() {
+  return Load<PackedTracker::Search>("FeatureFind", {kv_img::PixelYUV422::ClassID});
 }
 
 constexpr double motionX = 1.30;
@@ -39,10 +40,10 @@ constexpr double motionY = -0.65;
 
 /// How far the tracker is from the point after 24 frames.
 double ErrorAfter24(const TrackOptions& options, double x, double y) {
-  Tracker tracker(FeatureFind(), options, x, y);
+  PackedTracker tracker(options, x, y);
   TrackedPoint point;
   for (int frame = 0; frame <= 24; ++frame) {
-    point = tracker.Next(Pattern(frame * motionX, frame * motionY));
+    point = tracker.Next(FeatureFind(), *Pattern(frame * motionX, frame * motionY));
     EXPECT_FALSE(point.isLost);
   }
   return std::max(std::abs(point.x - x - 24 * motionX), std::abs(point.y - y - 24 * motionY));
@@ -55,8 +56,8 @@ TEST(Tracking, StaysWithAPatternThatMovesBetweenPixels) {
 }
 
 TEST(Tracking, TheFirstFrameIsWhereThePointIs) {
-  Tracker tracker(FeatureFind(), {}, 60, 70);
-  const TrackedPoint point = tracker.Next(Pattern(0, 0));
+  PackedTracker tracker({}, 60, 70);
+  const TrackedPoint point = tracker.Next(FeatureFind(), *Pattern(0, 0));
   EXPECT_EQ(point.x, 60);
   EXPECT_EQ(point.y, 70);
   EXPECT_EQ(point.score, 0);
@@ -66,21 +67,21 @@ TEST(Tracking, TheFirstFrameIsWhereThePointIs) {
 TEST(Tracking, ATemplateThatWasCutStillCentresThePoint) {
   // Twelve columns and rows, but for seven and eight of them.
   EXPECT_LE(ErrorAfter24({.halfWidth = 12, .halfHeight = 12, .rangeX = 4, .rangeY = 4}, 5, 100), 0.2);
-  Tracker tracker(FeatureFind(), {.halfWidth = 12, .halfHeight = 12, .rangeX = 2, .rangeY = 2}, 4, 3);
-  tracker.Next(Pattern(0, 0));
-  const TrackedPoint point = tracker.Next(Pattern(2, 2));
+  PackedTracker tracker({.halfWidth = 12, .halfHeight = 12, .rangeX = 2, .rangeY = 2}, 4, 3);
+  tracker.Next(FeatureFind(), *Pattern(0, 0));
+  const TrackedPoint point = tracker.Next(FeatureFind(), *Pattern(2, 2));
   EXPECT_NEAR(point.x, 6, 0.15);
   EXPECT_NEAR(point.y, 5, 0.15);
 }
 
 TEST(Tracking, TheLastMotionSaysWhereToSearch) {
   // Three pixels a frame and a range of two: found only when the motion is expected to go on.
-  Tracker tracker(FeatureFind(), {.halfWidth = 10, .halfHeight = 10, .rangeX = 2, .rangeY = 2}, 40, 60);
+  PackedTracker tracker({.halfWidth = 10, .halfHeight = 10, .rangeX = 2, .rangeY = 2}, 40, 60);
   double moved = 0;
   TrackedPoint point;
   for (const double speed : {0.0, 1.5, 3.0, 4.5, 4.5, 4.5}) {
     moved += speed;
-    point = tracker.Next(Pattern(moved, 0));
+    point = tracker.Next(FeatureFind(), *Pattern(moved, 0));
   }
   EXPECT_NEAR(point.x, 40 + moved, 0.2);
 }
@@ -95,9 +96,10 @@ TEST(Tracking, ATemplateOfEveryFrameDrifts) {
 TEST(Tracking, UpdatesAreDueAfterFramesAndScores) {
   // The picture changes for good in frame 2: a template from there on matches exactly.
   const auto scoreOf = [](const TemplateUpdate& update, int frames) {
-    Tracker tracker(FeatureFind(), {.halfWidth = 8, .halfHeight = 8, .update = update}, 60, 70);
+    PackedTracker tracker({.halfWidth = 8, .halfHeight = 8, .update = update}, 60, 70);
     double score = 0;
-    for (int frame = 0; frame < frames; ++frame) score = tracker.Next(Pattern(0, frame < 2 ? 0 : 0.5)).score;
+    for (int frame = 0; frame < frames; ++frame)
+      score = tracker.Next(FeatureFind(), *Pattern(0, frame < 2 ? 0 : 0.5)).score;
     return score;
   };
   EXPECT_GT(scoreOf({}, 5), 0);
@@ -109,15 +111,14 @@ TEST(Tracking, UpdatesAreDueAfterFramesAndScores) {
 }
 
 TEST(Tracking, ALostPointStaysAndIsFoundAgain) {
-  Tracker tracker(FeatureFind(), {.halfWidth = 8, .halfHeight = 8, .rangeX = 4, .rangeY = 4, .maxScore = 3},
-                  60, 70);
-  tracker.Next(Pattern(0, 0));
-  tracker.Next(Pattern(1, 0));
-  const TrackedPoint lost = tracker.Next(Pattern(40, 31));
+  PackedTracker tracker({.halfWidth = 8, .halfHeight = 8, .rangeX = 4, .rangeY = 4, .maxScore = 3}, 60, 70);
+  tracker.Next(FeatureFind(), *Pattern(0, 0));
+  tracker.Next(FeatureFind(), *Pattern(1, 0));
+  const TrackedPoint lost = tracker.Next(FeatureFind(), *Pattern(40, 31));
   EXPECT_TRUE(lost.isLost);
   EXPECT_GT(lost.score, 3);
   EXPECT_NEAR(lost.x, 61, 0.15);
-  const TrackedPoint again = tracker.Next(Pattern(2, 0));
+  const TrackedPoint again = tracker.Next(FeatureFind(), *Pattern(2, 0));
   EXPECT_FALSE(again.isLost);
   EXPECT_NEAR(again.x, 62, 0.15);
 }
