@@ -6,9 +6,6 @@
 
 namespace kv_host {
 
-/// Whether this program can read and write PNG: it needs libpng. If not, both functions throw FormatError.
-bool HasPng();
-
 /// Reads one PNG picture: grey without transparency as Grey8, colour as Dib24, anything with transparency as
 /// Dib32. Palettes and samples of 1, 2 or 4 bits are expanded, 16-bit samples rounded to 8; gamma and
 /// profiles are not applied. A cICP chunk may declare the primaries of BT.2020, PQ or HLG; one that declares

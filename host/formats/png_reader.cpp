@@ -1,12 +1,11 @@
 #include <algorithm>
-#include <array>
 #include <new>
 #include <span>
 
 #include "host/formats/format_error.h"
-#include "host/formats/png_code_points.h"
 #include "host/formats/png_file.h"
 #include "host/formats/png_guard.h"
+#include "host/formats/png_parts.h"
 
 namespace kv_host {
 namespace {
@@ -56,9 +55,7 @@ class Decoder {
                                             : RasterKind::Dib32;
     Raster raster = MakeEmptyRaster(kind, static_cast<int>(png_get_image_width(png_, info_)),
                                     static_cast<int>(png_get_image_height(png_, info_)));
-    if (points.primaries == png::CodePoints::bt2020) raster.matrix = ColourMatrix::Bt2020;
-    if (points.transfer == png::CodePoints::pq) raster.transfer = Transfer::Pq;
-    if (points.transfer == png::CodePoints::hlg) raster.transfer = Transfer::Hlg;
+    points.Declare(raster);
     if (png_get_interlace_type(png_, info_) == PNG_INTERLACE_NONE) {
       ReadRows(raster.planes[0].bytes, raster.planes[0].stride, raster.height);
     } else {
@@ -85,10 +82,9 @@ class Decoder {
 
   void ReadHeader() {
     Run([this] {
-      constexpr png_alloc_size_t MostChunkBytes = 8U << 20U;
       png_set_read_fn(png_, &input_, OnRead);
       png_set_user_limits(png_, LongestSide, LongestSide);
-      png_set_chunk_malloc_max(png_, MostChunkBytes);
+      png_set_chunk_malloc_max(png_, png::mostChunkBytes);
       png_set_chunk_cache_max(png_, 64);
       png_set_keep_unknown_chunks(png_, PNG_HANDLE_CHUNK_ALWAYS, png::CodePoints::chunk, 1);
       png_read_info(png_, info_);
@@ -112,17 +108,9 @@ class Decoder {
     const int count = png_get_unknown_chunks(png_, info_, &chunks);
     for (const png_unknown_chunk& chunk : std::span(chunks, static_cast<std::size_t>(count))) {
       const bool isTheirs = std::equal(chunk.name, chunk.name + 4, png::CodePoints::chunk);
-      if (!isTheirs || chunk.size != 4) continue;
-      const char* const samples = png::CodePoints::NameOfSamples(chunk.data[2]);
-      if (samples != nullptr) {
-        input_.source.Fail(std::string("the PNG picture declares ") + samples +
-                           " (cICP); convert it to RGB first");
-      }
-      if (chunk.data[3] != 1) {
-        input_.source.Fail(
-            "the PNG picture declares RGB of limited range (cICP); convert it to full range first");
-      }
-      return {chunk.data[0], chunk.data[1]};
+      if (!isTheirs || chunk.size != png::CodePoints::size) continue;
+      return png::CodePoints::Of(std::span<const std::uint8_t, png::CodePoints::size>(chunk.data, chunk.size),
+                                 input_.source);
     }
     return {};
   }
@@ -143,38 +131,16 @@ class Decoder {
     std::vector<std::uint8_t> passes;
     std::vector<std::uint8_t> row(
         raster.planes[0].stride);  // libpng writes a full row, also for a narrow pass
-    const auto width = static_cast<png_uint_32>(raster.width);
-    const auto height = static_cast<png_uint_32>(raster.height);
-    for (int pass = 0; pass < PNG_INTERLACE_ADAM7_PASSES; ++pass) {
-      const png_uint_32 columns = PNG_PASS_COLS(width, pass);
-      const png_uint_32 rows = columns == 0 ? 0 : PNG_PASS_ROWS(height, pass);
-      for (png_uint_32 y = 0; y < rows; ++y) {
+    const auto width = static_cast<unsigned>(raster.width);
+    const auto height = static_cast<unsigned>(raster.height);
+    for (const png::Pass& pass : png::passes) {
+      for (unsigned y = 0; y < pass.Rows(width, height); ++y) {
         const png_bytep start = row.data();
         Run([this, start] { png_read_row(png_, start, nullptr); });
-        passes.insert(passes.end(), start, start + columns * channels);
+        passes.insert(passes.end(), start, start + pass.Columns(width) * channels);
       }
     }
-    WeavePasses(passes, raster, channels);
-  }
-
-  static void WeavePasses(const std::vector<std::uint8_t>& passes, Raster& raster, std::size_t channels) {
-    const auto width = static_cast<png_uint_32>(raster.width);
-    const auto height = static_cast<png_uint_32>(raster.height);
-    Plane& plane = raster.planes[0];
-    plane.bytes.resize(plane.stride * static_cast<std::size_t>(plane.rows));
-    auto next = passes.cbegin();
-    for (int pass = 0; pass < PNG_INTERLACE_ADAM7_PASSES; ++pass) {
-      const png_uint_32 columns = PNG_PASS_COLS(width, pass);
-      const png_uint_32 rows = columns == 0 ? 0 : PNG_PASS_ROWS(height, pass);
-      for (png_uint_32 y = 0; y < rows; ++y) {
-        const auto out = plane.Row(static_cast<int>(PNG_ROW_FROM_PASS_ROW(y, pass)));
-        for (png_uint_32 x = 0; x < columns; ++x) {
-          const std::size_t column = PNG_COL_FROM_PASS_COL(x, pass);
-          std::copy_n(next, channels, out.begin() + static_cast<std::ptrdiff_t>(column * channels));
-          next += static_cast<std::ptrdiff_t>(channels);
-        }
-      }
-    }
+    png::WeavePasses(passes, channels, raster);
   }
 
   Input input_;
@@ -182,21 +148,10 @@ class Decoder {
   png_infop info_ = nullptr;
 };
 
-void RequireMagic(ByteSource& source) {
-  constexpr std::array<std::uint8_t, 8> Magic = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
-  const auto start = source.Peek(Magic.size());
-  if (std::equal(start.begin(), start.end(), Magic.begin(), Magic.end())) return;
-  source.Fail("not a PNG file: it does not begin with the PNG signature");
-}
-
 }  // namespace
 
-bool HasPng() {
-  return true;
-}
-
 Raster ReadPng(ByteSource& source) {
-  RequireMagic(source);
+  png::RequireSignature(source);
   return Decoder(source).Read();
 }
 

@@ -3,9 +3,9 @@
 #include <span>
 
 #include "host/formats/format_error.h"
-#include "host/formats/png_code_points.h"
 #include "host/formats/png_file.h"
 #include "host/formats/png_guard.h"
+#include "host/formats/png_parts.h"
 
 namespace kv_host {
 namespace {
@@ -49,16 +49,13 @@ class Encoder {
   void Write(const Raster& raster, int colourType) {
     const auto width = static_cast<png_uint_32>(raster.width);
     const auto height = static_cast<png_uint_32>(raster.height);
-    const bool isScreenRgb = colourType != PNG_COLOR_TYPE_GRAY &&
-                             (raster.matrix == ColourMatrix::Bt601 || raster.matrix == ColourMatrix::Bt709);
-    const bool hasCodePoints = raster.matrix == ColourMatrix::Bt2020 && raster.transfer != Transfer::Unknown;
-    Run([=, this] {
+    std::vector<std::uint8_t> points = png::CodePointsOf(raster);
+    Run([&, this] {
       png_set_write_fn(png_, &output_, OnWrite, OnFlush);
       png_set_IHDR(png_, info_, width, height, 8, colourType, PNG_INTERLACE_NONE,
                    PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
-      // RGB out of 4:2:2 of these matrices has the primaries of sRGB, as closely as screens show them.
-      if (isScreenRgb) png_set_sRGB(png_, info_, PNG_sRGB_INTENT_PERCEPTUAL);
-      if (hasCodePoints) PutCodePoints(raster.transfer);
+      if (png::IsScreenRgb(raster)) png_set_sRGB(png_, info_, PNG_sRGB_INTENT_PERCEPTUAL);
+      if (!points.empty()) PutCodePoints(points);
       png_write_info(png_, info_);
       png_set_bgr(png_);
     });
@@ -77,13 +74,11 @@ class Encoder {
     throw FileError(output_.sink.Name(), "cannot be written as PNG: " + output_.failure.text);
   }
 
-  void PutCodePoints(Transfer transfer) {
-    png_byte points[] = {png::CodePoints::bt2020,
-                         transfer == Transfer::Pq ? png::CodePoints::pq : png::CodePoints::hlg, 0, 1};
+  void PutCodePoints(std::span<std::uint8_t> points) {
     png_unknown_chunk chunk = {};
     std::copy_n(png::CodePoints::chunk, sizeof png::CodePoints::chunk, chunk.name);
-    chunk.data = points;
-    chunk.size = sizeof points;
+    chunk.data = points.data();
+    chunk.size = points.size();
     chunk.location = PNG_HAVE_IHDR;
     png_set_keep_unknown_chunks(png_, PNG_HANDLE_CHUNK_ALWAYS, png::CodePoints::chunk, 1);
     png_set_unknown_chunks(png_, info_, &chunk, 1);
@@ -94,26 +89,10 @@ class Encoder {
   png_infop info_ = nullptr;
 };
 
-int ColourTypeOf(const Raster& raster, const ByteSink& sink) {
-  switch (raster.kind) {
-    case RasterKind::Grey8:
-      return PNG_COLOR_TYPE_GRAY;
-    case RasterKind::Dib24:
-      return PNG_COLOR_TYPE_RGB;
-    case RasterKind::Dib32:
-      return PNG_COLOR_TYPE_RGB_ALPHA;
-    default:
-      break;
-  }
-  throw FormatError(
-      sink.Name(),
-      std::string("a PNG file is written from 24- or 32-bit RGB or 8-bit grey, not ") + NameOf(raster.kind));
-}
-
 }  // namespace
 
 void WritePng(const Raster& raster, ByteSink& sink) {
-  const int colourType = ColourTypeOf(raster, sink);
+  const int colourType = png::ColourTypeOf(raster, sink);
   Encoder(sink).Write(raster, colourType);
 }
 

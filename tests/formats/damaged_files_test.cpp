@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include "host/formats/picture_reader.h"
-#include "host/formats/png_file.h"
 #include "tests/formats/allocation_watch.h"
 #include "tests/formats/support.h"
 
@@ -28,11 +27,9 @@ std::vector<Sample> Samples() {
                                  {"8.bmp", RasterKind::Grey8},
                                  {"x.pgm", RasterKind::Grey8},
                                  {"x.ppm", RasterKind::Dib24}};
-  if (HasPng()) {
-    samples.insert(
-        samples.end(),
-        {{"8.png", RasterKind::Grey8}, {"24.png", RasterKind::Dib24}, {"32.png", RasterKind::Dib32}});
-  }
+  samples.insert(
+      samples.end(),
+      {{"8.png", RasterKind::Grey8}, {"24.png", RasterKind::Dib24}, {"32.png", RasterKind::Dib32}});
   return samples;
 }
 

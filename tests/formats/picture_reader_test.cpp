@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "host/formats/png_file.h"
 #include "tests/formats/support.h"
 
 namespace kv_host {
@@ -30,7 +29,6 @@ TEST(PictureReader, OptionGoesBeforeTheContent) {
 TEST(PictureReader, WrongSignaturesAreRefused) {
   const TestFolder folder;
   for (const std::string name : {"x.png", "x.bmp", "x.y4m", "x.pgm", "x.ppm", "x.pnm"}) {
-    if (name == "x.png" && !HasPng()) continue;
     WriteFile(folder / name, ToBytes("GIF89a, or so"));
     EXPECT_NE(FormatErrorText([&] { ReadAll(folder / name); }).find("byte 0: not a "), std::string::npos)
         << name;

@@ -121,6 +121,7 @@ Outcome PipeThroughKv(const fs::path& folder, const std::string& arguments, cons
   outcome.out = out.ReadAll();
   feeder.join();
   listener.join();
+  std::erase(outcome.err, '\r');  // lines of a text stream end with two characters here
   WaitForSingleObject(running.Get(), INFINITE);
   DWORD status = 0;
   GetExitCodeProcess(running.Get(), &status);
