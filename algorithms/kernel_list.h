@@ -24,9 +24,11 @@ namespace box_filter {
 using Kernels = KernelList<struct ReplaceRow, struct SmallWindowMeans, struct WindowMeans>;
 }
 namespace color {
-using Kernels =
-    KernelList<struct DecodeTo24, struct DecodeTo32, struct EncodeFrom24, struct EncodeFrom32,
-               struct GreyOfLuma, struct LumaOfGrey, struct PutAlpha, struct Recode, struct TakeAlpha>;
+using Kernels = KernelList<struct DecodeTo24, struct DecodeTo32, struct EncodeFrom24, struct EncodeFrom32,
+                           struct GreyOf24, struct GreyOf32, struct GreyOfLuma, struct GreyTo24,
+                           struct GreyTo32, struct LumaOfGrey, struct PutAlpha, struct Rearrange24To24,
+                           struct Rearrange24To32, struct Rearrange32To24, struct Rearrange32To32,
+                           struct Recode, struct TakeAlpha, struct WordsFrom32, struct WordsTo32>;
 }
 namespace copy {
 using Kernels =

@@ -106,17 +106,12 @@ class Conversion {
     PutAlpha(from, to);
   }
 
-  /// Between bitmaps and grey, by way of rows of blue, green, red, alpha.
   void ConvertBitmaps(const Frame& from, const Frame& to) const {
     if (from.format == to.format) return CopyRows(from, to, 0);
     Scratch line(call_.Context(), static_cast<std::size_t>(from.width) * 4);
     for (int row = 0; row < from.height; ++row) {
-      ReadBitmapRow(*from.format, from.Row(0, row), from.width, line.Data());
-      if (to.format->storage == Storage::Grey) {
-        WriteGreyRow(line.Data(), to.width, matrix_, to.Row(0, row));
-      } else {
-        WriteBitmapRow(*to.format, line.Data(), to.width, to.Row(0, row));
-      }
+      ConvertBitmapRow(*from.format, from.Row(0, row), *to.format, to.Row(0, row), from.width, matrix_,
+                       line.Data());
     }
   }
 
@@ -130,17 +125,17 @@ class Conversion {
   }
 
   /// Between YUV formats of equal colours: samples as they are.
-  static void CopyYuv(const Frame& from, const Frame& to) {
+  void CopyYuv(const Frame& from, const Frame& to) const {
     if (!IsPacked(*from.format) && !IsPacked(*to.format)) {
       for (int plane = 0; plane < 3; ++plane) CopyRows(from, to, plane);
     } else if (IsPacked(*from.format) && IsPacked(*to.format) && from.format->layout == to.format->layout) {
       CopyRows(from, to, 0);
+    } else if (!IsPacked(*to.format)) {
+      UnpackRows(from, to);
     } else {
       for (int row = 0; row < from.height; ++row) {
         if (!IsPacked(*from.format)) {
           PackRow(from, row, IsLumaFirst(to), to.Row(0, row));
-        } else if (!IsPacked(*to.format)) {
-          UnpackRow(from.Row(0, row), IsLumaFirst(from), to, row);
         } else {
           SwapRow(from.Row(0, row), from.width, to.Row(0, row));
         }
@@ -148,29 +143,28 @@ class Conversion {
     }
   }
 
+  void UnpackRows(const Frame& from, const Frame& to) const {
+    Scratch line(call_.Context(), static_cast<std::size_t>(from.width) + 1);
+    for (int row = 0; row < from.height; ++row)
+      UnpackRow(from.Row(0, row), IsLumaFirst(from), to, row, line.Data());
+  }
+
   void ConvertForeign(const Frame& from, const Frame& to) const {
     if (IsForeign(*from.format)) {
       Band band(call_.Context(), IsYuv(*from.format) ? KV_FORMAT_YUY2 : KV_FORMAT_BGRA32, from.width,
                 from.height);
-      for (int row = 0; row < from.height; ++row) {
-        if (IsYuv(*from.format)) {
-          PackRow(from, row, true, band.frame.Row(0, row));
-        } else {
-          ReadBitmapRow(*from.format, from.Row(0, row), from.width, band.frame.Row(0, row));
-        }
+      if (!IsYuv(*from.format)) {
+        ConvertBitmaps(from, band.frame);
+      } else {
+        for (int row = 0; row < from.height; ++row) PackRow(from, row, true, band.frame.Row(0, row));
       }
       return ConvertForeign(band.frame, to);
     }
     if (!IsForeign(*to.format)) return ConvertDirectly(from, to);
     Band band(call_.Context(), IsYuv(*to.format) ? KV_FORMAT_YUY2 : KV_FORMAT_BGRA32, to.width, to.height);
     ConvertDirectly(from, band.frame);
-    for (int row = 0; row < to.height; ++row) {
-      if (IsYuv(*to.format)) {
-        UnpackRow(band.frame.Row(0, row), true, to, row);
-      } else {
-        WriteBitmapRow(*to.format, band.frame.Row(0, row), to.width, to.Row(0, row));
-      }
-    }
+    if (!IsYuv(*to.format)) return ConvertBitmaps(band.frame, to);
+    UnpackRows(band.frame, to);
   }
 
   /// One "ColorConversion" between formats that the family has.

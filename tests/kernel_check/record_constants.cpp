@@ -186,4 +186,20 @@ void DrawConstants(kv_img::color::LumaOfGrey::Args& args, std::uint64_t seed) {
   DrawScale(args, seed);
 }
 
+void DrawConstants(kv_img::color::RearrangeArgs& args, std::uint64_t seed) {
+  args.isSwapped = (seed & 1) != 0;
+  args.isOpaque = (seed & 2) != 0;
+}
+
+void DrawConstants(kv_img::color::GreyOfBitmapArgs& args, std::uint64_t seed) {
+  Random random(seed);
+  const auto first = static_cast<std::uint16_t>(random.Between(1, 32767));
+  const auto third = static_cast<std::uint16_t>(random.Between(1, 32767));
+  args.weights = {first, static_cast<std::uint16_t>(65536 - first - third), third};
+}
+
+void DrawConstants(kv_img::color::WordsArgs& args, std::uint64_t seed) {
+  args.isSixGreen = (seed & 1) != 0;
+}
+
 }  // namespace kv_check

@@ -5,6 +5,7 @@
 #include "algorithms/alpha/kernels/chroma_distance.h"
 #include "algorithms/arithmetic/kernels/blend_boost.h"
 #include "algorithms/arithmetic/kernels/luma_difference.h"
+#include "algorithms/color/kernels/bitmap_rows.h"
 #include "algorithms/color/kernels/decode.h"
 #include "algorithms/color/kernels/encode.h"
 #include "algorithms/color/kernels/grey.h"
@@ -39,5 +40,8 @@ void DrawConstants(kv_img::color::EncodeArgs& args, std::uint64_t seed);
 void DrawConstants(kv_img::color::Recode::Args& args, std::uint64_t seed);
 void DrawConstants(kv_img::color::GreyOfLuma::Args& args, std::uint64_t seed);
 void DrawConstants(kv_img::color::LumaOfGrey::Args& args, std::uint64_t seed);
+void DrawConstants(kv_img::color::RearrangeArgs& args, std::uint64_t seed);
+void DrawConstants(kv_img::color::GreyOfBitmapArgs& args, std::uint64_t seed);
+void DrawConstants(kv_img::color::WordsArgs& args, std::uint64_t seed);
 
 }  // namespace kv_check
