@@ -104,6 +104,10 @@ if(NOT WIN32)
     FILES_MATCHING PATTERN "*.py" PATTERN py.typed PATTERN __pycache__ EXCLUDE)
 endif()
 
+if(WIN32)
+  install(FILES ${KV_RUNTIME_FILES} DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+  return()
+endif()
 install(FILES docs/man/kv.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
 install(FILES completion/kv.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME kv
   COMPONENT tools)

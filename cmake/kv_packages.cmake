@@ -1,10 +1,14 @@
-# cpack: Debian packages, one for each component.
-set(CPACK_GENERATOR DEB)
+# cpack: Debian packages, one for each component; for Windows one ZIP file.
 set(CPACK_PACKAGE_NAME kv-algo)
 set(CPACK_PACKAGE_VENDOR "kv_algo")
 set(CPACK_PACKAGE_CONTACT "kv_algo maintainers <developers@kv-algo.invalid>")
-set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR}/packages)
+if(WIN32)
+  include(kv_zip)
+  return()
+endif()
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(packaged runtime dev tools c cdev python)
 if(TARGET kv_av)
   list(APPEND packaged av)

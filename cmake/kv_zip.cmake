@@ -1,0 +1,22 @@
+# One ZIP file: programs and libraries with the compiler's runtime, headers, import libraries, licences.
+set(CPACK_GENERATOR ZIP)
+set(CPACK_PACKAGE_FILE_NAME kv-algo-${PROJECT_VERSION}-windows-x86_64)
+set(CPACK_STRIP_FILES ON)
+install(FILES ${CMAKE_CURRENT_LIST_DIR}/windows_readme.txt DESTINATION . RENAME README.txt COMPONENT runtime)
+install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION licences RENAME kv_algo.txt COMPONENT runtime)
+# What is in the files besides the project: the words of those who hold the rights, as Debian keeps them.
+foreach(pair gcc-mingw-w64-base:gcc_runtime mingw-w64-x86-64-dev:mingw_w64 libz-mingw-w64-dev:zlib libcli11-dev:CLI11)
+  string(REPLACE ":" ";" pair ${pair})
+  list(GET pair 0 package)
+  list(GET pair 1 name)
+  set(text /usr/share/doc/${package}/copyright)
+  if(EXISTS ${text})
+    install(FILES ${text} DESTINATION licences RENAME ${name}.txt COMPONENT runtime)
+  endif()
+endforeach()
+foreach(name GPL-3)  # of the compiler's runtime, with the exception that its own text holds
+  if(EXISTS /usr/share/common-licenses/${name})
+    install(FILES /usr/share/common-licenses/${name} DESTINATION licences RENAME ${name}.txt COMPONENT runtime)
+  endif()
+endforeach()
+include(CPack)
