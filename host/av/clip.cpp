@@ -4,41 +4,12 @@
 #include <cstdio>
 #include <cstring>
 #include <string_view>
+#include <utility>
 
 #include "host/av/properties.h"
 
 namespace kv_av {
 namespace {
-
-constexpr int ioBufferSize = 1 << 16;
-
-int ReadBytes(void* opaque, std::uint8_t* bytes, int count) {
-  const auto& input = *static_cast<const KvAvInput*>(opaque);
-  const int got = input.read(input.context, bytes, count);
-  return got > 0 ? got : got == 0 ? AVERROR_EOF : AVERROR(EIO);
-}
-
-std::int64_t Seek(void* opaque, std::int64_t offset, int whence) {
-  const auto& input = *static_cast<const KvAvInput*>(opaque);
-  if (whence == AVSEEK_SIZE) return input.size;
-  const std::int64_t base = whence == SEEK_CUR ? *input.position : whence == SEEK_END ? input.size : 0;
-  if (offset < -base) return AVERROR(EINVAL);
-  return *input.position = base + offset;
-}
-
-/// Takes the place of what would open another file or an address.
-int RefuseToOpen(AVFormatContext*, AVIOContext**, const char*, int, AVDictionary**) {
-  return AVERROR(EACCES);
-}
-
-bool HasName(std::string_view names, std::string_view name) {
-  while (!names.empty()) {
-    const std::size_t end = std::min(names.find(','), names.size());
-    if (names.substr(0, end) == name) return true;
-    names.remove_prefix(std::min(end + 1, names.size()));
-  }
-  return false;
-}
 
 AVPixelFormat SoftwareOnly(AVCodecContext*, const AVPixelFormat* formats) {
   for (; *formats != AV_PIX_FMT_NONE; ++formats) {
@@ -50,83 +21,17 @@ AVPixelFormat SoftwareOnly(AVCodecContext*, const AVPixelFormat* formats) {
 
 }  // namespace
 
-bool IsRefused(const AVInputFormat& format) {
-  constexpr std::string_view refused[] = {"concat",
-                                          "hls",
-                                          "dash",
-                                          "sdp",
-                                          "rtsp",
-                                          "rtp",
-                                          "sap",
-                                          "image2",
-                                          "imf",
-                                          "mlv",
-                                          "webm_dash_manifest",
-                                          "vobsub",
-                                          "lavfi",
-                                          "mpjpeg",
-                                          "libmodplug",
-                                          "libgme",
-                                          "libopenmpt",
-                                          "applehttp"};
-  if ((format.flags & AVFMT_NOFILE) != 0) return true;
-  return std::ranges::any_of(refused, [&](std::string_view name) { return HasName(format.name, name); });
-}
-
-Clip::Clip(const KvAvInput& input, const KvAvOptions& options) : input_(input), options_(options) {
-  av_log_set_level(AV_LOG_QUIET);
-  packet_.reset(av_packet_alloc());
-  frame_.reset(av_frame_alloc());
+Clip::Clip(const KvAvInput& input, const KvAvOptions& options)
+    : options_(options),
+      container_(input, options.stream),
+      packet_(av_packet_alloc()),
+      frame_(av_frame_alloc()) {
   if (packet_ == nullptr || frame_ == nullptr) throw Problem{KvAvDamaged, "out of memory"};
-  OpenContainer();
   OpenDecoder();
 }
 
-void Clip::OpenContainer() {
-  auto* buffer = static_cast<std::uint8_t*>(av_malloc(ioBufferSize));
-  io_.reset(avio_alloc_context(buffer, ioBufferSize, 0, &input_, ReadBytes, nullptr,
-                               input_.position == nullptr ? nullptr : Seek));
-  if (io_ == nullptr) throw Problem{KvAvDamaged, "out of memory"};
-  const AVInputFormat* format = nullptr;
-  const int score = av_probe_input_buffer2(io_.get(), &format, "", nullptr, 0, 0);
-  if (score < 0 || format == nullptr) throw Problem{KvAvUnknownFormat, "no container is recognised"};
-  if (IsRefused(*format)) {
-    throw Problem{KvAvRefused,
-                  std::string(format->name) + " names other files or addresses, and is not read"};
-  }
-  AVFormatContext* context = avformat_alloc_context();
-  if (context == nullptr) throw Problem{KvAvDamaged, "out of memory"};
-  context->pb = io_.get();
-  context->flags |= AVFMT_FLAG_CUSTOM_IO;
-  context->io_open = RefuseToOpen;
-  context->protocol_whitelist = av_strdup("none");
-  context->max_streams = 256;
-  // On failure it releases the context.
-  const int opened = avformat_open_input(&context, "", format, nullptr);
-  if (opened < 0)
-    throw Problem{score < AVPROBE_SCORE_RETRY ? KvAvUnknownFormat : KvAvDamaged,
-                  std::string(format->name) + ": " + TextOf(opened)};
-  container_.reset(context);
-  const int found = avformat_find_stream_info(context, nullptr);
-  if (found < 0) throw Problem{KvAvDamaged, std::string(format->name) + ": " + TextOf(found)};
-  const int best = av_find_best_stream(context, AVMEDIA_TYPE_VIDEO, options_.stream, -1, nullptr, 0);
-  if (best < 0) {
-    if (options_.stream >= 0) {
-      throw Problem{KvAvDamaged, "stream " + std::to_string(options_.stream) +
-                                     " is no video stream; there are " + std::to_string(context->nb_streams) +
-                                     " streams, which kv info lists"};
-    }
-    throw Problem{score < AVPROBE_SCORE_RETRY ? KvAvUnknownFormat : KvAvDamaged,
-                  std::string("there is no video in it (") + format->name + ")"};
-  }
-  stream_ = context->streams[best];
-  for (unsigned i = 0; i < context->nb_streams; ++i) {
-    if (context->streams[i] != stream_) context->streams[i]->discard = AVDISCARD_ALL;
-  }
-}
-
 void Clip::OpenDecoder() {
-  const AVCodecParameters& parameters = *stream_->codecpar;
+  const AVCodecParameters& parameters = *container_.Stream().codecpar;
   const std::string name = avcodec_get_name(parameters.codec_id);
   const std::int64_t width = parameters.width;
   const std::int64_t height = parameters.height;
@@ -138,7 +43,7 @@ void Clip::OpenDecoder() {
   }
   const AVCodec* codec = avcodec_find_decoder(parameters.codec_id);
   // The library's own decoder of these drops alpha.
-  const AVDictionaryEntry* alpha = av_dict_get(stream_->metadata, "alpha_mode", nullptr, 0);
+  const AVDictionaryEntry* alpha = av_dict_get(container_.Stream().metadata, "alpha_mode", nullptr, 0);
   if (alpha != nullptr && std::string_view(alpha->value) == "1") {
     const char* other = parameters.codec_id == AV_CODEC_ID_VP9   ? "libvpx-vp9"
                         : parameters.codec_id == AV_CODEC_ID_VP8 ? "libvpx"
@@ -153,7 +58,7 @@ void Clip::OpenDecoder() {
   decoder_->thread_count = options_.threads;
   decoder_->max_pixels = options_.mostPixels;
   decoder_->get_format = SoftwareOnly;
-  decoder_->pkt_timebase = stream_->time_base;
+  decoder_->pkt_timebase = container_.Stream().time_base;
   decoder_->err_recognition = AV_EF_CRCCHECK;
   const int opened = avcodec_open2(decoder_.get(), codec, nullptr);
   if (opened < 0) throw Problem{KvAvDamaged, name + ": " + TextOf(opened)};
@@ -161,15 +66,15 @@ void Clip::OpenDecoder() {
 
 void Clip::Info(KvAvInfo& info) const {
   info = {};
-  const AVCodecParameters& parameters = *stream_->codecpar;
-  Copy(container_->iformat->name, info.container, sizeof info.container);
+  const AVCodecParameters& parameters = *container_.Stream().codecpar;
+  Copy(container_.Format().iformat->name, info.container, sizeof info.container);
   Copy(avcodec_get_name(parameters.codec_id), info.codec, sizeof info.codec);
   Copy(av_get_pix_fmt_name(static_cast<AVPixelFormat>(parameters.format)), info.pixels, sizeof info.pixels);
   Copy(av_chroma_location_name(parameters.chroma_location), info.position, sizeof info.position);
-  info.stream = stream_->index;
-  info.streamCount = static_cast<std::int32_t>(container_->nb_streams);
+  info.stream = container_.Stream().index;
+  info.streamCount = static_cast<std::int32_t>(container_.Format().nb_streams);
   for (int i = 0; i < std::min<int>(info.streamCount, KvAvMostStreams); ++i) {
-    const AVCodecParameters& other = *container_->streams[i]->codecpar;
+    const AVCodecParameters& other = *container_.Format().streams[i]->codecpar;
     Copy(av_get_media_type_string(other.codec_type), info.streams[i].kind, sizeof info.streams[i].kind);
     Copy(avcodec_get_name(other.codec_id), info.streams[i].codec, sizeof info.streams[i].codec);
   }
@@ -178,15 +83,16 @@ void Clip::Info(KvAvInfo& info) const {
   info.interlace = InterlaceOf(parameters.field_order);
   info.range = RangeOf(parameters.color_range, parameters.format);
   info.matrix = MatrixOf(parameters.color_space);
-  const AVRational average = stream_->avg_frame_rate;
-  const AVRational least = stream_->r_frame_rate;
+  const AVRational average = container_.Stream().avg_frame_rate;
+  const AVRational least = container_.Stream().r_frame_rate;
   Set(average.num > 0 ? average : least, info.rate);
-  Set(av_guess_sample_aspect_ratio(container_.get(), stream_, nullptr), info.aspect);
+  Set(av_guess_sample_aspect_ratio(&container_.Format(), &container_.Stream(), nullptr), info.aspect);
   info.isVariable = average.num > 0 && least.num > 0 && av_cmp_q(average, least) < 0 &&
                             info.interlace != KvAvTopFirst && info.interlace != KvAvBottomFirst
                         ? 1
                         : 0;
-  const std::uint8_t* matrix = av_stream_get_side_data(stream_, AV_PKT_DATA_DISPLAYMATRIX, nullptr);
+  const std::uint8_t* matrix =
+      av_stream_get_side_data(&container_.Stream(), AV_PKT_DATA_DISPLAYMATRIX, nullptr);
   if (matrix != nullptr) {
     const double turned = av_display_rotation_get(reinterpret_cast<const std::int32_t*>(matrix));
     info.rotation = turned == turned ? (static_cast<int>(-turned) % 360 + 360) % 360 : 0;
@@ -195,86 +101,173 @@ void Clip::Info(KvAvInfo& info) const {
     info.hasAlpha = (format->flags & AV_PIX_FMT_FLAG_ALPHA) != 0 ? 1 : 0;
     info.depth = format->comp[0].depth;
   }
-  info.frames = stream_->nb_frames > 0 ? stream_->nb_frames : -1;
-  info.duration = container_->duration > 0 ? static_cast<double>(container_->duration) / AV_TIME_BASE : -1;
+  info.frames = container_.Stream().nb_frames > 0 ? container_.Stream().nb_frames : -1;
+  info.duration = container_.Format().duration > 0
+                      ? static_cast<double>(container_.Format().duration) / AV_TIME_BASE
+                      : -1;
+}
+
+/// What is wrong with the packet; decoding goes on, so that frames before it come first.
+Clip::Fault Clip::FaultOf(const AVPacket& packet) {
+  if ((packet.flags & AV_PKT_FLAG_CORRUPT) != 0) return FaultCut;
+  const bool hasSlices = decoder_->codec_id == AV_CODEC_ID_FFV1;
+  return hasSlices && !slices_.IsIntact(packet) ? FaultDamaged : FaultNone;
 }
 
 bool Clip::Receive(char* problem, int& result) {
+  const auto fail = [&](int error) {
+    std::snprintf(problem, KvAvProblemSize, "%s", TextOf(error).c_str());
+    result = KvAvDamaged;
+    return false;
+  };
   for (;;) {
     const int received = avcodec_receive_frame(decoder_.get(), frame_.get());
     if (received == 0) return true;
     if (received == AVERROR_EOF) {
+      if (readError_ != 0) return fail(std::exchange(readError_, 0));
       result = KvAvEnd;
       return false;
     }
-    if (received != AVERROR(EAGAIN)) {
-      std::snprintf(problem, KvAvProblemSize, "%s", TextOf(received).c_str());
-      result = KvAvDamaged;
-      return false;
-    }
-    int read = 0;
-    do {
-      av_packet_unref(packet_.get());
-      read = isAtEnd_ ? AVERROR_EOF : av_read_frame(container_.get(), packet_.get());
-    } while (read == 0 && packet_->stream_index != stream_->index);
+    if (received != AVERROR(EAGAIN)) return fail(received);
+    int sent = 0;
+    const int read = hasPacket_ ? 0 : isAtEnd_ ? AVERROR_EOF : container_.Read(*packet_);
+    hasPacket_ = false;
     if (read < 0) {
-      const bool isBroken = !isAtEnd_ && read != AVERROR_EOF;
-      isAtEnd_ = true;
       // Frames that the decoder still has come first.
-      const int sent = avcodec_send_packet(decoder_.get(), nullptr);
-      if (isBroken || (sent < 0 && sent != AVERROR_EOF)) {
-        std::snprintf(problem, KvAvProblemSize, "%s", TextOf(isBroken ? read : sent).c_str());
-        result = KvAvDamaged;
-        return false;
+      if (!isAtEnd_ && read != AVERROR_EOF) readError_ = read;
+      isAtEnd_ = true;
+      sent = avcodec_send_packet(decoder_.get(), nullptr);
+    } else {
+      if (opening_) {
+        ++opening_->packets;
+        if ((packet_->flags & AV_PKT_FLAG_DISCARD) == 0) times_.push_back(packet_->pts);
       }
-      continue;
+      decoder_->reordered_opaque = FaultOf(*packet_);
+      sent = avcodec_send_packet(decoder_.get(), packet_.get());
     }
-    const bool isCut = (packet_->flags & AV_PKT_FLAG_CORRUPT) != 0;
-    const int sent = isCut ? AVERROR_INVALIDDATA : avcodec_send_packet(decoder_.get(), packet_.get());
-    if (sent < 0) {
-      std::snprintf(problem, KvAvProblemSize, "%s", isCut ? "the file ends within it" : TextOf(sent).c_str());
-      result = KvAvDamaged;
-      return false;
-    }
+    if (sent < 0 && sent != AVERROR_EOF) return fail(sent);
   }
+}
+
+/// What is wrong with the frame; null if nothing is.
+const char* Clip::ProblemOfFrame() const {
+  if (frame_->width > options_.longestSide || frame_->height > options_.longestSide) return "it is too large";
+  if (frame_->reordered_opaque == FaultCut) return "the file ends within it";
+  const bool isDamaged = frame_->decode_error_flags != 0 || (frame_->flags & AV_FRAME_FLAG_CORRUPT) != 0 ||
+                         frame_->reordered_opaque == FaultDamaged;
+  return isDamaged ? "parts of it are missing or damaged" : nullptr;
+}
+
+/// The first frame's are the clip's.
+void Clip::NoteFields() {
+  if (interlace_) return;
+  interlace_ = InterlaceOf(container_.Stream().codecpar->field_order);
+  if (interlace_ == KvAvFieldsUnknown && frame_->interlaced_frame != 0)
+    interlace_ = frame_->top_field_first != 0 ? KvAvTopFirst : KvAvBottomFirst;
 }
 
 void Clip::Describe(KvAvFrame& out) {
   const AVFrame& frame = *frame_;
-  if (number_ == 0) {
-    interlace_ = InterlaceOf(stream_->codecpar->field_order);
-    if (interlace_ == KvAvFieldsUnknown && frame.interlaced_frame != 0)
-      interlace_ = frame.top_field_first != 0 ? KvAvTopFirst : KvAvBottomFirst;
-  }
-  out.interlace = interlace_;
+  NoteFields();
+  out.interlace = *interlace_;
   out.range = RangeOf(frame.color_range, frame.format);
   out.matrix = MatrixOf(frame.colorspace);
   out.transfer = frame.color_trc == AVCOL_TRC_SMPTE2084      ? KvAvPq
                  : frame.color_trc == AVCOL_TRC_ARIB_STD_B67 ? KvAvHlg
                                                              : KvAvTransferUnknown;
-  Set(stream_->avg_frame_rate.num > 0 ? stream_->avg_frame_rate : stream_->r_frame_rate, out.rate);
-  Set(av_guess_sample_aspect_ratio(container_.get(), stream_, frame_.get()), out.aspect);
+  Set(container_.Stream().avg_frame_rate.num > 0 ? container_.Stream().avg_frame_rate
+                                                 : container_.Stream().r_frame_rate,
+      out.rate);
+  Set(av_guess_sample_aspect_ratio(&container_.Format(), &container_.Stream(), frame_.get()), out.aspect);
   out.number = number_;
   const std::int64_t stamp = frame.best_effort_timestamp;
-  const std::int64_t start = stream_->start_time == AV_NOPTS_VALUE ? 0 : stream_->start_time;
-  out.time = stamp == AV_NOPTS_VALUE ? -1 : static_cast<double>(stamp - start) * av_q2d(stream_->time_base);
+  const std::int64_t start =
+      container_.Stream().start_time == AV_NOPTS_VALUE ? 0 : container_.Stream().start_time;
+  out.time = stamp == AV_NOPTS_VALUE
+                 ? -1
+                 : static_cast<double>(stamp - start) * av_q2d(container_.Stream().time_base);
+}
+
+/// Decodes a few frames, and finds out whether they are those of the packets one by one.
+bool Clip::ReadOpening() {
+  constexpr std::size_t count = 4;
+  std::vector<std::int64_t> shown;
+  char problem[KvAvProblemSize];
+  int result = KvAvDone;
+  opening_.emplace();
+  while (shown.size() < count && Receive(problem, result)) {
+    NoteFields();
+    shown.push_back(frame_->pts);
+  }
+  if (shown.size() < count) return false;
+  std::ranges::sort(times_);
+  if (times_.front() == AV_NOPTS_VALUE || std::ranges::adjacent_find(times_) != times_.end()) return false;
+  // Pictures that lack what they refer to, as where a clip was cut, are dropped.
+  const auto first = std::ranges::find(times_, shown.front());
+  if (times_.end() - first < static_cast<std::ptrdiff_t>(count) ||
+      !std::equal(shown.begin(), shown.end(), first))
+    return false;
+  opening_->frames = times_.end() - first;
+  opening_->latest = times_.back();
+  opening_->dropped = first - times_.begin();
+  return true;
+}
+
+void Clip::GoNearFirst() {
+  // Sooner decoded than found.
+  constexpr std::int64_t near = 16;
+  if (options_.first < near || !container_.IsFile() || !HasFrameInEachPacket(*container_.Stream().codecpar))
+    return;
+  const bool isKnown = ReadOpening();
+  const Opening opening = *opening_;
+  opening_.reset();
+  if (isKnown) from_ = FindKeyFrame(container_, *packet_, options_.first, opening);
+  if (!from_ || !GoTo(container_, *from_, *packet_)) return Restart();
+  avcodec_flush_buffers(decoder_.get());
+  isAtEnd_ = false;
+  readError_ = 0;
+  hasPacket_ = true;
+}
+
+/// Begins again, to decode everything.
+void Clip::Restart() {
+  from_.reset();
+  hasPacket_ = false;
+  isAtEnd_ = false;
+  readError_ = 0;
+  container_.Reopen();
+  OpenDecoder();
+}
+
+/// Whether what was received is of pictures that come before the key frame, which lack what they refer to.
+bool Clip::IsBeforeKeyFrame(bool isThere, int result) {
+  if (!from_) return false;
+  if (isThere ? frame_->pts < from_->pts : result == KvAvDamaged) return true;
+  if (isThere && frame_->pts == from_->pts) {
+    number_ = from_->frame;
+    from_.reset();
+    return false;
+  }
+  Restart();
+  return true;
 }
 
 int Clip::Next(KvAvFrame& out, char* problem) {
   out = {};
+  if (!isPlaced_) GoNearFirst();
+  isPlaced_ = true;
   for (;;) {
     int result = KvAvDone;
     bool isThere = Receive(problem, result);
+    if (IsBeforeKeyFrame(isThere, result)) continue;
     if (!isThere && result == KvAvEnd) {
       out.number = number_;
       return KvAvEnd;
     }
     if (isThere) {
       Describe(out);
-      const bool isSized = frame_->width <= options_.longestSide && frame_->height <= options_.longestSide;
-      if (!isSized || frame_->decode_error_flags != 0 || (frame_->flags & AV_FRAME_FLAG_CORRUPT) != 0) {
-        std::snprintf(problem, KvAvProblemSize, "%s",
-                      isSized ? "parts of it are missing or damaged" : "it is too large");
+      if (const char* fault = ProblemOfFrame()) {
+        std::snprintf(problem, KvAvProblemSize, "%s", fault);
         isThere = false;
       }
     }
@@ -283,9 +276,9 @@ int Clip::Next(KvAvFrame& out, char* problem) {
       if (options_.skip == 0) return KvAvDamaged;
       continue;
     }
-    if (out.number < options_.first) continue;
+    if (out.number < options_.first) return KvAvPassed;
     AVChromaLocation position = frame_->chroma_location;
-    if (position == AVCHROMA_LOC_UNSPECIFIED) position = stream_->codecpar->chroma_location;
+    if (position == AVCHROMA_LOC_UNSPECIFIED) position = container_.Stream().codecpar->chroma_location;
     return samples_.Take(*frame_, position, out, problem) ? KvAvDone : KvAvDamaged;
   }
 }

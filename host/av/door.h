@@ -7,7 +7,7 @@
 // opens a clip or creates a recording keeps it to one thread; nothing is thrown across.
 extern "C" {
 
-enum { KvAvVersion = 2, KvAvTextSize = 64, KvAvProblemSize = 256, KvAvMostStreams = 32, KvAvMostPlanes = 3 };
+enum { KvAvVersion = 3, KvAvTextSize = 64, KvAvProblemSize = 256, KvAvMostStreams = 32, KvAvMostPlanes = 3 };
 
 /// What frames are made of, as the raster kinds of kv.
 enum KvAvKind { KvAvPacked, KvAvPackedAlpha, KvAvPlanar, KvAvBgr, KvAvBgra, KvAvGrey };
@@ -33,7 +33,7 @@ struct KvAvOptions {
   int32_t stream;   ///< Among the streams of the container, from 0; below 0 for the library's choice.
   int32_t threads;  ///< Of the decoder.
   int32_t skip;     ///< Damaged frames are left out, not reported.
-  int64_t first;    ///< The first frame that is wanted; those before it are decoded and passed over.
+  int64_t first;    ///< The first frame that is wanted.
   int64_t mostPixels;
   int64_t longestSide;
 };
@@ -73,7 +73,7 @@ struct KvAvFrame {
   int32_t rowBytes[KvAvMostPlanes];
 };
 
-enum KvAvResult { KvAvDone, KvAvEnd, KvAvDamaged, KvAvUnknownFormat, KvAvRefused };
+enum KvAvResult { KvAvDone, KvAvEnd, KvAvDamaged, KvAvUnknownFormat, KvAvRefused, KvAvPassed };
 
 struct KvAvClip;
 
@@ -105,7 +105,7 @@ struct KvAvDoor {
   int (*open)(const struct KvAvInput* input, const struct KvAvOptions* options, struct KvAvClip** clip,
               char* problem);
   void (*info)(struct KvAvClip* clip, struct KvAvInfo* info);
-  /// The next frame: KvAvDone; KvAvEnd after the last; KvAvDamaged for one that cannot be decoded, whose number and time
+  /// The next frame: KvAvDone; KvAvPassed for one before the first that is wanted, which has only its number; KvAvEnd after the last; KvAvDamaged for one that cannot be decoded, whose number and time
   /// the frame then has.
   int (*next)(struct KvAvClip* clip, struct KvAvFrame* frame, char* problem);
   void (*close)(struct KvAvClip* clip);

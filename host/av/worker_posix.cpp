@@ -159,7 +159,7 @@ int Decode(const KvAvDoor& door, const KvAvInput& input, const KvAvOptions& opti
     const int result = door.next(clip, &frame, problem);
     if (result == KvAvDamaged) return Fail(result, problem, &frame);
     if (result == KvAvEnd) break;
-    SendFrame(frame);
+    if (result == KvAvDone) SendFrame(frame);
   }
   Send(WireEnd{.frames = frame.number}, WireKind::End);
   return EXIT_SUCCESS;

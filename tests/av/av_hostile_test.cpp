@@ -89,6 +89,27 @@ TEST_F(AvHostile, DamagedFramesCanBeSkipped) {
   EXPECT_GT(ReadFile(temp_.Path() / "skipped.y4m").size(), ReadFile(temp_.Path() / "stopped.y4m").size());
 }
 
+TEST_F(AvHostile, AWrongChecksumIsDamage) {
+  std::string bytes = Make("sums.mkv", "-c:v ffv1 -level 3 -slicecrc 1 -g 5 -pix_fmt yuv422p");
+  ASSERT_EQ(RunKv(temp_.Path(), "convert sums.mkv whole.yuv422p").status, 0);
+  bytes[bytes.size() / 2] = static_cast<char>(bytes[bytes.size() / 2] ^ 1);
+  WriteFile(temp_.Path() / "sums.mkv", bytes);
+  const Outcome stopped = RunKv(temp_.Path(), "convert sums.mkv stopped.yuv422p");
+  EXPECT_EQ(stopped.status, 2);
+  const std::string whole = ReadFile(temp_.Path() / "whole.yuv422p");
+  const std::string kept = ReadFile(temp_.Path() / "stopped.yuv422p");
+  constexpr std::size_t frameBytes = 2U * 176 * 144;
+  const std::size_t number = kept.size() / frameBytes;
+  EXPECT_GT(number, 5U);
+  EXPECT_TRUE(whole.starts_with(kept));
+  EXPECT_NE(stopped.err.find("sums.mkv: frame " + std::to_string(number) + " at "), std::string::npos)
+      << stopped.err;
+  // Those that need the damaged one are left out with it.
+  ASSERT_EQ(RunKv(temp_.Path(), "convert sums.mkv skipped.yuv422p --on-error skip").status, 0);
+  const std::size_t next = number / 5 * 5 + 5;
+  EXPECT_TRUE(ReadFile(temp_.Path() / "skipped.yuv422p") == kept + whole.substr(next * frameBytes));
+}
+
 TEST_F(AvHostile, SizesAreCheckedBeforeMemoryIsTaken) {
   // The size of an AVI's pictures, as its header and its stream's header have it.
   std::string bytes = Make("huge.avi", "-c:v huffyuv -pix_fmt yuv422p");
