@@ -47,13 +47,12 @@ class RunEnd {
     *mask_.PlaneRows() = bytesMask_;
   }
 
-  void Fill(const Interface& operation, const std::uint8_t* rowA, const std::uint8_t* rowB, const Run& run,
-            std::uint8_t* mask) {
+  void Fill(const Call& call, const Interface& operation, const std::uint8_t* rowA, const std::uint8_t* rowB,
+            const Run& run, std::uint8_t* mask) {
     Take(rowA, run, bytesA_);
     Take(rowB, run, bytesB_);
-    kv_std::SpinBarrier barrier(1);
     const kv_img::ImageRect pixels(0, 0, run.Pixels() - 1, 0);
-    operation.Apply(*a_, *b_, *mask_, pixels, 1, Unowned(*mask_), barrier, 0);
+    operation.Apply(*a_, *b_, *mask_, pixels, 1, Unowned(*mask_), call.Alone(), 0);
     std::memcpy(mask + run.first, bytesMask_, static_cast<std::size_t>(run.Pixels()));
   }
 
@@ -93,12 +92,11 @@ void FillColorMask(const Call& call, const Frame& a, const Frame& b, CallRegion&
       firsts.push_back(run.first);
       lasts.push_back(run.first + inPlace - 1);
       if (inPlace == run.Pixels()) continue;
-      end.Fill(operation, a.Row(0, row), b.Row(0, row), {run.first + inPlace, run.last},
+      end.Fill(call, operation, a.Row(0, row), b.Row(0, row), {run.first + inPlace, run.last},
                mask.GetPixelBuffer().rows[row]);
     }
-    kv_std::SpinBarrier barrier(1);
     operation.Apply(*viewA, *viewB, mask, kv_img::RunRegion(top, std::move(firsts), std::move(lasts)), 1,
-                    Unowned(mask), barrier, 0);
+                    Unowned(mask), call.Alone(), 0);
   });
 }
 

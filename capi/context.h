@@ -20,6 +20,9 @@ struct kv_context {
   /// Null for one thread and for hosts with threads of their own.
   std::unique_ptr<kv_run::WorkerPool> pool;
   std::atomic<std::uint32_t> stops = 0;
+  /// Of one thread: it waits for nobody, so that any number of calls may use it. Making one takes longer than the rest of
+  /// a small call.
+  kv_std::SpinBarrier alone{1};
   /// Memory that calls have given back, for those to come.
   std::mutex keptLock;
   std::vector<std::vector<std::uint8_t>> kept;
@@ -47,6 +50,8 @@ class Call {
   Call(kv_context* context, const kv_call* options);
 
   kv_context& Context() const { return context_; }
+  /// For an operation that is called as a whole.
+  kv_std::SpinBarrier& Alone() const { return context_.alone; }
   /// Whether the caller chose one member.
   bool NamesMember() const { return !member_.empty(); }
 
@@ -119,6 +124,10 @@ template <class Operation, class... Arguments>
 void RunBands(const Call& call, int rows, std::int64_t pixels, const Operation& operation,
               Arguments&&... arguments) {
   const int count = call.TasksFor(pixels, rows);
+  if (count == 1) {
+    call.ForEachTask(1, [&](int) { operation.Apply(arguments..., call.Alone(), 0); });
+    return;
+  }
   kv_std::SpinBarrier barrier(count);
   call.ForEachTask(
       count, [&](int index) { operation.Apply(arguments..., barrier, static_cast<std::uint32_t>(index)); });

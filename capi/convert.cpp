@@ -188,8 +188,7 @@ class Conversion {
     const auto& operation = call_.Find<Interface>("ColorConversion", {In::ClassID, Out::ClassID});
     const View<In> source(from);
     View<Out> destination(to);
-    kv_std::SpinBarrier barrier(1);
-    operation.Apply(*source, *destination, parameters_, barrier, 0);
+    operation.Apply(*source, *destination, parameters_, call_.Alone(), 0);
   }
 
   /// The alpha plane of packed 4:2:2, but for what a conversion between alpha formats has written.

@@ -58,8 +58,8 @@ struct NarrowRow {
 };
 
 template <class Operation>
-void CopyNarrowRows(const Operation& operation, View<Planar>& source, const Frame& destination, int first,
-                    int count) {
+void CopyNarrowRows(const Call& call, const Operation& operation, View<Planar>& source,
+                    const Frame& destination, int first, int count) {
   const int width = destination.width;
   const auto chroma = static_cast<std::size_t>((width + 1) / 2);
   const auto rowBytes = static_cast<std::size_t>(RowBytes(*destination.format, 0, width));
@@ -70,13 +70,12 @@ void CopyNarrowRows(const Operation& operation, View<Planar>& source, const Fram
   *from.PlaneRows(1) = row.cb;
   *from.PlaneRows(2) = row.cr;
   *to.PlaneRows() = row.packed;
-  kv_std::SpinBarrier barrier(1);
   for (int y = 0; y < count; ++y) {
     std::memcpy(row.luma, source.PlaneRows(0)[y], static_cast<std::size_t>(width));
     std::memcpy(row.cb, source.PlaneRows(1)[y], chroma);
     std::memcpy(row.cr, source.PlaneRows(2)[y], chroma);
     std::memcpy(row.packed, destination.Row(0, first + y), rowBytes);
-    operation.Apply(*from, *to, barrier, 0);
+    operation.Apply(*from, *to, call.Alone(), 0);
     std::memcpy(destination.Row(0, first + y), row.packed, rowBytes);
   }
 }
@@ -108,12 +107,11 @@ void CopyFrames(const Call& call, const Frame& source, const Frame& destination)
     from->GetProperties().fieldParity = static_cast<std::uint8_t>(destination.view->row_parity);
     if constexpr (std::is_same_v<In, Planar> && std::is_same_v<Out, Packed>) {
       if (source.width < widthOfPlanarSteps) {
-        return CopyNarrowRows(*operation, from, destination, rows.first, rows.count);
+        return CopyNarrowRows(call, *operation, from, destination, rows.first, rows.count);
       }
     }
     View<Out> to(destination, rows.first, rows.count);
-    kv_std::SpinBarrier barrier(1);
-    operation->Apply(*from, *to, barrier, 0);
+    operation->Apply(*from, *to, call.Alone(), 0);
   });
 }
 

@@ -76,9 +76,9 @@ kv_status kv_difference(kv_context* context, const kv_frame* first, const kv_fra
     const CallRegion where("region", region, to);
     using Interface = kv_img::AbsoluteDifferenceAlgorithmInterface<Image<Packed>, Image<Grey>>;
     const auto& operation = with.Find<Interface>("AbsoluteDifference", {Packed::ClassID, Grey::ClassID});
-    View<Packed> viewA(a);
-    View<Packed> viewB(b);
-    View<Grey> out(to);
+    View<Packed> viewA(a, *where);
+    View<Packed> viewB(b, *where);
+    View<Grey> out(to, *where);
     RunBands(with, where.Rows(), where.Pixels(), operation, *viewA, *viewB, *out, *where);
   });
 }
@@ -100,9 +100,9 @@ kv_status kv_average(kv_context* context, const kv_frame* first, const kv_region
     const CallRegion where("region", region, to);
     using Interface = kv_img::AverageAlgorithmInterface<Image<Grey>>;
     const auto& operation = with.Find<Interface>("Average", {Grey::ClassID});
-    View<Grey> viewA(a);
-    View<Grey> viewB(b);
-    View<Grey> out(to);
+    View<Grey> viewA(a, *where);
+    View<Grey> viewB(b, *where);
+    View<Grey> out(to, *where);
     RunBands(with, where.Rows(), where.Pixels(), operation, *viewA, *viewB, *out, *whereA, *whereB, *where);
   });
 }
@@ -117,8 +117,8 @@ kv_status kv_box_filter(kv_context* context, const kv_frame* source, kv_frame* d
     CheckNoOverlap(from, to);
     const CallRegion where("region", region, to);
     CheckRange("window", window, 1, largestWindow);
-    View<Grey> in(from);
-    View<Grey> out(to);
+    View<Grey> in(from, *where);
+    View<Grey> out(to, *where);
     Filter(with, *in, *out, where, window);
   });
 }
@@ -142,7 +142,8 @@ kv_status kv_blend(kv_context* context, const kv_frame* foreground, const kv_fra
     CheckNoOverlap(weights, to);
     CallRegion where("region", region, to);
     const kv_img::RunRegion& runs = where.Runs();
-    for (int row = runs.GetTop(); row <= runs.GetBottom(); ++row) {
+    const int lastRow = where->IsRectangular() ? runs.GetTop() : runs.GetBottom();
+    for (int row = runs.GetTop(); row <= lastRow; ++row) {
       const int pixels = runs.GetRight(row) - runs.GetLeft(row) + 1;
       if (pixels % 4 != 0) {
         Fail(KV_BAD_ARGUMENT, "region: row %d has %d pixels; kv_blend takes runs of multiples of four", row,
@@ -151,10 +152,10 @@ kv_status kv_blend(kv_context* context, const kv_frame* foreground, const kv_fra
     }
     using Interface = kv_img::BlendBoostAlgorithmInterface<Image<Packed>>;
     const auto& operation = with.Find<Interface>("BlendBoost", {Packed::ClassID});
-    View<Packed> viewB(b);
-    View<Packed> viewA(a);
-    View<Grey> viewMask(weights);
-    View<Packed> out(to);
+    View<Packed> viewB(b, *where);
+    View<Packed> viewA(a, *where);
+    View<Grey> viewMask(weights, *where);
+    View<Packed> out(to, *where);
     RunBands(with, where.Rows(), where.Pixels(), operation, *viewB, *viewA, *viewMask, *out, runs);
   });
 }
@@ -176,7 +177,7 @@ kv_status kv_alpha_from_color(kv_context* context, const kv_frame* first, const 
     CheckRange("window", window, 1, largestWindow);
     RawMask raw(with, to.width, to.height);
     FillColorMask(with, a, b, where, *raw);
-    View<Grey> out(to);
+    View<Grey> out(to, *where);
     Filter(with, *raw, *out, where, window);
   });
 }
@@ -199,19 +200,18 @@ kv_status kv_alpha_from_difference(kv_context* context, const kv_frame* first, c
     using Interface = kv_img::AlphaLayerProbMaskAlgorithmInterface<Image<Grey>>;
     const auto& operation = with.Find<Interface>("AlphaLayerProbMask", {Grey::ClassID});
     RawMask raw(with, to.width, to.height);
-    View<Grey> viewP(p);
-    View<Grey> viewQ(q);
+    View<Grey> viewP(p, *where);
+    View<Grey> viewQ(q, *where);
     ForEachBandOfRegion(with, where, [&](const kv_img::RegionOfSupport& band) {
       const auto intermediate = Unowned(*raw);
-      kv_std::SpinBarrier barrier(1);
       if (gain == 1) {
-        operation.Apply(*viewP, *viewQ, *raw, band, 1, intermediate, barrier, 0);
+        operation.Apply(*viewP, *viewQ, *raw, band, 1, intermediate, with.Alone(), 0);
       } else {
         operation.Apply(*viewP, *viewQ, *raw, band, static_cast<std::uint32_t>(gain), 1, intermediate,
-                        barrier, 0);
+                        with.Alone(), 0);
       }
     });
-    View<Grey> out(to);
+    View<Grey> out(to, *where);
     Filter(with, *raw, *out, where, window);
   });
 }

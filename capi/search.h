@@ -156,22 +156,21 @@ Found SearchCall<PixelClass>::SearchWhole(const Axis& x, int top, int count, dou
   const int point1[2] = {static_cast<int>(options.x), static_cast<int>(options.y)};
   const int point2[2] = {static_cast<int>(options.around_x), top + count / 2 + options.half_height};
   const int rangeX = static_cast<int>(options.range_x);
-  kv_std::SpinBarrier barrier(1);
   kv_img::MatchScoreMap map;
   int result[2] = {};
   if (scores != nullptr) {
     operation.LocateFeature(reference, searched, point1, point2, result, options.half_width,
-                            options.half_height, rangeX, count / 2, &map, barrier, 0);
+                            options.half_height, rangeX, count / 2, &map, call.Alone(), 0);
     std::ranges::copy(map.Scores(), scores);
   } else {
     operation.LocateFeatureNoMap(reference, searched, point1, point2, result, options.half_width,
-                                 options.half_height, rangeX, count / 2, barrier, 0);
+                                 options.half_height, rangeX, count / 2, call.Alone(), 0);
     // The score of the match alone.
     const int at[2] = {result[0] - part.offsetX + options.half_width,
                        result[1] - part.offsetY + options.half_height};
     int same[2] = {};
     operation.LocateFeature(reference, searched, point1, at, same, options.half_width, options.half_height, 0,
-                            0, &map, barrier, 0);
+                            0, &map, call.Alone(), 0);
   }
   const std::size_t index =
       scores == nullptr ? 0
@@ -204,13 +203,12 @@ Found SearchCall<PixelClass>::SearchLevel(const double (&around)[2], const doubl
   double* scores = map != nullptr ? map->scores : nullptr;
   const double point1[2] = {options.x, options.y};
   const auto refine = [&](const double(&point2)[2], double rangeY, double* to) {
-    kv_std::SpinBarrier barrier(1);
     kv_img::SubPixelScoreMap tested;
     Found found;
     double result[2] = {};
     operation.RefineFeature(reference, searched, point1, point2, result, options.half_width,
-                            options.half_height, range[0], rangeY, step[0], step[1], 0, 1, &tested, barrier,
-                            0);
+                            options.half_height, range[0], rangeY, step[0], step[1], 0, 1, &tested,
+                            call.Alone(), 0);
     if (tested.Scores().empty()) return found;
     if (to != nullptr) std::ranges::copy(tested.Scores(), to);
     found = {result[0], result[1], *std::ranges::min_element(tested.Scores())};

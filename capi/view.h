@@ -1,10 +1,12 @@
 #pragma once
 
+#include <algorithm>
+#include <memory>
 #include <type_traits>
-#include <vector>
 
 #include "capi/checks.h"
 #include "image/image.h"
+#include "image/region_of_support.h"
 
 namespace kv_capi {
 
@@ -21,23 +23,28 @@ class View {
   View(const Frame& frame, int first, int count)
       : View(frame.width, count, frame.format->layout,
              static_cast<int>(RowBytes(*frame.format, 0, frame.width))) {
-    const int planes = static_cast<int>(rows_.size()) / count;
-    for (int plane = 0; plane < planes; ++plane) {
-      std::uint8_t** rows = PlaneRows(plane);
-      for (int row = 0; row < count; ++row) rows[row] = frame.Row(plane, first + std::int64_t{row});
-    }
-    auto& properties = image_.GetPixelBuffer().properties;
-    properties.fieldOrder = frame.view->field_order == KV_FIELDS_BOTTOM_FIRST ? 1 : 0;
-    properties.fieldParity = static_cast<std::uint8_t>(frame.view->row_parity);
+    for (int plane = 0; plane < planeCount; ++plane) Point(frame, plane, first, 0, count);
+    SetProperties(frame);
   }
   explicit View(const Frame& frame) : View(frame, 0, frame.height) {}
 
+  /// A frame of which nothing is touched but rows of a region, and as many around it as a window has.
+  View(const Frame& frame, const kv_img::RegionOfSupport& region)
+      : View(frame.width, frame.height, frame.format->layout,
+             static_cast<int>(RowBytes(*frame.format, 0, frame.width))) {
+    constexpr int reach = 128;
+    const int first = std::max(region.GetTop() - reach, 0);
+    const int last = std::min(region.GetBottom() + reach, frame.height - 1);
+    for (int plane = 0; plane < planeCount; ++plane) Point(frame, plane, first, first, last - first + 1);
+    SetProperties(frame);
+  }
+
   /// A view whose rows are set afterwards.
   View(int width, int height, std::int32_t layout, int bytesPerRow)
-      : rows_(static_cast<std::size_t>(height) * planeCount),
+      : rows_(new std::uint8_t*[static_cast<std::size_t>(height) * planeCount]),
         image_(1, 1, kv_img::WrappedRows::Strided(Nowhere(), sizeof(Nowhere_)), OptionsFor(layout)) {
     auto& buffer = image_.GetPixelBuffer();
-    buffer.rows = rows_.data();
+    buffer.rows = rows_.get();
     buffer.data = Nowhere();
     buffer.width = width;
     buffer.height = height;
@@ -51,7 +58,7 @@ class View {
 
   /// The rows of a plane, to be read or replaced.
   std::uint8_t** PlaneRows(int plane = 0) {
-    return rows_.data() + plane * std::ptrdiff_t{image_.GetPixelBuffer().height};
+    return rows_.get() + plane * std::ptrdiff_t{image_.GetPixelBuffer().height};
   }
 
  private:
@@ -72,7 +79,20 @@ class View {
     return options;
   }
 
-  std::vector<std::uint8_t*> rows_;
+  /// Rows of the view from `to` on are those of the frame from `from` on.
+  void Point(const Frame& frame, int plane, int from, int to, int count) {
+    const std::int64_t stride = frame.view->strides[plane];
+    std::uint8_t* const top = frame.Row(plane, from);
+    std::uint8_t** rows = PlaneRows(plane) + to;
+    for (int row = 0; row < count; ++row) rows[row] = top + row * stride;
+  }
+  void SetProperties(const Frame& frame) {
+    auto& properties = image_.GetPixelBuffer().properties;
+    properties.fieldOrder = frame.view->field_order == KV_FIELDS_BOTTOM_FIRST ? 1 : 0;
+    properties.fieldParity = static_cast<std::uint8_t>(frame.view->row_parity);
+  }
+
+  std::unique_ptr<std::uint8_t*[]> rows_;
   Image image_;
 };
 
