@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <thread>
 
-#include "capi/tasks.h"
-
 namespace kv_capi {
 namespace {
 
@@ -25,6 +23,14 @@ std::wstring CheckMember(const char* name, const std::string& member) {
   }
   Fail(KV_NO_MEMBER, "%s is \"%.60s\"; there is no usable member of this name, there are: %s", name,
        member.c_str(), usable.empty() ? "none" : usable.c_str());
+}
+
+/// The tasks of a pool on the threads of a host.
+void RunOnHost(void* user, int count, void (*task)(void* data, int index), void* data) {
+  const auto& context = *static_cast<const kv_context*>(user);
+  const std::int32_t answer = context.run(context.runUser, count, task, data);
+  if (answer == 0) return;
+  Fail(KV_INTERNAL, "the run function of the context answered %d, not 0", static_cast<int>(answer));
 }
 
 }  // namespace
@@ -73,30 +79,37 @@ int Call::TasksFor(std::int64_t pixels, int most) const {
   return static_cast<int>(std::clamp<std::int64_t>(count, 1, std::max(most, 1)));
 }
 
+void Call::LookAtStop() const {
+  if (context_.stops.load(std::memory_order_relaxed) != stopsBefore_) Fail(KV_STOPPED, "stopped by kv_stop");
+}
+
+void Call::Poll() const {
+  if (poll_ != nullptr && poll_(pollUser_) != 0) Fail(KV_STOPPED, "stopped by the poll function");
+}
+
 void Call::RunTasks(int count, void (*task)(void*, int), void* data) const {
-  const auto check = [this] {
-    if (context_.stops.load(std::memory_order_relaxed) != stopsBefore_)
-      Fail(KV_STOPPED, "stopped by kv_stop");
-  };
-  Tasks tasks(count, task, data, check);
-  tasks.poll = poll_;
-  tasks.pollUser = pollUser_;
-  const int threads = std::min(threads_, count);
-  if (threads == 1) {
-    tasks.Work();
-  } else if (context_.run != nullptr) {
-    const auto run = [](void* all, std::int32_t /*index*/) { static_cast<Tasks*>(all)->Work(); };
-    const std::int32_t answer = context_.run(context_.runUser, threads, run, &tasks);
-    if (answer != 0) {
-      tasks.End();
-      Fail(KV_INTERNAL, "the run function of the context answered %d, not 0", static_cast<int>(answer));
+  if (std::min(threads_, count) == 1) {
+    for (int index = 0; index < count; ++index) {
+      LookAtStop();
+      Poll();
+      task(data, index);
     }
-    tasks.Work();
-  } else {
-    context_.pool->RunBands([&](kv_std::SpinBarrier& /*barrier*/, std::uint32_t /*index*/) { tasks.Work(); },
-                            threads, {});
+    return;
   }
-  tasks.PassOnFailure();
+  kv_run::CallOptions options{.threads = threads_};
+  if (poll_ != nullptr) {
+    options.poll = [](void* call) {
+      static_cast<const Call*>(call)->Poll();
+      return false;
+    };
+    options.user = const_cast<Call*>(this);
+  }
+  context_.pool->RunBands(
+      [&](kv_std::SpinBarrier& /*barrier*/, std::uint32_t index) {
+        LookAtStop();
+        task(data, static_cast<int>(index));
+      },
+      count, options);
 }
 
 void Call::FailNoMember(const char* algorithm) const {
@@ -142,8 +155,11 @@ kv_status kv_context_new(const kv_context_options* options, kv_context** context
       }
     }
     made->kept.reserve(mostKept);
-    if (made->threads > 1 && made->run == nullptr)
-      made->pool = std::make_unique<kv_run::WorkerPool>(made->threads);
+    if (made->threads > 1) {
+      kv_run::PoolOptions pool{.threads = made->threads};
+      if (made->run != nullptr) pool.executor = {.run = RunOnHost, .user = made.get()};
+      made->pool = std::make_unique<kv_run::WorkerPool>(pool);
+    }
     *context = made.release();
   });
 }

@@ -17,7 +17,7 @@ struct kv_context {
   std::string member;
   kv_executor run = nullptr;
   void* runUser = nullptr;
-  /// Null for one thread and for hosts with threads of their own.
+  /// Null for one thread.
   std::unique_ptr<kv_run::WorkerPool> pool;
   std::atomic<std::uint32_t> stops = 0;
   /// Of one thread: it waits for nobody, so that any number of calls may use it. Making one takes longer than the rest of
@@ -82,6 +82,8 @@ class Call {
     using Interface = InterfaceClass;
   };
   void RunTasks(int count, void (*task)(void*, int), void* data) const;
+  void LookAtStop() const;
+  void Poll() const;
   [[noreturn]] void FailNoMember(const char* algorithm) const;
 
   kv_context& context_;

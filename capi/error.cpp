@@ -49,25 +49,23 @@ kv_status StatusOfCode(std::uint32_t code) {
 }  // namespace
 
 void Fail(kv_status status, const char* format, ...) {
+  Failure failure{status, {}};
   std::va_list arguments;
   va_start(arguments, format);
-  std::vsnprintf(lastError, sizeof lastError, format, arguments);
+  std::vsnprintf(failure.text, sizeof failure.text, format, arguments);
   va_end(arguments);
-  throw Failure{status};
+  throw failure;
 }
 
 const char* LastError() noexcept {
   return lastError;
 }
 
-void SetLastError(const char* text) noexcept {
-  if (text != lastError) Set("%s", text);
-}
-
-kv_status StatusOf(const std::exception_ptr& exception) noexcept {
+kv_status StatusOfCaught() noexcept {
   try {
-    std::rethrow_exception(exception);
+    throw;
   } catch (const Failure& failure) {
+    Set("%s", failure.text);
     return failure.status;
   } catch (const std::bad_alloc&) {
     Set("out of memory");

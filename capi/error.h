@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <exception>
 
 #include "capi/kv/kv.h"
 
@@ -14,9 +13,10 @@
 
 namespace kv_capi {
 
-/// Why a call does not succeed. Its text is this thread's last error from the moment it is thrown.
+/// Why a call does not succeed. Whichever thread it is thrown on, its text becomes the caller's last error.
 struct Failure {
   kv_status status;
+  char text[512];
 };
 
 /// Throws a Failure with a text in the manner of printf.
@@ -24,11 +24,8 @@ struct Failure {
 
 /// The text of this thread's last failure.
 const char* LastError() noexcept;
-/// Passes a text from one thread to another.
-void SetLastError(const char* text) noexcept;
-
-/// The status of an exception that a call ended with; sets the thread's text if the exception is not a Failure.
-kv_status StatusOf(const std::exception_ptr& exception) noexcept;
+/// The status of what is being handled in a catch block. Its text becomes this thread's last error.
+kv_status StatusOfCaught() noexcept;
 
 /// Runs the body of an exported function: no exception leaves.
 template <class Body>
@@ -36,10 +33,8 @@ kv_status Guarded(Body body) noexcept {
   try {
     body();
     return KV_OK;
-  } catch (const Failure& failure) {
-    return failure.status;
   } catch (...) {
-    return StatusOf(std::current_exception());
+    return StatusOfCaught();
   }
 }
 

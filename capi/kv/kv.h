@@ -121,8 +121,9 @@ typedef struct kv_context kv_context;
 /** One task of a call. Never throws; any task may run on any thread. */
 typedef void (*kv_task)(void* data, int32_t index);
 /** Runs task(data, 0) to task(data, count - 1) on the host's own threads and returns 0 when all have returned. No
- * task waits for another: they may run one after another. A task that is not run is done by the calling thread
- * afterwards; when the answer is not 0 the call ends with KV_INTERNAL. */
+ * task waits for another: they may run one after another. What tasks that are not run would have done is done all
+ * the same, at last by the calling thread; when the answer is not 0 the call ends with KV_INTERNAL. It is called several times
+ * in a call with a poll function: tasks then return after some 5 ms. */
 typedef int32_t (*kv_executor)(void* user, int32_t count, kv_task task, void* data);
 
 typedef struct kv_context_options {

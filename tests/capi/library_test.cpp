@@ -1,19 +1,25 @@
 // The library as a file: what it exports, what it needs, and life in processes that fork or unload it.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <random>
 #include <regex>
 #include <set>
 #include <string>
+#include <system_error>
+#include <thread>
 
 #include "tests/capi/guarded_frame.h"
 #include "tests/support/exported_symbols.h"
 
 #if !defined(_WIN32)
 #include <dlfcn.h>
+#include <pthread.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #endif
@@ -100,6 +106,68 @@ TEST(CLibrary, ExitsWithALiveContext) {
 }
 
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+TEST(CLibrary, WorksWhereNoThreadStarts) {
+  EXPECT_EQ(
+      InChild([]() -> int {
+        GuardedFrame from(KV_FORMAT_GRAY8, 800, 600, Placement::EndOfPage);
+        GuardedFrame to(KV_FORMAT_GRAY8, 800, 600, Placement::EndOfPage);
+        GuardedFrame expected(KV_FORMAT_GRAY8, 800, 600, Placement::EndOfPage);
+        std::mt19937 random(1);
+        from.Fill(random);
+        if (kv_box_filter(MakeContext().get(), from.Get(), expected.Get(), nullptr, 5, nullptr) != KV_OK)
+          return 1;
+        // A thread's stack is more memory than there is.
+        constexpr std::size_t stack = std::size_t{1} << 30;
+        pthread_attr_t attributes;
+        if (pthread_attr_init(&attributes) != 0 || pthread_attr_setstacksize(&attributes, stack) != 0 ||
+            pthread_setattr_default_np(&attributes) != 0)
+          return 2;
+        long pages = 0;
+        std::ifstream("/proc/self/statm") >> pages;
+        const auto used = static_cast<rlim_t>(pages * sysconf(_SC_PAGESIZE));
+        const rlimit limit{used + stack / 4, RLIM_INFINITY};
+        if (setrlimit(RLIMIT_AS, &limit) != 0) return 2;
+        try {
+          std::thread([] {}).join();
+          return 3;
+        } catch (const std::system_error&) {
+        }
+        const Context context = MakeContext(4);
+        if (kv_box_filter(context.get(), from.Get(), to.Get(), nullptr, 5, nullptr) != KV_OK) return 4;
+        return to.Equals(expected) ? 0 : 5;
+      }),
+      0);
+}
+
+TEST(CLibrary, IsUnloadedWithALivePool) {
+  EXPECT_EQ(InChild([]() -> int {
+              // A copy, as this program holds the library itself.
+              const std::filesystem::path original = KV_C_FILE;
+              const std::filesystem::path copy =
+                  original.parent_path() / ("live_kv_c_" + std::to_string(getpid()) + ".so");
+              std::filesystem::copy_file(original, copy);
+              void* const module = dlopen(copy.c_str(), RTLD_NOW | RTLD_LOCAL);
+              std::filesystem::remove(copy);
+              if (module == nullptr) return 1;
+              const auto newContext =
+                  reinterpret_cast<decltype(&kv_context_new)>(dlsym(module, "kv_context_new"));
+              const auto filter = reinterpret_cast<decltype(&kv_box_filter)>(dlsym(module, "kv_box_filter"));
+              kv_context_options options;
+              kv_context_options_init(&options);
+              options.threads = 4;
+              kv_context* context = nullptr;
+              if (newContext(&options, &context) != KV_OK) return 2;
+              GuardedFrame from(KV_FORMAT_GRAY8, 800, 600, Placement::EndOfPage);
+              GuardedFrame to(KV_FORMAT_GRAY8, 800, 600, Placement::EndOfPage);
+              if (filter(context, from.Get(), to.Get(), nullptr, 5, nullptr) != KV_OK) return 3;
+              // Its threads spin in its code, then sleep there.
+              dlclose(module);
+              std::this_thread::sleep_for(std::chrono::milliseconds(20));
+              return Filter(MakeContext(2).get()) == KV_OK ? 0 : 4;
+            }),
+            0);
+}
+
 TEST(CLibrary, TwoCopiesInOneProcess) {
   const std::filesystem::path original = KV_C_FILE;
   const std::filesystem::path copy =

@@ -18,12 +18,7 @@ inline constexpr int soundHeight = 16;
 struct Arguments {
   Context owned = MakeContext();
   kv_context* context = owned.get();
-  GuardedFrame memory[6] = {{KV_FORMAT_UYVY, soundWidth, soundHeight, Placement::EndOfPage},
-                            {KV_FORMAT_UYVY, soundWidth, soundHeight, Placement::EndOfPage},
-                            {KV_FORMAT_UYVY, soundWidth, soundHeight, Placement::EndOfPage},
-                            {KV_FORMAT_GRAY8, soundWidth, soundHeight, Placement::EndOfPage},
-                            {KV_FORMAT_GRAY8, soundWidth, soundHeight, Placement::EndOfPage},
-                            {KV_FORMAT_GRAY8, soundWidth, soundHeight, Placement::EndOfPage}};
+  GuardedFrame memory[6];
   kv_frame* frames[4] = {};
   kv_call call_ = {};
   kv_call* call = &call_;
@@ -53,7 +48,13 @@ struct Arguments {
   kv_track_options track_ = {};
   kv_track_options* track = &track_;
 
-  Arguments() {
+  explicit Arguments(int width = soundWidth, int height = soundHeight)
+      : memory{{KV_FORMAT_UYVY, width, height, Placement::EndOfPage},
+               {KV_FORMAT_UYVY, width, height, Placement::EndOfPage},
+               {KV_FORMAT_UYVY, width, height, Placement::EndOfPage},
+               {KV_FORMAT_GRAY8, width, height, Placement::EndOfPage},
+               {KV_FORMAT_GRAY8, width, height, Placement::EndOfPage},
+               {KV_FORMAT_GRAY8, width, height, Placement::EndOfPage}} {
     kv_call_init(&call_);
     kv_stats_init(&stats_);
     kv_levels_options_init(&levels_);

@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <cstring>
+#include <random>
 #include <string>
 #include <thread>
 
@@ -191,10 +192,56 @@ TEST(DoorStops, ThePollFunctionIsCalledOnTheCallersThread) {
   EXPECT_FALSE(seen.isElsewhere);
 }
 
+TEST(DoorStops, ThePollFunctionIsCalledBesideAHostsThreads) {
+  struct Seen {
+    std::thread::id caller = std::this_thread::get_id();
+    int calls = 0;
+    bool isElsewhere = false;
+  } seen;
+  Executor executor;
+  executor.order = 2;  // Nothing of it runs on the caller's thread.
+  kv_context_options options;
+  kv_context_options_init(&options);
+  options.threads = 2;
+  options.run = Executor::Run;
+  options.run_user = &executor;
+  kv_context* made = nullptr;
+  ASSERT_EQ(kv_context_new(&options, &made), KV_OK);
+  const Context context(made);
+  kv_call call;
+  kv_call_init(&call);
+  call.poll = [](void* user) -> std::int32_t {
+    auto& own = *static_cast<Seen*>(user);
+    if (std::this_thread::get_id() != own.caller) own.isElsewhere = true;
+    return ++own.calls > 3 ? 1 : 0;
+  };
+  call.poll_user = &seen;
+  GuardedFrame frame(KV_FORMAT_UYVY, 500, 500, Placement::EndOfPage);
+  std::mt19937 random(1);
+  frame.Fill(random);
+  GuardedFrame other(KV_FORMAT_UYVY, 500, 500, Placement::EndOfPage);
+  other.Fill(random);
+  kv_find_options find;
+  kv_find_options_init(&find);
+  find.x = find.y = find.around_x = find.around_y = 200;
+  find.half_width = find.half_height = 100;
+  find.range_x = find.range_y = 1 << 20;
+  kv_match match;
+  kv_match_init(&match);
+  EXPECT_EQ(kv_find(made, frame.Get(), other.Get(), &find, &match, &call), KV_STOPPED);
+  EXPECT_STREQ(kv_last_error(), "stopped by the poll function");
+  EXPECT_EQ(seen.calls, 4);
+  EXPECT_FALSE(seen.isElsewhere);
+}
+
 TEST(DoorStops, AStopEndsWhatRunsAndNothingElse) {
   for (const int threads : {1, 3}) {
     const Context context = MakeContext(threads);
     GuardedFrame frame(KV_FORMAT_UYVY, 500, 500, Placement::EndOfPage);
+    GuardedFrame other(KV_FORMAT_UYVY, 500, 500, Placement::EndOfPage);
+    std::mt19937 random(1);
+    frame.Fill(random);
+    other.Fill(random);
     kv_find_options find;
     kv_find_options_init(&find);
     find.x = find.y = find.around_x = find.around_y = 200;
@@ -210,7 +257,7 @@ TEST(DoorStops, AStopEndsWhatRunsAndNothingElse) {
         kv_stop(context.get());
       }
     });
-    const kv_status status = kv_find(context.get(), frame.Get(), frame.Get(), &find, &match, nullptr);
+    const kv_status status = kv_find(context.get(), frame.Get(), other.Get(), &find, &match, nullptr);
     isOver = true;
     stopper.join();
     EXPECT_EQ(status, KV_STOPPED);
