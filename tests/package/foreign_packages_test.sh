@@ -12,9 +12,13 @@ cpack --config "$build/CPackConfig.cmake" -B "$work" >"$work/log" 2>&1 || { cat 
 rm -rf "$work/_CPack_Packages"
 check_dependencies "$work"
 files=0
+mkdir "$work/one"
 for package in "$work"/*.deb; do
   case $(dpkg-deb -f "$package" Architecture) in arm64 | all) ;; *) fail "$package is for $(dpkg-deb -f "$package" Architecture)" ;; esac
   dpkg-deb -x "$package" "$work/content"
+  name=$(dpkg-deb -f "$package" Package)
+  dpkg-deb -x "$package" "$work/one/$name"
+  python3 "$source/tests/package/check_sbom.py" "$work/one/$name" "$work/one/$name/usr/share/doc/$name/sbom.spdx.json" || fail "SBOM"
 done
 while read -r file; do
   readelf -h "$file" 2>/dev/null | grep -q 'Machine: *AArch64' || fail "$file is for another processor"

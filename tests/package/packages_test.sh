@@ -22,6 +22,12 @@ cpack --config "$build/CPackConfig.cmake" -B "$work" >"$work/log" 2>&1 || { cat 
 cd "$work"
 [ "$(ls -- *.deb | wc -l)" = 8 ] || fail "eight packages were expected: $(ls)"
 check_dependencies "$work"
+mkdir content
+for package in ./*.deb; do
+  name=$(dpkg-deb -f "$package" Package)
+  dpkg-deb -x "$package" "content/$name"
+  python3 "$source/tests/package/check_sbom.py" "content/$name" "content/$name/usr/share/doc/$name/sbom.spdx.json" || fail "SBOM"
+done
 echo "== lintian"
 lintian --fail-on error --suppress-tags bad-distribution-in-changes-file ./*.deb
 

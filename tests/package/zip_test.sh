@@ -22,6 +22,7 @@ diff "$source/tests/package/zip_list.txt" "$work/list" || fail "the files are no
 [ "$(find "$top/include/kv_algo" -name '*.h' | wc -l)" -ge 60 ] || fail "headers are missing"
 for file in "$top"/licences/*; do [ -s "$file" ] || fail "$file is empty"; done
 
+python3 "$source/tests/package/check_sbom.py" "$top" "$top/sbom.spdx.json" || fail "SBOM"
 echo "== nothing else is needed"
 for file in "$top"/bin/*; do
   x86_64-w64-mingw32-objdump -p "$file" | awk '/DLL Name:/ { print $3 }' | while read -r name; do
