@@ -42,6 +42,9 @@ KV_INLINE Vector RepeatUpper16(Vector a) {
 KV_INLINE Vector SwapBytes16(Vector a) {
 #if KV_NEON
   return From(vrev16q_u8(Lanes8(a)));
+#elif KV_REGISTER_LEVEL >= 1
+  return KV_SIMD(shuffle_epi8)(
+      a, RepeatInLanes(_mm_setr_epi8(1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14)));
 #else
   return Or(ShiftLeft16<8>(a), ShiftRight16<8>(a));
 #endif

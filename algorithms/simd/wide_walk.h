@@ -30,6 +30,28 @@ KV_INLINE void CopyFew(std::uint8_t* to, const std::uint8_t* from, std::int32_t 
   for (std::int32_t done = 0; done < count; ++done) to[done] = from[done];
 }
 
+/// Stores the bytes of a buffer from `first` on.
+template <int bytes>
+KV_INLINE void StoreFrom(std::uint8_t* to, const std::uint8_t* buffer, std::int32_t first) {
+#if KV_WIDE_LEVEL >= 2 && !KV_NEON
+  if constexpr (bytes % 64 == 0) {
+    for (std::int32_t i = 0; i < bytes; i += 64) {
+      if (first < i + 64) {
+        const __mmask64 wanted = first <= i ? ~__mmask64{0} : ~__mmask64{0} << (first - i);
+        _mm512_mask_storeu_epi8(to + i, wanted, _mm512_loadu_si512(buffer + i));
+      }
+    }
+    return;
+  }
+  if constexpr (bytes == 32) {
+    _mm256_mask_storeu_epi8(to, ~__mmask32{0} << first,
+                            _mm256_loadu_si256(reinterpret_cast<const __m256i*>(buffer)));
+    return;
+  }
+#endif
+  CopyFew<bytes>(to + first, buffer + first, bytes - first);
+}
+
 // What is left of a stream after its last whole step, `groups` groups of `most`, is worked on once more
 // together with what is before it. What is written goes through a buffer, so that a stream that is read and
 // written in place stays right. When there was no whole step, what is read goes through a buffer too.
@@ -102,8 +124,12 @@ struct Writing {
     }
     Element* Begin() { return reinterpret_cast<Element*>(buffer); }
     void Finish(const Writing& out, std::int32_t groups) const {
-      CopyFew<most * perGroup>(reinterpret_cast<std::uint8_t*>(out.pointer), buffer + skipped,
-                               groups * perGroup);
+      auto* const to = reinterpret_cast<std::uint8_t*>(out.pointer);
+      if (skipped > 0) {
+        StoreFrom<most * perGroup>(to - skipped, buffer, skipped);
+      } else {
+        CopyFew<most * perGroup>(to, buffer, groups * perGroup);
+      }
       out.pointer += groups * elements;
     }
   };
