@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "frame/row_band.h"
 #include "image/image_rect.h"
 #include "image/region_of_support.h"
 
@@ -32,6 +33,10 @@ class RegionRuns {
         isRectangle_(region.GetClassID() == ImageRect::ClassID),
         sides_{region.GetLeft(), region.GetRight()} {}
 
+  /// Whether all rows of the band have the same run.
+  bool AreEqualIn(const RowBand& band) const {
+    return isRectangle_ && top_ <= band.first && band.last <= bottom_;
+  }
   /// Empty above and below the region.
   ColumnRun At(std::int32_t row) const {
     if (row < top_ || row > bottom_) return {0, -1};

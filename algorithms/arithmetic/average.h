@@ -34,6 +34,14 @@ class Average : public AverageAlgorithmInterface<ImageType> {
     const RegionRuns firstRuns(firstRegion);
     const RegionRuns secondRuns(secondRegion);
     const RegionRuns outputRuns(outputRegion);
+    const ColumnRun run = outputRuns.At(band.first);
+    if (firstRuns.AreEqualIn(band) && secondRuns.AreEqualIn(band) && outputRuns.AreEqualIn(band) &&
+        firstRuns.At(band.first) == run && secondRuns.At(band.first) == run) {
+      // The usual call, in which looking the runs up would take a tenth of the time.
+      for (std::int32_t row = band.first; row <= band.last; ++row)
+        Merge(firstBuffer.rows[row], secondBuffer.rows[row], to.rows[row], run);
+      return destination;
+    }
     for (std::int32_t row = band.first; row <= band.last; ++row) {
       const ColumnRun output = outputRuns.At(row);
       MergeRow({firstBuffer.rows[row], Intersection(firstRuns.At(row), output)},
@@ -52,13 +60,14 @@ class Average : public AverageAlgorithmInterface<ImageType> {
   static void MergeRow(const SourceRow& first, const SourceRow& second, std::uint8_t* destination,
                        const ColumnRun& output) {
     if (output.IsEmpty()) return;
-    if (first.valid == output && second.valid == output) return Merge(first, second, destination);
+    const ColumnRun overlap = Intersection(first.valid, second.valid);
+    if (overlap == output) return Merge(first.pixels, second.pixels, destination, output);
     std::memset(destination + output.first, 0, static_cast<std::size_t>(output.Width()));
     const bool firstLeads = first.valid.first <= second.valid.first;
     const SourceRow& leading = firstLeads ? first : second;
     const SourceRow& other = firstLeads ? second : first;
     Copy(leading, {leading.valid.first, std::min(other.valid.first - 1, leading.valid.last)}, destination);
-    Merge(first, second, destination);
+    Merge(first.pixels, second.pixels, destination, overlap);
     Copy(first, {std::max(second.valid.last + 1, first.valid.first), first.valid.last}, destination);
     Copy(second, {std::max(first.valid.last + 1, second.valid.first), second.valid.last}, destination);
   }
@@ -68,16 +77,16 @@ class Average : public AverageAlgorithmInterface<ImageType> {
     std::memcpy(destination + run.first, source.pixels + run.first, static_cast<std::size_t>(run.Width()));
   }
 
-  static void Merge(const SourceRow& first, const SourceRow& second, std::uint8_t* destination) {
-    const ColumnRun overlap = Intersection(first.valid, second.valid);
-    if (overlap.IsEmpty()) return;
-    arithmetic::HalvedSum::Args args{overlap.Width() / 4, first.pixels + overlap.first,
-                                     second.pixels + overlap.first, destination + overlap.first};
+  static void Merge(const std::uint8_t* first, const std::uint8_t* second, std::uint8_t* destination,
+                    const ColumnRun& run) {
+    if (run.IsEmpty()) return;
+    const std::int32_t groups = run.Width() / 4;
+    arithmetic::HalvedSum::Args args{groups, first + run.first, second + run.first, destination + run.first};
     Set::template Run<arithmetic::HalvedSum>(args);
 
     // The kernel's mean of two odd pixels is one less than the remainder's, on purpose.
-    for (std::int32_t column = overlap.first + 4 * args.groups; column <= overlap.last; ++column)
-      destination[column] = MeanDown(first.pixels[column], second.pixels[column]);
+    for (std::int32_t column = run.first + 4 * groups; column <= run.last; ++column)
+      destination[column] = MeanDown(first[column], second[column]);
   }
 };
 

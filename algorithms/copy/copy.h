@@ -71,6 +71,14 @@ class Copy : public CopyAlgorithmInterface<ImageIn, ImageOut> {
       work(std::clamp(row + shift, band.first, band.last), row);
   }
 
+  /// In pieces: memcpy of a large block may go past the caches, which takes longer, and a frame that was written is
+  /// read next.
+  static void CopyBlock(std::uint8_t* to, const std::uint8_t* from, std::size_t bytes) {
+    constexpr std::size_t pieceBytes = 16384;
+    for (std::size_t done = 0; done < bytes; done += pieceBytes)
+      std::memcpy(to + done, from + done, std::min(pieceBytes, bytes - done));
+  }
+
   static void CopySameLayout(const ImageIn& source, ImageOut& destination, std::int32_t threads,
                              std::uint32_t threadIndex) {
     const auto& from = source.GetPixelBuffer();
@@ -83,8 +91,8 @@ class Copy : public CopyAlgorithmInterface<ImageIn, ImageOut> {
       const auto count = static_cast<std::uint64_t>(threads);
       const auto index =
           static_cast<std::uint64_t>(static_cast<std::int64_t>(static_cast<std::int32_t>(threadIndex)));
-      std::memcpy(to.data + index * to.totalBytes / count, from.data + index * from.totalBytes / count,
-                  to.totalBytes / count);
+      CopyBlock(to.data + index * to.totalBytes / count, from.data + index * from.totalBytes / count,
+                to.totalBytes / count);
       return;
     }
     const auto rowBytes = static_cast<std::size_t>(std::int64_t{to.bytesPerRow});
