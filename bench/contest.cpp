@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <utility>
 
 #include "run/worker_pool.h"
+#include "tests/support/family.h"
 
 namespace kv_bench {
 namespace {
@@ -14,10 +16,15 @@ using Clock = std::chrono::steady_clock;
 /// Long enough for the clock, short enough that the machine's noise hits all contenders equally.
 constexpr double sampleSeconds = 0.004;
 
-double Median(std::vector<double> values) {
-  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-  std::nth_element(values.begin(), middle, values.end());
-  return *middle;
+/// The value that `share` of all are below.
+double Quantile(std::vector<double> values, double share) {
+  const auto place = values.begin() + std::lround(share * static_cast<double>(values.size() - 1));
+  std::nth_element(values.begin(), place, values.end());
+  return *place;
+}
+
+double Median(const std::vector<double>& values) {
+  return Quantile(values, 0.5);
 }
 
 double SecondsFor(const Contender& contender, std::vector<std::unique_ptr<Scene>>& scenes, int calls) {
@@ -30,6 +37,16 @@ double SecondsFor(const Contender& contender, std::vector<std::unique_ptr<Scene>
 }
 
 }  // namespace
+
+bool IsOurs(const Contender& contender) {
+  return contender.name.starts_with("kv_algo") || contender.name == "memcpy";
+}
+
+const Contender& Best(const Operation& operation) {
+  return *std::ranges::find_if(operation.contenders, [](const Contender& contender) {
+    return contender.name.starts_with(kv_test::wideMember);
+  });
+}
 
 Operation& Contest::Add(std::string name, double bytesPerPixel, double differences) {
   operations_.push_back({std::move(name), bytesPerPixel, differences});
@@ -63,14 +80,18 @@ std::vector<Timing> Time(const Operation& operation, std::vector<std::unique_ptr
   for (int round = 0; round < rounds; ++round) {
     for (std::size_t turn = 0; turn < count; ++turn) {
       const std::size_t i = (turn + static_cast<std::size_t>(round)) % count;
+      // In cache after a slower contender too, during which other programs take their share of it.
+      if (scenes.size() == 1) SecondsFor(operation.contenders[i], scenes, 1);
       samples[i].push_back(SecondsFor(operation.contenders[i], scenes, calls[i]) / calls[i]);
     }
   }
-  std::vector<Timing> medians;
+  std::vector<Timing> timings;
   for (std::size_t i = 0; i < count; ++i) {
-    medians.push_back({operation.contenders[i].name, Median(samples[i])});
+    const double median = Median(samples[i]);
+    const double spread = (Quantile(samples[i], 0.75) - Quantile(samples[i], 0.25)) / median;
+    timings.push_back({operation.contenders[i].name, median, spread});
   }
-  return medians;
+  return timings;
 }
 
 double TimeOnThreads(const Contender& contender, Scene& scene, int threads, int rounds) {

@@ -43,6 +43,11 @@ class Contest {
   std::vector<Operation> operations_;
 };
 
+/// A member, at whatever level, or memcpy: what is no peer.
+bool IsOurs(const Contender& contender);
+/// The wide member at the level that the processor takes: the first of an operation's.
+const Contender& Best(const Operation& operation);
+
 /// The members, at every level that the processor has.
 void EnterMembers(Contest& contest);
 /// All of those below.
@@ -54,10 +59,11 @@ void EnterOpenCv(Contest& contest);
 void EnterOrc(Contest& contest);
 void EnterZimg(Contest& contest);
 
-/// A median of seconds per call, one for each contender.
+/// Seconds per call of a contender.
 struct Timing {
   std::string contender;
-  double seconds;
+  double seconds;  ///< the median
+  double spread;   ///< from the first quartile to the third, as a share of the median
 };
 
 /// Times all contenders of an operation in turn, `rounds` times, on `scenes`, one after the other: all stay

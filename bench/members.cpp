@@ -61,14 +61,14 @@ void EnterEach(Contest& contest, const std::string& operation, const char* algor
   }
 }
 
+/// Two images of one class are in different byte orders when the source `isSwapped`.
 template <class In, class Out>
-void EnterCopy(Contest& contest, const std::string& operation, double bytesPerPixel) {
+void EnterCopy(Contest& contest, const std::string& operation, double bytesPerPixel, bool isSwapped = false) {
   contest.Add(operation, bytesPerPixel);
   EnterEach<kv_img::CopyAlgorithmInterface<Image<In>, Image<Out>>>(
       contest, operation, "Copy", {In::ClassID, Out::ClassID},
-      [](const auto& copy, Scene& scene, auto& barrier, auto thread) {
-        // Two images of one class differ in their layout, or there is nothing to convert.
-        copy.Apply(scene.Picture<In>(), scene.Picture<Out, 1>(std::is_same_v<In, Out>), barrier, thread);
+      [isSwapped](const auto& copy, Scene& scene, auto& barrier, auto thread) {
+        copy.Apply(scene.Picture<In>(), scene.Picture<Out, 1>(isSwapped), barrier, thread);
       });
 }
 
@@ -231,7 +231,8 @@ void EnterPolygon(Contest& contest) {
 }  // namespace
 
 void EnterMembers(Contest& contest) {
-  EnterCopy<PixelYUV422, PixelYUV422>(contest, "Copy YUV422, bytes swapped", 4);
+  EnterCopy<PixelYUV422, PixelYUV422>(contest, "Copy YUV422, bytes swapped", 4, true);
+  EnterCopy<PixelYUV422, PixelYUV422>(contest, "Copy YUV422", 4);
   EnterCopy<PixelYUV411P, PixelYUV422>(contest, "Copy YUV411P to YUV422", 4);
   EnterCopy<PixelYUV422, PixelDIB24>(contest, "Copy YUV422 to DIB24", 5);
   EnterCopy<PixelYUV422, PixelDIB16>(contest, "Copy YUV422 to DIB16", 4);

@@ -1,38 +1,13 @@
 #!/usr/bin/env python3
-"""Makes the tables and the chart of docs/performance.md from what operation_bench wrote as JSON.
+"""Makes the tables of docs/performance.md and its chart, README's too, from what operation_bench wrote as JSON.
 
-    bench/report.py FIGURES.json docs/performance.md docs/pictures/performance.svg
+    bench/report.py FIGURES.json docs/performance.md docs/pictures/peers.svg
 
 The page keeps its text; what stands between its markers is made anew.
 """
 import json
 import sys
 
-# What the fastest general-purpose libraries known reach on 1920x1080 in cache, and what this family is to reach:
-# multiples of memcpy, searches in nanoseconds per pixel difference.
-TARGETS = {
-    "Copy YUV422, bytes swapped": ("0.9-1.0", 0.95),
-    "Copy YUV411P to YUV422": ("0.9-1.0", 0.95),
-    "Copy YUV422 to DIB24": ("2.5", 2.0),
-    "Copy YUV422 to DIB16": ("8.2", 2.5),
-    "Copy YUV422 to DIB15": ("8.2", 2.5),
-    "Copy DIB32 to YUV422": ("1.8", 1.5),
-    "Copy DIB24 to YUV422": ("2.6", 2.0),
-    "Copy DIB32 to YUVA422": ("2.0", 1.6),
-    "AbsoluteDifference": ("0.95", 0.95),
-    "Average": ("0.95", 0.95),
-    "AverageFilter 3": ("1.7", 1.5),
-    "AverageFilter 4": ("19", 6.0),
-    "AverageFilter 5": ("16", 6.0),
-    "AverageFilter 9": ("20", 6.0),
-    "AverageFilter 15": ("21", 6.0),
-    "AverageFilter 31": ("25", 6.0),
-    "BlendBoost": ("0.65 in place", 0.95),
-    "ParityChange": ("0.94", 0.9),
-    "Scanning sideways": ("3.2", 2.0),
-    "FeatureFind 16x16 +-16": ("0.0063", 0.0055),
-    "FeatureFind 32x32 +-32": ("0.0089", 0.007),
-}
 WIDE = "kv_algoSSE2"
 
 
@@ -66,29 +41,48 @@ def best_wide(lines):
     return next(line for line in lines if line["contender"].startswith(WIDE))
 
 
-def target_table(report):
-    rows = ["| operation | best known | target | measured | reached | best peer in the same run |",
-            "|---|---|---|---|---|---|"]
-    for operation, (known, target) in TARGETS.items():
-        lines = lines_of(report, operation, 1920, "in cache")
-        if not lines:
-            continue
-        wide = best_wide(lines)
-        peers = sorted(filter(is_peer, lines), key=figure)
-        peer = f"{text(peers[0])} ({peers[0]['contender']})" if peers else "-"
-        reached = "yes" if figure(wide) <= target else "no"
-        rows.append(f"| {operation} | {known} | {target} | {text(wide)} | {reached} | {peer} |")
+def against_peer(report, operation, width, height, mode):
+    """Time of the best peer as a share of the best member's, and the peer's name; None where there is no peer."""
+    lines = [t for t in lines_of(report, operation, width, mode) if t["height"] == height]
+    peers = sorted(filter(is_peer, lines), key=figure)
+    return (figure(peers[0]) / figure(best_wide(lines)), peers[0]["contender"]) if peers else None
+
+
+SIZES = ((720, 96), (720, 576), (1920, 1080), (3840, 2160))
+
+
+def ratio_table(report):
+    rows = ["| operation | " + " | ".join(f"{w}x{h}" for w, h in SIZES) + " | " +
+            " | ".join(f"{w}x{h} streaming" for w, h in SIZES) + " |", "|---|" + "---|" * 8]
+    for operation in operations(report):
+        cells = [against_peer(report, operation, *size, mode) for mode in ("in cache", "streaming") for size in SIZES]
+        if any(cells):
+            rows.append(f"| {operation} | " + " | ".join(f"{c[0]:.2f} {c[1]}" if c else "" for c in cells) + " |")
     return "\n".join(rows)
 
 
-def full_table(report, width, mode):
+def cost_table(report):
+    """As many pixels in 96 rows and in 36: the difference is what 60 rows cost."""
+    rows = ["| operation | ns a row | ps a byte |", "|---|---|---|"]
+    for operation in operations(report):
+        many = [t for t in lines_of(report, operation, 720, "in cache") if t["height"] == 96]
+        few = [t for t in lines_of(report, operation, 1920, "in cache") if t["height"] == 36]
+        if not few or few[0]["bytes"] == 0:
+            continue
+        row = max(0.0, (best_wide(many)["microseconds"] - best_wide(few)["microseconds"]) * 1000 / 60)
+        byte = (best_wide(few)["microseconds"] * 1e6 - 36e3 * row) / few[0]["bytes"]
+        rows.append(f"| {operation} | {row:.1f} | {byte:.1f} |")
+    return "\n".join(rows)
+
+
+def full_table(report, width, height, mode):
     contenders = ["kv_algoC", "kv_algoMMX"]
     contenders += [f"{WIDE} {level}" for level in ("sse2", "avx2", "avx512", "avx512vbmi")]
     contenders = [c for c in contenders if any(t["contender"] == c for t in report["timings"])]
     heads = [c.replace("kv_algo", "").replace("SSE2 ", "") for c in contenders]
     rows = ["| operation | " + " | ".join(heads) + " | peers |", "|---|" + "---|" * (len(heads) + 1)]
     for operation in operations(report):
-        lines = {t["contender"]: t for t in lines_of(report, operation, width, mode)}
+        lines = {t["contender"]: t for t in lines_of(report, operation, width, mode) if t["height"] == height}
         if not lines or "microseconds" not in next(iter(lines.values())):
             continue
         cells = [text(lines[c]) if c in lines else "" for c in contenders]
@@ -107,36 +101,26 @@ def thread_table(report):
     return "\n".join(rows)
 
 
+LEFT, ONE, HEIGHT = 210, 80, 16  # pixels: where bars start, a ratio of 1, a row
+STYLE = ("text{font:11px sans-serif;fill:#666}.name{text-anchor:end}.more{fill:#2a7de1}.less{fill:#e0a43a}"
+         ".one{stroke:#888;stroke-dasharray:3 3}")
+
+
 def chart(report):
-    """A bar per contender: how many times as long as memcpy of the same bytes. Logarithmic."""
-    import math
-    names = [o for o in TARGETS if o in operations(report) and "FeatureFind" not in o]
-    bar, gap, left, scale = 9, 14, 210, 190
-    shapes, y = [], 40
-
-    def x(value):
-        return left + scale * (math.log10(max(value, 0.3)) + 0.5)
-
-    for operation in names:
-        lines = lines_of(report, operation, 1920, "in cache")
-        peers = sorted(filter(is_peer, lines), key=figure)[:1]
-        mmx = [t for t in lines if t["contender"] == "kv_algoMMX"]
-        shapes.append(f'<text class="name" x="{left - 8}" y="{y + bar + 6}">{operation}</text>')
-        for kind, line in [("wide", best_wide(lines))] + [("mmx", t) for t in mmx] + [("peer", t) for t in peers]:
-            label = text(line) + (f" {line['contender']}" if kind == "peer" else "")
-            shapes.append(f'<rect class="{kind}" x="{left}" y="{y}" width="{x(figure(line)) - left:.1f}" height="{bar}"/>'
-                          f'<text class="value" x="{x(figure(line)) + 4:.1f}" y="{y + bar - 1}">{label}</text>')
-            y += bar + 1
-        y += gap
-    one = x(1)
-    style = ("text{font:11px sans-serif;fill:#666}.name{text-anchor:end;fill:#888}.value{font-size:9px}"
-             ".wide{fill:#2a7de1}.mmx{fill:#9bbfe8}.peer{fill:#e0a43a}.one{stroke:#888;stroke-dasharray:3 3}")
-    return (f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 820 {y + 10}" role="img" '
-            f'aria-label="Time as a multiple of memcpy of the same bytes"><style>{style}</style>'
-            f'<text x="8" y="16">time as a multiple of memcpy (1920x1080, in cache, one thread): '
-            'blue kv_algoSSE2, pale blue kv_algoMMX, amber the best peer</text>'
-            f'<line class="one" x1="{one:.1f}" y1="26" x2="{one:.1f}" y2="{y}"/>'
-            f'<text x="{one - 4:.1f}" y="{y + 8}">1</text>' + "".join(shapes) + "</svg>\n")
+    """A bar per operation: how many times as fast as the best peer, to ten times."""
+    ratios = [(o, against_peer(report, o, 1920, 1080, "in cache")) for o in operations(report)]
+    shapes, y = [], 38
+    for operation, (ratio, peer) in sorted((r for r in ratios if r[1]), key=lambda r: -r[1][0]):
+        kind = "more" if ratio >= 1 else "less"
+        length = ONE * min(ratio, 10)
+        shapes.append(f'<text class="name" x="{LEFT - 8}" y="{y + 10}">{operation}</text>'
+                      f'<rect class="{kind}" x="{LEFT}" y="{y}" width="{length:.1f}" height="{HEIGHT - 5}"/>'
+                      f'<text x="{LEFT + length + 5:.1f}" y="{y + 10}">{ratio:.1f} x {peer}</text>')
+        y += HEIGHT
+    title = "Speed, the best general-purpose peer measured in the same run = 1 (1920x1080, in cache, one thread)"
+    return (f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 1180 {y + 6}" role="img" aria-label="{title}">'
+            f'<style>{STYLE}</style><text x="8" y="16">{title}</text>' + "".join(shapes) +
+            f'<line class="one" x1="{LEFT + ONE}" y1="26" x2="{LEFT + ONE}" y2="{y}"/></svg>\n')
 
 
 def replace(page, marker, content):
@@ -153,10 +137,11 @@ def main():
     with open(sys.argv[2], encoding="utf-8") as file:
         page = file.read()
     page = replace(page, "machine", f"{report['machine']}; medians of {report['rounds']} interleaved repetitions.")
-    page = replace(page, "targets", target_table(report))
-    page = replace(page, "in cache", full_table(report, 1920, "in cache"))
-    page = replace(page, "streaming", full_table(report, 1920, "streaming"))
-    page = replace(page, "small in cache", full_table(report, 720, "in cache"))
+    page = replace(page, "ratios", ratio_table(report))
+    page = replace(page, "costs", cost_table(report))
+    page = replace(page, "in cache", full_table(report, 1920, 1080, "in cache"))
+    page = replace(page, "streaming", full_table(report, 1920, 1080, "streaming"))
+    page = replace(page, "small in cache", full_table(report, 720, 576, "in cache"))
     page = replace(page, "threads", thread_table(report))
     with open(sys.argv[2], "w", encoding="utf-8") as file:
         file.write(page)

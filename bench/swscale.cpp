@@ -12,11 +12,12 @@ template <class In, class Out>
 void EnterConversion(Contest& contest, const std::string& operation, AVPixelFormat from, AVPixelFormat to,
                      int flags = SWS_POINT, int matrix = SWS_CS_DEFAULT) {
   contest.Enter(operation, "swscale",
-                [from, to, flags, matrix, context = static_cast<SwsContext*>(nullptr),
-                 width = 0](Scene& scene) mutable {
-                  if (width != scene.width) {
+                [from, to, flags, matrix, context = static_cast<SwsContext*>(nullptr), width = 0,
+                 height = 0](Scene& scene) mutable {
+                  if (width != scene.width || height != scene.height) {
                     sws_freeContext(context);
                     width = scene.width;
+                    height = scene.height;
                     context = sws_getContext(scene.width, scene.height, from, scene.width, scene.height, to,
                                              flags, nullptr, nullptr, nullptr);
                     const int* const weights = sws_getCoefficients(matrix);
