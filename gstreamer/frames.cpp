@@ -3,6 +3,18 @@
 #include <cstring>
 
 namespace kv_gst {
+namespace {
+
+/// What caps hold, which may be a number that the enumeration does not have.
+template <class Enumeration>
+int NumberIn(const Enumeration& value) {
+  int number = 0;
+  static_assert(sizeof(number) == sizeof(value));
+  std::memcpy(&number, &value, sizeof(number));
+  return number;
+}
+
+}  // namespace
 
 int FormatOf(GstVideoFormat format) {
   switch (format) {
@@ -33,20 +45,21 @@ int FormatOf(GstVideoFormat format) {
 
 bool ColoursOf(const GstVideoInfo& info, kv_frame& view, std::string& why) {
   const GstVideoColorimetry& colours = GST_VIDEO_INFO_COLORIMETRY(&info);
+  const int range = NumberIn(colours.range);
   if (!GST_VIDEO_INFO_IS_YUV(&info)) {
-    if (colours.range == GST_VIDEO_COLOR_RANGE_16_235) {
+    if (range == GST_VIDEO_COLOR_RANGE_16_235) {
       why = std::string(GST_VIDEO_INFO_NAME(&info)) +
             " has the range 16 to 235 in its colorimetry; bitmaps and grey frames have 0 to 255 here";
       return false;
     }
     view.range = KV_RANGE_FULL;
   } else {
-    view.range = colours.range == GST_VIDEO_COLOR_RANGE_0_255 ? KV_RANGE_FULL : KV_RANGE_LIMITED;
+    view.range = range == GST_VIDEO_COLOR_RANGE_0_255 ? KV_RANGE_FULL : KV_RANGE_LIMITED;
     view.chroma = (GST_VIDEO_INFO_CHROMA_SITE(&info) & GST_VIDEO_CHROMA_SITE_H_COSITED) != 0
                       ? KV_CHROMA_LEFT
                       : KV_CHROMA_CENTRE;
   }
-  switch (colours.matrix) {
+  switch (NumberIn(colours.matrix)) {
     case GST_VIDEO_COLOR_MATRIX_BT601:
       view.matrix = KV_MATRIX_BT601;
       return true;
