@@ -91,6 +91,20 @@ TEST_F(Clips, OfDifferentLengthsAreRefusedBeforeWork) {
   EXPECT_FALSE(std::filesystem::exists(temp_.Path() / "late.gray"));
 }
 
+TEST_F(Clips, TemplatesThatEndInAPipeAreRefused) {
+  const std::string frame = std::string(256, 'a') + std::string(256, 'b') + std::string(256, 'c');
+  Put("searched.gray", frame);
+  const std::string find =
+      "find - searched.gray --frame 2 --from-format gray --size 16x16 --at 8,8 --half 2x2 --range 2x2";
+  const Outcome two = kv_test::PipeThroughKv(temp_.Path(), find, frame.substr(256));
+  EXPECT_NE(two.err.find("standard input: has 2 frames, fewer than the other input (searched.gray)"),
+            std::string::npos)
+      << two.err;
+  // One serves all.
+  const Outcome one = kv_test::PipeThroughKv(temp_.Path(), find, frame.substr(512));
+  EXPECT_EQ(one.out, "found at 6,6 with a mean difference of 0\n") << one.err;
+}
+
 TEST_F(Clips, StatisticsOfEveryFrame) {
   std::string frames = GreyFrames({10, 10});
   frames[32] = 22;  // one of 32 pixels by 12
