@@ -13,7 +13,8 @@ _kv() {
   else
     case $previous in
       --member) words=$("$program" members 2>/dev/null | awk '/ usable/ { print $1 }') ;;
-      --from-format | --to-format) words="y4m uyvy yuy2 yvyu uyvya yuy2a nv16 yuv422p yuv420p nv12 v210 yuv422p10le gray bgr24 rgb24 bgra rgba bmp pgm ppm pnm png" ;;
+      --from-format) words="y4m uyvy yuy2 yvyu uyvya yuy2a nv16 yuv422p yuv420p nv12 v210 yuv422p10le gray bgr24 rgb24 bgra rgba bmp pgm ppm pnm png" ;;
+      --to-format) words="y4m uyvy yuy2 yvyu uyvya yuy2a nv16 yuv422p yuv420p nv12 v210 yuv422p10le gray bgr24 rgb24 bgra rgba bmp pgm ppm pnm png mkv mov mp4 mxf avi jpg tiff" ;;
       --layout) words='uyvy yuy2' ;;
       --fields) words='top bottom progressive' ;;
       --dither) words='none ordered' ;;

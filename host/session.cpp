@@ -77,9 +77,16 @@ std::string Session::Report() const {
   return (lines ? report.Line() : report.Text()) + "\n";
 }
 
-void Session::NoteSound() {
-  if (!av.couldHoldSound) return;
+void Session::NoteLosses() {
   for (AvNote& note : av.notes) {
+    if (const int turned = std::exchange(note.rotation, 0)) {
+      av.warnings.push_back(note.file + ": players turn it by " + std::to_string(turned) +
+                            " degrees; it is not turned");
+    }
+    if (!av.couldHoldSound) continue;
+    if (std::exchange(note.hasVariableRate, false)) {
+      av.warnings.push_back(note.file + ": its frames come at a variable rate, written ones at the mean");
+    }
     if (std::exchange(note.hasSound, false)) av.warnings.push_back(note.file + ": its sound is left out");
   }
 }

@@ -49,8 +49,8 @@ class Session {
 
   /// Operations, files, result and failure as one JSON document.
   std::string Report() const;
-  /// Where a written file could hold sound: notes which files' sound was left out.
-  void NoteSound();
+  /// Notes what of the files that were read is not in those that were written.
+  void NoteLosses();
   /// Makes the report of a success beforehand, so that it cannot fail for want of memory once files have
   /// their names.
   void PrepareReport();

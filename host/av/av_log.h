@@ -16,6 +16,8 @@ struct AvNote {
   std::string pixels;  ///< Of the decoder.
   std::string path;    ///< "direct", "rule" or "swscale"
   bool hasSound = false;
+  bool hasVariableRate = false;  ///< And no other was given.
+  int rotation = 0;              ///< Degrees clockwise that players turn it.
 };
 
 /// What reading and writing through the module came to.

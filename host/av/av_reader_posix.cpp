@@ -40,7 +40,8 @@ std::vector<std::string> ArgumentsFor(const ByteSource& source, const AvOptions&
           options.skipDamaged ? "1" : "0",
           std::to_string(first),
           std::to_string(options.maxMemory > 0 ? options.maxMemory : QuarterOfTheMachine()),
-          source.Remaining() ? "1" : "0"};
+          source.Remaining() ? "1" : "0",
+          options.dither == Dither::Ordered ? "1" : "0"};
 }
 
 template <class Struct>
@@ -142,14 +143,25 @@ Value Among(const Value (&values)[count], int index) {
 class AvReader final : public FrameReader {
  public:
   AvReader(ByteSource& source, const AvOptions& options, std::int64_t first)
-      : source_(source), child_(source, options, first), log_(options.log), first_(first) {
+      : source_(source),
+        child_(source, options, first),
+        log_(options.log),
+        rate_(options.rate),
+        first_(first) {
     if (log_ == nullptr) return;
     const KvAvInfo& info = child_.Info();
     const std::span streams(info.streams,
                             static_cast<std::size_t>(std::min<int>(info.streamCount, KvAvMostStreams)));
     const bool hasSound = std::ranges::any_of(
         streams, [](const KvAvStream& stream) { return std::strcmp(stream.kind, "audio") == 0; });
-    log_->notes.push_back({source.Name(), info.container, info.codec, info.pixels, "none", hasSound});
+    log_->notes.push_back({.file = source.Name(),
+                           .container = info.container,
+                           .codec = info.codec,
+                           .pixels = info.pixels,
+                           .path = "none",
+                           .hasSound = hasSound,
+                           .hasVariableRate = info.isVariable != 0 && rate_ == Ratio{},
+                           .rotation = info.rotation});
     note_ = log_->notes.size() - 1;
   }
 
@@ -188,7 +200,7 @@ class AvReader final : public FrameReader {
     raster.interlace = Among(
         {Interlace::Unknown, Interlace::Progressive, Interlace::TopFieldFirst, Interlace::BottomFieldFirst},
         frame.interlace);
-    raster.frameRate = {frame.rate[0], frame.rate[1]};
+    raster.frameRate = rate_ != Ratio{} ? rate_ : Ratio{frame.rate[0], frame.rate[1]};
     raster.pixelAspect = {frame.aspect[0], frame.aspect[1]};
     const bool isYuv = isPacked || kind == RasterKind::Yuv422Planar;
     if (isYuv) {
@@ -207,6 +219,7 @@ class AvReader final : public FrameReader {
   ByteSource& source_;
   Conversation child_;
   AvLog* log_;
+  Ratio rate_;
   std::int64_t first_;
   std::int64_t frames_ = 0;
   std::int64_t given_ = 0;

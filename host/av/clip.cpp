@@ -25,7 +25,8 @@ Clip::Clip(const KvAvInput& input, const KvAvOptions& options)
     : options_(options),
       container_(input, options.stream),
       packet_(av_packet_alloc()),
-      frame_(av_frame_alloc()) {
+      frame_(av_frame_alloc()),
+      samples_(options.dither != 0 ? kv_host::Dither::Ordered : kv_host::Dither::None) {
   if (packet_ == nullptr || frame_ == nullptr) throw Problem{KvAvDamaged, "out of memory"};
   OpenDecoder();
 }
@@ -87,7 +88,7 @@ void Clip::Info(KvAvInfo& info) const {
   const AVRational least = container_.Stream().r_frame_rate;
   Set(average.num > 0 ? average : least, info.rate);
   Set(av_guess_sample_aspect_ratio(&container_.Format(), &container_.Stream(), nullptr), info.aspect);
-  info.isVariable = average.num > 0 && least.num > 0 && av_cmp_q(average, least) < 0 &&
+  info.isVariable = average.num > 0 && least.num > 0 && av_q2d(average) < 0.99 * av_q2d(least) &&
                             info.interlace != KvAvTopFirst && info.interlace != KvAvBottomFirst
                         ? 1
                         : 0;

@@ -32,6 +32,7 @@ struct KvAvInput {
 struct KvAvOptions {
   int32_t stream;   ///< Among the streams of the container, from 0; below 0 for the library's choice.
   int32_t threads;  ///< Of the decoder.
+  int32_t dither;   ///< Samples of more than 8 bits are dithered, not rounded.
   int32_t skip;     ///< Damaged frames are left out, not reported.
   int64_t first;    ///< The first frame that is wanted.
   int64_t mostPixels;

@@ -76,10 +76,10 @@ void Samples::Component(const AVFrame& frame, const AVPixFmtDescriptor& format, 
   out.height = isChroma ? Halved(frame.height, format.log2_chroma_h) : frame.height;
   const auto width = static_cast<std::size_t>(out.width);
   out.bytes.resize(width * static_cast<std::size_t>(out.height));
+  const kv_host::Dither dither = dither_;
   const bool isBig = (format.flags & AV_PIX_FMT_FLAG_BE) != 0;
-  const unsigned mask = (1U << static_cast<unsigned>(from.depth)) - 1U;
-  const unsigned shift = static_cast<unsigned>(from.depth) - 8U;
-  const unsigned half = shift == 0 ? 0 : 1U << (shift - 1U);
+  const auto bits = static_cast<unsigned>(from.depth);
+  const unsigned mask = (1U << bits) - 1U;
   for (int y = 0; y < out.height; ++y) {
     const std::uint8_t* in =
         frame.data[from.plane] + y * static_cast<std::ptrdiff_t>(frame.linesize[from.plane]) + from.offset;
@@ -92,7 +92,7 @@ void Samples::Component(const AVFrame& frame, const AVPixFmtDescriptor& format, 
       for (std::size_t x = 0; x < width; ++x, in += from.step) {
         const unsigned word = isBig ? in[0] << 8U | in[1] : in[1] << 8U | in[0];
         const unsigned sample = (word >> static_cast<unsigned>(from.shift)) & mask;
-        to[x] = static_cast<std::uint8_t>(std::min(255U, (sample + half) >> shift));
+        to[x] = kv_host::Narrow(sample, bits, x, y, dither);
       }
     }
   }
@@ -212,44 +212,6 @@ void Samples::TakePalette(const AVFrame& frame, KvAvFrame& out) {
   }
   out.kind = KvAvBgra;
   Give(out, 0, packed_, 4 * frame.width);
-}
-
-bool Samples::TakeByLibrary(const AVFrame& frame, const AVPixFmtDescriptor& format, KvAvFrame& out) {
-  const bool isRgb = (format.flags & (AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_BAYER)) != 0;
-  const bool hasAlpha = isRgb && (format.flags & AV_PIX_FMT_FLAG_ALPHA) != 0;
-  const bool isGrey = !isRgb && format.nb_components < 3;
-  const AVPixelFormat to = hasAlpha ? AV_PIX_FMT_BGRA
-                           : isRgb  ? AV_PIX_FMT_BGR24
-                           : isGrey ? AV_PIX_FMT_GRAY8
-                                    : AV_PIX_FMT_YUV422P;
-  const auto from = static_cast<AVPixelFormat>(frame.format);
-  if (sws_isSupportedInput(from) == 0) return false;
-  constexpr int flags = SWS_BILINEAR | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INP;
-  scaler_.reset(sws_getCachedContext(scaler_.release(), frame.width, frame.height, from, frame.width,
-                                     frame.height, to, flags, nullptr, nullptr, nullptr));
-  if (scaler_ == nullptr) return false;
-  const int pairs = (frame.width + 1) / 2;
-  const int rowBytes = hasAlpha ? 4 * frame.width : isRgb ? 3 * frame.width : frame.width;
-  out.kind = hasAlpha ? KvAvBgra : isRgb ? KvAvBgr : isGrey ? KvAvGrey : KvAvPlanar;
-  // The scaler writes whole vectors.
-  constexpr int slack = 64;
-  std::array<std::vector<std::uint8_t>*, 3> planes = {&packed_, &chroma_[0].bytes, &chroma_[1].bytes};
-  std::array<std::uint8_t*, 4> data = {};
-  std::array<int, 4> strides = {};
-  const int count = out.kind == KvAvPlanar ? 3 : 1;
-  for (int i = 0; i < count; ++i) {
-    const auto at = static_cast<std::size_t>(i);
-    const int bytes = i == 0 ? rowBytes : pairs;
-    strides[at] = (bytes + 2 * slack - 1) / slack * slack;
-    planes[at]->resize(static_cast<std::size_t>(strides[at]) * static_cast<std::size_t>(frame.height) +
-                       slack);
-    data[at] = planes[at]->data();
-    Give(out, i, *planes[at], bytes);
-    out.stride[i] = strides[at];
-  }
-  out.path = KvAvByLibrary;
-  return sws_scale(scaler_.get(), frame.data, frame.linesize, 0, frame.height, data.data(), strides.data()) ==
-         frame.height;
 }
 
 bool Samples::Take(const AVFrame& frame, AVChromaLocation position, KvAvFrame& out, char* problem) {

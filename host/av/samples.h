@@ -7,6 +7,7 @@
 
 #include "host/av/door.h"
 #include "host/av/library.h"
+#include "host/formats/narrow.h"
 
 namespace kv_av {
 
@@ -14,6 +15,8 @@ namespace kv_av {
 /// grey of 8 to 16 bits by rules of our own (docs/files.md); the rest by libswscale. The scratch is kept.
 class Samples {
  public:
+  explicit Samples(kv_host::Dither dither = kv_host::Dither::None) : dither_(dither) {}
+
   /// Fills kind, size, planes and path. False, and `problem`, for pixels that nobody converts.
   bool Take(const AVFrame& frame, AVChromaLocation position, KvAvFrame& out, char* problem);
 
@@ -33,6 +36,7 @@ class Samples {
   void Component(const AVFrame& frame, const AVPixFmtDescriptor& format, int component, Picture& out) const;
   void Give(KvAvFrame& out, int plane, const std::vector<std::uint8_t>& bytes, int rowBytes) const;
 
+  kv_host::Dither dither_;
   std::array<Picture, 4> components_;
   std::array<Picture, 2> chroma_;
   std::vector<std::uint8_t> packed_;

@@ -168,7 +168,7 @@ int Decode(const KvAvDoor& door, const KvAvInput& input, const KvAvOptions& opti
 }  // namespace
 
 int RunAvWorker(int argc, char** argv) {
-  constexpr int wanted = 9;
+  constexpr int wanted = 10;
   if (argc < 2 || std::strcmp(argv[1], AvWorkerArgument) != 0) return -1;
   if (argc != wanted) return EXIT_FAILURE;
   std::string problem;
@@ -189,6 +189,7 @@ int RunAvWorker(int argc, char** argv) {
                         .position = source.isFile ? &source.position : nullptr};
   const KvAvOptions options{.stream = static_cast<std::int32_t>(number(3)),
                             .threads = static_cast<std::int32_t>(number(4)),
+                            .dither = static_cast<std::int32_t>(number(9)),
                             .skip = static_cast<std::int32_t>(number(5)),
                             .first = number(6),
                             .mostPixels = MostPixels,

@@ -77,7 +77,7 @@ void OwnedEngine::Finish(PictureWriter& writer) const {
   // What may fail for want of memory comes before the files take their names: a failure leaves none.
   writer.NameFiles();
   Session& session = *options_.session;
-  session.NoteSound();
+  session.NoteLosses();
   const std::size_t before = session.files.size();
   session.files.insert(session.files.end(), writer.Names().begin(), writer.Names().end());
   session.PrepareReport();
@@ -122,7 +122,7 @@ void InputOptions::AddTo(CLI::App& command, Session& of, const std::string& opti
   command
       .add_option_function<std::string>(
           "--dither", [this, dithers](const std::string& given) { dither = dithers.at(given); },
-          "how 10 bits become 8: none, the nearest, or ordered (default: none)")
+          "how 9 to 16 bits become 8: none, the nearest, or ordered (default: none)")
       ->check(CLI::IsMember(dithers))
       ->type_name("NAME");
   AddAvTo(command);
@@ -132,6 +132,10 @@ void InputOptions::AddAvTo(CLI::App& command) {
   command.add_option("--stream", av.stream, "stream of a container, from 0 (default: its main video)")
       ->check(CLI::NonNegativeNumber)
       ->type_name("N");
+  command
+      .add_option("--rate", rate,
+                  "frames a second of a container, such as 25 or 30000:1001 (default: its own)")
+      ->type_name("RATE");
   command
       .add_option_function<std::string>(
           "--on-error", [this](const std::string& given) { av.skipDamaged = given == "skip"; },
@@ -184,7 +188,9 @@ void OutputOptions::AddFormatsTo(CLI::App& command, Session& of) {
   session = &of;
   command.add_flag("--overwrite", overwrite,
                    "replace numbered files that exist (a single file is replaced anyway)");
-  command.add_option("--to-format", format, "format of the output (default: by its extension)")
+  command
+      .add_option("--to-format", format,
+                  "format of the output: " + WritableFormatNames() + " (default: by its extension)")
       ->type_name("FORMAT");
   command
       .add_option(
@@ -198,7 +204,13 @@ PictureWriter OutputOptions::Open(const ClipPart& clip) const {
   WriteOptions options{
       .clip = clip, .overwrite = overwrite, .codec = codec, .threads = session->threads, .log = &session->av};
   if (!format.empty()) options.format = ParseFormat(format, "--to-format");
-  return PictureWriter(name, options);
+  PictureWriter writer(name, options);
+  const auto variable = std::ranges::find(session->av.notes, true, &AvNote::hasVariableRate);
+  if (writer.Format() == FileFormat::Y4m && variable != session->av.notes.end()) {
+    throw UsageError("frames of " + variable->file +
+                     " come at a variable rate, which a Y4M file does not hold; give one, as in --rate 25");
+  }
+  return writer;
 }
 
 ReadOptions InputOptions::Get() const {
@@ -206,6 +218,8 @@ ReadOptions InputOptions::Get() const {
   options.av = av;
   options.av.threads = session->threads;
   options.av.log = &session->av;
+  options.av.dither = dither;
+  if (!rate.empty()) options.av.rate = ParseRate(rate);
   if (!frames.empty()) options.frames = ParseFrameRange(frames, "--frames");
   if (!size.empty()) {
     const Size parsed = ParseSize(size, sizeOption);
@@ -216,6 +230,18 @@ ReadOptions InputOptions::Get() const {
   options.fields = fields.value_or(Interlace::Unknown);
   options.dither = dither;
   return options;
+}
+
+Ratio ParseRate(const std::string& text) {
+  Ratio rate{.numerator = 0, .denominator = 1};
+  const char* end = text.data() + text.size();
+  auto parsed = std::from_chars(text.data(), end, rate.numerator);
+  if (parsed.ec == std::errc{} && parsed.ptr != end && *parsed.ptr == ':')
+    parsed = std::from_chars(parsed.ptr + 1, end, rate.denominator);
+  if (parsed.ec == std::errc{} && parsed.ptr == end && rate.numerator > 0 && rate.denominator > 0)
+    return rate;
+  throw UsageError("--rate: " + Quoted(text) +
+                   " is no rate; write frames a second, such as 25 or 30000:1001");
 }
 
 Size ParseSize(const std::string& text, const std::string& option) {

@@ -66,6 +66,7 @@ struct InputOptions {
   std::string sizeOption = "--size";
   std::string format;
   std::string frames;
+  std::string rate;
   std::optional<Interlace> fields;
   Dither dither = Dither::None;
   AvOptions av;
@@ -104,6 +105,9 @@ struct OutputOptions {
   PictureWriter Open(const ClipPart& clip) const;
   PictureWriter Open(const PictureReader& frames) const { return Open({frames.Range(), frames.Length()}); }
 };
+
+/// A rate out of "25" or "30000:1001". Throws UsageError.
+Ratio ParseRate(const std::string& text);
 
 /// A range out of "100:25". Throws UsageError naming the option.
 FrameRange ParseFrameRange(const std::string& text, const std::string& option);

@@ -99,7 +99,9 @@ void AddCopyRoiCommand(CLI::App& app, Session& session) {
       ->add_option("--to", options->to, "where its left top corner goes in DST (default: where it is in SRC)")
       ->type_name("X,Y");
   options->input.AddTo(*command, session);
-  command->add_option("--to-format", options->format, "format of the output (default: by its extension)")
+  command
+      ->add_option("--to-format", options->format,
+                   "format of the output: " + WritableFormatNames() + " (default: by its extension)")
       ->type_name("FORMAT");
   options->engine.AddTo(*command, session);
   command->footer("Example: kv copy-roi face.png frame.png --from 100,80,64,64 --to 16,16 --output both.png");

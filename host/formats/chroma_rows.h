@@ -39,6 +39,25 @@ constexpr ChromaRow ChromaRowAt(int y, int stored, ChromaRows position, bool isI
   return {.nearer = at(row / 2), .further = at(row / 2 + 2 * parity - 1), .weight = weight};
 }
 
+/// The two rows of a picture whose weighted mean is a stored row, the last one repeated: their mean, and in fields 3:1 in
+/// the top one and 1:3 in the bottom one, where the stored rows are nearer to the upper and to the lower of two.
+struct LumaRows {
+  int above;
+  int below;
+  unsigned weight;  ///< Eighths that the one above has.
+};
+
+constexpr LumaRows LumaRowsOf(int y, int stored, int rows, bool isInterlaced) {
+  const bool hasFields = isInterlaced && stored > 1;
+  const int field = hasFields ? y % 2 : 0;
+  const int step = hasFields ? 2 : 1;
+  const int count = (rows - field + step - 1) / step;
+  const auto at = [&](int i) { return field + step * std::min(i, count - 1); };
+  const int row = (y - field) / step * 2;
+  return {.above = at(row), .below = at(row + 1), .weight = !hasFields ? 4U : field == 0 ? 6U : 2U};
+}
+
+/// Halves up.
 constexpr std::uint8_t ChromaSample(std::uint8_t nearer, std::uint8_t further, unsigned weight) {
   return static_cast<std::uint8_t>((weight * nearer + (8 - weight) * further + 4) >> 3U);
 }

@@ -1,8 +1,8 @@
 #include "host/formats/sample_planes.h"
 
 #include <algorithm>
-#include <array>
 
+#include "host/formats/chroma_rows.h"
 #include "host/formats/planes_io.h"
 
 namespace kv_host {
@@ -12,60 +12,23 @@ bool IsInterlaced(const Raster& frame) {
   return frame.interlace == Interlace::TopFieldFirst || frame.interlace == Interlace::BottomFieldFirst;
 }
 
-/// The rows of one field of a plane, or of all of it.
-struct Rows {
-  int first;
-  int step;
-  int count;
-
-  /// Row `i`, or the outermost one beyond it.
-  int At(int i) const { return first + step * std::clamp(i, 0, count - 1); }
-};
-
-/// What is filtered on its own: the frame, or one of its two fields.
-struct Field {
-  Rows chroma;                     ///< Of the plane with half of the rows.
-  Rows rows;                       ///< Of the frame.
-  std::array<unsigned, 2> nearer;  ///< Eighths that the nearer chroma row has in even and odd rows.
-  unsigned upper;                  ///< Quarters that the upper of two rows has in their chroma row.
-};
-
-/// A frame with a single row of chroma has no fields of it.
-std::vector<Field> FieldsOf(const Raster& frame, int chromaRows) {
-  const int rows = frame.height;
-  if (!IsInterlaced(frame) || chromaRows < 2) {
-    return {{.chroma = {0, 1, chromaRows}, .rows = {0, 1, rows}, .nearer = {6, 6}, .upper = 2}};
-  }
-  return {
-      {.chroma = {0, 2, (chromaRows + 1) / 2}, .rows = {0, 2, (rows + 1) / 2}, .nearer = {7, 5}, .upper = 3},
-      {.chroma = {1, 2, chromaRows / 2}, .rows = {1, 2, rows / 2}, .nearer = {5, 7}, .upper = 1}};
-}
-
 void RowsFrom420(const Plane& stored, const Raster& frame, Plane& plane) {
-  for (const Field& field : FieldsOf(frame, stored.rows)) {
-    for (int i = 0; i < field.rows.count; ++i) {
-      const int parity = i % 2;
-      const unsigned weight = field.nearer[static_cast<std::size_t>(parity)];
-      const std::uint8_t* nearer = stored.Row(field.chroma.At(i / 2)).data();
-      const std::uint8_t* further = stored.Row(field.chroma.At(i / 2 + 2 * parity - 1)).data();
-      std::uint8_t* out = plane.Row(field.rows.At(i)).data();
-      for (std::size_t x = 0; x < plane.stride; ++x) {
-        out[x] = static_cast<std::uint8_t>((weight * nearer[x] + (8 - weight) * further[x] + 4) >> 3U);
-      }
-    }
+  for (int y = 0; y < plane.rows; ++y) {
+    const ChromaRow row = ChromaRowAt(y, stored.rows, ChromaRows::Between, IsInterlaced(frame));
+    const std::uint8_t* nearer = stored.Row(row.nearer).data();
+    const std::uint8_t* further = stored.Row(row.further).data();
+    std::uint8_t* out = plane.Row(y).data();
+    for (std::size_t x = 0; x < plane.stride; ++x) out[x] = ChromaSample(nearer[x], further[x], row.weight);
   }
 }
 
 void RowsTo420(const Plane& plane, const Raster& frame, Plane& stored) {
-  for (const Field& field : FieldsOf(frame, stored.rows)) {
-    for (int i = 0; i < field.chroma.count; ++i) {
-      const std::uint8_t* above = plane.Row(field.rows.At(2 * i)).data();
-      const std::uint8_t* below = plane.Row(field.rows.At(2 * i + 1)).data();
-      std::uint8_t* out = stored.Row(field.chroma.At(i)).data();
-      for (std::size_t x = 0; x < plane.stride; ++x) {
-        out[x] = static_cast<std::uint8_t>((field.upper * above[x] + (4 - field.upper) * below[x] + 2) >> 2U);
-      }
-    }
+  for (int y = 0; y < stored.rows; ++y) {
+    const LumaRows rows = LumaRowsOf(y, stored.rows, plane.rows, IsInterlaced(frame));
+    const std::uint8_t* above = plane.Row(rows.above).data();
+    const std::uint8_t* below = plane.Row(rows.below).data();
+    std::uint8_t* out = stored.Row(y).data();
+    for (std::size_t x = 0; x < plane.stride; ++x) out[x] = ChromaSample(above[x], below[x], rows.weight);
   }
 }
 
@@ -89,7 +52,7 @@ void NarrowRows(std::vector<std::uint8_t>& bytes, const std::vector<Plane>& plan
     for (int y = 0; y < plane.rows; ++y) {
       for (std::size_t x = 0; x < plane.stride; ++x, ++at) {
         const unsigned sample = bytes[2 * at] | static_cast<unsigned>(bytes[2 * at + 1]) << 8U;
-        bytes[at] = Narrow(sample, x, y, dither);
+        bytes[at] = Narrow(sample, 10, x, y, dither);
       }
     }
   }
@@ -100,13 +63,6 @@ std::size_t SizeOf(const Plane& plane) {
 }
 
 }  // namespace
-
-std::uint8_t Narrow(unsigned sample, std::size_t x, int y, Dither dither) {
-  constexpr std::array<unsigned, 4> thresholds = {0, 2, 3, 1};
-  const unsigned offset =
-      dither == Dither::None ? 2 : thresholds[2U * (static_cast<unsigned>(y) & 1U) + (x & 1U)];
-  return static_cast<std::uint8_t>(std::min(255U, (sample + offset) >> 2U));
-}
 
 std::vector<Plane> SamplePlanes::StoredPlanes(int width, int height) const {
   const auto columns = static_cast<std::size_t>(width);

@@ -6,6 +6,7 @@
 
 #include "host/formats/byte_sink.h"
 #include "host/formats/byte_source.h"
+#include "host/formats/narrow.h"
 #include "host/formats/raster.h"
 
 namespace kv_host {
@@ -16,12 +17,6 @@ enum class ChromaPlanes {
   Half,  ///< 4:2:0: one for two pixels and two rows.
   Pair,  ///< 4:2:2: one for two pixels.
   Full,  ///< 4:4:4: one for each pixel.
-};
-
-/// How samples of 10 bits become 8.
-enum class Dither {
-  None,     ///< min(255, (v + 2) >> 2)
-  Ordered,  ///< min(255, (v + d) >> 2), d being 0 2 in even rows and 3 1 in odd ones.
 };
 
 /// How a file stores a frame of luma and chroma planes.
@@ -36,12 +31,7 @@ struct PlaneStorage {
 /// Reads and writes frames of stored planes, as Yuv422Planar, or Grey8 where there is no chroma. The scratch is kept
 /// from frame to frame.
 ///
-/// 4:2:0 is 4:2:2 with the rows of chroma weighted by their distance, halves up, the outermost row repeated:
-///   progressive   3:1 of the nearer row and the further one
-///   interlaced    in each field alone: 7:1 and 5:3 in the top one's even and odd rows, 5:3 and 7:1 in the bottom
-///                 one's
-/// Written, a chroma row is the mean of its two rows, halves up; in interlaced frames the top field's has weights
-/// 3:1, the bottom field's 1:3. 4:4:4 is read with weights 1:2:1 about each even pixel, halves up, the outermost column
+/// The rows of 4:2:0 are those of chroma_rows.h, with chroma between two rows. 4:4:4 is read with weights 1:2:1 about each even pixel, halves up, the outermost column
 /// repeated. 10 bits are written as 8 bits shifted up by two.
 class SamplePlanes {
  public:
@@ -70,8 +60,5 @@ class SamplePlanes {
   Dither dither_;
   std::vector<std::uint8_t> bytes_;  // as the file has them
 };
-
-/// Samples of 10 bits as 8, those of row `y` from column `x` on.
-std::uint8_t Narrow(unsigned sample, std::size_t x, int y, Dither dither);
 
 }  // namespace kv_host

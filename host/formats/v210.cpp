@@ -37,7 +37,7 @@ void ReadV210(ByteSource& source, Raster& frame, Dither dither, std::string_view
       const std::uint8_t* word = row + index / 3 * 4;
       const unsigned bits = word[0] | static_cast<unsigned>(word[1]) << 8U |
                             static_cast<unsigned>(word[2]) << 16U | static_cast<unsigned>(word[3]) << 24U;
-      frame.planes[plane].Row(y)[x] = Narrow(bits >> 10U * (index % 3) & 0x3FFU, x, y, dither);
+      frame.planes[plane].Row(y)[x] = Narrow(bits >> 10U * (index % 3) & 0x3FFU, 10, x, y, dither);
     });
   }
 }

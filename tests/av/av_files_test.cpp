@@ -181,6 +181,51 @@ TEST_F(AvFiles, TheReportSaysHowSamplesCameIn) {
   EXPECT_EQ(Report("convert c.ppm d.ppm")["inputs"].size(), 0U);
 }
 
+TEST_F(AvFiles, DitherIsThatOfRawFiles) {
+  ASSERT_NO_FATAL_FAILURE(Make("ten.mkv", "-c:v ffv1 -pix_fmt yuv422p10le", 2));
+  ASSERT_EQ(
+      RunShell(temp_.Path(), "ffmpeg -v error -i ten.mkv -f rawvideo ten.yuv422p10le </dev/null").status, 0);
+  for (const char* dither : {"none", "ordered"}) {
+    const std::string option = std::string(" --dither ") + dither;
+    ASSERT_EQ(RunKv(temp_.Path(), "convert ten.mkv --overwrite a.yuv422p" + option).status, 0);
+    ASSERT_EQ(
+        RunKv(temp_.Path(), "convert ten.yuv422p10le --overwrite b.yuv422p --size 352x288" + option).status,
+        0);
+    EXPECT_TRUE(ReadFile(temp_.Path() / "a.yuv422p") == ReadFile(temp_.Path() / "b.yuv422p")) << dither;
+  }
+}
+
+TEST_F(AvFiles, AVariableRateIsSaidAndNamed) {
+  ASSERT_NO_FATAL_FAILURE(
+      Make("variable.mp4",
+           "-vf \"select='not(eq(mod(n,5),3))'\" -fps_mode passthrough -c:v libx264 -pix_fmt yuv420p", 40));
+  EXPECT_EQ(Report("info variable.mp4")["result"]["variable"], true);
+  const Outcome refused = RunKv(temp_.Path(), "convert variable.mp4 out.y4m");
+  EXPECT_EQ(refused.status, 2);
+  EXPECT_NE(refused.err.find("variable.mp4 come at a variable rate"), std::string::npos) << refused.err;
+  ASSERT_EQ(RunKv(temp_.Path(), "convert variable.mp4 out.y4m --rate 30000:1001").status, 0);
+  EXPECT_TRUE(ReadFile(temp_.Path() / "out.y4m").starts_with("YUV4MPEG2 W352 H288 F30000:1001 "));
+  EXPECT_EQ(Report("convert variable.mp4 mean.mov --codec ffv1")["warnings"].size(), 1U);
+  ASSERT_NO_FATAL_FAILURE(Make("steady.mkv", "-c:v ffv1 -pix_fmt yuv422p -r 30000/1001", 40));
+  EXPECT_EQ(Report("info steady.mkv")["result"]["variable"], false);
+  for (const char* wrong : {"0", "25:0", "x", "25:", "-1"})
+    EXPECT_EQ(RunKv(temp_.Path(), std::string("convert steady.mkv a.y4m --rate=") + wrong).status, 2)
+        << wrong;
+}
+
+TEST_F(AvFiles, RotationIsSaid) {
+  ASSERT_NO_FATAL_FAILURE(Make("straight.mp4", "-c:v libx264 -pix_fmt yuv420p", 2));
+  ASSERT_EQ(RunShell(temp_.Path(),
+                     "ffmpeg -v error -i straight.mp4 -c copy -metadata:s:v rotate=90 turned.mp4 </dev/null")
+                .status,
+            0);
+  // That many degrees against the clock.
+  EXPECT_EQ(Report("info turned.mp4")["result"]["rotation"], 270);
+  EXPECT_EQ(RunKv(temp_.Path(), "convert turned.mp4 out.png --frames 0:1").err,
+            "kv: turned.mp4: players turn it by 270 degrees; it is not turned\n");
+  EXPECT_EQ(Report("info straight.mp4")["result"]["rotation"], 0);
+}
+
 TEST_F(AvFiles, AStreamIsChosenByItsNumber) {
   ASSERT_EQ(RunShell(temp_.Path(),
                      "ffmpeg -v error -f lavfi -i testsrc2=size=64x48:rate=5 -f lavfi -i "

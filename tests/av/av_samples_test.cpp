@@ -61,6 +61,35 @@ TEST(AvSamples, TenBitsAreRoundedAndClamped) {
   }
 }
 
+TEST(AvSamples, OrderedDitherAddsQuartersOfAStep) {
+  struct Depth {
+    AVPixelFormat pixels;
+    int step;
+  };
+  for (const Depth& depth : {Depth{AV_PIX_FMT_GRAY9LE, 2}, Depth{AV_PIX_FMT_GRAY10LE, 4},
+                             Depth{AV_PIX_FMT_GRAY12LE, 16}, Depth{AV_PIX_FMT_GRAY16LE, 256}}) {
+    const Frame frame = MakeFrame(depth.pixels, 6, 4);
+    for (int value : {0, 1, 100 * depth.step + 1, 100 * depth.step + depth.step / 2, 255 * depth.step,
+                      256 * depth.step - 1}) {
+      for (int i = 0; i < 24; ++i) {
+        std::uint8_t* to = frame->data[0] + i / 6 * frame->linesize[0] + 2 * (i % 6);
+        to[0] = static_cast<std::uint8_t>(value);
+        to[1] = static_cast<std::uint8_t>(value >> 8);
+      }
+      kv_av::Samples samples(kv_host::Dither::Ordered);
+      KvAvFrame out{};
+      char problem[KvAvProblemSize] = "";
+      ASSERT_TRUE(samples.Take(*frame, AVCHROMA_LOC_UNSPECIFIED, out, problem)) << problem;
+      for (int i = 0; i < 24; ++i) {
+        const int quarters = i / 6 % 2 == 0 ? (i % 2 == 0 ? 0 : 2) : (i % 2 == 0 ? 3 : 1);
+        EXPECT_EQ(out.data[0][i / 6 * out.stride[0] + i % 6],
+                  std::min(255, (value + quarters * depth.step / 4) / depth.step))
+            << depth.step << " " << value << " " << i;
+      }
+    }
+  }
+}
+
 TEST(AvSamples, RowsOf420FollowTheirDistance) {
   const Frame frame = MakeFrame(AV_PIX_FMT_YUV420P, 2, 8);
   const std::uint8_t rows[] = {0, 80, 160, 40};

@@ -218,22 +218,22 @@ TEST(RawFrames, FourTwoZeroOfFieldsIsWrittenFromEachField) {
 }
 
 TEST(RawFrames, TenBitsAreRoundedOrDithered) {
-  EXPECT_EQ(Narrow(0, 0, 0, Dither::None), 0);
-  EXPECT_EQ(Narrow(1, 0, 0, Dither::None), 0);
-  EXPECT_EQ(Narrow(2, 0, 0, Dither::None), 1);
-  EXPECT_EQ(Narrow(1021, 0, 0, Dither::None), 255);
-  EXPECT_EQ(Narrow(1023, 0, 0, Dither::None), 255);
+  EXPECT_EQ(Narrow(0, 10, 0, 0, Dither::None), 0);
+  EXPECT_EQ(Narrow(1, 10, 0, 0, Dither::None), 0);
+  EXPECT_EQ(Narrow(2, 10, 0, 0, Dither::None), 1);
+  EXPECT_EQ(Narrow(1021, 10, 0, 0, Dither::None), 255);
+  EXPECT_EQ(Narrow(1023, 10, 0, 0, Dither::None), 255);
   for (unsigned sample = 0; sample < 1020; ++sample) {
     // Four neighbours have the sample's four quarters between them.
     unsigned sum = 0;
     for (std::size_t x = 0; x < 2; ++x) {
-      for (int y = 0; y < 2; ++y) sum += Narrow(sample, x + 6, y + 4, Dither::Ordered);
+      for (int y = 0; y < 2; ++y) sum += Narrow(sample, 10, x + 6, y + 4, Dither::Ordered);
     }
     EXPECT_EQ(sum, sample);
   }
-  EXPECT_EQ(Narrow(1, 1, 1, Dither::Ordered), 0);
-  EXPECT_EQ(Narrow(1, 0, 1, Dither::Ordered), 1);
-  EXPECT_EQ(Narrow(1023, 0, 1, Dither::Ordered), 255);
+  EXPECT_EQ(Narrow(1, 10, 1, 1, Dither::Ordered), 0);
+  EXPECT_EQ(Narrow(1, 10, 0, 1, Dither::Ordered), 1);
+  EXPECT_EQ(Narrow(1023, 10, 0, 1, Dither::Ordered), 255);
 }
 
 TEST(RawFrames, FieldsHaveAnEvenNumberOfRows) {
