@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <memory>
 
 #include "tests/gstreamer/element_harness.h"
 
@@ -101,15 +102,53 @@ TEST(TrackElement, AWholePixelMatchHasTheScoreOfTheCall) {
   kv_match_init(&match);
   ASSERT_EQ(kv_find(context.get(), first.Get(), second.Get(), &options, &match, nullptr), KV_OK);
   ElementHarness element("kvtrack");
-  g_object_set(element.Element(), "half", 5, "range", 9, nullptr);
+  g_object_set(element.Element(), "half", 5, "range", 9, "levels", 0, nullptr);
   element.SetCaps(CapsText("UYVY", 64, 48), CapsText("UYVY", 64, 48));
   ASSERT_TRUE(element.Pass(BufferOver(first, "UYVY"))) << element.Error();
   ASSERT_TRUE(element.Pass(BufferOver(second, "UYVY"))) << element.Error();
   EXPECT_EQ(NextMessage(element).x, 32);
   const Seen seen = NextMessage(element);
   EXPECT_DOUBLE_EQ(seen.score, match.score);
-  EXPECT_NEAR(seen.x, match.x, 2);
-  EXPECT_NEAR(seen.y, match.y, 2);
+  EXPECT_EQ(seen.x, match.x);
+  EXPECT_EQ(seen.y, match.y);
+}
+
+TEST(TrackElement, HasTheNumbersOfTheCallForEveryFrame) {
+  std::mt19937 random(62);
+  struct FreeTrack {
+    void operator()(kv_track* track) const { kv_track_free(track); }
+  };
+  for (const int update : {KV_TRACK_NEVER, KV_TRACK_EVERY}) {
+    kv_track_options options;
+    kv_track_options_init(&options);
+    options.half_width = options.half_height = 6;
+    options.range_x = options.range_y = 5;
+    options.levels = 2;
+    options.update = update;
+    const double point[2] = {40, 30};
+    kv_track* made = nullptr;
+    ASSERT_EQ(kv_track_new(point, 1, &options, &made), KV_OK);
+    const std::unique_ptr<kv_track, FreeTrack> track(made);
+    const Context context = MakeContext();
+    ElementHarness element("kvtrack");
+    g_object_set(element.Element(), "x", 40, "y", 30, "half", 6, "range", 5, "levels", 2, nullptr);
+    gst_util_set_object_arg(G_OBJECT(element.Element()), "update",
+                            update == KV_TRACK_NEVER ? "never" : "always");
+    element.SetCaps(CapsText("YUY2", 81, 64), CapsText("YUY2", 81, 64));
+    for (int number = 0; number < 6; ++number) {
+      GuardedFrame frame(KV_FORMAT_YUY2, 81, 64, Placement::EndOfPage);
+      frame.Fill(random);
+      kv_match match;
+      kv_match_init(&match);
+      ASSERT_EQ(kv_track_next(context.get(), track.get(), frame.Get(), &match, 1, nullptr), KV_OK);
+      ASSERT_TRUE(element.Pass(BufferOver(frame, "YUY2"))) << element.Error();
+      const Seen seen = NextMessage(element);
+      EXPECT_EQ(seen.isFound, match.is_found != 0);
+      EXPECT_EQ(seen.x, match.x);
+      EXPECT_EQ(seen.y, match.y);
+      EXPECT_EQ(seen.score, match.score);
+    }
+  }
 }
 
 TEST(TrackElement, StartsAfreshAfterAFlushNewCapsAndANewPlace) {
