@@ -43,14 +43,10 @@ def graded(frame):
 
 
 def motion(before, frame):
-    """How far the picture moved, x and y in pixels: the median of nine small searches."""
-    a, b = before.to("uyvy"), frame.to("uyvy")
-    both = {"half": HALF, "width": frame.width, "searched_width": frame.width}
-    moves = []
-    for at in ((frame.width * x // 4, frame.height * y // 4) for y in (1, 2, 3) for x in (1, 2, 3)):
-        near = kv_algo.find(a, b, at, range=RANGE, **both)
-        fine = kv_algo.find_subpixel(a, b, at, around=near[:2], range=1, levels=2, **both)
-        moves.append((fine.x - at[0], fine.y - at[1]))
+    """How far the picture moved, x and y in pixels: the median of nine points."""
+    points = [(frame.width * x // 4, frame.height * y // 4) for y in (1, 2, 3) for x in (1, 2, 3)]
+    _, found = kv_algo.track((before, frame), points, half=HALF, range=RANGE, levels=2)
+    moves = [(point.x - x, point.y - y) for point, (x, y) in zip(found, points)]
     return median(x for x, _ in moves), median(y for _, y in moves)
 
 

@@ -17,13 +17,15 @@ from ._regions import Region
 from ._search import Match, ScoreMap, clip_polygon, find, find_subpixel
 from ._selftest import Check, selftest
 from ._stats import DifferenceStats, difference_stats
+from ._track import TrackedPoint, track
 from ._video import VideoFrame, read, write
 
 __version__: str = _loaded.kv_version_string().decode()
 
 __all__ = [
     "BadArgument", "Check", "Context", "DifferenceStats", "Error", "Match", "Member", "NoMember", "OutOfMemory", "Region", "ScoreMap",
-    "SizeMismatch", "Stopped", "Unsupported", "VideoFrame", "alpha_from_color", "alpha_from_difference", "average", "blend",
+    "SizeMismatch", "Stopped", "TrackedPoint", "Unsupported", "VideoFrame", "alpha_from_color", "alpha_from_difference", "average", "blend",
     "box_filter", "change_parity", "clip_polygon", "composite", "convert", "copy", "copy_region", "difference",
-    "difference_stats", "find", "find_subpixel", "library_path", "mask_levels", "members", "pan", "read", "selftest", "set_threads", "write",
+    "difference_stats", "find", "find_subpixel", "library_path", "mask_levels", "members", "pan", "read", "selftest", "set_threads", "track",
+    "write",
 ]

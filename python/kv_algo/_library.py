@@ -174,6 +174,24 @@ class Match(Structure):
     ]
 
 
+class TrackOptions(Structure):
+    """kv_track_options."""
+
+    _fields_ = [
+        ("struct_size", c_uint32),
+        ("half_width", c_int32),
+        ("half_height", c_int32),
+        ("range_x", c_int32),
+        ("range_y", c_int32),
+        ("levels", c_int32),
+        ("update", c_int32),
+        ("update_frames", c_int32),
+        ("update_score", c_double),
+        ("max_score", c_double),
+        ("reserved", c_int64 * 4),
+    ]
+
+
 # What each function takes, from the header; all answer a kv_status but those in _answers.
 _pointer = c_void_p
 _functions: dict[str, list[Any]] = {
@@ -211,6 +229,10 @@ _functions: dict[str, list[Any]] = {
     "kv_match_init": [_pointer],
     "kv_find": [_pointer] * 6,
     "kv_find_subpixel": [_pointer] * 6,
+    "kv_track_options_init": [_pointer],
+    "kv_track_new": [_pointer, c_size_t, _pointer, _pointer],
+    "kv_track_free": [_pointer],
+    "kv_track_next": [_pointer, _pointer, _pointer, _pointer, c_size_t, _pointer],
     "kv_clip_polygon": [_pointer, c_size_t, c_double, c_double, c_double, c_double, _pointer, c_size_t, _pointer,
                         _pointer, c_size_t, _pointer],
     "kv_last_error": [],
@@ -222,6 +244,7 @@ _answers: dict[str, Any] = {
     "kv_version_string": c_char_p,
     "kv_context_free": None,
     "kv_region_free": None,
+    "kv_track_free": None,
     **{name: None for name in _functions if name.endswith("_init")},
 }
 

@@ -19,9 +19,14 @@ def numbers(shape, seed=1, dtype=np.uint8):
 
 
 @pytest.fixture(scope="session")
-def kv():
+def program():
+    """The program kv."""
+    return Path(os.environ["KV_ALGO_LIBRARY"]).parent / "kv"
+
+
+@pytest.fixture(scope="session")
+def kv(program):
     """Runs the program kv."""
-    program = Path(os.environ["KV_ALGO_LIBRARY"]).parent / "kv"
 
     def run(*arguments, cwd):
         subprocess.run([program, *arguments], cwd=cwd, check=True, stdout=subprocess.PIPE)

@@ -6,7 +6,7 @@ import re
 import pytest
 from conftest import ROOT
 
-from kv_algo import _fields, _frames, _library
+from kv_algo import _fields, _frames, _library, _track
 
 HEADER = re.sub(r"/\*.*?\*/", "", (ROOT / "capi/kv/kv.h").read_text(), flags=re.S)
 STRUCTS = {
@@ -21,6 +21,7 @@ STRUCTS = {
     "kv_score_map": _library.ScoreMap,
     "kv_find_options": _library.FindOptions,
     "kv_match": _library.Match,
+    "kv_track_options": _library.TrackOptions,
 }
 TYPES = {"uint32_t": 4, "int32_t": 4, "int64_t": 8, "double": 8, "size_t": 8, "char": 1, "kv_executor": 8, "kv_poll": 8}
 
@@ -57,6 +58,7 @@ def test_words():
     assert {"default": 0, **_frames.CHROMAS} == codes("KV_CHROMA_")
     assert _fields._directions == codes("KV_PAN_")
     assert _fields._methods == codes("KV_PARITY_")
+    assert {"never": _track._never, "every": _track._every, "on_score": _track._on_score} == codes("KV_TRACK_")
     fields = {"progressive": "progressive", "top": "top_first", "bottom": "bottom_first"}
     assert {fields[name]: code for name, code in _frames.FIELDS.items()} == codes("KV_FIELDS_")
 
@@ -65,4 +67,4 @@ def test_every_operation_is_there():
     import kv_algo
 
     operations = set(re.findall(r"KV_API kv_status kv_(\w+)\(kv_context\* context, const kv_frame\*", HEADER))
-    assert operations and operations <= set(kv_algo.__all__)
+    assert operations and operations | {"track"} <= set(kv_algo.__all__)
