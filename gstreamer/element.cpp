@@ -1,5 +1,9 @@
 #include "gstreamer/element.h"
 
+#include <gst/video/video.h>
+
+#include <string_view>
+
 namespace kv_gst {
 
 kv_context* Element::Context() {
@@ -54,6 +58,20 @@ void Element::PostBadBuffer(const char* text) const {
 
 void Element::SyncProperties(GstClockTime streamTime) const {
   if (GST_CLOCK_TIME_IS_VALID(streamTime)) gst_object_sync_values(GST_OBJECT(object_), streamTime);
+}
+
+bool KeepsMeta(const GstMeta& meta, bool keepsSize, bool keepsColours) {
+  const gchar* const* tags = gst_meta_api_type_get_tags(meta.info->api);
+  if (tags == nullptr) return true;
+  for (; *tags != nullptr; ++tags) {
+    const std::string_view tag = *tags;
+    const bool isKept =
+        tag == GST_META_TAG_VIDEO_STR ||
+        (keepsSize && (tag == GST_META_TAG_VIDEO_SIZE_STR || tag == GST_META_TAG_VIDEO_ORIENTATION_STR)) ||
+        (keepsColours && tag == GST_META_TAG_VIDEO_COLORSPACE_STR);
+    if (!isKept) return false;
+  }
+  return true;
 }
 
 }  // namespace kv_gst

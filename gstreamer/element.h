@@ -45,6 +45,9 @@ class Element {
   kv_context* context_ = nullptr;
 };
 
+/// Whether a meta with these tags is still right for another buffer: what else it might be about is gone.
+bool KeepsMeta(const GstMeta& meta, bool keepsSize, bool keepsColours);
+
 /// The object's lock, which guards the properties.
 class ElementLock {
  public:

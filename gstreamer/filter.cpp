@@ -1,7 +1,5 @@
 #include "gstreamer/filter.h"
 
-#include <string_view>
-
 #include "gstreamer/allocation.h"
 
 namespace kv_gst {
@@ -129,18 +127,12 @@ gboolean SinkEvent(GstBaseTransform* object, GstEvent* event) {
   return GST_BASE_TRANSFORM_CLASS(parentClass)->sink_event(object, event);
 }
 
-/// Sizes and positions stay what they are.
 gboolean TransformMeta(GstBaseTransform* object, GstBuffer* /*out*/, GstMeta* meta, GstBuffer* /*in*/) {
-  const gchar* const* tags = gst_meta_api_type_get_tags(meta->info->api);
-  if (tags == nullptr) return TRUE;
-  for (; *tags != nullptr; ++tags) {
-    const std::string_view tag = *tags;
-    const bool isKept = tag == GST_META_TAG_VIDEO_STR || tag == GST_META_TAG_VIDEO_SIZE_STR ||
-                        tag == GST_META_TAG_VIDEO_ORIENTATION_STR ||
-                        (tag == GST_META_TAG_VIDEO_COLORSPACE_STR && FilterOf(object).KeepsColours());
-    if (!isKept) return FALSE;
-  }
-  return TRUE;
+  const GstVideoInfo& from = GST_VIDEO_FILTER(object)->in_info;
+  const GstVideoInfo& to = GST_VIDEO_FILTER(object)->out_info;
+  const bool keepsSize = GST_VIDEO_INFO_WIDTH(&from) == GST_VIDEO_INFO_WIDTH(&to) &&
+                         GST_VIDEO_INFO_HEIGHT(&from) == GST_VIDEO_INFO_HEIGHT(&to);
+  return KeepsMeta(*meta, keepsSize, FilterOf(object).KeepsColours()) ? TRUE : FALSE;
 }
 
 gboolean ProposeAllocation(GstBaseTransform* object, GstQuery* decided, GstQuery* query) {

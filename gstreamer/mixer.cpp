@@ -108,14 +108,30 @@ GstFlowReturn TakeFrames(gpointer object, const Pads& pads,
   return GST_FLOW_OK;
 }
 
-/// The flags about fields are those of the first input's buffer.
-void CopyFieldFlags(GstVideoAggregatorPad* pad, GstBuffer* out) {
+struct MetaCopy {
+  GstBuffer* out;
+  bool keepsColours;
+};
+
+gboolean CopyMeta(GstBuffer* in, GstMeta** meta, gpointer data) {
+  const auto& copy = *static_cast<const MetaCopy*>(data);
+  const GstMetaInfo& info = *(*meta)->info;
+  if (info.transform_func == nullptr || !KeepsMeta(**meta, true, copy.keepsColours)) return TRUE;
+  GstMetaTransformCopy whole = {FALSE, 0, static_cast<gsize>(-1)};
+  info.transform_func(copy.out, *meta, in, _gst_meta_transform_copy, &whole);
+  return TRUE;
+}
+
+/// The flags about fields and the metas are those of the first input's buffer.
+void CopyFlagsAndMetas(GstVideoAggregatorPad* pad, const GstVideoInfo& info, GstBuffer* out) {
   GstBuffer* in = pad != nullptr ? gst_video_aggregator_pad_get_current_buffer(pad) : nullptr;
   if (in == nullptr) return;
   constexpr guint flags =
       GST_VIDEO_BUFFER_FLAG_INTERLACED | GST_VIDEO_BUFFER_FLAG_TFF | GST_VIDEO_BUFFER_FLAG_RFF;
   gst_buffer_unset_flags(out, static_cast<GstBufferFlags>(flags));
   gst_buffer_set_flags(out, static_cast<GstBufferFlags>(gst_buffer_get_flags(in) & flags));
+  MetaCopy copy = {out, GST_VIDEO_INFO_FORMAT(&pad->info) == GST_VIDEO_INFO_FORMAT(&info)};
+  gst_buffer_foreach_meta(in, CopyMeta, &copy);
 }
 
 GstFlowReturn AggregateFrames(GstVideoAggregator* object, GstBuffer* out) {
@@ -141,7 +157,7 @@ GstFlowReturn AggregateFrames(GstVideoAggregator* object, GstBuffer* out) {
     Clear(to);
   }
   gst_video_frame_unmap(&to);
-  CopyFieldFlags(pads[0], out);
+  CopyFlagsAndMetas(pads[0], object->info, out);
   return isDone ? GST_FLOW_OK : GST_FLOW_ERROR;
 }
 
