@@ -43,7 +43,9 @@ class Track final : public Filter {
 
   bool Work(const GstVideoFrame& in, const GstVideoFrame& out) override {
     const Settings now = SettingsNow(*this);
-    const kv_frame frame = ViewOf(in);
+    kv_frame frame = ViewOf(in);
+    // A buffer's flags may say otherwise of the next one; a track has one kind of frames.
+    frame.field_order = KV_FIELDS_PROGRESSIVE;
     if ((!track_ || now != begun_) && !Begin(frame, now)) return false;
     kv_match match;
     kv_match_init(&match);
@@ -123,7 +125,8 @@ constexpr std::array properties = {
     Integer<Track, &Track::Settings::range>(
         "range", "Pixels to search to every side of where the last motion leads", 0, largest, 16),
     Integer<Track, &Track::Settings::levels>(
-        "levels", "Levels of the search between pixels, of steps 1/2, 1/4, 1/8 and so on; 0: whole pixels", 0, 8, 3),
+        "levels", "Levels of the search between pixels, of steps 1/2, 1/4, 1/8 and so on; 0: whole pixels", 0,
+        8, 3),
     Choice<Track, &Track::Settings::update>("update", "When the template is taken anew", UpdateType, never),
 };
 

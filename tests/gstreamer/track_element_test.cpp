@@ -113,7 +113,7 @@ TEST(TrackElement, AWholePixelMatchHasTheScoreOfTheCall) {
   EXPECT_EQ(seen.y, match.y);
 }
 
-TEST(TrackElement, HasTheNumbersOfTheCallForEveryFrame) {
+TEST(TrackElement, HasTheNumbersOfTheCallForEveryFrameAlsoOfWovenOnes) {
   std::mt19937 random(62);
   struct FreeTrack {
     void operator()(kv_track* track) const { kv_track_free(track); }
@@ -134,14 +134,21 @@ TEST(TrackElement, HasTheNumbersOfTheCallForEveryFrame) {
     g_object_set(element.Element(), "x", 40, "y", 30, "half", 6, "range", 5, "levels", 2, nullptr);
     gst_util_set_object_arg(G_OBJECT(element.Element()), "update",
                             update == KV_TRACK_NEVER ? "never" : "always");
-    element.SetCaps(CapsText("YUY2", 81, 64), CapsText("YUY2", 81, 64));
+    const char* mode =
+        update == KV_TRACK_NEVER ? "interlace-mode=(string)progressive" : "interlace-mode=(string)mixed";
+    element.SetCaps(CapsText("YUY2", 81, 64, mode), CapsText("YUY2", 81, 64, mode));
     for (int number = 0; number < 6; ++number) {
       GuardedFrame frame(KV_FORMAT_YUY2, 81, 64, Placement::EndOfPage);
       frame.Fill(random);
       kv_match match;
       kv_match_init(&match);
       ASSERT_EQ(kv_track_next(context.get(), track.get(), frame.Get(), &match, 1, nullptr), KV_OK);
-      ASSERT_TRUE(element.Pass(BufferOver(frame, "YUY2"))) << element.Error();
+      Buffer in = BufferOver(frame, "YUY2");
+      if (update == KV_TRACK_EVERY && number % 3 != 0) {
+        const guint order = number % 3 == 1 ? int{GST_VIDEO_BUFFER_FLAG_TFF} : 0;
+        gst_buffer_set_flags(in.get(), static_cast<GstBufferFlags>(GST_VIDEO_BUFFER_FLAG_INTERLACED | order));
+      }
+      ASSERT_TRUE(element.Pass(std::move(in))) << element.Error();
       const Seen seen = NextMessage(element);
       EXPECT_EQ(seen.isFound, match.is_found != 0);
       EXPECT_EQ(seen.x, match.x);
