@@ -1,10 +1,9 @@
-// diff, average and filter: commands whose result is an 8-bit picture.
+// diff and average: commands whose result is an 8-bit picture.
 
 #include <memory>
 
 #include "frame/interfaces/absolute_difference.h"
 #include "frame/interfaces/average.h"
-#include "frame/interfaces/average_filter.h"
 #include "host/commands/command.h"
 #include "host/commands/difference_table.h"
 #include "host/errors.h"
@@ -114,35 +113,6 @@ struct AverageOptions : TwoInputs {
   }
 };
 
-struct FilterOptions {
-  std::string input;
-  OutputOptions output;
-  unsigned window = 0;
-  InputOptions inputOptions;
-  EngineOptions engine;
-  RegionOptions region;
-
-  void Run() const {
-    const OwnedEngine owned(engine);
-    const Engine with = owned.Get();
-    PictureReader reader(input, inputOptions.Get());
-    inputOptions.RequireUse({&reader});
-    PictureWriter writer = output.Open(reader);
-    ForEachFrame(reader, *engine.session, [&](const Raster& frame, std::int64_t) {
-      const auto& operation = with.family.Require<kv_img::AverageFilterAlgorithmInterface<Grey>>(
-          "AverageFilter", {GreyPixel::ClassID});
-      const Raster grey = ConvertLuma(frame, RasterKind::Grey8, 0, with);
-      const auto where = MakeRegion(region.text, frame.width, frame.height, input);
-      const auto from = ToImage<GreyPixel>(grey);
-      // Outside the region the picture stays as it is.
-      const auto to = ToImage<GreyPixel>(grey);
-      with.Run("AverageFilter", operation, *from, *to, where, window);
-      WriteLuma(writer, ToRaster(*to, grey), frame, with);
-    });
-    owned.Finish(writer);
-  }
-};
-
 }  // namespace
 
 void AddDifferenceCommand(CLI::App& app, Session& session) {
@@ -176,22 +146,6 @@ void AddAverageCommand(CLI::App& app, Session& session) {
   options->region.AddTo(*command, "--region", "where to write");
   command->footer(
       "Example: kv average left.pgm right.pgm both.pgm --region-a 0,0,400,576 --region-b 320,0,400,576");
-  command->callback([options] { options->Run(); });
-}
-
-void AddFilterCommand(CLI::App& app, Session& session) {
-  auto options = std::make_shared<FilterOptions>();
-  CLI::App* command = app.add_subcommand("filter", "Box filter of an 8-bit picture; colour becomes grey");
-  command->add_option("IN", options->input, "picture or video; - is standard input")->required();
-  options->output.AddTo(*command, session, "8-bit picture to write, such as out.pgm or out.png");
-  command->add_option("--window", options->window, "side of the box in pixels, 1 to 255")
-      ->required()
-      ->check(CLI::Range(1, 255))
-      ->type_name("K");
-  options->inputOptions.AddWithFramesTo(*command, session);
-  options->engine.AddTo(*command, session);
-  options->region.AddTo(*command, "--region", "where to filter");
-  command->footer("Example: kv filter photo.png soft.pgm --window 9");
   command->callback([options] { options->Run(); });
 }
 

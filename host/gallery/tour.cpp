@@ -139,7 +139,7 @@ class Tour : Curator {
          "--region-b", third + ",0," + two + "," + tall},
         {scene_, other_},
         {{.file = "average.png", .caption = "left: scene, right: other, middle: the mean"}});
-    Add("AverageFilter", "Box filter", "Each pixel becomes the mean of the box around it.",
+    Add("AverageFilter", "Box filter", "Each sample becomes the mean of the box around it.",
         {"filter", "@scene.y4m", "@filtered.png", "--window", "15"}, {scene_},
         {{.file = "filtered.png", .caption = "a box of 15 by 15"}});
     Add("BlendBoost", "Blend",
