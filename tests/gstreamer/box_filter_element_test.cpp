@@ -64,6 +64,26 @@ TEST(BoxFilterElement, FieldsOfWovenFramesAreFilteredEachOnTheirOwn) {
   }
 }
 
+TEST(BoxFilterElement, OfMixedStreamsTheFlagOfEachBufferCounts) {
+  std::mt19937 random(6);
+  GuardedFrame from(KV_FORMAT_GRAY8, 13, 8, Placement::EndOfPage);
+  from.Fill(random);
+  ElementHarness element("kvboxfilter");
+  SetWindow(element, 5);
+  const std::string caps = CapsText("GRAY8", 13, 8, "interlace-mode=(string)mixed");
+  element.SetCaps(caps, caps);
+  for (const bool isWoven : {false, true, false}) {
+    GuardedFrame to(KV_FORMAT_GRAY8, 13, 8, Placement::EndOfPage);
+    FilterRows(from, to, 0, isWoven ? 2 : 1, 5);
+    if (isWoven) FilterRows(from, to, 1, 2, 5);
+    Buffer in = BufferWith(from, "GRAY8");
+    if (isWoven) GST_BUFFER_FLAG_SET(in.get(), GST_VIDEO_BUFFER_FLAG_INTERLACED);
+    const Buffer result = element.Pass(std::move(in));
+    ASSERT_TRUE(result) << element.Error();
+    EXPECT_EQ(FirstOtherRow(result.get(), CapsText("GRAY8", 13, 8), to), -1) << isWoven;
+  }
+}
+
 /// The planes of packed 4:2:2: every second byte, and of the others every second.
 void TakePlane(const GuardedFrame& packed, int first, int step, GuardedFrame& plane) {
   for (int row = 0; row < plane.Get()->height; ++row) {

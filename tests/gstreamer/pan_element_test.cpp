@@ -35,7 +35,7 @@ TEST(PanElement, EveryFrameIsTheCallsStepOfItsTime) {
       const Context context = MakeContext();
       const Region across = Rectangle(pan.left, pan.top, pan.width, pan.height);
       // Five steps, in any order of time, and then the last one stays.
-      for (const int frame : {0, 3, 1, 4, 9}) {
+      for (const int frame : {0, 3, 1, 4, 9, 11}) {
         GuardedFrame to(format, 17, 12, Placement::EndOfPage);
         kv_pan_options options;
         kv_pan_options_init(&options);
