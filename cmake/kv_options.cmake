@@ -33,7 +33,7 @@ endif()
 add_compile_options(-ffp-contract=off)
 if(WIN32)
   # By default the linker would offer everything to everybody.
-  add_link_options(-Wl,--exclude-all-symbols)
+  add_link_options(-Wl,--exclude-all-symbols -Wl,--no-insert-timestamp)
   add_compile_definitions(UNICODE NOMINMAX WIN32_LEAN_AND_MEAN)
   file(MAKE_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
   include(kv_runtime_windows)

@@ -1,7 +1,10 @@
 # Run by cpack on what becomes packages: each gets its SBOM, as the last file. A ZIP file has it at its top, a Debian package
 # beside its copyright.
-set(ENV{KV_REUSE_SPDX} ${CPACK_TOPLEVEL_DIRECTORY}/../reuse.spdx)
-file(REMOVE $ENV{KV_REUSE_SPDX})
+# Licences of the source: asked once, here or by who set the variable.
+if(NOT DEFINED ENV{KV_REUSE_SPDX})
+  set(ENV{KV_REUSE_SPDX} ${CPACK_TOPLEVEL_DIRECTORY}/../reuse.spdx)
+  file(REMOVE $ENV{KV_REUSE_SPDX})
+endif()
 function(kv_write_sbom name tree output)
   execute_process(COMMAND ${CPACK_KV_SOURCE}/script/sbom ${name} ${CPACK_PACKAGE_VERSION} ${tree} ${output}
     ${CPACK_KV_SYSROOT} COMMAND_ERROR_IS_FATAL ANY)

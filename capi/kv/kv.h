@@ -51,7 +51,7 @@ KV_API const char* kv_last_error(void);
 
 /** 1. Programs compiled for one number run with every library that answers the same. */
 KV_API int32_t kv_abi_version(void);
-/** The library's version, such as "0.1.0". */
+/** The library's version, such as "0.2.0". */
 KV_API const char* kv_version_string(void);
 
 /* ---- Frames ---------------------------------------------------------------------------------------------------- */

@@ -11,7 +11,7 @@ cmake --install "$build" --prefix "$work/first" >"$work/log" || { cat "$work/log
 mv "$work/first" "$work/moved"
 prefix=$work/moved
 libraries=$(dirname "$(find "$prefix" -name 'libkv_Image.so')")
-grep -rlIF -e "$work/first" -e "$source" -e "$build" "$prefix" && fail "these files know where they were made"
+grep -rlaF -e "$work/first" -e "$source" -e "$build" "$prefix" && fail "these files know where they were made"
 [ "$(objdump -p "$libraries/libkv_Image.so" | awk '/SONAME/ { print $2 }')" = libkv_Image.so.0 ] || fail "SONAME"
 
 echo "== kv"

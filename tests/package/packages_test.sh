@@ -28,6 +28,7 @@ for package in ./*.deb; do
   dpkg-deb -x "$package" "content/$name"
   python3 "$source/tests/package/check_sbom.py" "content/$name" "content/$name/usr/share/doc/$name/sbom.spdx.json" || fail "SBOM"
 done
+if grep -rlaF -e "$build" -e "$source" content; then fail "these files know where they were made"; fi
 echo "== lintian"
 lintian --fail-on error --suppress-tags bad-distribution-in-changes-file ./*.deb
 
@@ -39,6 +40,8 @@ for name in "${names[@]}"; do
   dpkg-query -W -f='${Status}' "$name" 2>/dev/null | grep -q 'ok installed' && { echo "skipped: $name is installed"; exit 77; }
 done
 echo "== install, run, remove"
+ours() { find /usr /etc /var/lib/dpkg/info \( -name '*kv[-_]*' -o -name 'libkv*' -o -name kv -o -name 'kv.*' \) 2>/dev/null | LC_ALL=C sort; }
+ours >before
 installed=yes
 dpkg -i ./*.deb >"$work/log" 2>&1 || { cat "$work/log"; fail "dpkg -i"; }
 /usr/bin/kv --version
@@ -68,5 +71,6 @@ compiled=$(ls /usr/lib/python3/dist-packages/kv_algo/__pycache__)
 grep -q '^_colour.cpython' <<<"$compiled" || fail "postinst compiles nothing: $compiled"
 dpkg --purge "${names[@]}" >"$work/log" 2>&1 || { cat "$work/log"; fail "dpkg --purge"; }
 installed=no
+ours | diff before - || fail "purging leaves files"
 [ ! -e /usr/bin/kv ] && [ ! -e /usr/lib/kv_algo ] && [ ! -e /usr/lib/python3/dist-packages/kv_algo ] || fail "something was not removed"
 echo "all is well"

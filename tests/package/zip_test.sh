@@ -25,12 +25,20 @@ for file in "$top"/licences/*; do [ -s "$file" ] || fail "$file is empty"; done
 python3 "$source/tests/package/check_sbom.py" "$top" "$top/sbom.spdx.json" || fail "SBOM"
 echo "== nothing else is needed"
 for file in "$top"/bin/*; do
-  x86_64-w64-mingw32-objdump -p "$file" | awk '/DLL Name:/ { print $3 }' | while read -r name; do
+  for name in $(x86_64-w64-mingw32-objdump -p "$file" | awk '/DLL Name:/ { print $3 }'); do
     case $name in KERNEL32.dll | msvcrt.dll | ADVAPI32.dll | SHELL32.dll | USER32.dll) continue ;; esac
     [ -e "$top/bin/$name" ] || fail "$file needs $name"
   done
 done
 if grep -rlaF -e "$build" -e "$source" "$top"; then fail "these files know where they were made"; fi
+
+echo "== hardening"
+for file in "$top"/bin/*; do
+  headers=$(x86_64-w64-mingw32-objdump -p "$file")
+  for flag in NX_COMPAT DYNAMIC_BASE HIGH_ENTROPY_VA; do
+    grep -q "^[[:space:]]*$flag$" <<<"$headers" || fail "$file is not marked $flag"
+  done
+done
 
 echo "== kv.exe"
 cd "$top"
