@@ -154,13 +154,30 @@ std::string FixedClip() {
   return clip;
 }
 
-/// An empty folder for what the program writes.
-void EnterFolder() {
-  std::string name = std::filesystem::temp_directory_path() / "kv_fuzz_XXXXXX";
-  Require(mkdtemp(name.data()) != nullptr, "no folder");
-  std::filesystem::current_path(name);
-  static std::string folder = name;
-  std::atexit([] { std::filesystem::remove_all(folder); });
+/// An empty folder for what the program writes. The fuzzer's own files have names from where it was started.
+const std::string& Folder() {
+  static const std::string folder = [] {
+    std::string name = std::filesystem::temp_directory_path() / "kv_fuzz_XXXXXX";
+    Require(mkdtemp(name.data()) != nullptr, "no folder");
+    return name;
+  }();
+  return folder;
+}
+
+class InFolder {
+ public:
+  InFolder() { std::filesystem::current_path(Folder()); }
+  InFolder(const InFolder&) = delete;
+  InFolder& operator=(const InFolder&) = delete;
+  ~InFolder() { std::filesystem::current_path(before_); }
+
+ private:
+  std::filesystem::path before_ = std::filesystem::current_path();
+};
+
+void Start() {
+  const InFolder folder;
+  std::atexit([] { std::filesystem::remove_all(Folder()); });
   Write("fixed.y4m", FixedClip());
 }
 
@@ -168,8 +185,9 @@ void EnterFolder() {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static_cast<void>(kv_test::Members());
-  static const bool hasFolder = (EnterFolder(), true);
-  static_cast<void>(hasFolder);
+  static const bool isStarted = (Start(), true);
+  static_cast<void>(isStarted);
+  const InFolder folder;
   FuzzedDataProvider input(data, size);
   std::vector<std::string> arguments = {
       "kv", commands[input.ConsumeIntegralInRange<std::size_t>(0, std::size(commands) - 1)]};
