@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <stdexcept>
 
 #include "tests/gstreamer/mixer_harness.h"
 
@@ -254,38 +253,6 @@ TEST(AlphaColorElement, LowHasToBeBelowHigh) {
   element.SetCaps(0, CapsText("UYVY", 8, 2));
   element.Push(0, BufferWith(picture, "UYVY"), 0);
   EXPECT_EQ(element.Error(), "low is 200, high is 100; low has to be below high");
-}
-
-/// The mask of one frame, smoothed by a box of three.
-std::vector<std::uint8_t> SmoothMask(const GuardedFrame& frame, const std::string& more) {
-  MixerHarness element("kvalphacolor", {"sink"});
-  g_object_set(element.Element(), "window", 3, nullptr);
-  element.SetOutput("video/x-raw,format=GRAY8");
-  element.SetCaps(0, CapsText("UYVY", frame.Get()->width, frame.Get()->height, more));
-  element.Push(0, BufferWith(frame, "UYVY"), 0);
-  const Buffer result = element.Pull();
-  if (!result) throw std::runtime_error(element.Error());
-  std::vector<std::uint8_t> mask(gst_buffer_get_size(result.get()));
-  gst_buffer_extract(result.get(), 0, mask.data(), mask.size());
-  return mask;
-}
-
-TEST(AlphaColorElement, TheBoxKeepsTheFieldsOfAWovenFrameApart) {
-  constexpr int width = 16;
-  std::mt19937 random(77);
-  GuardedFrame woven(KV_FORMAT_UYVY, width, 8, Placement::EndOfPage);
-  woven.Fill(random);
-  const auto mask = SmoothMask(woven, "interlace-mode=(string)interleaved");
-  for (int field = 0; field < 2; ++field) {
-    GuardedFrame one(KV_FORMAT_UYVY, width, 4, Placement::EndOfPage);
-    for (int row = 0; row < 4; ++row) std::copy_n(woven.Row(0, 2 * row + field), 2 * width, one.Row(0, row));
-    const auto expected = SmoothMask(one, "interlace-mode=(string)progressive");
-    for (int row = 0; row < 4; ++row) {
-      EXPECT_TRUE(std::equal(expected.begin() + row * width, expected.begin() + (row + 1) * width,
-                             mask.begin() + (2 * row + field) * width))
-          << field << " " << row;
-    }
-  }
 }
 
 }  // namespace
