@@ -12,45 +12,35 @@ namespace {
 struct CopyRoiOptions {
   std::string source;
   std::string destination;
-  std::string output;
-  std::string format;
+  OutputOptions output;
   RegionText from{"", "", "--from", "--from-mask"};
   std::string to;
   InputOptions input;
   EngineOptions engine;
 
-  void Run() const {
+  void Run() {
     const OwnedEngine owned(engine);
     const Engine with = owned.Get();
-    const std::string& result = output.empty() ? destination : output;
-    engine.session->picturesOnStandardOutput = result == "-";
-    const auto [image, canvas] = ReadPictures();
-    const auto what = MakeRegion(from, image.width, image.height, source);
-    const auto where = MovedRegion(what, canvas);
-
-    const Raster picture = PasteRegion(image, what, canvas, where, with);
-    WriteOptions options{.threads = engine.session->threads, .log = &engine.session->av};
-    if (!format.empty()) options.format = ParseFormat(format, "--to-format");
-    PictureWriter writer(result, options);
-    WriteConverted(writer, picture, with);
+    if (output.name.empty()) output.name = destination;
+    engine.session->picturesOnStandardOutput = output.name == "-";
+    PictureWriter writer = WriteAll(with);
     owned.Finish(writer);
   }
 
  private:
-  /// Source and destination. Their files are closed again: the destination may be replaced.
-  std::pair<Raster, Raster> ReadPictures() const {
-    PictureReader sourceFile(source, input.Get());
-    PictureReader destinationFile(destination, input.Get());
-    input.RequireUse({&sourceFile, &destinationFile});
-    Raster image = OnlyPicture(sourceFile);
-    return {std::move(image), OnlyPicture(destinationFile)};
-  }
-
-  static Raster OnlyPicture(PictureReader& reader) {
-    auto picture = reader.Next();
-    if (reader.Next())
-      throw UsageError(reader.Name() + ": holds several frames; copy-roi works on single pictures");
-    return *std::move(picture);
+  /// The inputs are closed again: the destination may be replaced.
+  PictureWriter WriteAll(const Engine& with) const {
+    ClipSet clips({source, destination}, input.GetClips());
+    input.RequireUse(clips.Readers());
+    PictureWriter writer = output.Open(clips.Part());
+    clips.ForEach(*engine.session, [&](const auto& frames, std::int64_t) {
+      const Raster& image = *frames[0];
+      const Raster& canvas = *frames[1];
+      const auto what = MakeRegion(from, image.width, image.height, source);
+      const auto where = MovedRegion(what, canvas);
+      WriteConverted(writer, PasteRegion(image, what, canvas, where, with), with);
+    });
+    return writer;
   }
 
   /// The source region at the place in the destination that --to gives (the region's own place without it).
@@ -83,12 +73,15 @@ struct CopyRoiOptions {
 
 void AddCopyRoiCommand(CLI::App& app, Session& session) {
   auto options = std::make_shared<CopyRoiOptions>();
-  CLI::App* command = app.add_subcommand("copy-roi", "Copy a region of one picture into another");
-  command->add_option("SRC", options->source, "picture to copy from")->required();
-  command
-      ->add_option("DST", options->destination, "picture to copy into; written back unless --output is given")
+  CLI::App* command = app.add_subcommand("copy-roi", "Copy a region of a picture or clip into another");
+  command->add_option("SRC", options->source, "picture or video to copy from; - is standard input")
       ->required();
-  command->add_option("-o,--output", options->output, "write the result here and leave DST as it is")
+  command
+      ->add_option("DST", options->destination,
+                   "what to copy into, written back unless --output is given; a single picture, SRC too, "
+                   "serves all frames")
+      ->required();
+  command->add_option("-o,--output", options->output.name, "write the result here and leave DST as it is")
       ->type_name("FILE");
   command->add_option("--from", options->from.rect, "region of SRC as x,y,w,h (default: the whole picture)")
       ->type_name("RECT");
@@ -98,11 +91,8 @@ void AddCopyRoiCommand(CLI::App& app, Session& session) {
   command
       ->add_option("--to", options->to, "where its left top corner goes in DST (default: where it is in SRC)")
       ->type_name("X,Y");
-  options->input.AddTo(*command, session);
-  command
-      ->add_option("--to-format", options->format,
-                   "format of the output: " + WritableFormatNames() + " (default: by its extension)")
-      ->type_name("FORMAT");
+  options->input.AddClipsTo(*command, session);
+  options->output.AddFormatsTo(*command, session);
   options->engine.AddTo(*command, session);
   command->footer("Example: kv copy-roi face.png frame.png --from 100,80,64,64 --to 16,16 --output both.png");
   command->callback([options] { options->Run(); });

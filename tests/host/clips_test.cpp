@@ -75,6 +75,34 @@ TEST_F(Clips, APictureServesEveryFrameOnEitherSide) {
   EXPECT_EQ(Get("e.gray"), GreyFrames({0, 4, 0}));
 }
 
+TEST_F(Clips, RegionsAreCopiedInEveryFrame) {
+  const auto with = [](const std::vector<std::pair<int, int>>& frames) {
+    std::string bytes;
+    for (const auto& [canvas, copied] : frames) {
+      std::string frame = GreyFrames({canvas});
+      frame[2 * 8 + 4] = frame[2 * 8 + 5] = static_cast<char>(copied);
+      bytes += frame;
+    }
+    return bytes;
+  };
+  const std::string where = " --from 0,0,2,1 --to 4,2 ";
+  Done("copy-roi two.gray one.gray -o out.gray" + where);
+  EXPECT_EQ(Get("out.gray"), with({{10, 20}, {10, 30}}));
+  Done("copy-roi one.gray two.gray --output out.gray" + where);
+  EXPECT_EQ(Get("out.gray"), with({{20, 10}, {30, 10}}));
+  Done("copy-roi two.gray three.gray -o out.gray --shortest" + where);
+  EXPECT_EQ(Get("out.gray"), with({{10, 20}, {14, 30}}));
+  Done("copy-roi one.gray three.gray -o out.gray --frames 1:1" + where);
+  EXPECT_EQ(Get("out.gray"), with({{14, 10}}));
+  Refused("copy-roi two.gray three.gray" + where, "two.gray: has 2 frames, fewer than the other input");
+  EXPECT_EQ(Get("three.gray"), GreyFrames({10, 14, 10}));
+  // The destination is replaced when it has been read.
+  Done("copy-roi two.gray two.gray" + where);
+  EXPECT_EQ(Get("two.gray"), with({{20, 20}, {30, 30}}));
+  Done("copy-roi one.gray two.gray" + where);
+  EXPECT_EQ(Get("two.gray"), with({{20, 10}, {30, 10}}));
+}
+
 TEST_F(Clips, OfDifferentLengthsAreRefusedBeforeWork) {
   const std::string message = "two.gray: has 2 frames, fewer than the other input (three.gray)";
   Refused("diff two.gray three.gray out.gray", message);
