@@ -153,6 +153,28 @@ TEST_P(Average, EqualsTheModelForEveryWidth) {
   }
 }
 
+TEST_P(Average, RegionsThatAgreeInTheirFirstRowsAlone) {
+  Random random(0x3203);
+  const TestImage<Grey> first(random, 20, 4, Placement::Any(random));
+  const TestImage<Grey> second(random, 20, 4, Placement::Any(random));
+  const ImageRect whole(2, 0, 12, 3);
+  const ImageRect above(2, 0, 12, 1);
+  const ImageRect below(2, 2, 12, 3);
+  const RunRegion ragged(0, {2, 2, 5, 2}, {12, 12, 9, 14});
+  const std::vector<const kv_img::RegionOfSupport*> regions = {&whole, &above, &below, &ragged};
+  for (const auto* firstRegion : regions) {
+    for (const auto* secondRegion : regions) {
+      for (const auto* outputRegion : regions) {
+        TestImage<Grey> destination(random, 20, 4, Placement::Any(random));
+        TestImage model = destination;
+        Run(*first, *second, *destination, *firstRegion, *secondRegion, *outputRegion);
+        kv_model::Average(*first, *second, *model, *firstRegion, *secondRegion, *outputRegion);
+        EXPECT_EQ(destination.DifferenceFrom(model), "");
+      }
+    }
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(Members, Average, EachMember(), MemberName);
 
 }  // namespace
