@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cmath>
 #include <numbers>
 #include <utility>
@@ -18,7 +19,6 @@
 #include "frame/interfaces/parity_change.h"
 #include "frame/interfaces/scanning.h"
 #include "image/image_rect.h"
-#include "image/run_region.h"
 #include "tests/support/family.h"
 #include "tests/support/member.h"
 
@@ -142,7 +142,7 @@ void EnterArithmetic(Contest& contest) {
       [](const auto& blend, Scene& scene, auto& barrier, auto thread) {
         auto& to = scene.Picture<PixelYUV422, 2>();
         blend.Apply(scene.Picture<PixelYUV422>(), scene.Picture<PixelYUV422, 1>(), scene.Picture<PixelGrey>(),
-                    to, kv_img::RunRegion(ImageRect(to)), barrier, thread);
+                    to, scene.Runs(), barrier, thread);
       });
 }
 
@@ -183,8 +183,9 @@ void EnterFields(Contest& contest) {
         contest, operation, "Scanning", {PixelYUV422::ClassID, PixelYUV422::ClassID},
         [isHorizontal](const auto& scanning, Scene& scene, auto& barrier, auto thread) {
           auto& from = scene.Picture<PixelYUV422>();
-          const ImageRect view(0, 0, scene.width - (isHorizontal ? 65 : 1),
-                               scene.height - (isHorizontal ? 1 : 65));
+          const int way = std::min(64, (isHorizontal ? scene.width : scene.height) / 2);
+          const ImageRect view(0, 0, scene.width - 1 - (isHorizontal ? way : 0),
+                               scene.height - 1 - (isHorizontal ? 0 : way));
           scanning.Apply(from, scene.Picture<PixelYUV422, 1>(), ImageRect(from), view, isHorizontal ? 1 : 4,
                          30, 7, barrier, static_cast<std::int32_t>(thread));
         });

@@ -7,6 +7,8 @@
 #include <vector>
 
 #include "image/image.h"
+#include "image/image_rect.h"
+#include "image/run_region.h"
 
 namespace kv_bench {
 
@@ -39,6 +41,12 @@ class Scene {
     }
     return *image;
   }
+  /// All pixels, as runs.
+  const kv_img::RunRegion& Runs() {
+    if (runs_ == nullptr)
+      runs_ = std::make_unique<kv_img::RunRegion>(kv_img::ImageRect(0, 0, width - 1, height - 1));
+    return *runs_;
+  }
   /// A fourth 8-bit image.
   kv_img::Image<PixelGrey>& MoreGrey() {
     if (moreGrey_ == nullptr) moreGrey_ = std::make_unique<kv_img::Image<PixelGrey>>(width, height);
@@ -70,6 +78,7 @@ class Scene {
              Pictures<PixelDIB16>, Pictures<PixelDIB24>, Pictures<PixelDIB32>, Pictures<PixelGrey>>
       pictures_;
   std::unique_ptr<kv_img::Image<PixelGrey>> moreGrey_;
+  std::unique_ptr<kv_img::RunRegion> runs_;
   std::array<std::vector<std::uint8_t>, 4> bytes_;
 };
 

@@ -1,6 +1,7 @@
 #include <zimg.h>
 
 #include <memory>
+#include <utility>
 
 #include "bench/contest.h"
 
@@ -43,11 +44,11 @@ Graph MakeGraph(const Scene& scene, bool toRgb, zimg_resample_filter_e filter) {
 void EnterConversion(Contest& contest, const std::string& operation, bool toRgb,
                      zimg_resample_filter_e filter) {
   const auto graph = std::make_shared<Graph>();
-  const auto width = std::make_shared<int>(0);
+  const auto size = std::make_shared<std::pair<int, int>>();
   contest.Enter(operation, "zimg, planes", [=](Scene& scene) {
-    if (*width != scene.width) {
+    if (*size != std::pair(scene.width, scene.height)) {
       *graph = MakeGraph(scene, toRgb, filter);
-      *width = scene.width;
+      *size = {scene.width, scene.height};
     }
     auto& video = scene.Picture<PixelYUV411P>();
     std::uint8_t* const rgb[] = {Start(scene.Picture<PixelGrey>()), Start(scene.Picture<PixelGrey, 1>()),
@@ -67,10 +68,10 @@ void EnterConversion(Contest& contest, const std::string& operation, bool toRgb,
       to.plane[plane].data = toRgb ? rgb[plane] : start;
       to.plane[plane].stride = toRgb ? rgbStride : stride;
     }
-    std::size_t size = 0;
-    zimg_filter_graph_get_tmp_size(graph->get(), &size);
+    std::size_t memoryBytes = 0;
+    zimg_filter_graph_get_tmp_size(graph->get(), &memoryBytes);
     constexpr std::size_t alignment = 64;
-    std::uint8_t* const memory = scene.Bytes(3, size + alignment).data();
+    std::uint8_t* const memory = scene.Bytes(3, memoryBytes + alignment).data();
     const std::size_t before = alignment - reinterpret_cast<std::uintptr_t>(memory) % alignment;
     zimg_filter_graph_process(graph->get(), &from, &to, memory + before, nullptr, nullptr, nullptr, nullptr);
   });
