@@ -42,6 +42,11 @@ elseif(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   add_compile_options(-fno-gnu-unique)
 endif()
 
+# Nobody should find in a file where it was made. Tools that look sources up by what is in a file need the whole path.
+if(CMAKE_BUILD_TYPE STREQUAL "Release")
+  add_compile_options(-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
+endif()
+
 set(KV_SANITIZE "" CACHE STRING "Sanitizers to build with, as for -fsanitize=")
 
 # Programs read files from anywhere: a fault in them ends the program, and does no more. Sanitizers see more than these

@@ -7,7 +7,7 @@ foreach(file IN LISTS CPACK_PACKAGE_FILES)
     execute_process(COMMAND dpkg-deb -R ${file} ${tree} COMMAND_ERROR_IS_FATAL ANY)
     execute_process(COMMAND sort -k 2 -o ${tree}/DEBIAN/md5sums ${tree}/DEBIAN/md5sums COMMAND_ERROR_IS_FATAL ANY)
     # Sizes of folders differ between file systems.
-    execute_process(COMMAND find ${tree} -mindepth 1 -path ${tree}/DEBIAN -prune -o -type f -printf "%s\n"
+    execute_process(COMMAND find ${tree} -path ${tree}/DEBIAN -prune -o -type f -printf "%s\n"
       COMMAND awk "{ all += int(($1 + 1023) / 1024) } END { print all }"
       OUTPUT_VARIABLE size OUTPUT_STRIP_TRAILING_WHITESPACE)
     execute_process(COMMAND sed -i "s/^Installed-Size:.*/Installed-Size: ${size}/" ${tree}/DEBIAN/control
