@@ -32,9 +32,10 @@ constexpr const char* usage =
 struct Size {
   int width;
   int height;
+  bool isForAll = false;  ///< Not only for the best member and its peers.
 };
-constexpr Size fullHd = {1920, 1080};
-constexpr Size sizes[] = {{720, 96}, {720, 576}, fullHd, {3840, 2160}};
+constexpr Size fullHd = {1920, 1080, true};
+constexpr Size sizes[] = {{720, 96}, {720, 576, true}, fullHd, {3840, 2160}};
 /// As many pixels as the first of those in fewer rows: the difference is what rows cost.
 constexpr Size fewRows = {1920, 36};
 constexpr double streamedBytes = 256.0 * 1024 * 1024;
@@ -211,18 +212,21 @@ int main(int argc, char** argv) {
   kv_bench::PinThread();
   for (Operation& operation : contest.Operations()) {
     if (operation.name.find(filter) == std::string::npos) continue;
-    if (isBestOnly) operation = AgainstPeers(operation);
+    Operation best = AgainstPeers(operation);
     EnterMemcpy(operation);
+    EnterMemcpy(best);
     for (const Size& size : sizes) {
+      const bool isForAll = !isBestOnly && size.isForAll;
       for (const bool isStreaming : {false, true}) {
         if (isStreaming && (!withStreaming || operation.bytesPerPixel == 0)) continue;
         // A pass over many frames is a long sample: fewer do.
         const int passes = isStreaming ? (rounds + 1) / 2 : rounds;
-        for (auto& line : TimeOperation(operation, size, isStreaming, passes))
+        for (auto& line : TimeOperation(isForAll ? operation : best, size, isStreaming, passes))
           lines.push_back(std::move(line));
       }
     }
-    for (auto& line : TimeOperation(operation, fewRows, false, rounds)) lines.push_back(std::move(line));
+    if (operation.bytesPerPixel == 0) continue;
+    for (auto& line : TimeOperation(best, fewRows, false, rounds)) lines.push_back(std::move(line));
   }
   kv_bench::UnpinThread();
   TimeScaling(contest, filter, rounds, scaling);
