@@ -22,7 +22,8 @@ ROWS = [
     ("UYVY to BGR", "UYVY", "BGR", ["kvconvert threads={threads}", "videoconvert n-threads={threads}"]),
     ("BGRx to UYVY", "BGRx", "UYVY", ["kvconvert threads={threads}", "videoconvert n-threads={threads}"]),
     ("BGR to UYVY", "BGR", "UYVY", ["kvconvert threads={threads}", "videoconvert n-threads={threads}"]),
-    ("blur of luma, 9 x 9", "I420", "I420", ["kvboxfilter window=9 threads={threads}", "gaussianblur sigma=2.6"]),
+    ("blur of luma, 9 x 9", "I420", "I420", ["kvboxfilter window=9 threads={threads}"]),
+    ("blur, sigma 2.6, of 4:4:4 with alpha, the one format that it takes", "AYUV", "AYUV", ["gaussianblur sigma=2.6"]),
     ("blur, 9 x 9", "BGR", "BGR", ["cvsmooth type=blur kernel-width=9 kernel-height=9"]),
 ]
 
