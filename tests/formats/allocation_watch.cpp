@@ -53,6 +53,14 @@ void operator delete[](void* block, std::size_t, std::align_val_t) noexcept {
 }
 #endif
 
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  Note(size);
+  return std::malloc(size == 0 ? 1 : size);
+}
+void* operator new[](std::size_t size, const std::nothrow_t& nothrow) noexcept {
+  return operator new(size, nothrow);
+}
+
 void operator delete(void* block) noexcept {
   std::free(block);
 }
