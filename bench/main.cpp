@@ -116,9 +116,8 @@ std::pair<double, std::string> AgainstBestPeer(const Operation& operation, const
 constexpr double leastInCache = 0.95;
 constexpr double leastStreaming = 0.90;
 
-/// Prints an operation's share at every size; appends to `behind` where it is below the least in three of three
-/// runs.
-void Compare(const Operation& operation, bool withStreaming, int rounds, std::vector<std::string>& behind) {
+/// Prints an operation's ratio at every size; appends the line to `slower` if it is below the limit in each of three runs.
+void Compare(const Operation& operation, bool withStreaming, int rounds, std::vector<std::string>& slower) {
   const Operation pair = AgainstPeers(operation);
   if (pair.contenders.size() == 1) return;
   for (const bool isStreaming : {false, true}) {
@@ -136,7 +135,7 @@ void Compare(const Operation& operation, bool withStreaming, int rounds, std::ve
                     operation.name.c_str(), size.width, size.height, isStreaming ? "streaming" : "in cache");
       std::puts(line);
       std::fflush(stdout);
-      if (ratio < least) behind.emplace_back(line);
+      if (ratio < least) slower.emplace_back(line);
     }
   }
 }
@@ -163,13 +162,13 @@ void TimeScaling(Contest& contest, const std::string& filter, int rounds, nlohma
 
 int ListBehind(Contest& contest, const std::string& filter, bool withStreaming, int rounds) {
   kv_bench::PinThread();
-  std::vector<std::string> behind;
+  std::vector<std::string> slower;
   for (const Operation& operation : contest.Operations()) {
-    if (operation.name.find(filter) != std::string::npos) Compare(operation, withStreaming, rounds, behind);
+    if (operation.name.find(filter) != std::string::npos) Compare(operation, withStreaming, rounds, slower);
   }
-  std::printf(behind.empty() ? "no row is behind\n" : "behind in three of three runs:\n");
-  for (const std::string& line : behind) std::puts(line.c_str());
-  return behind.empty() ? 0 : 1;
+  std::printf(slower.empty() ? "no row is behind\n" : "behind in three of three runs:\n");
+  for (const std::string& line : slower) std::puts(line.c_str());
+  return slower.empty() ? 0 : 1;
 }
 
 }  // namespace

@@ -171,20 +171,28 @@ TEST(DoorThreads, OneContextInSeveral) {
   EXPECT_EQ(equal, 4);
 }
 
+/// Stops a call when it is polled for the fourth time.
+struct PollSeen {
+  std::thread::id caller = std::this_thread::get_id();
+  int calls = 0;
+  bool isElsewhere = false;
+
+  kv_call Call() {
+    kv_call call;
+    kv_call_init(&call);
+    call.poll = [](void* user) -> std::int32_t {
+      auto& own = *static_cast<PollSeen*>(user);
+      if (std::this_thread::get_id() != own.caller) own.isElsewhere = true;
+      return ++own.calls > 3 ? 1 : 0;
+    };
+    call.poll_user = this;
+    return call;
+  }
+};
+
 TEST(DoorStops, ThePollFunctionIsCalledOnTheCallersThread) {
-  struct Seen {
-    std::thread::id caller = std::this_thread::get_id();
-    int calls = 0;
-    bool isElsewhere = false;
-  } seen;
-  kv_call call;
-  kv_call_init(&call);
-  call.poll = [](void* user) -> std::int32_t {
-    auto& own = *static_cast<Seen*>(user);
-    if (std::this_thread::get_id() != own.caller) own.isElsewhere = true;
-    return ++own.calls > 3 ? 1 : 0;
-  };
-  call.poll_user = &seen;
+  PollSeen seen;
+  const kv_call call = seen.Call();
   GuardedFrame from(KV_FORMAT_GRAY8, 3000, 3000, Placement::EndOfPage);
   GuardedFrame to(KV_FORMAT_GRAY8, 3000, 3000, Placement::EndOfPage);
   EXPECT_EQ(kv_box_filter(MakeContext().get(), from.Get(), to.Get(), nullptr, 31, &call), KV_STOPPED);
@@ -193,11 +201,7 @@ TEST(DoorStops, ThePollFunctionIsCalledOnTheCallersThread) {
 }
 
 TEST(DoorStops, ThePollFunctionIsCalledBesideAHostsThreads) {
-  struct Seen {
-    std::thread::id caller = std::this_thread::get_id();
-    int calls = 0;
-    bool isElsewhere = false;
-  } seen;
+  PollSeen seen;
   Executor executor;
   executor.order = 2;  // Nothing of it runs on the caller's thread.
   kv_context_options options;
@@ -208,14 +212,7 @@ TEST(DoorStops, ThePollFunctionIsCalledBesideAHostsThreads) {
   kv_context* made = nullptr;
   ASSERT_EQ(kv_context_new(&options, &made), KV_OK);
   const Context context(made);
-  kv_call call;
-  kv_call_init(&call);
-  call.poll = [](void* user) -> std::int32_t {
-    auto& own = *static_cast<Seen*>(user);
-    if (std::this_thread::get_id() != own.caller) own.isElsewhere = true;
-    return ++own.calls > 3 ? 1 : 0;
-  };
-  call.poll_user = &seen;
+  const kv_call call = seen.Call();
   GuardedFrame frame(KV_FORMAT_UYVY, 500, 500, Placement::EndOfPage);
   std::mt19937 random(1);
   frame.Fill(random);

@@ -1,5 +1,5 @@
-// Random operations for as long as is asked, by several threads at once: every member's operations beside the scalar
-// member's, members that are loaded and unloaded, the C interface on threads, stopped and short of memory.
+// Random operations for a given time, on several threads at once: every member compared with the scalar member,
+// members that are loaded and unloaded, calls of the C interface that are stopped or run out of memory.
 // usage: soak SECONDS [SEED]. A line every ten seconds; exit status 1 after a difference.
 
 #include <dlfcn.h>
