@@ -37,7 +37,7 @@ using Kernels =
                struct SwapBytes, struct Yuv422ToDib15, struct Yuv422ToDib16, struct Yuv422ToDib24>;
 }
 namespace featurefind {
-using Kernels = KernelList<struct BilinearSad, struct BlockSad, struct LumaBytes>;
+using Kernels = KernelList<struct BilinearSad, struct BlockSad, struct LumaBytes, struct Scores>;
 }
 namespace parity {
 using Kernels = KernelList<struct AverageLines, struct AverageLinesSwapped>;

@@ -202,7 +202,7 @@ void EnterSearch(Contest& contest, int size, bool withMap) {
       contest, operation, "FeatureFind", {PixelYUV422::ClassID},
       [size, withMap](const auto& find, Scene& scene, auto& barrier, auto thread) {
         const int half = size / 2;
-        const int corner[2] = {half - 1, half - 1};
+        const int corner[2] = {(size - 1) / 2, (size - 1) / 2};
         const int centre[2] = {scene.width / 2, scene.height / 2};
         int result[2] = {0, 0};
         static thread_local kv_img::MatchScoreMap map;

@@ -64,13 +64,6 @@ constexpr std::int32_t RowsAtOnce(std::uint64_t limit) {
   return limit == unlimited ? 64 : SearchStep<Set>::rows;
 }
 
-/// The least of several sums, compared as signed values.
-inline std::int32_t LeastScore(const std::uint32_t* sums, int count) {
-  std::int32_t least = std::numeric_limits<std::int32_t>::max();
-  for (int i = 0; i < count; ++i) least = std::min(least, static_cast<std::int32_t>(sums[i]));
-  return least;
-}
-
 /// Runs a kernel that adds up differences over `rows` rows, a few at a time, until the sum reaches `limit`.
 template <class Set, class Kernel>
 std::uint32_t SumOfRows(typename Kernel::Args& args, std::int32_t rows, std::uint64_t limit) {

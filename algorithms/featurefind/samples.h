@@ -28,11 +28,18 @@ class SampleReader<Set, Image<PixelYUV422>> {
       : rows_(buffer.rows), order_(OrderOf(buffer.descriptor.GetLayout())) {}
 
   void Read(int row, int column, int count, std::uint8_t* destination) const {
-    LumaBytes::Args args{count / 8, rows_[row] + PixelOffset(column), destination, order_};
+    const std::uint8_t* source = rows_[row] + PixelOffset(column);
+    LumaBytes::Args args{count / 8, source, destination, order_};
     Set::template Run<LumaBytes>(args);
-    for (int pixel = 0; pixel < count % 8; ++pixel) {
-      args.destination[pixel] = args.source[PixelOffset(pixel) + LumaByte(order_)];
+    if (count % 8 == 0) return;
+    if (count > 8) {
+      // The last eight pixels, some of them again.
+      args = {1, source + PixelOffset(count - 8), destination + count - 8, order_};
+      Set::template Run<LumaBytes>(args);
+      return;
     }
+    for (int pixel = 0; pixel < count; ++pixel)
+      destination[pixel] = source[PixelOffset(pixel) + LumaByte(order_)];
   }
 
  private:

@@ -5,6 +5,7 @@
 
 #include "algorithms/featurefind/best_match.h"
 #include "algorithms/featurefind/kernels/block_sad.h"
+#include "algorithms/featurefind/kernels/scores.h"
 #include "algorithms/featurefind/patch.h"
 #include "algorithms/featurefind/samples.h"
 #include "algorithms/kernel_sets.h"
@@ -40,22 +41,25 @@ class WholePixelSearch {
 
   /// Stores the best position in `best` and the score of every position in `map`, if there is one.
   void Run(BestMatch<std::int64_t>& best, MatchScoreMap* map) const {
+    std::uint32_t sums[positionsAtOnce];
+    double means[positionsAtOnce];
+    BlockSad::Args block{};
+    block.columns = static_cast<std::int32_t>(patch_.Width());
+    block.referenceStride = patch_.Samples().Stride();
+    block.searchedStride = searched_.Stride();
+    block.sums = sums;
+    Scores::Args scores{0, sums, patch_.SampleCount(), map != nullptr ? means : nullptr, 0};
     for (std::int64_t y = rows_.first; y <= rows_.last; ++y) {
       for (std::int64_t x = columns_.first; x <= columns_.last; x += positionsAtOnce) {
         const auto positions =
             static_cast<int>(std::min<std::int64_t>(columns_.last - x + 1, positionsAtOnce));
-        std::uint32_t sums[positionsAtOnce];
-        std::fill_n(sums, positions, 0U);
-        SumUp(x, y, positions, best.Limit(), sums);
-        if (best.IsBeatenBy(LeastScore(sums, positions))) {
+        block.positions = scores.count = positions;
+        SumUp(x, y, best.Limit(), block, scores);
+        if (best.IsBeatenBy(scores.least)) {
           for (int position = 0; position < positions; ++position)
             best.Offer(sums[position], x + position, y);
         }
         if (map != nullptr) {
-          double means[positionsAtOnce];
-          for (int position = 0; position < positions; ++position) {
-            means[position] = patch_.MeanOf(sums[position]);
-          }
           map->StoreRow(static_cast<int>(x + patch_.OffsetX()), static_cast<int>(y + patch_.OffsetY()),
                         {means, static_cast<std::size_t>(positions)});
         }
@@ -66,24 +70,33 @@ class WholePixelSearch {
  private:
   static constexpr int positionsAtOnce = SearchStep<Set>::positions;
 
-  /// The sums of adjacent positions; those that reach `limit` may be incomplete.
-  void SumUp(std::int64_t x, std::int64_t y, int positions, std::uint64_t limit, std::uint32_t* sums) const {
-    if (!patch_.HasSamples()) return;
-    BlockSad::Args args{};
-    args.columns = static_cast<std::int32_t>(patch_.Width());
-    args.positions = positions;
-    args.sums = sums;
-    args.reference = patch_.Samples().At(0, 0);
-    args.referenceStride = patch_.Samples().Stride();
-    args.searched = searched_.At(x - columns_.first, y - rows_.first);
-    args.searchedStride = searched_.Stride();
+  /// The scores of adjacent positions; those that reach `limit` may be incomplete.
+  void SumUp(std::int64_t x, std::int64_t y, std::uint64_t limit, BlockSad::Args& block,
+             Scores::Args& scores) const {
+    if (!patch_.HasSamples()) {
+      std::fill_n(block.sums, block.positions, 0U);
+      return Judge(scores);
+    }
+    block.reference = patch_.Samples().At(0, 0);
+    block.searched = searched_.At(x - columns_.first, y - rows_.first);
+    block.addsToSums = false;
     auto rows = static_cast<std::int32_t>(patch_.Height());
-    const auto mayStillWin = [&] {
-      return limit == unlimited || LeastScore(sums, positions) < static_cast<std::int64_t>(limit);
-    };
-    for (; rows > 0 && mayStillWin(); rows -= args.rows) {
-      args.rows = std::min(rows, RowsAtOnce<Set>(limit));
-      Set::template Run<BlockSad>(args);
+    do {
+      block.rows = std::min(rows, RowsAtOnce<Set>(limit));
+      Set::template Run<BlockSad>(block);
+      block.addsToSums = true;
+      rows -= block.rows;
+      Judge(scores);
+    } while (rows > 0 && scores.least < static_cast<std::int64_t>(limit));
+  }
+
+  /// One position is not worth a call.
+  static void Judge(Scores::Args& scores) {
+    if constexpr (positionsAtOnce == 1) {
+      scores.least = static_cast<std::int32_t>(*scores.sums);
+      if (scores.means != nullptr) *scores.means = static_cast<double>(*scores.sums) / scores.samples;
+    } else {
+      Set::template Run<Scores>(scores);
     }
   }
 

@@ -1,5 +1,6 @@
 #include <cstring>
 #include <utility>
+#include <vector>
 
 #include "tests/kernel_check/listed_kernel.h"
 #include "tests/kernel_check/special_cases.h"
@@ -36,6 +37,7 @@ constexpr auto WideBlock = [](auto kernel) {
     std::uint32_t sums[mostPositions];
     for (std::uint32_t& sum : sums) sum = StartSum(call.seed++);
     args.sums = sums;
+    args.addsToSums = (call.seed >> 24 & 1) != 0;
     kernel(args);
     call.inputs[0] = args.reference;
     call.inputs[1] = args.searched;
@@ -57,6 +59,7 @@ constexpr auto TallBlock = [](auto kernel) {
     std::uint32_t sums[mostPositions];
     for (std::uint32_t& sum : sums) sum = StartSum(call.seed++);
     args.sums = sums;
+    args.addsToSums = (call.seed >> 24 & 1) != 0;
     kernel(args);
     call.inputs[0] = args.reference;
     call.inputs[1] = args.searched;
@@ -120,6 +123,26 @@ constexpr auto TallBilinear = [](auto kernel) {
   };
 };
 
+/// A group is a sum; every other call wants no means.
+constexpr auto SomeScores = [](auto kernel) {
+  return [kernel](Call& call) {
+    std::vector<std::uint32_t> sums(static_cast<std::size_t>(call.groups));
+    std::memcpy(sums.data(), call.inputs[0], sums.size() * sizeof(std::uint32_t));
+    // Every other call with small sums only, whose least is not negative.
+    if (call.seed % 4 < 2) {
+      for (std::uint32_t& sum : sums) sum >>= 8;
+    }
+    const auto samples = static_cast<double>(1 + (call.seed >> 16) % 5000);
+    std::vector<double> means(sums.size());
+    Scores::Args args{call.groups, sums.data(), samples, call.seed % 2 == 0 ? means.data() : nullptr, 0};
+    kernel(args);
+    call.inputs[0] += 4 * call.groups;
+    if (args.means != nullptr) std::memcpy(call.outputs[0], means.data(), means.size() * sizeof(double));
+    call.outputs[0] += 8 * call.groups;
+    std::memcpy(call.outputs[1], &args.least, sizeof args.least);
+  };
+};
+
 }  // namespace
 
 void AddCases(std::type_identity<BlockSad> /*kernel*/, std::vector<KernelCase>& cases) {
@@ -152,6 +175,13 @@ void AddCases(std::type_identity<BilinearSad> /*kernel*/, std::vector<KernelCase
                    {sum},
                    AllSets<BilinearSad>(TallBilinear),
                    manyRows});
+}
+
+void AddCases(std::type_identity<Scores> /*kernel*/, std::vector<KernelCase>& cases) {
+  cases.push_back({"featurefind/Scores",
+                   {{.perGroup = 4}},
+                   {{.perGroup = 8}, {.fixed = sizeof(std::int32_t)}},
+                   AllSets<Scores>(SomeScores)});
 }
 
 }  // namespace kv_check

@@ -10,8 +10,9 @@ namespace kv_img::featurefind {
 /// Bytes after the columns of a row that the kernels of this folder may read, but that never count.
 inline constexpr std::ptrdiff_t spareColumns = 72;
 
-/// Adds the absolute differences of a block of bytes and another at several adjacent positions to `sums`
-/// (which wrap at 2^32): sums[i] is for the block that starts `i` bytes after `searched`.
+/// Stores the sums of the absolute differences of a block of bytes and another at several adjacent positions in
+/// `sums`, or adds them to it (which wraps at 2^32): sums[i] is for the block that starts `i` bytes after
+/// `searched`.
 ///
 /// A block is `rows` rows of `columns` bytes, `stride` bytes from row to row. Of every row of `reference` the
 /// `columns` bytes count, of `searched` columns + positions - 1; up to spareColumns bytes after them may be
@@ -27,6 +28,7 @@ struct BlockSad {
     const std::uint8_t* searched;
     std::ptrdiff_t searchedStride;
     std::uint32_t* sums;
+    bool addsToSums;
   };
   static constexpr const char* name = "featurefind/BlockSad";
   template <class Set>

@@ -75,7 +75,8 @@ std::uint32_t SumAt(const BlockSad::Args& args, const std::uint8_t* searched) {
 template <>
 void BlockSad::Run<Mmx>(Args& args) noexcept {
   for (std::int32_t position = 0; position < args.positions; ++position) {
-    args.sums[position] += SumAt(args, args.searched + position);
+    const std::uint32_t before = args.addsToSums ? args.sums[position] : 0;
+    args.sums[position] = before + SumAt(args, args.searched + position);
   }
   args.reference += args.rows * args.referenceStride;
   args.searched += args.rows * args.searchedStride;

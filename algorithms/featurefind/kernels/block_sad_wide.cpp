@@ -7,15 +7,14 @@ namespace {
 #if KV_WIDE_LEVEL >= 2
 /// One position of a block of up to 32 columns, half a register.
 std::uint32_t SumOfNarrow(const BlockSad::Args& args, const std::uint8_t* searched) {
-  const auto load = [](const std::uint8_t* bytes) {
-    return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(bytes));
+  const __mmask32 counted = ~__mmask32{0} >> (width / 2 - args.columns);
+  const auto differences = [counted](const std::uint8_t* a, const std::uint8_t* b) {
+    return _mm256_sad_epu8(_mm256_maskz_loadu_epi8(counted, a), _mm256_maskz_loadu_epi8(counted, b));
   };
-  const __m256i counted = load(onesThenZeros + 64 - args.columns);
   const std::uint8_t* reference = args.reference;
   __m256i sums = _mm256_setzero_si256();
   for (std::int32_t row = 0; row < args.rows; ++row) {
-    sums = _mm256_add_epi32(sums, _mm256_sad_epu8(_mm256_and_si256(load(reference), counted),
-                                                  _mm256_and_si256(load(searched), counted)));
+    sums = _mm256_add_epi32(sums, differences(reference, searched));
     reference += args.referenceStride;
     searched += args.searchedStride;
   }
@@ -91,18 +90,26 @@ KV_INLINE Vector RowDifferences(const std::uint8_t* searched, const std::uint8_t
     sums = Add16(sums, FourDifferences<true>(windows, reference + column + 4));
   }
   // Seven or three columns are a whole four with one that does not count.
-  const Vector windows = Windows(searched + column);
   if (columns - column >= 3) {
+    const Vector windows = Windows(searched + column);
     sums = Add16(sums, FourDifferences<false>(windows, reference + column));
     column += 4;
-  }
-  if (columns - column == 3) {
-    sums = Add16(sums, FourDifferences<true>(windows, reference + column));
-    column += 4;
+    if (columns - column == 3) {
+      sums = Add16(sums, FourDifferences<true>(windows, reference + column));
+      column += 4;
+    }
   }
   if (column > columns) return Sub16(sums, OneDifference(searched + columns, reference + columns));
   for (; column < columns; ++column) sums = Add16(sums, OneDifference(searched + column, reference + column));
   return sums;
+}
+
+/// Stores up to `count` lanes, or adds them to what is there.
+KV_INLINE void AddTo(std::uint32_t* sums, std::int32_t count, Vector lanes, bool adds) {
+  if (count >= width / 4) return Store(sums, adds ? Add32(lanes, Load(sums)) : lanes);
+  alignas(64) std::uint32_t lane[width / 4];
+  Store(lane, lanes);
+  for (std::int32_t i = 0; i < count; ++i) sums[i] = lane[i] + (adds ? sums[i] : 0);
 }
 
 /// Adds the differences at up to positionsAtOnce positions to the sum of each.
@@ -129,10 +136,8 @@ void AddPositions(const BlockSad::Args& args, const std::uint8_t* searched, std:
       upper = Add32(upper, Widen16To32(lanes + positionsAtOnce / 2));
     }
   }
-  alignas(64) std::uint32_t added[positionsAtOnce];
-  Store(added, lower);
-  Store(added + positionsAtOnce / 2, upper);
-  for (std::int32_t position = 0; position < positions; ++position) sums[position] += added[position];
+  AddTo(sums, positions, lower, args.addsToSums);
+  AddTo(sums + positionsAtOnce / 2, positions - positionsAtOnce / 2, upper, args.addsToSums);
 }
 
 #elif KV_NEON
@@ -183,7 +188,7 @@ void AddPositions(const BlockSad::Args& args, const std::uint8_t* searched, std:
                       Lanes8(LowestBytes(args.columns - column)), added);
   }
   for (std::int32_t position = 0; position < positions; ++position)
-    sums[position] += vaddvq_u32(added[position]);
+    sums[position] = vaddvq_u32(added[position]) + (args.addsToSums ? sums[position] : 0);
 }
 
 #endif
@@ -201,7 +206,10 @@ void BlockSad::Run<Wide<level>>(Args& args) noexcept {
     position += positions;
   }
 #endif
-  for (; position < args.positions; ++position) args.sums[position] += SumAt(args, args.searched + position);
+  for (; position < args.positions; ++position) {
+    const std::uint32_t before = args.addsToSums ? args.sums[position] : 0;
+    args.sums[position] = before + SumAt(args, args.searched + position);
+  }
   args.reference += args.rows * args.referenceStride;
   args.searched += args.rows * args.searchedStride;
 }
