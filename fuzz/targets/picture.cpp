@@ -6,7 +6,7 @@
 #include <iterator>
 #include <new>
 
-#include "fuzz/check_input.h"
+#include "fuzz/check_frame.h"
 #include "host/formats/format_error.h"
 #include "host/formats/picture_reader.h"
 
@@ -29,19 +29,6 @@ class InputFile {
   std::string name_;
 };
 
-void RequireWhole(const kv_host::Raster& frame) {
-  using kv_fuzz::Require;
-  Require(kv_host::SizeProblem(frame.width, frame.height).empty(), "a picture of a size that is refused");
-  const kv_host::Raster shape = kv_host::MakeEmptyRaster(frame.kind, frame.width, frame.height, frame.layout);
-  Require(shape.planes.size() == frame.planes.size(), "another number of planes than its kind has");
-  for (std::size_t i = 0; i < frame.planes.size(); ++i) {
-    const kv_host::Plane& plane = frame.planes[i];
-    Require(plane.stride == shape.planes[i].stride && plane.rows == shape.planes[i].rows &&
-                plane.bytes.size() == plane.stride * static_cast<std::size_t>(plane.rows),
-            "a plane that is not whole");
-  }
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -63,7 +50,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   try {
     kv_host::PictureReader reader(file.Hold(data, size), options);
-    while (const auto frame = reader.Next()) RequireWhole(*frame);
+    while (const auto frame = reader.Next()) kv_fuzz::RequireWhole(*frame);
   } catch (const kv_host::FileError& error) {
     kv_fuzz::Require(std::string(error.what()).find('\n') == std::string::npos, "an error of several lines");
   }

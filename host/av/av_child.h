@@ -2,35 +2,35 @@
 
 #include <sys/types.h>
 
-#include <cstdint>
-#include <span>
-#include <string>
+#include <optional>
 #include <vector>
 
+#include "host/av/av_peer.h"
+#include "host/av/shared_frames.h"
 #include "host/formats/byte_source.h"
 
 namespace kv_host {
 
 /// This program again, as the child that decodes: it reads the source, and its standard output is read here. The child
 /// ends with this object.
-class AvChild {
+class AvChild final : public AvPeer {
  public:
-  /// Throws FileError when the system cannot start it.
-  AvChild(ByteSource& source, std::vector<std::string> arguments);
-  AvChild(const AvChild&) = delete;
-  AvChild& operator=(const AvChild&) = delete;
-  ~AvChild();
+  /// Frames on their way take at most `mostBytes`. Throws FileError when the system cannot start it.
+  AvChild(ByteSource& source, std::int64_t mostBytes, std::vector<std::string> arguments);
+  ~AvChild() override;
 
-  /// Fills `out`; false if the child ended first.
-  bool Read(std::span<std::uint8_t> out) const;
-  /// Waits for the end of the child, whose output has ended; how it came, for people.
-  std::string Ending();
+  bool Read(std::span<std::uint8_t> out) override;
+  std::span<const std::uint8_t> Frame() override { return frames_->Place(); }
+  void ReleaseFrame() override;
+  std::string Ending() override;
 
  private:
   int Wait();
 
+  std::optional<SharedFrames> frames_;
   pid_t process_ = -1;
   int output_ = -1;
+  int freePlaces_ = -1;
 };
 
 }  // namespace kv_host

@@ -1,11 +1,13 @@
 #include <fcntl.h>
 #include <spawn.h>
+#include <sys/eventfd.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <utility>
 
 #include "host/av/av_child.h"
 #include "host/av/wire.h"
@@ -14,44 +16,64 @@
 namespace kv_host {
 namespace {
 
-/// Both ends of a pipe, which no other child inherits.
-struct Pipe {
-  std::array<int, 2> ends = {-1, -1};
+/// A descriptor that no other child inherits.
+struct Descriptor {
+  int number = -1;
 
-  bool Open() { return pipe2(ends.data(), O_CLOEXEC) == 0; }
-  ~Pipe() {
-    for (const int end : ends) {
-      if (end >= 0) close(end);
-    }
+  Descriptor() = default;
+  explicit Descriptor(int opened) : number(opened) {}
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  ~Descriptor() {
+    if (number >= 0) close(number);
+  }
+  int Release() { return std::exchange(number, -1); }
+};
+
+struct Pipe {
+  Descriptor out, in;
+
+  Pipe() {
+    std::array<int, 2> ends = {-1, -1};
+    if (pipe2(ends.data(), O_CLOEXEC) != 0) return;
+    out.number = ends[0];
+    in.number = ends[1];
   }
 };
 
 }  // namespace
 
-AvChild::AvChild(ByteSource& source, std::vector<std::string> arguments) {
-  Pipe frames;
-  Pipe start;
+AvChild::AvChild(ByteSource& source, std::int64_t mostBytes, std::vector<std::string> arguments) {
   const std::vector<std::uint8_t> ahead = source.TakeAhead();
-  if (!frames.Open() || !start.Open()) throw FileError(source.Name(), "cannot be read: " + SystemText(errno));
+  Pipe messages;
+  Pipe start;
+  Descriptor free(eventfd(SharedFrames::Places, EFD_CLOEXEC | EFD_SEMAPHORE));
+  const Descriptor memory(SharedFrames::Create(mostBytes));
+  frames_.emplace(memory.number, false);
+  if (messages.in.number < 0 || start.in.number < 0 || free.number < 0 || !frames_->IsMapped()) {
+    throw FileError(source.Name(), "cannot be read: " + SystemText(errno));
+  }
   // As much as a pipe holds without a reader, and more than is ever looked at.
   constexpr std::size_t most = 1U << 16U;
   if (ahead.size() > most ||
-      write(start.ends[1], ahead.data(), ahead.size()) != static_cast<ssize_t>(ahead.size())) {
+      write(start.in.number, ahead.data(), ahead.size()) != static_cast<ssize_t>(ahead.size())) {
     throw FileError(source.Name(), "cannot be read from where it is");
   }
-  // Few large turns between the two processes; where the system refuses, more small ones.
-  fcntl(frames.ends[1], F_SETPIPE_SZ, 1 << 20);
 
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
-  // Numbers beyond those that the child uses: none is overwritten before its turn.
-  const std::array<int, 3> given = {fcntl(source.Descriptor(), F_DUPFD_CLOEXEC, 10),
-                                    fcntl(frames.ends[1], F_DUPFD_CLOEXEC, 10),
-                                    fcntl(start.ends[0], F_DUPFD_CLOEXEC, 10)};
-  posix_spawn_file_actions_adddup2(&actions, given[0], STDIN_FILENO);
-  posix_spawn_file_actions_adddup2(&actions, given[1], STDOUT_FILENO);
-  posix_spawn_file_actions_adddup2(&actions, given[2], AvAheadDescriptor);
-  posix_spawn_file_actions_addclosefrom_np(&actions, AvAheadDescriptor + 1);
+  // In the order of the child's numbers. Copies beyond those: none is overwritten before its turn.
+  std::array<Descriptor, AvDescriptors> given;
+  int child = 0;
+  for (const int own :
+       {source.Descriptor(), messages.in.number, start.out.number, memory.number, free.number}) {
+    // Standard error stays.
+    if (child == STDERR_FILENO) ++child;
+    const auto at = static_cast<std::size_t>(child);
+    given[at].number = fcntl(own, F_DUPFD_CLOEXEC, 10);
+    posix_spawn_file_actions_adddup2(&actions, given[at].number, child++);
+  }
+  posix_spawn_file_actions_addclosefrom_np(&actions, child);
   posix_spawnattr_t attributes;
   posix_spawnattr_init(&attributes);
   sigset_t signals;
@@ -70,23 +92,23 @@ AvChild::AvChild(ByteSource& source, std::vector<std::string> arguments) {
   const int error = posix_spawn(&process_, "/proc/self/exe", &actions, &attributes, pointers.data(), environ);
   posix_spawn_file_actions_destroy(&actions);
   posix_spawnattr_destroy(&attributes);
-  for (const int descriptor : given) close(descriptor);
   if (error != 0) {
     process_ = -1;
     throw FileError(source.Name(), "cannot be read: no process is started for it: " + SystemText(error));
   }
-  output_ = frames.ends[0];
-  frames.ends[0] = -1;
+  output_ = messages.out.Release();
+  freePlaces_ = free.Release();
 }
 
 AvChild::~AvChild() {
   if (output_ >= 0) close(output_);
+  if (freePlaces_ >= 0) close(freePlaces_);
   if (process_ < 0) return;
   kill(process_, SIGKILL);
   Wait();
 }
 
-bool AvChild::Read(std::span<std::uint8_t> out) const {
+bool AvChild::Read(std::span<std::uint8_t> out) {
   while (!out.empty()) {
     const ssize_t got = read(output_, out.data(), out.size());
     if (got < 0 && errno == EINTR) continue;
@@ -94,6 +116,13 @@ bool AvChild::Read(std::span<std::uint8_t> out) const {
     out = out.subspan(static_cast<std::size_t>(got));
   }
   return true;
+}
+
+void AvChild::ReleaseFrame() {
+  frames_->NextTurn();
+  const std::uint64_t one = 1;
+  // A child that has gone does not mind.
+  [[maybe_unused]] const ssize_t written = write(freePlaces_, &one, sizeof one);
 }
 
 int AvChild::Wait() {

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "host/av/av_log.h"
+#include "host/av/av_peer.h"
 #include "host/formats/byte_source.h"
 #include "host/formats/frame_reader.h"
 #include "host/formats/narrow.h"
@@ -23,5 +24,8 @@ struct AvOptions {
 /// The pictures from number `first` on of a file that the module reads, decoded in a child process. Throws FormatError,
 /// also where there is no module.
 std::unique_ptr<FrameReader> OpenAv(ByteSource& source, const AvOptions& options, std::int64_t first);
+/// What such a child says, whoever speaks for it.
+std::unique_ptr<FrameReader> ReadAv(ByteSource& source, std::unique_ptr<AvPeer> peer,
+                                    const AvOptions& options, std::int64_t first);
 
 }  // namespace kv_host

@@ -1,16 +1,14 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 #include <cstring>
 #include <thread>
 #include <utility>
 
 #include "host/av/av_child.h"
+#include "host/av/av_messages.h"
 #include "host/av/av_module.h"
 #include "host/av/av_reader.h"
-#include "host/av/wire.h"
 #include "host/formats/file_format.h"
 
 namespace kv_host {
@@ -25,8 +23,9 @@ std::string ModuleFor(const ByteSource& source) {
           "; the package kv-algo-av, which is not installed, reads MP4, MOV, MXF, JPEG, TIFF and others");
 }
 
-std::int64_t QuarterOfTheMachine() {
-  return sysconf(_SC_PHYS_PAGES) / 4 * sysconf(_SC_PAGESIZE);
+/// By default a quarter of the machine's.
+std::int64_t MemoryOf(const AvOptions& options) {
+  return options.maxMemory > 0 ? options.maxMemory : sysconf(_SC_PHYS_PAGES) / 4 * sysconf(_SC_PAGESIZE);
 }
 
 std::vector<std::string> ArgumentsFor(const ByteSource& source, const AvOptions& options,
@@ -39,84 +38,10 @@ std::vector<std::string> ArgumentsFor(const ByteSource& source, const AvOptions&
           std::to_string(threads),
           options.skipDamaged ? "1" : "0",
           std::to_string(first),
-          std::to_string(options.maxMemory > 0 ? options.maxMemory : QuarterOfTheMachine()),
+          std::to_string(MemoryOf(options)),
           source.Remaining() ? "1" : "0",
           options.dither == Dither::Ordered ? "1" : "0"};
 }
-
-template <class Struct>
-std::span<std::uint8_t> BytesOf(Struct& object) {
-  return {reinterpret_cast<std::uint8_t*>(&object), sizeof object};
-}
-
-/// What the child says about one file.
-class Conversation {
- public:
-  Conversation(ByteSource& source, const AvOptions& options, std::int64_t first)
-      : source_(source), child_(source, ArgumentsFor(source, options, first)) {
-    WireHeader header = Expect();
-    if (header.kind == WireKind::Failure) ThrowFailure();
-    Read(header, WireKind::Info, info_);
-  }
-
-  const KvAvInfo& Info() const { return info_; }
-
-  /// The header of the next frame; false after the last, `frames` then being the clip's.
-  bool NextFrame(KvAvFrame& frame, std::int64_t& frames) {
-    const WireHeader header = Expect();
-    if (header.kind == WireKind::Failure) ThrowFailure();
-    if (header.kind == WireKind::End) {
-      WireEnd end{};
-      Read(header, WireKind::End, end);
-      frames = end.frames;
-      return false;
-    }
-    Read(header, WireKind::Frame, frame);
-    number_ = frame.number;
-    return true;
-  }
-
-  void ReadRows(std::span<std::uint8_t> rows) {
-    if (!child_.Read(rows)) ThrowEnding();
-  }
-
- private:
-  WireHeader Expect() {
-    WireHeader header{};
-    if (!child_.Read(BytesOf(header))) ThrowEnding();
-    return header;
-  }
-
-  template <class Struct>
-  void Read(const WireHeader& header, WireKind kind, Struct& body) {
-    if (header.kind != kind || header.bytes != sizeof body || !child_.Read(BytesOf(body))) ThrowEnding();
-  }
-
-  [[noreturn]] void ThrowEnding() {
-    throw FormatError(source_.Name(), child_.Ending() + " at frame " + std::to_string(number_ + 1));
-  }
-
-  [[noreturn]] void ThrowFailure() {
-    WireFailure failure{};
-    if (!child_.Read(BytesOf(failure))) ThrowEnding();
-    failure.problem[KvAvProblemSize - 1] = '\0';
-    std::string problem = failure.problem;
-    if (failure.result == KvAvUnknownFormat) {
-      throw FormatError(source_.Name(), 0, "the format is not known; name it: " + FormatNames());
-    }
-    if (failure.hasFrame != 0) {
-      std::array<char, 32> time{};
-      if (failure.time >= 0) std::snprintf(time.data(), time.size(), " at %.3f s", failure.time);
-      problem = "frame " + std::to_string(failure.number) + time.data() + " cannot be decoded: " + problem;
-    }
-    throw FormatError(source_.Name(), problem);
-  }
-
-  ByteSource& source_;
-  AvChild child_;
-  KvAvInfo info_{};
-  std::int64_t number_ = -1;
-};
 
 RasterKind KindOf(const KvAvFrame& frame) {
   switch (frame.kind) {
@@ -142,14 +67,15 @@ Value Among(const Value (&values)[count], int index) {
 
 class AvReader final : public FrameReader {
  public:
-  AvReader(ByteSource& source, const AvOptions& options, std::int64_t first)
+  AvReader(ByteSource& source, std::unique_ptr<AvPeer> peer, const AvOptions& options, std::int64_t first)
       : source_(source),
-        child_(source, options, first),
+        peer_(std::move(peer)),
+        messages_(*peer_, source.Name()),
         log_(options.log),
         rate_(options.rate),
         first_(first) {
     if (log_ == nullptr) return;
-    const KvAvInfo& info = child_.Info();
+    const KvAvInfo& info = messages_.Info();
     const std::span streams(info.streams,
                             static_cast<std::size_t>(std::min<int>(info.streamCount, KvAvMostStreams)));
     const bool hasSound = std::ranges::any_of(
@@ -166,13 +92,13 @@ class AvReader final : public FrameReader {
   }
 
   std::int64_t FirstNumber() const override { return first_; }
-  const KvAvInfo* Declared() const override { return &child_.Info(); }
+  const KvAvInfo* Declared() const override { return &messages_.Info(); }
 
   std::optional<Raster> Next() override {
     if (hasEnded_) return std::nullopt;
     KvAvFrame frame{};
     try {
-      if (child_.NextFrame(frame, frames_)) return RasterOf(frame);
+      if (messages_.NextFrame(frame, frames_)) return RasterOf(frame);
     } catch (const FormatError& error) {
       // The pictures before it are good.
       if (given_ == 0 || log_ == nullptr) throw;
@@ -192,11 +118,22 @@ class AvReader final : public FrameReader {
     if (!problem.empty()) throw FormatError(source_.Name(), problem);
     const RasterKind kind = KindOf(frame);
     const bool isPacked = kind == RasterKind::Yuv422 || kind == RasterKind::Yuva422;
-    Raster raster = MakeRaster(kind, frame.width, frame.height,
-                               !isPacked                  ? 0
-                               : frame.isChromaFirst != 0 ? LayoutChromaFirst
-                                                          : LayoutLumaFirst);
-    for (Plane& plane : raster.planes) child_.ReadRows(plane.bytes);
+    Raster raster = MakeEmptyRaster(kind, frame.width, frame.height,
+                                    !isPacked                  ? 0
+                                    : frame.isChromaFirst != 0 ? LayoutChromaFirst
+                                                               : LayoutLumaFirst);
+    std::span<const std::uint8_t> bytes = peer_->Frame();
+    if (raster.ByteCount() > bytes.size()) {
+      throw FormatError(source_.Name(), "a frame of " + std::to_string(frame.width) + "x" +
+                                            std::to_string(frame.height) +
+                                            " takes more memory than --max-memory allows");
+    }
+    for (Plane& plane : raster.planes) {
+      const auto rows = bytes.first(plane.stride * static_cast<std::size_t>(plane.rows));
+      plane.bytes.assign(rows.begin(), rows.end());
+      bytes = bytes.subspan(rows.size());
+    }
+    peer_->ReleaseFrame();
     raster.interlace = Among(
         {Interlace::Unknown, Interlace::Progressive, Interlace::TopFieldFirst, Interlace::BottomFieldFirst},
         frame.interlace);
@@ -217,7 +154,8 @@ class AvReader final : public FrameReader {
   }
 
   ByteSource& source_;
-  Conversation child_;
+  std::unique_ptr<AvPeer> peer_;
+  AvMessages messages_;
   AvLog* log_;
   Ratio rate_;
   std::int64_t first_;
@@ -230,7 +168,14 @@ class AvReader final : public FrameReader {
 }  // namespace
 
 std::unique_ptr<FrameReader> OpenAv(ByteSource& source, const AvOptions& options, std::int64_t first) {
-  return std::make_unique<AvReader>(source, options, first);
+  return ReadAv(source,
+                std::make_unique<AvChild>(source, MemoryOf(options), ArgumentsFor(source, options, first)),
+                options, first);
+}
+
+std::unique_ptr<FrameReader> ReadAv(ByteSource& source, std::unique_ptr<AvPeer> peer,
+                                    const AvOptions& options, std::int64_t first) {
+  return std::make_unique<AvReader>(source, std::move(peer), options, first);
 }
 
 }  // namespace kv_host

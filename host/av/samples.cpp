@@ -84,7 +84,12 @@ void Samples::Component(const AVFrame& frame, const AVPixFmtDescriptor& format, 
     const std::uint8_t* in =
         frame.data[from.plane] + y * static_cast<std::ptrdiff_t>(frame.linesize[from.plane]) + from.offset;
     std::uint8_t* to = out.bytes.data() + width * static_cast<std::size_t>(y);
-    if (from.depth == 8 && from.step == 1) {
+    if (frame.format == AV_PIX_FMT_UYYVYY411 && component == 0) {
+      // Four in six bytes, which no constant step tells.
+      constexpr int places[] = {1, 2, 4, 5};
+      const std::uint8_t* start = in - from.offset;
+      for (std::size_t x = 0; x < width; ++x) to[x] = start[x / 4 * 6 + places[x % 4]];
+    } else if (from.depth == 8 && from.step == 1) {
       std::copy_n(in, width, to);
     } else if (from.depth == 8) {
       for (std::size_t x = 0; x < width; ++x, in += from.step) to[x] = *in;

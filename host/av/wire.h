@@ -12,8 +12,7 @@ enum class WireKind : std::uint32_t { Info, Frame, Failure, End };
 
 struct WireHeader {
   WireKind kind;
-  std::uint32_t
-      bytes;  ///< Of the struct that follows; the rows of a frame's planes come after it, without gaps.
+  std::uint32_t bytes;  ///< Of the struct that follows. The rows of a frame are in the memory that both have.
 };
 
 struct WireFailure {
@@ -30,7 +29,13 @@ struct WireEnd {
 
 /// The argument that makes the program a child; those after it are the child's.
 inline constexpr const char* AvWorkerArgument = "--av-worker";
-/// Where the child finds the bytes that kv has taken from a pipe already.
-inline constexpr int AvAheadDescriptor = 3;
+/// Where the child finds, beside standard input and output: the bytes that kv has taken from a pipe already; the memory of
+/// frames; the count of its free places.
+enum AvDescriptor : std::int32_t {
+  AvAheadDescriptor = 3,
+  AvFramesDescriptor,
+  AvFreePlacesDescriptor,
+  AvDescriptors
+};
 
 }  // namespace kv_host

@@ -2,7 +2,6 @@
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/uio.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -16,6 +15,7 @@
 #include <vector>
 
 #include "host/av/av_module.h"
+#include "host/av/shared_frames.h"
 #include "host/av/wire.h"
 #include "host/av/worker.h"
 #include "host/formats/raster.h"
@@ -52,48 +52,50 @@ int ReadInput(void* context, std::uint8_t* bytes, int count) {
 }
 
 /// Leaves the process when kv has gone.
-void WriteAll(std::vector<iovec> parts) {
-  std::size_t at = 0;
-  while (at < parts.size()) {
-    constexpr std::size_t most = 1024;
-    const ssize_t done =
-        writev(STDOUT_FILENO, parts.data() + at, static_cast<int>(std::min(most, parts.size() - at)));
+void WriteAll(const void* bytes, std::size_t count) {
+  const auto* from = static_cast<const char*>(bytes);
+  while (count > 0) {
+    const ssize_t done = write(STDOUT_FILENO, from, count);
     if (done < 0 && errno == EINTR) continue;
     if (done < 0) _exit(EXIT_FAILURE);
-    auto rest = static_cast<std::size_t>(done);
-    for (; at < parts.size() && rest >= parts[at].iov_len; ++at) rest -= parts[at].iov_len;
-    if (at < parts.size()) {
-      parts[at].iov_base = static_cast<char*>(parts[at].iov_base) + rest;
-      parts[at].iov_len -= rest;
-    }
+    from += done;
+    count -= static_cast<std::size_t>(done);
   }
-}
-
-template <class Struct>
-std::vector<iovec> Parts(WireHeader& header, const Struct& body, WireKind kind) {
-  header = {.kind = kind, .bytes = sizeof body};
-  return {{&header, sizeof header}, {const_cast<Struct*>(&body), sizeof body}};
 }
 
 template <class Struct>
 void Send(const Struct& body, WireKind kind) {
-  WireHeader header{};
-  WriteAll(Parts(header, body, kind));
+  struct {
+    WireHeader header;
+    Struct body;
+  } message = {{.kind = kind, .bytes = sizeof body}, body};
+  static_assert(sizeof message == sizeof message.header + sizeof body);
+  WriteAll(&message, sizeof message);
 }
 
-void SendFrame(const KvAvFrame& frame) {
-  WireHeader header{};
-  std::vector<iovec> parts = Parts(header, frame, WireKind::Frame);
+/// Puts the rows where kv finds them, once there is a place; false if the place is too small.
+bool SendFrame(const KvAvFrame& frame, SharedFrames& frames) {
+  std::uint64_t one = 0;
+  while (read(AvFreePlacesDescriptor, &one, sizeof one) < 0 && errno == EINTR) {
+  }
+  const auto height = static_cast<std::size_t>(frame.height);
+  std::span<std::uint8_t> place = frames.Place();
   for (int i = 0; i < frame.planes; ++i) {
     const auto rowBytes = static_cast<std::size_t>(frame.rowBytes[i]);
-    auto* rows = const_cast<std::uint8_t*>(frame.data[i]);
+    if (place.size() < rowBytes * height) return false;
     if (frame.stride[i] == frame.rowBytes[i]) {
-      parts.push_back({rows, rowBytes * static_cast<std::size_t>(frame.height)});
+      std::memcpy(place.data(), frame.data[i], rowBytes * height);
     } else {
-      for (int y = 0; y < frame.height; ++y) parts.push_back({rows + y * frame.stride[i], rowBytes});
+      for (std::size_t y = 0; y < height; ++y) {
+        std::memcpy(place.data() + y * rowBytes,
+                    frame.data[i] + static_cast<std::ptrdiff_t>(y) * frame.stride[i], rowBytes);
+      }
     }
+    place = place.subspan(rowBytes * height);
   }
-  WriteAll(std::move(parts));
+  frames.NextTurn();
+  Send(frame, WireKind::Frame);
+  return true;
 }
 
 int Fail(int result, const char* problem, const KvAvFrame* frame = nullptr) {
@@ -145,7 +147,7 @@ void AllowTime() {
   Limit(RLIMIT_CPU, seconds + SecondsPerFrame, RLIM_INFINITY);
 }
 
-int Decode(const KvAvDoor& door, const KvAvInput& input, const KvAvOptions& options) {
+int Decode(const KvAvDoor& door, const KvAvInput& input, const KvAvOptions& options, SharedFrames& frames) {
   char problem[KvAvProblemSize] = "";
   KvAvClip* clip = nullptr;
   const int opened = door.open(&input, &options, &clip, problem);
@@ -159,7 +161,9 @@ int Decode(const KvAvDoor& door, const KvAvInput& input, const KvAvOptions& opti
     const int result = door.next(clip, &frame, problem);
     if (result == KvAvDamaged) return Fail(result, problem, &frame);
     if (result == KvAvEnd) break;
-    if (result == KvAvDone) SendFrame(frame);
+    if (result == KvAvDone && !SendFrame(frame, frames)) {
+      return Fail(KvAvDamaged, "it takes more memory than --max-memory allows", &frame);
+    }
   }
   Send(WireEnd{.frames = frame.number}, WireKind::End);
   return EXIT_SUCCESS;
@@ -194,9 +198,11 @@ int RunAvWorker(int argc, char** argv) {
                             .first = number(6),
                             .mostPixels = MostPixels,
                             .longestSide = LongestSide};
+  SharedFrames frames(AvFramesDescriptor, true);
+  if (!frames.IsMapped()) return Fail(KvAvRefused, "there is no memory for frames");
   Confine(number(7));
   AllowTime();
-  const int exitStatus = Decode(*door, input, options);
+  const int exitStatus = Decode(*door, input, options, frames);
   // The system takes back what is left, faster than the library.
   _exit(exitStatus);
 }

@@ -145,4 +145,27 @@ TEST(AvSamples, ColumnsOf444And411BecomePairs) {
   EXPECT_EQ(out.data[1][3], 31);
 }
 
+TEST(AvSamples, Packed411HasFourPixelsInSixBytes) {
+  const Frame frame = MakeFrame(AV_PIX_FMT_UYYVYY411, 7, 2);
+  for (int y = 0; y < 2; ++y) {
+    const std::uint8_t row[] = {60, 1, 2, 90, 3, 4, 80, 5, 6, 70, 7, 8};
+    for (int i = 0; i < 12; ++i)
+      frame->data[0][y * frame->linesize[0] + i] = static_cast<std::uint8_t>(row[i] + y);
+  }
+  kv_av::Samples samples;
+  KvAvFrame out{};
+  char problem[KvAvProblemSize] = "";
+  ASSERT_TRUE(samples.Take(*frame, AVCHROMA_LOC_LEFT, out, problem)) << problem;
+  ASSERT_EQ(out.kind, KvAvPlanar);
+  EXPECT_EQ(out.path, KvAvByRule);
+  const int chroma[2][4] = {{60, 70, 80, 80}, {90, 80, 70, 70}};
+  for (int y = 0; y < 2; ++y) {
+    for (int x = 0; x < 7; ++x) EXPECT_EQ(out.data[0][y * out.stride[0] + x], x + 1 + y);
+    for (int plane = 1; plane < 3; ++plane) {
+      for (int x = 0; x < 4; ++x)
+        EXPECT_EQ(out.data[plane][y * out.stride[plane] + x], chroma[plane - 1][x] + y);
+    }
+  }
+}
+
 }  // namespace
