@@ -28,6 +28,8 @@ def number(name: str, value: Any, low: float, high: float) -> float:
         result = float(value)
     except (TypeError, ValueError):
         raise TypeError(f"{name} is a {type(value).__name__}; it must be a number, {low:g} to {high:g}") from None
+    except OverflowError:
+        raise ValueError(f"{name} is out of range; it must be {low:g} to {high:g}") from None
     if not (math.isfinite(result) and low <= result <= high):
         raise ValueError(f"{name} is {result:g}; it must be {low:g} to {high:g}")
     return result

@@ -179,8 +179,20 @@ def test_search_without_positions():
     assert not match.is_found and np.isnan(match.x)
 
 
+def test_search_is_around_the_feature():
+    a = numbers((40, 40, 2))
+    for search in (kv_algo.find, kv_algo.find_subpixel):
+        match = search(a, np.roll(a, (2, -3), (0, 1)), (20, 24), half=4, range=4)
+        assert (match.x, match.y, match.score) == (17, 26, 0)
+
+
 def test_polygon_pieces():
     comb = [(0, 0), (10, 0), (10, 5), (8, 5), (8, 2), (2, 2), (2, 5), (0, 5)]
     pieces = kv_algo.clip_polygon(comb, 0, 3, 10, 5)
     assert len(pieces) == 2
     assert kv_algo.clip_polygon(comb, 20, 20, 30, 30) == []
+    three = [(0, 0), (9, 0), (9, 5), (7, 5), (7, 2), (6, 2), (5, 5), (4, 2), (3, 2), (3, 5), (0, 5)]
+    pieces = kv_algo.clip_polygon(three, 0, 3, 9, 5)
+    assert sorted(len(piece) for piece in pieces) == [3, 4, 4]
+    bounds = sorted((piece[:, 0].min(), piece[:, 0].max()) for piece in pieces)
+    np.testing.assert_allclose(bounds, [(0, 3), (4 + 1 / 3, 5 + 2 / 3), (7, 9)])

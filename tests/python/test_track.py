@@ -148,6 +148,13 @@ WRONG = [
 ]
 
 
+def test_the_spare_pixel_of_an_odd_width_is_outside():
+    odd = [kv_algo.VideoFrame(frame, "uyvy", 127, 96, i) for i, frame in enumerate(moving(2, 1, 0))]
+    assert len(list(kv_algo.track(odd, (126, 50), half=2, range=2))) == 2
+    with pytest.raises(ValueError, match=r"^at\[0\] is \(127, 50\); frames\[0\] is 127 x 96 pixels$"):
+        list(kv_algo.track(odd, (127, 50), half=2, range=2))
+
+
 @pytest.mark.parametrize("case", WRONG, ids=range(len(WRONG)))
 def test_refusal_of_track(case):
     call, kind, text = case

@@ -198,6 +198,8 @@ CASES = [
     (lambda: kv.clip_polygon([(0, 0)], 0, 0, 1, 1), ValueError, "^points has shape"),
     (lambda: kv.clip_polygon([(0, 0), (1, 0), (1, 1)], 2, 0, 1, 1), ValueError, "^right is 1; it must be 2 to"),
     (lambda: kv.clip_polygon([(0, 0), (1, 0), (1, 1)], 0, float("nan"), 1, 1), ValueError, "^top is nan"),
+    (lambda: kv.clip_polygon([(0, 0), (1, 0), (1, 1)], 0, 1 << 2000, 1, 1), ValueError, "^top is out of range; it must be "),
+    (lambda: kv.mask_levels(G, gamma=1 << 2000), ValueError, "^gamma is out of range"),
     (lambda: kv.Context(threads=257), ValueError, "^threads is 257; it must be 0 to 256$"),
     (lambda: kv.Context(threads=-1), ValueError, "^threads is -1"),
     (lambda: kv.Context(threads="2"), TypeError, "^threads is a str"),
