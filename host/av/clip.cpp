@@ -59,6 +59,8 @@ void Clip::OpenDecoder() {
   decoder_->thread_count = options_.threads;
   decoder_->max_pixels = options_.mostPixels;
   decoder_->get_format = SoftwareOnly;
+  // Without it columns that are cropped on the left come back, up to a multiple of what vectors like.
+  decoder_->flags |= AV_CODEC_FLAG_UNALIGNED;
   decoder_->pkt_timebase = container_.Stream().time_base;
   decoder_->err_recognition = AV_EF_CRCCHECK;
   const int opened = avcodec_open2(decoder_.get(), codec, nullptr);

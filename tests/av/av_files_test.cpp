@@ -226,6 +226,36 @@ TEST_F(AvFiles, RotationIsSaid) {
   EXPECT_EQ(Report("info straight.mp4")["result"]["rotation"], 0);
 }
 
+TEST_F(AvFiles, CroppingOfTheCodecIsApplied) {
+  ASSERT_NO_FATAL_FAILURE(Make("whole.mp4", "-c:v libx264 -pix_fmt yuv420p", 2));
+  const std::string whole = ByKv("whole.mp4");
+  struct Margins {
+    int left, top, right, bottom;
+  };
+  for (const Margins& cut : {Margins{2, 0, 0, 0}, Margins{6, 4, 10, 8}, Margins{64, 16, 32, 0}}) {
+    const std::string options =
+        "crop_left=" + std::to_string(cut.left) + ":crop_top=" + std::to_string(cut.top) +
+        ":crop_right=" + std::to_string(cut.right) + ":crop_bottom=" + std::to_string(cut.bottom);
+    SCOPED_TRACE(options);
+    ASSERT_EQ(RunShell(temp_.Path(), "ffmpeg -v error -y -i whole.mp4 -c copy -bsf:v h264_metadata=" +
+                                         options + " cut.mp4 </dev/null")
+                  .status,
+              0);
+    const int width = Width - cut.left - cut.right;
+    const int height = Height - cut.top - cut.bottom;
+    EXPECT_EQ(Report("info cut.mp4")["result"]["width"], width);
+    EXPECT_EQ(Report("info cut.mp4")["result"]["height"], height);
+    const std::string kv = ByKv("cut.mp4");
+    ASSERT_EQ(kv.size(), 4U * static_cast<std::size_t>(width * height));
+    for (int y = 0; y < height; ++y) {
+      const auto row = static_cast<std::size_t>(width);
+      EXPECT_TRUE(kv.substr(static_cast<std::size_t>(y) * row, row) ==
+                  whole.substr(static_cast<std::size_t>((y + cut.top) * Width + cut.left), row))
+          << y;
+    }
+  }
+}
+
 TEST_F(AvFiles, AStreamIsChosenByItsNumber) {
   ASSERT_EQ(RunShell(temp_.Path(),
                      "ffmpeg -v error -f lavfi -i testsrc2=size=64x48:rate=5 -f lavfi -i "

@@ -1,4 +1,4 @@
-// Files that are cut, damaged, too large, or lists of other files.
+// Files that are cut, damaged or too large.
 
 #include <gtest/gtest.h>
 
@@ -35,33 +35,6 @@ class AvHostile : public testing::Test {
 
   const kv_test::TempFolder temp_;
 };
-
-TEST_F(AvHostile, ListsOfOtherFilesAreRefused) {
-  // Its neighbour could be read.
-  Make("neighbour.ts", "-c:v mpeg2video -pix_fmt yuv420p");
-  const std::string refusal = " names other files or addresses, and is not read";
-  ExpectRefused("list.mp4", "ffconcat version 1.0\nfile neighbour.ts\n", "list.mp4: concat" + refusal);
-  ExpectRefused("hls.mp4", "#EXTM3U\n#EXT-X-TARGETDURATION:5\n#EXTINF:5,\nneighbour.ts\n#EXT-X-ENDLIST\n",
-                "hls.mp4: hls" + refusal);
-  ExpectRefused("session.mp4",
-                "v=0\no=- 0 0 IN IP4 127.0.0.1\ns=x\nc=IN IP4 127.0.0.1\nt=0 0\nm=video 5004 RTP/AVP 33\n",
-                "session.mp4: sdp" + refusal);
-  // Not in the library of Debian, or refused by name where it is.
-  ExpectRefused(
-      "dash.mp4",
-      "<?xml version=\"1.0\"?>\n<MPD "
-      "xmlns=\"urn:mpeg:dash:schema:mpd:2011\"><Period><BaseURL>neighbour.ts</BaseURL></Period></MPD>\n",
-      "dash.mp4: ");
-}
-
-TEST_F(AvHostile, NamesThatFfmpegTakesForPatternsOrAddressesAreFiles) {
-  for (const char* name :
-       {"concat:neighbour.ts", "http://127.0.0.1:1/x.mp4", "file:neighbour.ts", "%03d.jpg"}) {
-    const Outcome outcome = RunKv(temp_.Path(), std::string("convert '") + name + "' out.y4m");
-    EXPECT_EQ(outcome.status, 2);
-    EXPECT_NE(outcome.err.find(name), std::string::npos) << outcome.err;
-  }
-}
 
 TEST_F(AvHostile, ACutClipKeepsTheFramesBefore) {
   const std::string whole = Make("whole.ts", "-c:v mpeg2video -q 2 -g 5 -pix_fmt yuv420p");
