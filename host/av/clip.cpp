@@ -23,7 +23,7 @@ AVPixelFormat SoftwareOnly(AVCodecContext*, const AVPixelFormat* formats) {
 
 Clip::Clip(const KvAvInput& input, const KvAvOptions& options)
     : options_(options),
-      container_(input, options.stream),
+      container_(input, options),
       packet_(av_packet_alloc()),
       frame_(av_frame_alloc()),
       samples_(options.dither != 0 ? kv_host::Dither::Ordered : kv_host::Dither::None) {
@@ -34,14 +34,7 @@ Clip::Clip(const KvAvInput& input, const KvAvOptions& options)
 void Clip::OpenDecoder() {
   const AVCodecParameters& parameters = *container_.Stream().codecpar;
   const std::string name = avcodec_get_name(parameters.codec_id);
-  const std::int64_t width = parameters.width;
-  const std::int64_t height = parameters.height;
-  if (width > options_.longestSide || height > options_.longestSide || width * height > options_.mostPixels) {
-    throw Problem{KvAvDamaged, "size " + std::to_string(width) + "x" + std::to_string(height) +
-                                   " is beyond the " + std::to_string(options_.longestSide) +
-                                   " pixels of a side or the " + std::to_string(options_.mostPixels) +
-                                   " of a picture"};
-  }
+  RequireSize(parameters, options_);
   const AVCodec* codec = avcodec_find_decoder(parameters.codec_id);
   // The library's own decoder of these drops alpha.
   const AVDictionaryEntry* alpha = av_dict_get(container_.Stream().metadata, "alpha_mode", nullptr, 0);

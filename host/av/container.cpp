@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace kv_av {
 namespace {
@@ -62,9 +63,29 @@ bool IsRefused(const AVInputFormat& format) {
   return std::ranges::any_of(refused, [&](std::string_view name) { return HasName(format.name, name); });
 }
 
-Container::Container(const KvAvInput& input, int stream) : input_(input), wanted_(stream) {
+void RequireSize(const AVCodecParameters& parameters, const KvAvOptions& options) {
+  const std::int64_t width = parameters.width;
+  const std::int64_t height = parameters.height;
+  if (width <= options.longestSide && height <= options.longestSide && width * height <= options.mostPixels)
+    return;
+  throw Problem{KvAvDamaged, "size " + std::to_string(width) + "x" + std::to_string(height) +
+                                 " is beyond the " + std::to_string(options.longestSide) +
+                                 " pixels of a side or the " + std::to_string(options.mostPixels) +
+                                 " of a picture"};
+}
+
+Container::Container(const KvAvInput& input, const KvAvOptions& options) : input_(input), options_(options) {
   av_log_set_level(AV_LOG_QUIET);
   Open();
+}
+
+/// Decoders that look for what the container does not tell have the limit of sizes, too.
+int Container::FindStreams() const {
+  std::vector<AVDictionary*> limits(format_->nb_streams);
+  for (AVDictionary*& limit : limits) av_dict_set_int(&limit, "max_pixels", options_.mostPixels, 0);
+  const int found = avformat_find_stream_info(format_.get(), limits.data());
+  for (AVDictionary*& limit : limits) av_dict_free(&limit);
+  return found;
 }
 
 void Container::Open() {
@@ -92,13 +113,16 @@ void Container::Open() {
     throw Problem{score < AVPROBE_SCORE_RETRY ? KvAvUnknownFormat : KvAvDamaged,
                   std::string(format->name) + ": " + TextOf(opened)};
   format_.reset(context);
-  const int found = avformat_find_stream_info(context, nullptr);
+  // What the header has, before anything is made of it.
+  for (unsigned i = 0; i < context->nb_streams; ++i) RequireSize(*context->streams[i]->codecpar, options_);
+  const int found = FindStreams();
   if (found < 0) throw Problem{KvAvDamaged, std::string(format->name) + ": " + TextOf(found)};
-  const int best = av_find_best_stream(context, AVMEDIA_TYPE_VIDEO, wanted_, -1, nullptr, 0);
+  const int best = av_find_best_stream(context, AVMEDIA_TYPE_VIDEO, options_.stream, -1, nullptr, 0);
   if (best < 0) {
-    if (wanted_ >= 0) {
-      throw Problem{KvAvDamaged, "stream " + std::to_string(wanted_) + " is no video stream; there are " +
-                                     std::to_string(context->nb_streams) + " streams, which kv info lists"};
+    if (options_.stream >= 0) {
+      throw Problem{KvAvDamaged, "stream " + std::to_string(options_.stream) +
+                                     " is no video stream; there are " + std::to_string(context->nb_streams) +
+                                     " streams, which kv info lists"};
     }
     throw Problem{score < AVPROBE_SCORE_RETRY ? KvAvUnknownFormat : KvAvDamaged,
                   std::string("there is no video in it (") + format->name + ")"};

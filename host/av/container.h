@@ -12,8 +12,8 @@ namespace kv_av {
 /// One video stream of an opened file or pipe. Nothing but the input's bytes is ever read.
 class Container {
  public:
-  /// Throws Problem. `stream` is its number, below 0 for the library's choice.
-  Container(const KvAvInput& input, int stream);
+  /// Throws Problem.
+  Container(const KvAvInput& input, const KvAvOptions& options);
   Container(const Container&) = delete;
   Container& operator=(const Container&) = delete;
 
@@ -30,13 +30,17 @@ class Container {
 
  private:
   void Open();
+  int FindStreams() const;
 
   KvAvInput input_;
-  int wanted_;
+  KvAvOptions options_;
   std::unique_ptr<AVIOContext, Release> io_;
   std::unique_ptr<AVFormatContext, Release> format_;
   AVStream* stream_ = nullptr;
 };
+
+/// Throws Problem for pictures larger than the options allow.
+void RequireSize(const AVCodecParameters& parameters, const KvAvOptions& options);
 
 /// The demuxers that open other files or addresses, or have no file of their own.
 bool IsRefused(const AVInputFormat& format);

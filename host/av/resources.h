@@ -25,6 +25,9 @@ struct Release {
 };
 
 inline std::string TextOf(int error) {
+  if (error == AVERROR(ENOMEM)) return "out of memory, see --max-memory";
+  // Some decoders have this for everything.
+  if (error == AVERROR(EPERM)) return "it is damaged, or memory is short, see --max-memory";
   std::array<char, AV_ERROR_MAX_STRING_SIZE> text{};
   av_strerror(error, text.data(), text.size());
   return text.data();

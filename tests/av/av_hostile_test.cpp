@@ -84,12 +84,34 @@ TEST_F(AvHostile, AWrongChecksumIsDamage) {
 }
 
 TEST_F(AvHostile, SizesAreCheckedBeforeMemoryIsTaken) {
-  // The size of an AVI's pictures, as its header and its stream's header have it.
-  std::string bytes = Make("huge.avi", "-c:v huffyuv -pix_fmt yuv422p");
+  const std::string bytes = Make("plain.avi", "-c:v huffyuv -pix_fmt yuv422p");
   const std::size_t header = bytes.find("strf");
   ASSERT_NE(header, std::string::npos);
-  bytes.replace(header + 12, 8, std::string("\x00\x00\x01\x00\x00\x00\x01\x00", 8));
-  ExpectRefused("huge.avi", bytes, "huge.avi: ");
+  const auto withSize = [&](unsigned width, unsigned height) {
+    std::string other = bytes;
+    for (std::size_t i = 0; i < 4; ++i) {
+      other[header + 12 + i] = static_cast<char>(width >> (8 * i));
+      other[header + 16 + i] = static_cast<char>(height >> (8 * i));
+    }
+    return other;
+  };
+  const auto convert = [&](unsigned width, unsigned height) {
+    WriteFile(temp_.Path() / "sized.avi", withSize(width, height));
+    // Whatever takes memory for such a picture fails for the want of it.
+    const Outcome outcome = RunKv(temp_.Path(), "convert sized.avi out.y4m --max-memory 16");
+    EXPECT_EQ(outcome.status, 2) << width << "x" << height;
+    return outcome.err;
+  };
+  for (const auto& [width, height] :
+       {std::pair(65536U, 65536U), std::pair(32769U, 2U), std::pair(2U, 32769U), std::pair(32768U, 8193U)}) {
+    EXPECT_EQ(convert(width, height),
+              "kv: sized.avi: size " + std::to_string(width) + "x" + std::to_string(height) +
+                  " is beyond the 32768 pixels of a side or the 268435456 of a picture\n");
+  }
+  // Not for their size: for the frames, or the memory.
+  for (const auto& [width, height] : {std::pair(32768U, 2U), std::pair(32000U, 8000U)}) {
+    EXPECT_EQ(convert(width, height).find("is beyond"), std::string::npos) << width << "x" << height;
+  }
 }
 
 TEST_F(AvHostile, TheDecodersMemoryIsBounded) {
@@ -102,6 +124,47 @@ TEST_F(AvHostile, TheDecodersMemoryIsBounded) {
   const Outcome outcome = RunKv(temp_.Path(), "convert large.mkv out.y4m --max-memory 32");
   EXPECT_EQ(outcome.status, 2);
   EXPECT_TRUE(outcome.err.starts_with("kv: large.mkv: ")) << outcome.err;
+  EXPECT_NE(outcome.err.find("--max-memory"), std::string::npos) << outcome.err;
+  // A quarter of the machine holds it.
+  EXPECT_EQ(RunKv(temp_.Path(), "convert large.mkv out.yuv422p --frames 0:1").status, 0);
+  EXPECT_EQ(std::filesystem::file_size(temp_.Path() / "out.yuv422p"), 2U * 8192 * 4320);
+  const Outcome low = RunKv(temp_.Path(), "convert large.mkv out.y4m --max-memory 15");
+  EXPECT_EQ(low.status, 2);
+  EXPECT_NE(low.err.find("--max-memory: Value 15 not in range 16 to 1048576"), std::string::npos) << low.err;
+}
+
+TEST_F(AvHostile, FramesOnTheirWayAreBounded) {
+  // Decoded in 16 MiB with room to spare, on its way in none.
+  ASSERT_EQ(
+      RunShell(temp_.Path(),
+               "ffmpeg -v error -f lavfi -i color=size=2048x2048:rate=1 -frames:v 1 -c:v rawvideo -pix_fmt "
+               "gray frame.nut && ffmpeg -v error -i frame.nut -vf scale=4096:2100 -c:v rawvideo -pix_fmt "
+               "gray wide.nut </dev/null")
+          .status,
+      0);
+  EXPECT_EQ(RunKv(temp_.Path(), "convert frame.nut frame.pgm --max-memory 32").status, 0);
+  const Outcome wide = RunKv(temp_.Path(), "convert wide.nut wide.pgm --max-memory 16 --threads 1");
+  EXPECT_EQ(wide.status, 2);
+  EXPECT_EQ(
+      wide.err,
+      "kv: wide.nut: frame 0 at 0.000 s cannot be decoded: it takes more memory than --max-memory allows\n");
+}
+
+TEST_F(AvHostile, InfoOfDamagedHeadersIsAnError) {
+  const std::string whole = Make("whole.mp4", "-c:v mpeg4");
+  std::string noCodec = whole;
+  noCodec.replace(noCodec.find("stsd"), 4, "xxxx");
+  for (const std::string& bytes : {whole.substr(0, 40), whole.substr(0, whole.size() / 2), noCodec}) {
+    WriteFile(temp_.Path() / "damaged.mp4", bytes);
+    const Outcome text = RunKv(temp_.Path(), "info damaged.mp4");
+    EXPECT_EQ(text.status, 2);
+    EXPECT_TRUE(text.err.starts_with("kv: damaged.mp4: ")) << text.err;
+    EXPECT_EQ(text.ErrorLines(), 1) << text.err;
+    EXPECT_EQ(text.out, "");
+    const Outcome json = RunKv(temp_.Path(), "info damaged.mp4 --json");
+    EXPECT_EQ(json.status, 2);
+    EXPECT_NE(json.out.find("\"file\": \"damaged.mp4\""), std::string::npos) << json.out;
+  }
 }
 
 TEST_F(AvHostile, DamageOfEveryKindEndsWithAMessage) {
