@@ -60,15 +60,21 @@ class RowFilter {
         groups.Width(), {}, destination + groups.first, static_cast<std::uint32_t>(size)};
     for (std::int32_t i = 0; i < size; ++i) args.rows[i] = rows[i] + groups.first - window_.before;
     Set::template Run<SmallWindowMeans>(args);
-    const auto pixelsFrom = [&](std::int32_t column) {
-      return [&rows, column]() mutable {
+    const auto filterBorder = [&](std::int32_t first, std::int32_t last) {
+      for (std::int32_t column = first; column <= last; ++column) {
         std::uint32_t sum = 0;
-        for (std::int32_t i = 0; i < size; ++i) sum += rows[i][column];
-        ++column;
-        return Pixels(sum, static_cast<std::uint32_t>(size));
-      };
+        std::int32_t count = 0;
+        for (std::int32_t place = 0; place < size; ++place) {
+          const std::int32_t pixel = column - window_.before + place;
+          if (pixel < run.first || pixel > run.last) continue;
+          for (std::int32_t i = 0; i < size; ++i) sum += rows[i][pixel];
+          count += size;
+        }
+        destination[column] = FloatMeanOf(static_cast<std::int32_t>(sum), count);
+      }
     };
-    border_.Filter(run, groups, pixelsFrom, destination);
+    filterBorder(run.first, groups.first - 1);
+    filterBorder(groups.last + 1, run.last);
   }
 
   /// All other windows are added up from column sums. Not inlined: in one function with FilterPixels g++ runs

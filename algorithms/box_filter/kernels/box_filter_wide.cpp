@@ -29,12 +29,12 @@ KV_INLINE Vector LoadOnce(const std::uint8_t* pixels) {
   return vector;
 }
 
-/// A register whose last bytes are the `count` given; eight are read, the bytes before them are undefined.
+/// A register whose last bytes are the `count` given; those before them are undefined.
 template <int count>
 KV_INLINE Vector EndingWith(const std::uint8_t* bytes) {
-  std::uint64_t eight = 0;
-  std::memcpy(&eight, bytes, sizeof eight);
-  return Set64(count == 0 ? 0 : eight << (64 - 8 * count) % 64);
+  std::uint64_t last = 0;
+  std::memcpy(&last, bytes, count);
+  return Set64(count == 0 ? 0 : last << (64 - 8 * count) % 64);
 }
 
 template <std::size_t... row>
@@ -43,6 +43,25 @@ void Slide(SmallWindowMeans::Args& args, std::index_sequence<row...> /*rows*/) {
   constexpr int before = windowSize - 1;
   if (args.groups <= 0) return;
   const std::uint8_t* rows[] = {args.rows[row]...};
+  NarrowWindows<windowSize> windows;
+  const auto start = [&](std::int32_t window) {
+    windows.Start(LowerSums(EndingWith<before>(rows[row] + window)...),
+                  UpperSums(EndingWith<before>(rows[row] + window)...));
+  };
+  const auto next = [&](auto... pixels) { return windows.Next(LowerSums(pixels...), UpperSums(pixels...)); };
+#if KV_REGISTER_LEVEL >= 2
+  // What is left of a row goes on from the windows before it. The sum of an even window gains the column after it, here
+  // a zero, and loses it again.
+  start(0);
+  std::int32_t window = 0;
+  for (; window <= args.groups - width; window += width)
+    Store(args.destination + window, next(LoadOnce(rows[row] + window + before)...));
+  if (window < args.groups) {
+    const __mmask64 wanted = ~__mmask64{0} >> (width - (args.groups - window));
+    _mm512_mask_storeu_epi8(args.destination + window, wanted,
+                            next(_mm512_maskz_loadu_epi8(wanted, rows[row] + window + before)...));
+  }
+#else
   // Rows too short for a step are copied to where a step may read on. Zeros follow them, for the sum of an even
   // window gains the column after it and loses it again.
   std::uint8_t few[windowSize][before + width];
@@ -50,17 +69,10 @@ void Slide(SmallWindowMeans::Args& args, std::index_sequence<row...> /*rows*/) {
     std::memset(few, 0, sizeof few);
     ((CopyFew<before + width>(few[row], rows[row], before + args.groups), rows[row] = few[row]), ...);
   }
-  NarrowWindows<windowSize> windows;
-  const auto next = [&](auto... pixels) { return windows.Next(LowerSums(pixels...), UpperSums(pixels...)); };
-  ForEachStep(
-      args.groups, args.destination,
-      [&](std::int32_t window) {
-        windows.Start(LowerSums(EndingWith<before>(rows[row] + window)...),
-                      UpperSums(EndingWith<before>(rows[row] + window)...));
-      },
-      [&](std::int32_t window, std::uint8_t* destination) {
-        Store(destination, next(LoadOnce(rows[row] + window + before)...));
-      });
+  ForEachStep(args.groups, args.destination, start, [&](std::int32_t window, std::uint8_t* destination) {
+    Store(destination, next(LoadOnce(rows[row] + window + before)...));
+  });
+#endif
   ((args.rows[row] += args.groups), ...);
   args.destination += args.groups;
 }
