@@ -57,6 +57,7 @@ void EnterLibyuv(Contest& contest);
 void EnterSwscale(Contest& contest);
 void EnterOpenCv(Contest& contest);
 void EnterOrc(Contest& contest);
+void EnterVpx(Contest& contest);
 void EnterZimg(Contest& contest);
 
 /// Seconds per call of a contender.

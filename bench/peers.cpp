@@ -42,6 +42,9 @@ void EnterPeers(Contest& contest) {
 #if defined(KV_HAS_OPENCV)
   EnterOpenCv(contest);
 #endif
+#if defined(KV_HAS_VPX)
+  EnterVpx(contest);
+#endif
 #if defined(KV_HAS_ZIMG)
   EnterZimg(contest);
 #endif
