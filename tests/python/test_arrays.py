@@ -114,6 +114,23 @@ def test_in_place_where_it_is_allowed():
         kv_algo.convert(b, "uyvy", "yuy2", out=b)
 
 
+def test_a_blend_beside_numpy_leaves_its_arguments_and_the_ends_of_rows():
+    for width in (4, 8, 9, 10, 11, 3):
+        a, b = numbers((3, width + width % 2, 2)), numbers((3, width + width % 2, 2), 2)
+        mask, kept = numbers((3, width), 3), a.copy()
+        mixed = kv_algo.blend(a, b, mask, width=width) if width >= 4 else None
+        if mixed is None:
+            with pytest.raises(kv_algo.Error, match="multiples of four"):
+                kv_algo.blend(a, b, mask, width=width)
+            continue
+        np.testing.assert_array_equal(a, kept)
+        whole = width // 4 * 4
+        over, under = a[:, :whole, 1].astype(int), b[:, :whole, 1].astype(int)
+        weight = np.clip(mask[:, :whole] + under - over, 0, 255) // 2
+        assert np.abs(mixed[:, :whole, 1] - (over * weight + under * (128 - weight)) / 128).max() <= 1
+        np.testing.assert_array_equal(mixed[:, whole:], a[:, whole:])
+
+
 def test_mean_beside_numpy():
     """Rows are repeated above and below, columns to the sides are not; rounded down."""
     grey = numbers((20, 30))
@@ -184,6 +201,14 @@ def test_search_is_around_the_feature():
     for search in (kv_algo.find, kv_algo.find_subpixel):
         match = search(a, np.roll(a, (2, -3), (0, 1)), (20, 24), half=4, range=4)
         assert (match.x, match.y, match.score) == (17, 26, 0)
+
+
+def test_a_map_has_a_row_for_each_row_of_positions():
+    a = numbers((40, 40, 2))
+    match = kv_algo.find(a, np.roll(a, (1, -3), (0, 1)), (20, 24), half=4, range=(5, 2), map=True)
+    assert match.map.scores.shape == (5, 11) and (match.map.left, match.map.top) == (15, 22)
+    y, x = np.argwhere(match.map.scores == 0)[0]
+    assert (match.map.left + x, match.map.top + y) == (match.x, match.y) == (17, 25)
 
 
 def test_polygon_pieces():

@@ -58,3 +58,13 @@ def test_whole_pictures_alone(method):
         kv_algo.change_parity(numbers((8, 16, 2)), method=method, region=(0, 0, 4, 4))
     with pytest.raises(ValueError, match='^format is "bgr24"; it must be one of uyvy, yuy2$'):
         kv_algo.change_parity(numbers((8, 16, 3)), method="blend", format="bgr24")
+
+
+def test_blend_takes_the_row_of_the_other_field():
+    """Whether that is the one above depends on which field the first row belongs to."""
+    a = numbers((9, 12, 2))
+    made = {(order, parity): kv_algo.change_parity(a, field_order=order, row_parity=parity, method="blend")
+            for order in ("top", "bottom") for parity in (0, 1)}
+    np.testing.assert_array_equal(made["top", 0], made["bottom", 1])
+    np.testing.assert_array_equal(made["top", 1], made["bottom", 0])
+    assert (made["top", 0] != made["top", 1]).any()

@@ -223,3 +223,10 @@ def test_refusal(case):
         assert type(raised.value) is kind
     for array, copy in zip((U, V, G, H, B), before):
         np.testing.assert_array_equal(array, copy)
+
+
+def test_exceptions_are_caught_by_the_names_of_python():
+    for one, kind, code in ((kv.BadArgument, ValueError, 1), (kv.Unsupported, ValueError, 2), (kv.SizeMismatch, ValueError, 3),
+                            (kv.OutOfMemory, MemoryError, 4), (kv.Stopped, kv.Error, 5), (kv.NoMember, kv.Error, 6)):
+        assert issubclass(one, kind) and issubclass(one, kv.Error) and one("text").code == code
+    assert not issubclass(kv.Stopped, (ValueError, MemoryError)) and not issubclass(kv.NoMember, ValueError)
