@@ -50,7 +50,8 @@ JsonText InputsOf(const AvLog& log) {
                    .Add("container", note.container)
                    .Add("codec", note.codec)
                    .Add("pixels", note.pixels)
-                   .Add("path", note.path));
+                   .Add("path", note.path)
+                   .Add("times", note.times));
   }
   return inputs;
 }

@@ -128,6 +128,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       RequireRatio(frame->pixelAspect.numerator, frame->pixelAspect.denominator);
     }
     Require(!reader->Next(), "a frame after the last");
+    for (const kv_host::AvNote& note : log.notes) {
+      for (const double time : note.times) Require(std::isfinite(time), "a time that is none");
+    }
   } catch (const kv_host::FormatError& error) {
     Require(std::string(error.what()).find('\n') == std::string::npos, "an error of several lines");
   }

@@ -18,6 +18,7 @@ struct AvNote {
   bool hasSound = false;
   bool hasVariableRate = false;  ///< And no other was given.
   int rotation = 0;              ///< Degrees clockwise that players turn it.
+  std::vector<double> times;     ///< Of its frames, in seconds, where the file's rate is variable.
 };
 
 /// What reading and writing through the module came to.

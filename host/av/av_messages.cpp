@@ -70,6 +70,7 @@ bool AvMessages::NextFrame(KvAvFrame& frame, std::int64_t& frames) {
   Read(header, WireKind::Frame, frame);
   MakeRatio(frame.rate);
   MakeRatio(frame.aspect);
+  if (!std::isfinite(frame.time)) frame.time = -1;
   number_ = frame.number = std::clamp<std::int64_t>(frame.number, 0, MostFrames);
   return true;
 }

@@ -87,7 +87,8 @@ class AvReader final : public FrameReader {
                            .path = "none",
                            .hasSound = hasSound,
                            .hasVariableRate = info.isVariable != 0 && rate_ == Ratio{},
-                           .rotation = info.rotation});
+                           .rotation = info.rotation,
+                           .times = {}});
     note_ = log_->notes.size() - 1;
   }
 
@@ -148,7 +149,11 @@ class AvReader final : public FrameReader {
       raster.range = Among({ColourRange::Unknown, ColourRange::Limited, ColourRange::Full}, frame.range);
     }
     raster.transfer = Among({Transfer::Unknown, Transfer::Pq, Transfer::Hlg}, frame.transfer);
-    if (log_ != nullptr) log_->notes[note_].path = Among({"direct", "rule", "swscale"}, frame.path);
+    if (log_ != nullptr) {
+      AvNote& note = log_->notes[note_];
+      note.path = Among({"direct", "rule", "swscale"}, frame.path);
+      if (messages_.Info().isVariable != 0) note.times.push_back(frame.time);
+    }
     ++given_;
     return raster;
   }

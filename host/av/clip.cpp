@@ -42,7 +42,10 @@ void Clip::OpenDecoder() {
     const char* other = parameters.codec_id == AV_CODEC_ID_VP9   ? "libvpx-vp9"
                         : parameters.codec_id == AV_CODEC_ID_VP8 ? "libvpx"
                                                                  : "";
-    if (const AVCodec* found = avcodec_find_decoder_by_name(other)) codec = found;
+    if (const AVCodec* found = avcodec_find_decoder_by_name(other)) {
+      codec = found;
+      hasAlphaDecoder_ = true;
+    }
   }
   if (codec == nullptr) throw Problem{KvAvDamaged, "the library has no decoder of " + name};
   decoder_.reset(avcodec_alloc_context3(codec));
@@ -63,9 +66,13 @@ void Clip::OpenDecoder() {
 void Clip::Info(KvAvInfo& info) const {
   info = {};
   const AVCodecParameters& parameters = *container_.Stream().codecpar;
+  // The container names those of the decoder that drops alpha.
+  const bool addsAlpha = hasAlphaDecoder_ && parameters.format == AV_PIX_FMT_YUV420P;
+  const AVPixelFormat pixels =
+      addsAlpha ? AV_PIX_FMT_YUVA420P : static_cast<AVPixelFormat>(parameters.format);
   Copy(container_.Format().iformat->name, info.container, sizeof info.container);
   Copy(avcodec_get_name(parameters.codec_id), info.codec, sizeof info.codec);
-  Copy(av_get_pix_fmt_name(static_cast<AVPixelFormat>(parameters.format)), info.pixels, sizeof info.pixels);
+  Copy(av_get_pix_fmt_name(pixels), info.pixels, sizeof info.pixels);
   Copy(av_chroma_location_name(parameters.chroma_location), info.position, sizeof info.position);
   info.stream = container_.Stream().index;
   info.streamCount = static_cast<std::int32_t>(container_.Format().nb_streams);
@@ -93,7 +100,7 @@ void Clip::Info(KvAvInfo& info) const {
     const double turned = av_display_rotation_get(reinterpret_cast<const std::int32_t*>(matrix));
     info.rotation = turned == turned ? (static_cast<int>(-turned) % 360 + 360) % 360 : 0;
   }
-  if (const AVPixFmtDescriptor* format = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(parameters.format))) {
+  if (const AVPixFmtDescriptor* format = av_pix_fmt_desc_get(pixels)) {
     info.hasAlpha = (format->flags & AV_PIX_FMT_FLAG_ALPHA) != 0 ? 1 : 0;
     info.depth = format->comp[0].depth;
   }

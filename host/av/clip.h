@@ -54,6 +54,7 @@ class Clip {
   std::optional<int> interlace_;
   int readError_ = 0;       // of the container
   bool hasPacket_ = false;  // which was read and not yet decoded
+  bool hasAlphaDecoder_ = false;
   bool isPlaced_ = false;
   bool isAtEnd_ = false;
 };

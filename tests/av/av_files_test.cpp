@@ -200,6 +200,11 @@ TEST_F(AvFiles, AVariableRateIsSaidAndNamed) {
       Make("variable.mp4",
            "-vf \"select='not(eq(mod(n,5),3))'\" -fps_mode passthrough -c:v libx264 -pix_fmt yuv420p", 40));
   EXPECT_EQ(Report("info variable.mp4")["result"]["variable"], true);
+  // Every fifth frame is left out, the fourth of each five.
+  const nlohmann::json times = Report("convert variable.mp4 out.yuv422p --frames 2:6")["inputs"][0]["times"];
+  ASSERT_EQ(times.size(), 6U);
+  const double numbers[] = {2, 4, 5, 6, 7, 9};
+  for (std::size_t i = 0; i < 6; ++i) EXPECT_NEAR(times[i].get<double>(), numbers[i] / 25, 1e-6) << i;
   const Outcome refused = RunKv(temp_.Path(), "convert variable.mp4 out.y4m");
   EXPECT_EQ(refused.status, 2);
   EXPECT_NE(refused.err.find("variable.mp4 come at a variable rate"), std::string::npos) << refused.err;
@@ -208,6 +213,7 @@ TEST_F(AvFiles, AVariableRateIsSaidAndNamed) {
   EXPECT_EQ(Report("convert variable.mp4 mean.mov --codec ffv1")["warnings"].size(), 1U);
   ASSERT_NO_FATAL_FAILURE(Make("steady.mkv", "-c:v ffv1 -pix_fmt yuv422p -r 30000/1001", 40));
   EXPECT_EQ(Report("info steady.mkv")["result"]["variable"], false);
+  EXPECT_EQ(Report("info steady.mkv")["inputs"][0]["times"].size(), 0U);
   for (const char* wrong : {"0", "25:0", "x", "25:", "-1"})
     EXPECT_EQ(RunKv(temp_.Path(), std::string("convert steady.mkv a.y4m --rate=") + wrong).status, 2)
         << wrong;
