@@ -49,6 +49,40 @@ struct SmallWindowMeans {
   static void Run(Args& args) noexcept;
 };
 
+/// The means of two rows of windows, one below the other, of 2 to mostSmall columns and rows.
+///
+/// The first windowSize of `rows` are those of the upper windows, the last windowSize of windowSize + 1 those of the lower
+/// ones; else as SmallWindowMeans.
+struct SmallWindowMeansOfTwo {
+  struct Args {
+    std::int32_t groups;
+    const std::uint8_t* rows[mostSmall + 1];
+    std::uint8_t* upper;
+    std::uint8_t* lower;
+    std::uint32_t windowSize;
+  };
+  static constexpr const char* name = "box_filter/SmallWindowMeansOfTwo";
+  // A kernel for rows one by one does as well there.
+  static constexpr bool isWithoutMmx = true;
+  template <class Set>
+  static void Run(Args& args) noexcept;
+};
+
+/// Does the same as a kernel of the set, one row after the other.
+template <class Set>
+void RunOneByOne(SmallWindowMeansOfTwo::Args& args) noexcept {
+  SmallWindowMeans::Args lower{args.groups, {}, args.lower, args.windowSize};
+  for (std::uint32_t i = 0; i < args.windowSize; ++i) lower.rows[i] = args.rows[i + 1];
+  SmallWindowMeans::Args upper{args.groups, {}, args.upper, args.windowSize};
+  for (std::uint32_t i = 0; i < args.windowSize; ++i) upper.rows[i] = args.rows[i];
+  SmallWindowMeans::Run<Set>(upper);
+  SmallWindowMeans::Run<Set>(lower);
+  args.rows[0] = upper.rows[0];
+  for (std::uint32_t i = 0; i < args.windowSize; ++i) args.rows[i + 1] = lower.rows[i];
+  args.upper = upper.destination;
+  args.lower = lower.destination;
+}
+
 /// Sums before the first and after the last one of a row that a kernel may read; their values do not matter.
 inline constexpr std::int32_t spareSums = 64;
 

@@ -46,6 +46,11 @@ void SmallWindowMeans::Run<Scalar>(Args& args) noexcept {
 }
 
 template <>
+void SmallWindowMeansOfTwo::Run<Scalar>(Args& args) noexcept {
+  RunOneByOne<Scalar>(args);
+}
+
+template <>
 void WindowMeans::Run<Scalar>(Args& args) noexcept {
   const std::uint32_t windows = 8 * static_cast<std::uint32_t>(args.groups);
   if (windows == 0) return;
