@@ -26,7 +26,9 @@ DifferenceStats Counted(const std::vector<std::uint8_t>& a, const std::vector<st
 
 TEST(DifferenceStatistics, OfEveryCountAndStep) {
   std::mt19937 random(5);
-  for (std::size_t count = 0; count < 300; ++count) {
+  std::vector<std::size_t> counts = {4095, 4096, 4097, 9001};
+  for (std::size_t count = 0; count < 300; ++count) counts.push_back(count);
+  for (const std::size_t count : counts) {
     for (const std::size_t step : {1U, 2U}) {
       std::vector<std::uint8_t> a(count * step + 1);
       std::vector<std::uint8_t> b(a.size());

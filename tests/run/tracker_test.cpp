@@ -12,8 +12,10 @@ namespace {
 using PackedTracker = Tracker<kv_img::PixelYUV422>;
 using Image = PackedTracker::Image;
 
-/// A smooth pattern that has moved by (dx, dy), luma first.
-std::shared_ptr<const Image> Pattern(double dx, double dy, int width = 160, int height = 120) {
+/// A smooth pattern that has moved by (dx, dy) and become brighter, luma first.
+std::shared_ptr<const Image> Pattern(double dx, double dy, int brighter = 0) {
+  constexpr int width = 160;
+  constexpr int height = 120;
   kv_img::ImageOptions options;
   options.layout = kv_img::PixelLayout::lumaFirst;
   auto image = std::make_shared<Image>(width, height, options);
@@ -24,7 +26,7 @@ std::shared_ptr<const Image> Pattern(double dx, double dy, int width = 160, int 
       const double v = y - dy;
       const double value = 128 + 45 * std::sin(u / 5.3) * std::cos(v / 6.1) +
                            35 * std::sin((u + 1.7 * v) / 9.7) + 20 * std::cos((2.3 * u - v) / 13.9);
-      row[2 * x] = static_cast<std::uint8_t>(std::lround(value));
+      row[2 * x] = static_cast<std::uint8_t>(std::lround(value) + brighter);
       row[2 * x + 1] = 128;
     }
   }
@@ -62,6 +64,15 @@ TEST(Tracking, TheFirstFrameIsWhereThePointIs) {
   EXPECT_EQ(point.y, 70);
   EXPECT_EQ(point.score, 0);
   EXPECT_FALSE(point.isLost);
+}
+
+TEST(Tracking, APointBetweenPixelsStaysThere) {
+  PackedTracker tracker({.halfWidth = 8, .halfHeight = 8, .rangeX = 4, .rangeY = 4}, 60.25, 70.75);
+  tracker.Next(FeatureFind(), *Pattern(0, 0));
+  const TrackedPoint point = tracker.Next(FeatureFind(), *Pattern(2, -3));
+  EXPECT_EQ(point.x, 62.25);
+  EXPECT_EQ(point.y, 67.75);
+  EXPECT_EQ(point.score, 0);
 }
 
 TEST(Tracking, ATemplateThatWasCutStillCentresThePoint) {
@@ -121,6 +132,69 @@ TEST(Tracking, ALostPointStaysAndIsFoundAgain) {
   const TrackedPoint again = tracker.Next(FeatureFind(), *Pattern(2, 0));
   EXPECT_FALSE(again.isLost);
   EXPECT_NEAR(again.x, 62, 0.15);
+}
+
+TEST(Tracking, ALostPointIsSoughtWhereItWasNotWhereItWent) {
+  PackedTracker tracker({.halfWidth = 8, .halfHeight = 8, .rangeX = 2, .rangeY = 2, .maxScore = 3}, 60, 70);
+  for (const double moved : {0, 2, 4}) tracker.Next(FeatureFind(), *Pattern(moved, 0));
+  EXPECT_TRUE(tracker.Next(FeatureFind(), *Pattern(50, 31)).isLost);
+  // A motion of two pixels a frame would lead to 66, out of reach.
+  const TrackedPoint again = tracker.Next(FeatureFind(), *Pattern(3, 0));
+  EXPECT_FALSE(again.isLost);
+  EXPECT_NEAR(again.x, 63, 0.15);
+}
+
+TEST(Tracking, AScoreThatIsTheLimitIsNotLost) {
+  for (const double limit : {4.0, 3.99}) {
+    PackedTracker tracker(
+        {.halfWidth = 2, .halfHeight = 2, .rangeX = 0, .rangeY = 0, .levels = 0, .maxScore = limit}, 60, 70);
+    tracker.Next(FeatureFind(), *Pattern(0, 0));
+    const TrackedPoint point = tracker.Next(FeatureFind(), *Pattern(0, 0, 4));
+    EXPECT_EQ(point.score, 4);
+    EXPECT_EQ(point.isLost, limit < 4);
+  }
+}
+
+TEST(Tracking, AScoreThatIsTheThresholdRenewsNothing) {
+  for (const double threshold : {4.0, 3.99}) {
+    PackedTracker tracker({.halfWidth = 2,
+                           .halfHeight = 2,
+                           .rangeX = 0,
+                           .rangeY = 0,
+                           .levels = 0,
+                           .update = {.when = TemplateUpdate::When::AboveScore, .score = threshold}},
+                          60, 70);
+    for (const int brighter : {0, 4}) tracker.Next(FeatureFind(), *Pattern(0, 0, brighter));
+    EXPECT_EQ(tracker.Next(FeatureFind(), *Pattern(0, 0, 4)).score, threshold < 4 ? 0 : 4);
+  }
+}
+
+/// Every second line of a picture.
+std::shared_ptr<const Image> FieldOf(const Image& frame, int first) {
+  kv_img::ImageOptions options;
+  options.layout = kv_img::PixelLayout::lumaFirst;
+  const TrackedLines lines = TrackedLines::OfField(first);
+  auto field = std::make_shared<Image>(160, lines.CountIn(120), options);
+  for (int y = 0; y < lines.CountIn(120); ++y) {
+    const std::uint8_t* row = frame.PlaneRow(kv_img::PixelComponent::Luma, 2 * y + first).data();
+    std::copy_n(row, 320, field->PlaneRow(kv_img::PixelComponent::Luma, y).data());
+  }
+  return field;
+}
+
+TEST(Tracking, LinesOfAFieldAreToldAsLinesOfTheFrame) {
+  for (const int first : {0, 1}) {
+    PackedTracker tracker({.halfWidth = 8, .halfHeight = 9, .rangeX = 2, .rangeY = 5, .levels = 0}, 60,
+                          70 + first, TrackedLines::OfField(first));
+    const auto at = [&](double dy) { return tracker.Next(FeatureFind(), *FieldOf(*Pattern(0, dy), first)); };
+    EXPECT_EQ(at(0).y, 70 + first);
+    // Half as high, and an odd range rounded up: three lines of the field.
+    EXPECT_EQ(tracker.TemplateIn(160, 60).height, 2 * (9 / 2) + 1);
+    const TrackedPoint point = at(6);
+    EXPECT_EQ(point.x, 60);
+    EXPECT_EQ(point.y, 76 + first);
+    EXPECT_EQ(point.score, 0);
+  }
 }
 
 }  // namespace
