@@ -145,8 +145,16 @@ Y4mHeader ParseHeader(const ByteSource& source, std::uint64_t offset, std::strin
   // Where no tag names another.
   SetColourSpace(ColourSpaces[0], header);
   Tags tags(source, offset, line);
+  std::string seen;
   while (tags.Next()) {
-    switch (tags.Letter()) {
+    const char letter = tags.Letter();
+    // Extensions and tags of others may come again; of what states the picture one of the two would be wrong.
+    if (seen.find(letter) != std::string::npos &&
+        std::string_view("WHFAIC").find(letter) != std::string::npos) {
+      tags.Fail("is stated a second time; a header has each of W, H, F, A, I and C once");
+    }
+    seen += letter;
+    switch (letter) {
       case 'W':
         header.width = Side(tags);
         break;

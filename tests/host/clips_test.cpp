@@ -115,6 +115,7 @@ TEST_F(Clips, OfDifferentLengthsAreRefusedBeforeWork) {
   }
   const Outcome outcome = kv_test::PipeThroughKv(
       temp_.Path(), "diff - three.gray late.gray --from-format gray --size 8x4", GreyFrames({10, 10}));
+  EXPECT_EQ(outcome.status, 2);
   EXPECT_NE(outcome.err.find("standard input: has 2 frames, fewer"), std::string::npos) << outcome.err;
   EXPECT_FALSE(std::filesystem::exists(temp_.Path() / "late.gray"));
 }
@@ -125,11 +126,13 @@ TEST_F(Clips, TemplatesThatEndInAPipeAreRefused) {
   const std::string find =
       "find - searched.gray --frame 2 --from-format gray --size 16x16 --at 8,8 --half 2x2 --range 2x2";
   const Outcome two = kv_test::PipeThroughKv(temp_.Path(), find, frame.substr(256));
+  EXPECT_EQ(two.status, 2);
   EXPECT_NE(two.err.find("standard input: has 2 frames, fewer than the other input (searched.gray)"),
             std::string::npos)
       << two.err;
   // One serves all.
   const Outcome one = kv_test::PipeThroughKv(temp_.Path(), find, frame.substr(512));
+  EXPECT_EQ(one.status, 0);
   EXPECT_EQ(one.out, "found at 6,6 with a mean difference of 0\n") << one.err;
 }
 
@@ -163,6 +166,42 @@ TEST_F(Clips, DifferencesAboveTheLimitFail) {
   Done("diff one.gray three.gray --fail-above 4");
   EXPECT_EQ(Kv("diff one.gray three.gray --fail-above 0 --stats kept.gray").status, 1);
   EXPECT_EQ(Get("kept.gray"), GreyFrames({0, 4, 0})) << "the picture is written all the same";
+}
+
+TEST_F(Clips, EveryFrameIsJudged) {
+  const auto judged = [&](const std::vector<int>& values, const std::string& message) {
+    Put("judged.gray", GreyFrames(values));
+    const Outcome outcome = Kv("diff judged.gray ten.gray --fail-above 3");
+    EXPECT_EQ(outcome.status, message.empty() ? 0 : 1);
+    EXPECT_NE(outcome.err.find(message), std::string::npos) << outcome.err;
+  };
+  Put("ten.gray", GreyFrames({10, 10, 10}));
+  judged({14, 10, 10}, "1 of 3 frames differ by a mean above 3; the first is frame 0, by 4.0000");
+  judged({10, 10, 15}, "1 of 3 frames differ by a mean above 3; the first is frame 2, by 5.0000");
+  judged({16, 10, 15}, "2 of 3 frames differ by a mean above 3; the first is frame 0, by 6.0000");
+  judged({13, 7, 10}, "");
+}
+
+TEST_F(Clips, RegionsWithoutPixelsDoNotDiffer) {
+  Put("other.gray", GreyFrames({200}));
+  const std::string header = "P5 8 4 255\n";
+  // Rows 1 and 3 hold nothing, two pixels of row 2 count.
+  std::string mask(32, '\0');
+  mask[3] = mask[18] = mask[19] = 'x';
+  Put("rows.pgm", header + mask);
+  Put("none.pgm", header + std::string(32, '\0'));
+  std::string three = GreyFrames({10});
+  three[2] = 11;   // outside
+  three[11] = 20;  // in a row that has nothing
+  three[19] = 16;  // 6 of one of three pixels
+  Put("three.gray", three);
+  const Outcome rows = Kv("diff one.gray three.gray --stats --region-mask rows.pgm --threads 3");
+  EXPECT_EQ(rows.status, 0) << rows.err;
+  // 10 log10(65025 * 3 / 36)
+  EXPECT_EQ(LinesOf(rows.out).at(1), "0,2.0000,6,37.339,0.333333");
+  const Outcome none = Kv("diff one.gray other.gray --stats --fail-above 0 --region-mask none.pgm");
+  EXPECT_EQ(none.status, 0) << none.err;
+  EXPECT_EQ(LinesOf(none.out).at(1), "0,0.0000,0,inf,0.000000");
 }
 
 TEST_F(Clips, LinesOfJsonAndThenTheReport) {
@@ -210,66 +249,26 @@ TEST_F(Clips, LinesAreThereForEveryCommandAndFailure) {
 TEST_F(Clips, NoFrameOfALivePipeWaitsForALaterOne) {
   KV_NEEDS_SHELL();
   // The second frame is sent after the first one's picture and record have been read.
-  const Outcome outcome = kv_test::RunShell(
-      temp_.Path(),
-      "mkfifo in out lines; "
-      "(\"$KV\" filter - - --from-format gray --size 8x4 --to-format gray --window 3 --json=lines "
-      "<in >out 2>lines) & "
-      "exec 3>in 4<out 5<lines; "
-      "head -c 32 two.gray >&3; "
-      "[ $(timeout 10 head -c 32 <&4 | wc -c) = 32 ] || exit 7; "
-      "line=$(timeout 10 head -n 1 <&5) || exit 8; case $line in '{\"frame\": 0,'*) ;; *) exit 9 ;; esac; "
-      "tail -c 32 two.gray >&3; exec 3>&-; "
-      "[ $(timeout 10 cat <&4 | wc -c) = 32 ] || exit 10; wait $!");
-  EXPECT_EQ(outcome.status, 0) << outcome.err;
-}
-
-/// Three frames of 4x2, the last one without its last ten bytes.
-std::string CutClip() {
-  std::string clip = "YUV4MPEG2 W4 H2 F25:1 Ip C422\n";
-  for (const char luma : {'a', 'b', 'c'}) clip += "FRAME\n" + std::string(8, luma) + std::string(8, '\x80');
-  return clip.substr(0, clip.size() - 10);
-}
-
-TEST_F(Clips, TheWholeFramesBeforeATruncatedOneAreKept) {
-  Put("cut.y4m", CutClip());
-  const std::string whole = std::string(8, 'a') + std::string(8, 'b');
-  const std::string message = "the file ends early: frame 3 lacks 10 of 16 bytes";
-  const Outcome outcome =
-      kv_test::RunKv(temp_.Path(), "convert cut.y4m out.gray --depth 8 --exact-copy --json");
-  EXPECT_EQ(outcome.status, 2);
-  EXPECT_EQ(Get("out.gray"), whole);
-  EXPECT_NE(outcome.err.find(message), std::string::npos) << outcome.err;
-  const json report = json::parse(outcome.out);
-  EXPECT_EQ(report["status"], 2);
-  EXPECT_EQ(report["error"]["code"], "format");
-  EXPECT_EQ(report["files"], json({"out.gray"}));
-  EXPECT_EQ(kv_test::RunKv(temp_.Path(), "filter cut.y4m out.pgm --window 1 --overwrite").status, 2);
-  EXPECT_FALSE(std::filesystem::exists(temp_.Path() / "out-0002.pgm"));
-  EXPECT_TRUE(std::filesystem::exists(temp_.Path() / "out-0001.pgm"));
-  // Of several clips, and of parts.
-  const Outcome difference = kv_test::RunKv(temp_.Path(), "diff cut.y4m cut.y4m --stats");
-  EXPECT_EQ(difference.status, 2);
-  EXPECT_EQ(LinesOf(difference.out).size(), 3U);
-  EXPECT_EQ(kv_test::RunKv(temp_.Path(), "join cut.y4m cut.y4m -o joined.yuv422p").status, 2);
-  EXPECT_EQ(Get("joined.yuv422p").size(), 2U * 16);
-  // Inside the line before a frame, and in a pipe of raw frames.
-  Put("line.y4m", CutClip().substr(0, CutClip().size() - 9));
-  EXPECT_EQ(kv_test::RunKv(temp_.Path(), "convert line.y4m line.gray --depth 8 --exact-copy").status, 2);
-  EXPECT_EQ(Get("line.gray"), whole);
-  const Outcome piped = kv_test::PipeThroughKv(
-      temp_.Path(), "convert - raw.gray --from-format gray --size 8x4", GreyFrames({10, 20}) + "abc");
-  EXPECT_NE(piped.err.find("frame 3 of 8x4 pixels lacks 29 of 32 bytes"), std::string::npos) << piped.err;
-  EXPECT_EQ(Get("raw.gray"), GreyFrames({10, 20}));
-}
-
-TEST_F(Clips, NothingIsKeptOfAFirstFrameThatIsTruncated) {
-  Put("cut.y4m", CutClip().substr(0, 50));
-  EXPECT_EQ(kv_test::RunKv(temp_.Path(), "convert cut.y4m out.gray").status, 2);
-  EXPECT_FALSE(std::filesystem::exists(temp_.Path() / "out.gray"));
-  // A whole file of raw frames says so before work.
-  Put("odd.gray", GreyFrames({10, 20}) + "abc");
-  Refused("convert odd.gray out.pgm", "a 8x4 frame has 32 bytes, the file has 67");
+  for (const std::string command :
+       {"filter - - --window 3", "convert - -", "parity - - --force", "diff - one.gray -",
+        "average - one.gray -", "alpha-prob - one.gray - --window 3", "blend - one.gray one.gray -",
+        "copy-roi - one.gray -o -", "key - --color 90,60 one.gray -", "join - -o -"}) {
+    const Outcome outcome =
+        kv_test::RunShell(temp_.Path(),
+                          "rm -f in out lines; mkfifo in out lines; "
+                          "(\"$KV\" " +
+                              command +
+                              " --from-format gray --size 8x4 --to-format gray --json=lines "
+                              "<in >out 2>lines) & "
+                              "exec 3>in 4<out 5<lines; "
+                              "head -c 32 two.gray >&3; "
+                              "[ $(timeout 10 head -c 32 <&4 | wc -c) = 32 ] || exit 7; "
+                              "line=$(timeout 10 head -n 1 <&5) || exit 8; case $line in '{\"frame\": 0,'*) "
+                              ";; *) exit 9 ;; esac; "
+                              "tail -c 32 two.gray >&3; exec 3>&-; "
+                              "[ $(timeout 10 cat <&4 | wc -c) = 32 ] || exit 10; wait $!");
+    EXPECT_EQ(outcome.status, 0) << command << ": " << outcome.err;
+  }
 }
 
 }  // namespace

@@ -14,9 +14,14 @@ Outcome RunKv(const fs::path& folder, const std::string& arguments) {
 
 Outcome PipeThroughKv(const fs::path& folder, const std::string& arguments, const std::string& input) {
   const fs::path in = folder / ".in";
+  const fs::path status = folder / ".status";
   WriteFile(in, input);
-  const Outcome outcome = RunShell(folder, "cat '" + in.string() + "' | \"$KV\" " + arguments + " | cat");
+  // A pipe answers with its last command's status.
+  Outcome outcome = RunShell(folder, "cat '" + in.string() + "' | { \"$KV\" " + arguments + "; echo $? >'" +
+                                         status.string() + "'; } | cat");
+  outcome.status = std::stoi(ReadFile(status));
   fs::remove(in);
+  fs::remove(status);
   return outcome;
 }
 

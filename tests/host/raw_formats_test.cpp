@@ -150,6 +150,7 @@ TEST_F(RawFormats, PipesOnBothSides) {
   EXPECT_EQ(outcome.status, 0) << outcome.err;
   EXPECT_EQ(outcome.out.size(), std::size_t{2 * 16 * 8 * 3 / 2});
   const Outcome both = PipeThroughKv(temp_.Path(), "diff - - - --from-format uyvy --size 16x8", Frames());
+  EXPECT_EQ(both.status, 2);
   EXPECT_EQ(both.out, "");
   EXPECT_NE(both.err.find("standard input can be one input only"), std::string::npos) << both.err;
 }
