@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "host/raster_image.h"
+#include "host/fields.h"
 
 namespace kv_host {
 namespace {
@@ -41,8 +41,11 @@ Raster Moved(const Raster& picture, int right, int down) {
   const auto sourceColumn = [&](int x) {
     return static_cast<std::size_t>(std::clamp(x - right, 0, picture.width - 1));
   };
+  const int step = HasFields(picture) ? 2 : 1;
   for (int y = 0; y < picture.height; ++y) {
-    const auto in = picture.planes[0].Row(std::clamp(y - down, 0, picture.height - 1));
+    const int first = y % step;
+    const int last = picture.height - 1 - (picture.height - 1 - first) % step;
+    const auto in = picture.planes[0].Row(std::clamp(y - down, first, last));
     const auto out = moved.planes[0].Row(y);
     for (int x = 0; x < picture.width; x += 2) {
       const std::size_t left = sourceColumn(x);
@@ -54,15 +57,6 @@ Raster Moved(const Raster& picture, int right, int down) {
     }
   }
   return moved;
-}
-
-Raster FieldOf(const Raster& frame, int parity) {
-  Raster field = MakeRaster(frame.kind, frame.width, frame.height / 2, frame.layout);
-  Describe(field, frame);
-  for (int y = 0; y < field.height; ++y) {
-    std::ranges::copy(frame.planes[0].Row(2 * y + parity), field.planes[0].Row(y).begin());
-  }
-  return field;
 }
 
 }  // namespace kv_host

@@ -15,18 +15,8 @@ inline constexpr std::size_t longestPath = 250;
 void DrawPath(Raster& picture, const Path& path);
 
 /// The picture moved by whole pixels, its edges repeated; a pair's chroma is that of the pair that its left pixel comes
-/// from. Takes packed 4:2:2, luma first.
+/// from. Takes packed 4:2:2, luma first. Of a picture with fields `down` is even: lines stay in their field, and each
+/// field's own edges are repeated.
 Raster Moved(const Raster& picture, int right, int down);
-
-inline bool HasFields(const Raster& frame) {
-  return frame.interlace == Interlace::TopFieldFirst || frame.interlace == Interlace::BottomFieldFirst;
-}
-/// The parity of the field that is first in time.
-inline int FirstParity(const Raster& frame) {
-  return frame.interlace == Interlace::BottomFieldFirst ? 1 : 0;
-}
-
-/// The rows of one field; `parity` 0: the top one.
-Raster FieldOf(const Raster& frame, int parity);
 
 }  // namespace kv_host

@@ -6,6 +6,7 @@
 #include "frame/interfaces/alpha_layer_prob_mask.h"
 #include "host/commands/command.h"
 #include "host/commands/levels_option.h"
+#include "host/fields.h"
 #include "host/frames.h"
 #include "host/raster_image.h"
 
@@ -44,7 +45,6 @@ struct AlphaOptions {
   void ForEachPair(const char* algorithm, Own... own) const {
     const OwnedEngine owned(engine);
     const Engine with = owned.Get();
-    const kv_run::LevelTable table = TableOf(levels.Get());
     const auto& operation = with.family.Require<Interface>(algorithm, {PixelClass::ClassID});
     ClipSet clips({first, second}, input.GetClips());
     input.RequireUse(clips.Readers());
@@ -53,22 +53,45 @@ struct AlphaOptions {
       const Raster& frame = *frames[0];
       const Raster& other = *frames[1];
       RequireEqualSizes(frame, first, other, second);
-      const auto a = ToImage<PixelClass>(Operand<PixelClass>(frame, other, with));
-      const auto b = ToImage<PixelClass>(Operand<PixelClass>(other, frame, with));
+      const Raster one = Operand<PixelClass>(frame, other, with);
+      const Raster two = Operand<PixelClass>(other, frame, with);
       const auto where = MakeRegion(region.text, frame.width, frame.height, first);
-      const auto to = MakeWorkingImage<GreyPixel>(frame.width, frame.height);
-      // One raw mask for all threads: each smooths rows that others made.
-      const std::shared_ptr<Grey> raw = MakeWorkingImage<GreyPixel>(frame.width, frame.height);
-      with.Run(algorithm, operation, *a, *b, *to, where, own..., raw);
-      Raster mask = ToRaster(*to, frame);
-      for (int y = where.GetTop(); y <= where.GetBottom(); ++y) {
-        std::uint8_t* row = mask.planes[0].Row(y).data() + where.GetLeft(y);
-        kv_run::MapLevels(table, row, row,
-                          static_cast<std::size_t>(where.GetRight(y) - where.GetLeft(y) + 1));
-      }
+      const auto maskOf = [&](const Raster& a, const Raster& b, const kv_img::RunRegion& part) {
+        const auto to = MakeWorkingImage<GreyPixel>(a.width, a.height);
+        // One raw mask for all threads: each smooths rows that others made.
+        const std::shared_ptr<Grey> raw = MakeWorkingImage<GreyPixel>(a.width, a.height);
+        with.Run(algorithm, operation, *ToImage<PixelClass>(a), *ToImage<PixelClass>(b), *to, part, own...,
+                 raw);
+        return ToRaster(*to, a);
+      };
+      Raster mask = MadeInFields(one, two, where, maskOf);
+      MapLevels(mask, where);
       WriteLuma(writer, mask, frame, with);
     });
     owned.Finish(writer);
+  }
+
+  /// The box stays within a field where one of the pictures has fields.
+  template <class Make>
+  Raster MadeInFields(const Raster& a, const Raster& b, const kv_img::RunRegion& where, Make make) const {
+    const bool hasFields = HasFields(a) || HasFields(b);
+    if (window == 1 || !hasFields) return make(a, b, where);
+    Raster whole = MakeRaster(RasterKind::Grey8, a.width, a.height);
+    Describe(whole, a);
+    for (const RowSet& rows : TimesOf(hasFields, a.height)) {
+      const auto part = RegionIn(where, rows);
+      if (part.GetBottom() < part.GetTop()) continue;
+      PutRows(make(TakeRows(a, rows), TakeRows(b, rows), part), rows, whole);
+    }
+    return whole;
+  }
+
+  void MapLevels(Raster& mask, const kv_img::RunRegion& where) const {
+    const kv_run::LevelTable table = TableOf(levels.Get());
+    for (int y = where.GetTop(); y <= where.GetBottom(); ++y) {
+      std::uint8_t* row = mask.planes[0].Row(y).data() + where.GetLeft(y);
+      kv_run::MapLevels(table, row, row, static_cast<std::size_t>(where.GetRight(y) - where.GetLeft(y) + 1));
+    }
   }
 
   /// What the operation takes of a picture: its chroma in the other one's colours, or its luma.

@@ -7,6 +7,7 @@
 #include "frame/interfaces/average_filter.h"
 #include "host/commands/command.h"
 #include "host/errors.h"
+#include "host/fields.h"
 #include "host/frames.h"
 #include "host/raster_image.h"
 
@@ -26,12 +27,6 @@ struct Component {
   bool isOfPairs = false;
 
   std::size_t ByteOf(int column) const { return first + step * static_cast<std::size_t>(column); }
-};
-
-/// Every `step`-th row of a picture from row `first` on: a field, or all rows.
-struct RowSet {
-  int first;
-  int step;
 };
 
 bool IsPackedVideo(const Raster& frame) {
@@ -59,28 +54,26 @@ std::vector<Component> ComponentsOf(const Raster& frame) {
   return components;
 }
 
-/// The region's samples of a component, in these rows. A sample of a pair belongs to it when one of its pixels does.
-RunRegion RegionOf(const RunRegion& where, const Component& component, const RowSet& rows) {
+/// The region's samples of a component. A sample of a pair belongs to it when one of its pixels does.
+RunRegion SamplesIn(const RunRegion& where, const Component& component) {
+  if (!component.isOfPairs) return where;
   std::vector<int> first;
   std::vector<int> last;
-  int top = 0;
   for (int row = where.GetTop(); row <= where.GetBottom(); ++row) {
-    if ((row - rows.first) % rows.step != 0) continue;
-    if (first.empty()) top = (row - rows.first) / rows.step;
-    const bool isHalved = component.isOfPairs && where.GetLeft(row) <= where.GetRight(row);
-    first.push_back(isHalved ? where.GetLeft(row) / 2 : where.GetLeft(row));
-    last.push_back(isHalved ? where.GetRight(row) / 2 : where.GetRight(row));
+    const bool isEmpty = where.GetRight(row) < where.GetLeft(row);
+    first.push_back(isEmpty ? 0 : where.GetLeft(row) / 2);
+    last.push_back(isEmpty ? -1 : where.GetRight(row) / 2);
   }
-  return {top, std::move(first), std::move(last)};
+  return {where.GetTop(), std::move(first), std::move(last)};
 }
 
 void FilterComponent(Raster& frame, const Component& component, const RowSet& rows, const RunRegion& where,
                      unsigned window, const Engine& with) {
-  const RunRegion region = RegionOf(where, component, rows);
+  const RunRegion region = SamplesIn(RegionIn(where, rows), component);
   if (region.GetBottom() < region.GetTop()) return;
   const auto& operation = with.family.Require<kv_img::AverageFilterAlgorithmInterface<GreyImage>>(
       "AverageFilter", {GreyPixel::ClassID});
-  const int height = (frame.height - rows.first + rows.step - 1) / rows.step;
+  const int height = rows.CountIn(frame.height);
   const auto from = MakeWorkingImage<GreyPixel>(component.columns, height);
   const auto to = MakeWorkingImage<GreyPixel>(component.columns, height);
   const auto rowOf = [&](int y) { return frame.planes[component.plane].Row(rows.first + y * rows.step); };
@@ -151,14 +144,10 @@ struct FilterOptions {
       components.resize(1);
     }
     const RunRegion where = MakeRegion(region.text, frame.width, frame.height, input);
-    const bool hasFields =
-        frame.interlace == Interlace::TopFieldFirst || frame.interlace == Interlace::BottomFieldFirst;
     for (const Component& component : components) {
-      if (!hasFields) {
-        FilterComponent(frame, component, {0, 1}, where, window, with);
-        continue;
+      for (const RowSet& rows : TimesOf(HasFields(frame), frame.height)) {
+        FilterComponent(frame, component, rows, where, window, with);
       }
-      for (const int field : {0, 1}) FilterComponent(frame, component, {field, 2}, where, window, with);
     }
     RepeatLastLuma(frame, components.front());
     return frame;

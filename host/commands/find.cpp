@@ -175,7 +175,8 @@ void FindOptions::Run() const {
 
 void AddFindCommand(CLI::App& app, Session& session) {
   auto options = std::make_shared<FindOptions>();
-  CLI::App* command = app.add_subcommand("find", "Find a small part of one picture in another");
+  CLI::App* command =
+      app.add_subcommand("find", "Find a small part of one picture in another; fields are not taken apart");
   command->add_option("TEMPLATE", options->templateImage, "picture that holds the feature")->required();
   command->add_option("SEARCH", options->searchImage, "picture to search")->required();
   command->add_option("--at", options->at, "the feature's place in TEMPLATE")->required()->type_name("X,Y");

@@ -6,6 +6,7 @@
 #include "host/commands/command.h"
 #include "host/commands/levels_option.h"
 #include "host/errors.h"
+#include "host/fields.h"
 #include "host/frames.h"
 #include "host/raster_image.h"
 #include "run/composition.h"
@@ -41,6 +42,20 @@ Raster Coloured(const Raster& like, const std::vector<int>& colour) {
     bytes[at + 3] = static_cast<std::uint8_t>(colour[1]);
   }
   return plate;
+}
+
+/// A mask smoothed by a box, which stays within a field.
+Raster Smoothed(Raster mask, bool hasFields, unsigned window, const Engine& with) {
+  const auto& smooth = with.family.Require<kv_img::AverageFilterAlgorithmInterface<Grey>>(
+      "AverageFilter", {GreyPixel::ClassID});
+  for (const RowSet& rows : TimesOf(hasFields, mask.height)) {
+    const Raster part = TakeRows(mask, rows);
+    const auto to = MakeWorkingImage<GreyPixel>(part.width, part.height);
+    const kv_img::RunRegion whole(kv_img::ImageRect(0, 0, part.width - 1, part.height - 1));
+    with.Run("AverageFilter", smooth, *ToImage<GreyPixel>(part), *to, whole, window);
+    PutRows(ToRaster(*to, part), rows, mask);
+  }
+  return mask;
 }
 
 struct KeyOptions {
@@ -93,12 +108,8 @@ std::unique_ptr<Grey> KeyOptions::MaskOf(const Raster& frame, const Raster& agai
     kv_run::MapLevels(table, RowOf(*mask, y), RowOf(*mask, y), static_cast<std::size_t>(width));
   });
   if (window > 1) {
-    const auto& smooth = with.family.Require<kv_img::AverageFilterAlgorithmInterface<Grey>>(
-        "AverageFilter", {GreyPixel::ClassID});
-    const kv_img::RunRegion picture(kv_img::ImageRect(0, 0, frame.width - 1, frame.height - 1));
-    auto smoothed = MakeWorkingImage<GreyPixel>(frame.width, frame.height);
-    with.Run("AverageFilter", smooth, *mask, *smoothed, picture, window);
-    mask = std::move(smoothed);
+    mask = ToImage<GreyPixel>(
+        Smoothed(ToRaster(*mask, frame), HasFields(frame) || HasFields(against), window, with));
   }
   if (region.text.IsGiven()) KeepInside(*mask, frame, with);
   return mask;

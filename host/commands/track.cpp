@@ -7,6 +7,7 @@
 #include "host/commands/command.h"
 #include "host/commands/template_update.h"
 #include "host/errors.h"
+#include "host/fields.h"
 #include "host/frames.h"
 #include "host/raster_image.h"
 #include "host/track_pictures.h"
@@ -115,7 +116,7 @@ std::vector<Follower> TrackCommand::Followers(const Raster& first,
 void Follow(std::vector<Follower>& followers, const Raster& packed, const Tracker::Search& search,
             const Engine& with) {
   const std::unique_ptr<const Tracker::Image> image = ToImageOfWidth<kv_img::PixelYUV422>(
-      packed.width, HasFields(packed) ? FieldOf(packed, FirstParity(packed)) : packed);
+      packed.width, HasFields(packed) ? TakeRows(packed, FieldRows(FirstParity(packed))) : packed);
   for (Follower& follower : followers) {
     using Clock = std::chrono::steady_clock;
     const auto begin = Clock::now();

@@ -123,8 +123,26 @@ TEST_F(Keying, TheMaskIsThatOfAlphaColorWithLevels) {
 
 TEST_F(Keying, NothingIsSeenOutsideTheRegion) {
   EXPECT_EQ(Keyed("actor.uyvy --plate plate.uyvy --region 8,0,10,6 beach.uyvy out.uyvy"), Expected(8));
+  EXPECT_EQ(Keyed("actor.uyvy --plate plate.uyvy --region 0,0,8,6 beach.uyvy out.uyvy"), Expected(6, 7));
+  EXPECT_EQ(Keyed("actor.uyvy --plate plate.uyvy --region 8,0,2,6 beach.uyvy out.uyvy"), Expected(8, 9));
   const std::string upper = Keyed("actor.uyvy --plate plate.uyvy --region 0,0,18,2 beach.uyvy out.uyvy");
   EXPECT_EQ(upper, Expected().substr(0, 2 * 36) + beach.substr(2 * 36));
+  // To the pixel, with smoothing too.
+  for (const std::string window : {"1", "5"}) {
+    const std::string bytes =
+        Keyed("actor.uyvy --color 90,60 --invert --region 13,1,2,3 --window " + window + " out.uyvya");
+    for (int y = 0; y < keyHeight; ++y) {
+      for (int x = 0; x < keyWidth; ++x) {
+        const bool isIn = x >= 13 && x < 15 && y >= 1 && y < 4;
+        const auto at = static_cast<std::size_t>((2 * keyHeight + y) * keyWidth + x);
+        if (!isIn || window == "1") {
+          ASSERT_EQ(Byte(bytes, at), isIn ? 255 : 0) << x << ',' << y;
+        } else {
+          ASSERT_GT(Byte(bytes, at), 0) << x << ',' << y;
+        }
+      }
+    }
+  }
 }
 
 TEST_F(Keying, PicturesServeEveryFrameOfAClip) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <nlohmann/json.hpp>
 #include <sstream>
@@ -169,6 +170,46 @@ TEST_F(Track, StabilisedClipsStandStill) {
     EXPECT_EQ(path->planes[0].Row(51 - 2 * frame)[static_cast<std::size_t>(62 + 3 * frame)], 16);
   }
   EXPECT_FALSE(reader.Next());
+}
+
+TEST_F(Track, LinesOfStabilisedFieldsStayInTheirField) {
+  for (const char order : {'t', 'b'}) {
+    Put("clip.y4m", MovingClip(6, 3, 1.3, order));
+    Table("clip.y4m --at 60,50 --half 12x12 --range 6x6 --stabilise still.y4m");
+    kv_host::PictureReader before((temp_.Path() / "clip.y4m").string());
+    kv_host::PictureReader after((temp_.Path() / "still.y4m").string());
+    // The even number that is nearest to 1.3 a frame.
+    const int lines[] = {0, 2, 2, 4, 6, 6};
+    for (int frame = 0; frame < 6; ++frame) {
+      const auto moving = before.Next();
+      const auto still = after.Next();
+      ASSERT_TRUE(moving && still);
+      EXPECT_EQ(still->interlace, moving->interlace);
+      for (int y = 0; y < trackHeight; ++y) {
+        // At the edge the field's own last line is repeated.
+        const int from = std::min(y + lines[frame], trackHeight - 2 + y % 2);
+        for (int x = 0; x < trackWidth - 15; ++x) {
+          ASSERT_EQ(still->planes[0].Row(y)[static_cast<std::size_t>(x)],
+                    moving->planes[0].Row(from)[static_cast<std::size_t>(x + 3 * frame)])
+              << order << ": " << frame << ": " << x << ',' << y;
+        }
+      }
+    }
+  }
+  // The other way.
+  Put("clip.y4m", MovingClip(4, 0, -3, 't'));
+  Table("clip.y4m --at 60,50 --half 12x12 --range 6x6 --stabilise still.y4m");
+  kv_host::ReadOptions third;
+  third.frames = {2, 1};
+  kv_host::PictureReader before((temp_.Path() / "clip.y4m").string(), third);
+  kv_host::PictureReader after((temp_.Path() / "still.y4m").string(), third);
+  const auto moving = before.Next();
+  const auto still = after.Next();
+  ASSERT_TRUE(moving && still);
+  for (int y = 0; y < 20; ++y) {
+    EXPECT_TRUE(std::ranges::equal(still->planes[0].Row(y), moving->planes[0].Row(std::max(y - 6, y % 2))))
+        << y;
+  }
 }
 
 TEST_F(Track, LinesAndReportsOfJson) {
