@@ -75,6 +75,16 @@ TEST(Tracking, APointBetweenPixelsStaysThere) {
   EXPECT_EQ(point.score, 0);
 }
 
+TEST(Tracking, TheScoreIsThatOfThePlaceBetweenPixels) {
+  const auto scoreOf = [](int levels) {
+    PackedTracker tracker({.halfWidth = 8, .halfHeight = 8, .rangeX = 4, .rangeY = 4, .levels = levels}, 60, 70);
+    tracker.Next(FeatureFind(), *Pattern(0, 0));
+    return tracker.Next(FeatureFind(), *Pattern(0.5, 0.5)).score;
+  };
+  EXPECT_GT(scoreOf(0), 2);
+  EXPECT_LT(scoreOf(1), scoreOf(0) / 2);
+}
+
 TEST(Tracking, ATemplateThatWasCutStillCentresThePoint) {
   // Twelve columns and rows, but for seven and eight of them.
   EXPECT_LE(ErrorAfter24({.halfWidth = 12, .halfHeight = 12, .rangeX = 4, .rangeY = 4}, 5, 100), 0.2);
