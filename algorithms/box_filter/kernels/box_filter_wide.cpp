@@ -119,7 +119,7 @@ void SlideTwo(SmallWindowMeansOfTwo::Args& args, std::index_sequence<shared...> 
          [&](Vector even, Vector odd) { store(args.upper, upper.Next(even, odd)); },
          [&](Vector even, Vector odd) { store(args.lower, lower.Next(even, odd)); });
   }
-  for (const std::uint8_t*& row : args.rows) row += args.groups;
+  for (int row = 0; row < before + 2; ++row) args.rows[row] += args.groups;
   args.upper += args.groups;
   args.lower += args.groups;
 }
