@@ -20,7 +20,7 @@ namespace {
 
 bool ClipSet::Clip::Has(std::int64_t number, Session& session) {
   while (number >= count && !hasEnded) {
-    if (auto next = NextWhole(*reader, session, current.has_value())) {
+    if (auto next = NextWhole(*ahead, session, current.has_value())) {
       current = std::move(next);
       ++count;
     } else {
@@ -87,6 +87,7 @@ void ClipSet::DescribePictures() {
 void ClipSet::ForEach(Session& session, const Work& work) {
   Progress progress("frames", Part().Count().value_or(0));
   const FrameRange range = clips_[lead_].reader->Range();
+  for (Clip& clip : clips_) clip.ahead = std::make_unique<ReadAhead>(*clip.reader, session.threads);
   std::vector<const Raster*> frames(clips_.size());
   for (std::int64_t number = clips_[lead_].count;; ++number) {
     if (range.count && number - range.first == *range.count) return;

@@ -8,6 +8,7 @@
 
 #include "host/formats/picture_reader.h"
 #include "host/formats/picture_writer.h"
+#include "host/read_ahead.h"
 #include "host/session.h"
 
 namespace kv_host {
@@ -37,6 +38,7 @@ class ClipSet {
  private:
   struct Clip {
     std::unique_ptr<PictureReader> reader;
+    std::unique_ptr<ReadAhead> ahead = {};
     std::optional<Raster> current = {};
     std::int64_t count = 0;  ///< Frames up to the current one, those before the range too.
     bool hasEnded = false;

@@ -50,6 +50,21 @@ std::optional<Raster> ConvertDirectly(const Raster& source, RasterKind kind, int
   });
 }
 
+/// The luma of planar 4:2:2 as a grey picture, or a grey picture as the luma of one without colour: nothing to convert.
+std::optional<Raster> ExchangeLuma(const Raster& source, RasterKind kind) {
+  const bool isOut = source.kind == RasterKind::Yuv422Planar && kind == RasterKind::Grey8;
+  const bool isIn = source.kind == RasterKind::Grey8 && kind == RasterKind::Yuv422Planar;
+  if (!isOut && !isIn) return std::nullopt;
+  Raster result = MakeEmptyRaster(kind, source.width, source.height);
+  Describe(result, source);
+  result.planes[0].bytes = source.planes[0].bytes;
+  for (std::size_t i = 1; i < result.planes.size(); ++i) {
+    Plane& chroma = result.planes[i];
+    chroma.bytes.assign(chroma.stride * static_cast<std::size_t>(chroma.rows), 128);
+  }
+  return result;
+}
+
 [[noreturn]] void ThrowNoConversion(const Raster& source, RasterKind kind, const Engine& engine) {
   throw NoMemberError(std::string("no member of the family converts ") + NameOf(source.kind) + " to " +
                       NameOf(kind) + engine.family.ForcedNote());
@@ -58,6 +73,7 @@ std::optional<Raster> ConvertDirectly(const Raster& source, RasterKind kind, int
 /// By "Copy" alone: directly where a member offers the pair, else through packed 4:2:2.
 Raster ConvertByCopy(const Raster& source, RasterKind kind, int layout, const Engine& engine) {
   if (IsAlready(source, kind, layout)) return source;
+  if (auto luma = ExchangeLuma(source, kind)) return *std::move(luma);
   if (IsBitmap(kind) && source.range == ColourRange::Full && !IsBitmap(source.kind)) {
     throw UsageError(
         "full-range 4:2:2 cannot become RGB by \"Copy\", which takes limited range alone; without "

@@ -109,7 +109,7 @@ void Recorded(Session& session, std::int64_t number, const std::function<void()>
   session.record.reset();
 }
 
-std::optional<Raster> NextWhole(PictureReader& reader, Session& session, bool hasFrames) {
+std::optional<Raster> NextWhole(ReadAhead& reader, Session& session, bool hasFrames) {
   try {
     return reader.Next();
   } catch (const TruncatedError& error) {
@@ -122,11 +122,11 @@ std::optional<Raster> NextWhole(PictureReader& reader, Session& session, bool ha
 void ForEachFrame(PictureReader& reader, Session& session,
                   const std::function<void(const Raster&, std::int64_t)>& work) {
   Progress progress("frames", ClipPart{reader.Range(), reader.Length()}.Count().value_or(0));
+  ReadAhead ahead(reader, session.threads);
   for (bool hasFrames = false;; hasFrames = true) {
-    const std::int64_t number = reader.NextNumber();
-    const auto frame = NextWhole(reader, session, hasFrames);
+    const auto frame = NextWhole(ahead, session, hasFrames);
     if (!frame) return;
-    Recorded(session, number, [&] { work(*frame, number); });
+    Recorded(session, ahead.Number(), [&] { work(*frame, ahead.Number()); });
     progress.Advance();
   }
 }

@@ -7,6 +7,7 @@
 #include "host/conversion.h"
 #include "host/formats/picture_reader.h"
 #include "host/formats/picture_writer.h"
+#include "host/read_ahead.h"
 #include "host/session.h"
 
 namespace kv_host {
@@ -51,7 +52,7 @@ void Recorded(Session& session, std::int64_t number, const std::function<void()>
 
 /// The next frame. Where the file ends inside it and `hasFrames` were before it, they are all that there is: notes the
 /// failure and answers nothing.
-std::optional<Raster> NextWhole(PictureReader& reader, Session& session, bool hasFrames);
+std::optional<Raster> NextWhole(ReadAhead& reader, Session& session, bool hasFrames);
 
 /// Calls `work(frame, number)` for every frame that is read of a file, numbered as in the file, with records, and progress
 /// on a terminal.

@@ -106,12 +106,14 @@ template <class PixelClass>
 Raster ToRaster(const kv_img::Image<PixelClass>& image, const Raster& shape) {
   constexpr RasterKind kind = kindOf<PixelClass>;
   constexpr bool isPacked = kind == RasterKind::Yuv422 || kind == RasterKind::Yuva422;
-  Raster raster = MakeRaster(kind, shape.width, shape.height, isPacked ? image.GetPixelLayout() : 0);
+  Raster raster = MakeEmptyRaster(kind, shape.width, shape.height, isPacked ? image.GetPixelLayout() : 0);
   Describe(raster, shape);
-  for (std::size_t plane = 0; plane < raster.planes.size(); ++plane) {
+  for (std::size_t index = 0; index < raster.planes.size(); ++index) {
+    Plane& plane = raster.planes[index];
+    plane.bytes.reserve(plane.stride * static_cast<std::size_t>(plane.rows));
     for (int y = 0; y < raster.height; ++y) {
-      const auto to = raster.planes[plane].Row(y);
-      std::ranges::copy(image.PlaneRow(ComponentOfPlane(kind, plane), y).first(to.size()), to.begin());
+      const auto row = image.PlaneRow(ComponentOfPlane(kind, index), y).first(plane.stride);
+      plane.bytes.insert(plane.bytes.end(), row.begin(), row.end());
     }
   }
   return raster;

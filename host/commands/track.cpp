@@ -181,12 +181,12 @@ void TrackCommand::Run() {
   PictureReader reader(clip, input.Get());
   input.RequireUse({&reader});
   const auto& search = with.family.Require<Tracker::Search>("FeatureFind", {kv_img::PixelYUV422::ClassID});
+  Session& session = *engine.session;
+  const WriteOptions write{.clip = ClipPart{reader.Range(), reader.Length()}, .threads = session.threads};
   std::optional<PictureWriter> paths;
   std::optional<PictureWriter> still;
-  const WriteOptions write{.clip = ClipPart{reader.Range(), reader.Length()}};
   if (!annotate.empty()) paths.emplace(annotate, write);
   if (!stabilise.empty()) still.emplace(stabilise, write);
-  Session& session = *engine.session;
   std::vector<Follower> followers;
   Raster first;
   std::int64_t frames = 0;

@@ -47,6 +47,12 @@ class PictureReader {
   /// What its container declares; null for the formats that need no module.
   const KvAvInfo* Declared() const { return frames_->Declared(); }
 
+  /// Whether another thread may read it while this one asks what it is: one file on a disk, which a child process does not
+  /// read ahead already.
+  bool MayBeReadAhead() const {
+    return files_.size() == 1 && source_->Remaining().has_value() && Declared() == nullptr;
+  }
+
   /// Reads all pictures in place of a range; before the first one is read.
   void TakeAll() { range_ = {}; }
 

@@ -1,6 +1,9 @@
 #include "host/formats/picture_writer.h"
 
 #include <algorithm>
+#include <system_error>
+#include <thread>
+#include <utility>
 
 #include "host/formats/bmp.h"
 #include "host/formats/file_name.h"
@@ -80,7 +83,20 @@ std::string PictureWriter::NumberedName(std::int64_t index) const {
   return frameNames_.Of((options_.clip ? options_.clip->frames.first : 0) + index, Digits());
 }
 
-void PictureWriter::Write(const Raster& frame) {
+bool PictureWriter::MayWriteBehind() const {
+  const unsigned threads =
+      options_.threads > 0 ? static_cast<unsigned>(options_.threads) : std::thread::hardware_concurrency();
+  // An encoder is a process of its own; frames with files of their own make and name them in order.
+  return threads > 1 && codec_ == nullptr && (!hasOwnFiles_ || sinks_.front().WritesThrough());
+}
+
+void PictureWriter::WriteToOne(const Raster& frame) {
+  ByteSink& sink = sinks_.back();
+  Encode(frame, sink);
+  if (sink.WritesThrough()) sink.Flush();
+}
+
+void PictureWriter::Write(Raster frame) {
   if (std::ranges::find(rasters_, frame.kind) == rasters_.end()) {
     throw FormatError(sinks_.front().Name(),
                       "a " + std::string(TraitsOf(format_).name) + " file cannot hold " + NameOf(frame.kind));
@@ -90,14 +106,17 @@ void PictureWriter::Write(const Raster& frame) {
     sinks_.emplace_back(frameNames_.IsPattern() ? NumberedName(count_) : name_);
     y4m_ = Y4mWriter();
   }
-  ByteSink& sink = sinks_.back();
-  Encode(frame, sink);
-  if (ownFile) {
-    sink.Finish();
-  } else if (sink.WritesThrough()) {
-    sink.Flush();
+  if (count_++ == 1 && MayWriteBehind()) {
+    try {
+      behind_ = std::make_unique<WriteBehind>([this](const Raster& next) { WriteToOne(next); });
+    } catch (const std::system_error&) {
+      // Without a thread every frame is written at once.
+    }
   }
-  ++count_;
+  if (behind_ != nullptr) return behind_->Put(std::move(frame));
+  if (!ownFile) return WriteToOne(frame);
+  Encode(frame, sinks_.back());
+  sinks_.back().Finish();
 }
 
 void PictureWriter::Encode(const Raster& frame, ByteSink& sink) {
@@ -126,6 +145,7 @@ void PictureWriter::Encode(const Raster& frame, ByteSink& sink) {
 }
 
 void PictureWriter::NameFiles() {
+  if (behind_ != nullptr) behind_->Finish();
   if (count_ == 0) throw FileError(sinks_.front().Name(), "no picture was written");
   if (av_ != nullptr) av_->Finish(sinks_.back());
   std::vector<std::string> names;

@@ -10,6 +10,7 @@
 #include "host/formats/file_format.h"
 #include "host/formats/frame_names.h"
 #include "host/formats/frame_range.h"
+#include "host/formats/write_behind.h"
 #include "host/formats/y4m.h"
 
 namespace kv_host {
@@ -28,7 +29,7 @@ struct WriteOptions {
   std::optional<ClipPart> clip = {};      ///< None: single pictures, whose name is taken as it is.
   bool overwrite = false;                 ///< Numbered files may be replaced.
   std::string codec = {};                 ///< Of a container; empty: its usual one.
-  int threads = 0;                        ///< Of an encoder; 0: what the machine runs at once.
+  int threads = 0;                        ///< That a person asked for; 0: what the machine runs at once.
   AvLog* log = nullptr;                   ///< Gets what a file of the module does not hold.
 };
 
@@ -51,8 +52,10 @@ class PictureWriter {
   const std::vector<RasterKind>& Rasters() const { return rasters_; }
   bool WritesToStandardOutput() const { return name_ == "-"; }
 
-  /// Throws FileError, or FormatError for a raster that Rasters() does not list.
-  void Write(const Raster& frame);
+  /// Throws FileError, or FormatError for a raster that Rasters() does not list. With more than one thread a frame of a
+  /// clip in one file is written while the next one is made: what went wrong is then said by the next call, or by
+  /// NameFiles().
+  void Write(Raster frame);
   /// Decides on the final names of the files, which are tried. Throws FileError, also when no frame was
   /// written.
   void NameFiles();
@@ -67,7 +70,9 @@ class PictureWriter {
   void RequireNewFiles() const;
   int Digits() const;
   std::string NumberedName(std::int64_t index) const;
+  bool MayWriteBehind() const;
   void Encode(const Raster& frame, ByteSink& sink);
+  void WriteToOne(const Raster& frame);
 
   std::string name_;
   WriteOptions options_;
@@ -84,6 +89,7 @@ class PictureWriter {
   std::int64_t count_ = 0;
   std::vector<std::string> names_;
   std::size_t committed_ = 0;
+  std::unique_ptr<WriteBehind> behind_;  // from the second frame on; ends before what it writes to
 };
 
 }  // namespace kv_host

@@ -45,6 +45,8 @@ void PrepareProcess() {
   constexpr int largest = 1 << 30;
   mallopt(M_MMAP_THRESHOLD, largest);
   mallopt(M_TRIM_THRESHOLD, largest);
+  // And threads hand frames on to one another.
+  mallopt(M_ARENA_MAX, 1);
 #endif
 }
 
