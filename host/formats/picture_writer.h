@@ -29,7 +29,7 @@ struct WriteOptions {
   std::optional<ClipPart> clip = {};      ///< None: single pictures, whose name is taken as it is.
   bool overwrite = false;                 ///< Numbered files may be replaced.
   std::string codec = {};                 ///< Of a container; empty: its usual one.
-  int threads = 0;                        ///< That a person asked for; 0: what the machine runs at once.
+  int threads = 1;                        ///< 0: what the machine runs at once.
   AvLog* log = nullptr;                   ///< Gets what a file of the module does not hold.
 };
 
