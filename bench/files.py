@@ -6,15 +6,14 @@
 Clips are made once; runs of the two are interleaved, medians count. With --print the table goes to the terminal and the page
 stays as it is.
 """
-import argparse
 import os
 import resource
 import statistics
 import subprocess
-import tempfile
 import time
 
-MARKS = ("<!-- files -->\n", "<!-- end of files -->")
+import page
+
 CLIPS = {
     "FFV1": ("ffv1.mkv", "-vf noise=alls=4 -c:v ffv1 -level 3 -slices 16 -pix_fmt yuv422p"),
     "MPEG-2 4:2:2": ("mpeg2.mxf", "-c:v mpeg2video -q:v 2 -pix_fmt yuv422p"),
@@ -51,25 +50,11 @@ def table(kv, frames, repetitions):
 
 
 def main():
-    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("build")
-    parser.add_argument("page")
-    parser.add_argument("--frames", type=int, default=100)
-    parser.add_argument("--repetitions", type=int, default=7)
-    parser.add_argument("--print", action="store_true")
-    options = parser.parse_args()
-    kv, page_name = os.path.abspath(os.path.join(options.build, "bin", "kv")), os.path.abspath(options.page)
-    with tempfile.TemporaryDirectory() as folder:
-        os.chdir(folder)
+    options = page.arguments(__doc__, frames=100)
+    kv = page.program(options, "kv")
+    with page.scratch_folder():
         figures = table(kv, options.frames, options.repetitions)
-        os.chdir("/")
-    if options.print:
-        print(figures, end="")
-        return
-    with open(page_name, encoding="utf-8") as page:
-        before, rest = page.read().split(MARKS[0])
-    with open(page_name, "w", encoding="utf-8") as page:
-        page.write(before + MARKS[0] + figures + MARKS[1] + rest.split(MARKS[1])[1])
+    page.put(options, "files", figures)
 
 
 if __name__ == "__main__":

@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "bench/contest.h"
+#include "frame/platform/wide_level.h"
 
 // The sums of the VP9 encoder's motion search: four positions a call. Its header is not installed, its static library has
 // them.
@@ -43,7 +44,7 @@ void EnterSad(Contest& contest, int size, Sad sad) {
 
 void EnterVpx(Contest& contest) {
   EnterSad(contest, 16, vpx_sad16x16x4d_sse2);
-  if (__builtin_cpu_supports("avx2")) EnterSad(contest, 32, vpx_sad32x32x4d_avx2);
+  if (kv_img::SupportedLevel() >= kv_img::WideLevel::Avx2) EnterSad(contest, 32, vpx_sad32x32x4d_avx2);
 }
 
 }  // namespace kv_bench

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstring>
 #include <limits>
 #include <new>
 #include <string>
@@ -24,6 +25,17 @@ constexpr std::size_t RoundUp(std::size_t bytes) {
 
 [[noreturn]] void Refuse(const std::wstring& parameter) {
   throw AlgoException(2, parameter.c_str(), L"Image::Image");
+}
+
+// Aligned by hand: a block that the C library aligned is, once freed, too small for the next one of its size, so images
+// that come and go among other blocks would take new memory every time. Where a block begins stands before what it holds.
+
+std::uint8_t* AlignedBlock(std::size_t bytes) {
+  auto* const block = static_cast<std::uint8_t*>(::operator new[](bytes + alignment));
+  const auto address = reinterpret_cast<std::uintptr_t>(block);
+  std::uint8_t* const memory = block + (alignment - address % alignment);
+  std::memcpy(memory - sizeof block, &block, sizeof block);
+  return memory;
 }
 
 }  // namespace
@@ -57,7 +69,9 @@ ImageMemory::ImageMemory(const RowGeometry& geometry, const WrappedRows* rows, c
 ImageMemory::~ImageMemory() = default;
 
 void ImageMemory::AlignedFree::operator()(std::uint8_t* memory) const noexcept {
-  ::operator delete[](memory, std::align_val_t{alignment});
+  std::uint8_t* block = nullptr;
+  std::memcpy(&block, memory - sizeof block, sizeof block);
+  ::operator delete[](block);
 }
 
 void ImageMemory::Own(const RowGeometry& geometry, const ImageOptions& options) {
@@ -69,8 +83,7 @@ void ImageMemory::Own(const RowGeometry& geometry, const ImageOptions& options) 
   const std::size_t total = stride * geometry.storedRows;
 
   rows_.resize(geometry.storedRows);
-  owned_.reset(
-      static_cast<std::uint8_t*>(::operator new[](total + options.spareBytes, std::align_val_t{alignment})));
+  owned_.reset(AlignedBlock(total + options.spareBytes));
   std::fill_n(owned_.get(), total + options.spareBytes, std::uint8_t{0});
   for (std::size_t row = 0; row < rows_.size(); ++row) rows_[row] = owned_.get() + row * stride;
   data_ = owned_.get();

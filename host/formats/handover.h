@@ -20,10 +20,11 @@ class Handover {
     changed_.notify_all();
     return true;
   }
-  /// Waits for one; empty once nobody puts any.
+  /// Waits for one; empty once nobody puts any, or takes any.
   std::optional<T> Take() {
     std::unique_lock lock(mutex_);
     changed_.wait(lock, [this] { return value_ || isFinished_ || isAbandoned_; });
+    if (isAbandoned_) return std::nullopt;
     std::optional<T> value = std::exchange(value_, std::nullopt);
     changed_.notify_all();
     return value;

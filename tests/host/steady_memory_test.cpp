@@ -50,6 +50,7 @@ TEST_P(SteadyMemory, FaultsDoNotGrowWithTheFrames) {
 INSTANTIATE_TEST_SUITE_P(Commands, SteadyMemory,
                          testing::Values("convert in - --to-format uyvy", "convert in - --to-format yuv422p",
                                          "convert in - --to-format bgr24",
+                                         "convert in o-%04d.ppm --overwrite",
                                          "filter in - --to-format uyvy --window 5",
                                          "parity in - --to-format uyvy --fields top",
                                          "average in in - --to-format uyvy", "diff in in --stats"));

@@ -14,7 +14,7 @@ found() { # FOLDER: every such name outside the doors, by file and line
     grep -rnE "$names" --include='*.h' --include='*.cpp' --exclude-dir=build --exclude-dir=.git . |
       grep -vE '^\./(algorithms/simd|algorithms/[a-z0-9_]+/kernels|frame/platform)/' || true
     grep -rnE '(^|[^A-Za-z0-9_-])-m[a-z0-9]' --include=CMakeLists.txt --include='*.cmake' --include='CMakePresets.json' \
-      --exclude-dir=build --exclude-dir=.git . | grep -v '^\./algorithms/CMakeLists.txt:' || true
+      --exclude-dir=build --exclude-dir=.git . | grep -vE '^\./algorithms/CMakeLists.txt:|-mbranch-protection' || true
   )
 }
 

@@ -68,21 +68,6 @@ struct SmallWindowMeansOfTwo {
   static void Run(Args& args) noexcept;
 };
 
-/// Does the same as a kernel of the set, one row after the other.
-template <class Set>
-void RunOneByOne(SmallWindowMeansOfTwo::Args& args) noexcept {
-  SmallWindowMeans::Args lower{args.groups, {}, args.lower, args.windowSize};
-  for (std::uint32_t i = 0; i < args.windowSize; ++i) lower.rows[i] = args.rows[i + 1];
-  SmallWindowMeans::Args upper{args.groups, {}, args.upper, args.windowSize};
-  for (std::uint32_t i = 0; i < args.windowSize; ++i) upper.rows[i] = args.rows[i];
-  SmallWindowMeans::Run<Set>(upper);
-  SmallWindowMeans::Run<Set>(lower);
-  args.rows[0] = upper.rows[0];
-  for (std::uint32_t i = 0; i < args.windowSize; ++i) args.rows[i + 1] = lower.rows[i];
-  args.upper = upper.destination;
-  args.lower = lower.destination;
-}
-
 /// Sums before the first and after the last one of a row that a kernel may read; their values do not matter.
 inline constexpr std::int32_t spareSums = 64;
 

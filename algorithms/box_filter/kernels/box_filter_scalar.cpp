@@ -1,5 +1,6 @@
 #include "algorithms/box_filter/kernels/box_filter.h"
 #include "algorithms/box_filter/kernels/means.h"
+#include "algorithms/box_filter/kernels/one_by_one.h"
 
 namespace kv_img::box_filter {
 namespace {

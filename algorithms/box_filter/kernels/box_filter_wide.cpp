@@ -2,6 +2,7 @@
 
 #include "algorithms/box_filter/kernels/box_filter.h"
 #include "algorithms/box_filter/kernels/narrow_windows.h"
+#include "algorithms/box_filter/kernels/one_by_one.h"
 #include "algorithms/box_filter/kernels/wide_windows.h"
 #include "algorithms/simd/wide.h"
 
