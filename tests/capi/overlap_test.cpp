@@ -9,9 +9,9 @@
 namespace kv_test {
 namespace {
 
-constexpr int width = 24;
-constexpr int height = 4;
-constexpr std::int64_t rowBytes = 2 * width;
+constexpr int sharedWidth = 24;
+constexpr int sharedHeight = 4;
+constexpr std::int64_t sharedRowBytes = 2 * sharedWidth;
 
 /// Two frames of one block of memory.
 class Shared : public testing::Test {
@@ -20,8 +20,8 @@ class Shared : public testing::Test {
     kv_frame frame;
     kv_frame_init(&frame);
     frame.format = format;
-    frame.width = width;
-    frame.height = height;
+    frame.width = sharedWidth;
+    frame.height = sharedHeight;
     frame.planes[0] = memory_.data() + offset;
     frame.strides[0] = stride;
     return frame;
@@ -43,7 +43,7 @@ class Shared : public testing::Test {
 };
 
 TEST_F(Shared, APlaneEndsWithTheBytesOfItsLastRowNotWithItsStride) {
-  const std::int64_t end = 3 * 64 + rowBytes;
+  const std::int64_t end = 3 * 64 + sharedRowBytes;
   for (const std::int64_t stride : {std::int64_t{64}, std::int64_t{80}}) {
     EXPECT_EQ(Convert(At(0, 64), At(end, stride, KV_FORMAT_YUY2)), KV_OK) << kv_last_error();
     ExpectOverlap(Convert(At(0, 64), At(end - 1, stride, KV_FORMAT_YUY2)), "a byte less");
@@ -57,18 +57,21 @@ TEST_F(Shared, APlaneEndsWithTheBytesOfItsLastRowNotWithItsStride) {
 
 TEST_F(Shared, WovenRowsEndBeforeTheOtherFramesNextRow) {
   // Offsets in a stride: the other rows begin where one's end, and end where one's next begin.
-  const std::int64_t tight = 2 * rowBytes;
-  EXPECT_EQ(Convert(At(0, tight), At(rowBytes, tight, KV_FORMAT_YUY2)), KV_OK) << kv_last_error();
-  EXPECT_EQ(Convert(At(rowBytes, tight), At(0, tight, KV_FORMAT_YUY2)), KV_OK) << kv_last_error();
-  ExpectOverlap(Convert(At(0, tight), At(rowBytes - 1, tight, KV_FORMAT_YUY2)), "begins in a row");
-  ExpectOverlap(Convert(At(0, tight), At(rowBytes + 1, tight, KV_FORMAT_YUY2)), "ends in the next row");
-  ExpectOverlap(Convert(At(0, tight - 1), At(rowBytes, tight - 1, KV_FORMAT_YUY2)), "ends in the next row");
-  ExpectOverlap(Convert(At(rowBytes + 1, tight), At(0, tight, KV_FORMAT_YUY2)), "begins in the row before");
+  const std::int64_t tight = 2 * sharedRowBytes;
+  EXPECT_EQ(Convert(At(0, tight), At(sharedRowBytes, tight, KV_FORMAT_YUY2)), KV_OK) << kv_last_error();
+  EXPECT_EQ(Convert(At(sharedRowBytes, tight), At(0, tight, KV_FORMAT_YUY2)), KV_OK) << kv_last_error();
+  ExpectOverlap(Convert(At(0, tight), At(sharedRowBytes - 1, tight, KV_FORMAT_YUY2)), "begins in a row");
+  ExpectOverlap(Convert(At(0, tight), At(sharedRowBytes + 1, tight, KV_FORMAT_YUY2)), "ends in the next row");
+  ExpectOverlap(Convert(At(0, tight - 1), At(sharedRowBytes, tight - 1, KV_FORMAT_YUY2)),
+                "ends in the next row");
+  ExpectOverlap(Convert(At(sharedRowBytes + 1, tight), At(0, tight, KV_FORMAT_YUY2)),
+                "begins in the row before");
   // Rows of two lengths fit, too.
-  EXPECT_EQ(Convert(At(0, 3 * width), At(rowBytes, 3 * width, KV_FORMAT_GRAY8)), KV_OK) << kv_last_error();
-  ExpectOverlap(Convert(At(0, 3 * width), At(rowBytes + 1, 3 * width, KV_FORMAT_GRAY8)), "grey");
+  EXPECT_EQ(Convert(At(0, 3 * width), At(sharedRowBytes, 3 * width, KV_FORMAT_GRAY8)), KV_OK)
+      << kv_last_error();
+  ExpectOverlap(Convert(At(0, 3 * width), At(sharedRowBytes + 1, 3 * width, KV_FORMAT_GRAY8)), "grey");
   // Rows of two strides meet somewhere.
-  ExpectOverlap(Convert(At(0, tight), At(rowBytes, tight + 2, KV_FORMAT_YUY2)), "two strides");
+  ExpectOverlap(Convert(At(0, tight), At(sharedRowBytes, tight + 2, KV_FORMAT_YUY2)), "two strides");
 }
 
 TEST_F(Shared, InPlaceMeansTheVeryRows) {
