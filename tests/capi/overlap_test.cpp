@@ -67,9 +67,10 @@ TEST_F(Shared, WovenRowsEndBeforeTheOtherFramesNextRow) {
   ExpectOverlap(Convert(At(sharedRowBytes + 1, tight), At(0, tight, KV_FORMAT_YUY2)),
                 "begins in the row before");
   // Rows of two lengths fit, too.
-  EXPECT_EQ(Convert(At(0, 3 * width), At(sharedRowBytes, 3 * width, KV_FORMAT_GRAY8)), KV_OK)
+  EXPECT_EQ(Convert(At(0, 3 * sharedWidth), At(sharedRowBytes, 3 * sharedWidth, KV_FORMAT_GRAY8)), KV_OK)
       << kv_last_error();
-  ExpectOverlap(Convert(At(0, 3 * width), At(sharedRowBytes + 1, 3 * width, KV_FORMAT_GRAY8)), "grey");
+  ExpectOverlap(Convert(At(0, 3 * sharedWidth), At(sharedRowBytes + 1, 3 * sharedWidth, KV_FORMAT_GRAY8)),
+                "grey");
   // Rows of two strides meet somewhere.
   ExpectOverlap(Convert(At(0, tight), At(sharedRowBytes, tight + 2, KV_FORMAT_YUY2)), "two strides");
 }
