@@ -126,21 +126,21 @@ constexpr auto TallBilinear = [](auto kernel) {
 /// A group is a sum; every other call wants no means.
 constexpr auto SomeScores = [](auto kernel) {
   return [kernel](Call& call) {
-    const auto count = static_cast<std::size_t>(call.groups);
-    // One more: a place even where there is no sum.
-    std::vector<std::uint32_t> sums(count + 1);
-    std::memcpy(sums.data(), call.inputs[0], count * sizeof(std::uint32_t));
-    // Every other call with small sums only, whose least is not negative.
-    if (call.seed % 4 < 2) {
-      for (std::uint32_t& sum : sums) sum >>= 8;
+    std::vector<std::uint32_t> sums(static_cast<std::size_t>(call.groups));
+    for (std::uint32_t& sum : sums) {
+      std::memcpy(&sum, call.inputs[0], sizeof sum);
+      call.inputs[0] += sizeof sum;
+      // Every other call with small sums only, whose least is not negative.
+      if (call.seed % 4 < 2) sum >>= 8;
     }
     const auto samples = static_cast<double>(1 + (call.seed >> 16) % 5000);
-    std::vector<double> means(count + 1);
+    std::vector<double> means(sums.size());
     Scores::Args args{call.groups, sums.data(), samples, call.seed % 2 == 0 ? means.data() : nullptr, 0};
     kernel(args);
-    call.inputs[0] += 4 * call.groups;
-    if (args.means != nullptr) std::memcpy(call.outputs[0], means.data(), count * sizeof(double));
-    call.outputs[0] += 8 * call.groups;
+    for (const double mean : means) {
+      if (args.means != nullptr) std::memcpy(call.outputs[0], &mean, sizeof mean);
+      call.outputs[0] += sizeof mean;
+    }
     std::memcpy(call.outputs[1], &args.least, sizeof args.least);
   };
 };
