@@ -21,8 +21,7 @@ namespace arithmetic {
 using Kernels = KernelList<struct BlendBoost, struct HalvedSum, struct LumaDifference>;
 }  // namespace arithmetic
 namespace box_filter {
-using Kernels =
-    KernelList<struct ReplaceRow, struct SmallWindowMeans, struct SmallWindowMeansOfTwo, struct WindowMeans>;
+using Kernels = KernelList<struct ReplaceRow, struct SmallWindowMeans, struct WindowMeans>;
 }
 namespace color {
 using Kernels = KernelList<struct DecodeTo24, struct DecodeTo32, struct EncodeFrom24, struct EncodeFrom32,

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <type_traits>
 
 #include "algorithms/box_filter/border.h"
 #include "algorithms/box_filter/kernels/box_filter.h"
@@ -31,90 +30,56 @@ class RowFilter {
   /// Returns false if there was no memory; nothing else may be called then.
   bool IsAllocated() const { return columns_.IsAllocated() && border_.IsAllocated(); }
 
-  /// Filters an output row, and the one below with it where that is faster and `mayTakeTwo`. Returns how many.
-  std::int32_t Filter(WindowRows& rows, std::int32_t row, bool mayTakeTwo, std::uint8_t* const* destination) {
-    switch (window_.size) {
-      case 1:
-        return FilterSmall<1>(rows, row, mayTakeTwo, destination);
-      case 2:
-        return FilterSmall<2>(rows, row, mayTakeTwo, destination);
-      case 3:
-        return FilterSmall<3>(rows, row, mayTakeTwo, destination);
-      case 4:
-        return FilterSmall<4>(rows, row, mayTakeTwo, destination);
-      default:
-        rows.MoveTo(row);
-        return FilterColumns(rows, destination[row]);
+  /// Filters the output row of `rows`.
+  void Filter(const WindowRows& rows, std::uint8_t* destination) {
+    const ColumnRun run = rows.RunOf(rows.Row());
+    if (window_.size <= static_cast<std::int32_t>(mostSmall) && rows.AreUniform()) {
+      switch (window_.size) {
+        case 2:
+          return FilterPixels<2>(rows, run, destination);
+        case 3:
+          return FilterPixels<3>(rows, run, destination);
+        case 4:
+          return FilterPixels<4>(rows, run, destination);
+        default:
+          return FilterPixels<1>(rows, run, destination);
+      }
     }
+    columns_.MoveTo(rows);
+    FilterSums(run, destination);
   }
 
  private:
-  static_assert(mostSmall == 4);
-
-  template <std::int32_t size>
-  std::int32_t FilterSmall(WindowRows& rows, std::int32_t row, bool mayTakeTwo,
-                           std::uint8_t* const* destination) {
-    if constexpr (size > 1 && std::is_same_v<Set, Widest>) {
-      if (mayTakeTwo) {
-        rows.MoveTo(row + 1);
-        if (rows.AreUniformFrom(row)) return FilterPixels<size, 2>(rows, row, destination);
-      }
-    }
-    rows.MoveTo(row);
-    if (rows.AreUniformFrom(row)) return FilterPixels<size, 1>(rows, row, destination);
-    return FilterColumns(rows, destination[row]);
-  }
-
   /// Small windows over rows of one run, as in a rectangle, are added up from their pixels.
-  template <std::int32_t size, std::int32_t outputs>
-  std::int32_t FilterPixels(const WindowRows& windowRows, std::int32_t row,
-                            std::uint8_t* const* destination) const {
-    const std::uint8_t* rows[size + outputs - 1];
-    for (std::int32_t i = 0; i < size + outputs - 1; ++i)
-      rows[i] = source_.rows[windowRows.Nearest(row - window_.before + i)];
-    const ColumnRun run = windowRows.RunOf(row);
-    const ColumnRun groups = GroupsOf(window_.Inside(run), run, 1);
-    const auto runKernel = [&]<class Kernel>(std::type_identity<Kernel> /*kernel*/, auto... means) {
-      typename Kernel::Args args{groups.Width(), {}, means..., static_cast<std::uint32_t>(size)};
-      for (std::int32_t i = 0; i < size + outputs - 1; ++i)
-        args.rows[i] = rows[i] + groups.first - window_.before;
-      Set::template Run<Kernel>(args);
-    };
-    if constexpr (outputs == 1) {
-      runKernel(std::type_identity<SmallWindowMeans>(), destination[row] + groups.first);
-    } else {
-      runKernel(std::type_identity<SmallWindowMeansOfTwo>(), destination[row] + groups.first,
-                destination[row + 1] + groups.first);
-    }
-    for (std::int32_t output = 0; output < outputs; ++output) {
-      FilterBorder<size>(rows + output, run, {run.first, groups.first - 1}, destination[row + output]);
-      FilterBorder<size>(rows + output, run, {groups.last + 1, run.last}, destination[row + output]);
-    }
-    return outputs;
-  }
-
-  /// Columns whose windows the run clips.
   template <std::int32_t size>
-  void FilterBorder(const std::uint8_t* const* rows, const ColumnRun& run, const ColumnRun& columns,
-                    std::uint8_t* destination) const {
-    for (std::int32_t column = columns.first; column <= columns.last; ++column) {
-      std::uint32_t sum = 0;
-      std::int32_t count = 0;
-      for (std::int32_t place = 0; place < size; ++place) {
-        const std::int32_t pixel = column - window_.before + place;
-        if (pixel < run.first || pixel > run.last) continue;
-        for (std::int32_t i = 0; i < size; ++i) sum += rows[i][pixel];
-        count += size;
+  void FilterPixels(const WindowRows& windowRows, const ColumnRun& run, std::uint8_t* destination) const {
+    const std::uint8_t* rows[mostSmall];
+    for (std::int32_t i = 0; i < size; ++i) rows[i] = source_.rows[windowRows.At(i)];
+    const ColumnRun groups = GroupsOf(window_.Inside(run), run, 1);
+    SmallWindowMeans::Args args{
+        groups.Width(), {}, destination + groups.first, static_cast<std::uint32_t>(size)};
+    for (std::int32_t i = 0; i < size; ++i) args.rows[i] = rows[i] + groups.first - window_.before;
+    Set::template Run<SmallWindowMeans>(args);
+    const auto filterBorder = [&](std::int32_t first, std::int32_t last) {
+      for (std::int32_t column = first; column <= last; ++column) {
+        std::uint32_t sum = 0;
+        std::int32_t count = 0;
+        for (std::int32_t place = 0; place < size; ++place) {
+          const std::int32_t pixel = column - window_.before + place;
+          if (pixel < run.first || pixel > run.last) continue;
+          for (std::int32_t i = 0; i < size; ++i) sum += rows[i][pixel];
+          count += size;
+        }
+        destination[column] = FloatMeanOf(static_cast<std::int32_t>(sum), count);
       }
-      destination[column] = FloatMeanOf(static_cast<std::int32_t>(sum), count);
-    }
+    };
+    filterBorder(run.first, groups.first - 1);
+    filterBorder(groups.last + 1, run.last);
   }
 
   /// All other windows are added up from column sums. Not inlined: in one function with FilterPixels g++ runs
   /// out of registers, and rows that are mostly border cost a tenth more.
-  [[gnu::noinline]] std::int32_t FilterColumns(const WindowRows& rows, std::uint8_t* destination) {
-    columns_.MoveTo(rows);
-    const ColumnRun run = rows.RunOf(rows.Row());
+  [[gnu::noinline]] void FilterSums(const ColumnRun& run, std::uint8_t* destination) const {
     const ColumnRun groups = GroupsOf(window_.Inside(columns_.FullColumns(run)), run, 8);
     WindowMeans::Args args{groups.Width() / 8, columns_.SumsFrom(groups.first - window_.before),
                            columns_.SumsFrom(groups.first - window_.before + 1), destination + groups.first,
@@ -122,7 +87,6 @@ class RowFilter {
     Set::template Run<WindowMeans>(args);
     border_.Filter(
         run, groups, [this](std::int32_t column) { return columns_.PixelsFrom(column); }, destination);
-    return 1;
   }
 
   /// The columns that a kernel filters: whole groups of the interior. If there are none, the empty run that
@@ -164,8 +128,10 @@ class AverageFilter : public AverageFilterAlgorithmInterface<ImageType> {
     const RowBand band = BandOf(region, barrier, threadIndex);
     if (band.last < band.first) return destination;
     box_filter::WindowRows rows(region, window, band.first);
-    for (std::int32_t row = band.first; row <= band.last;)
-      row += filter.Filter(rows, row, row < band.last, to.rows);
+    for (std::int32_t row = band.first; row <= band.last; ++row) {
+      rows.MoveTo(row);
+      filter.Filter(rows, to.rows[row]);
+    }
     return destination;
   }
 };

@@ -39,7 +39,7 @@ class WindowRows {
     MoveTo(row);
   }
 
-  /// Moves to the window of an output row, not more than one above the lowest one so far.
+  /// Moves to the window of an output row, not above the one before.
   void MoveTo(std::int32_t row) {
     row_ = row;
     while (lowest_ < BottomOf(row)) {
@@ -57,15 +57,14 @@ class WindowRows {
   std::int32_t TopOf(std::int32_t row) const { return Nearest(row - window_.before); }
   std::int32_t BottomOf(std::int32_t row) const { return Nearest(row + window_.after); }
 
-  /// Whether all rows from the window of `row`, not below this one, to the end of this one have one run. False at
-  /// times where it is so, after a window further down.
-  bool AreUniformFrom(std::int32_t row) const { return TopOf(row) >= uniformFrom_; }
+  /// Whether all rows of the window have one run.
+  bool AreUniform() const { return TopOf(row_) >= uniformFrom_; }
   /// The run of a row of the region, not below the window.
   ColumnRun RunOf(std::int32_t row) const { return row >= uniformFrom_ ? run_ : kv_img::RunOf(region_, row); }
-  /// A row of the region: the one given, or its nearest.
-  std::int32_t Nearest(std::int32_t row) const { return std::max(top_, std::min(bottom_, row)); }
 
  private:
+  std::int32_t Nearest(std::int32_t row) const { return std::max(top_, std::min(bottom_, row)); }
+
   const RegionOfSupport& region_;
   const Window window_;
   const std::int32_t top_;

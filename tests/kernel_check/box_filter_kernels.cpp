@@ -57,24 +57,6 @@ KernelCase SmallWindowMeansCase(std::uint32_t windowSize) {
           64};
 }
 
-KernelCase SmallWindowMeansOfTwoCase(std::uint32_t windowSize) {
-  const auto makeCall = [windowSize](auto kernel) {
-    return [kernel, windowSize](Call& call) {
-      SmallWindowMeansOfTwo::Args args{call.groups, {}, call.outputs[0], call.outputs[1], windowSize};
-      std::copy_n(call.inputs, windowSize + 1, args.rows);
-      kernel(args);
-      std::copy_n(args.rows, windowSize + 1, call.inputs);
-      call.outputs[0] = args.upper;
-      call.outputs[1] = args.lower;
-    };
-  };
-  return {SmallWindowMeansOfTwo::name + std::to_string(windowSize),
-          std::vector<Stream>(windowSize + 1, {.perGroup = 1, .after = windowSize - 1}),
-          {{.perGroup = 1}, {.perGroup = 1}},
-          AllSets<SmallWindowMeansOfTwo>(makeCall),
-          64};
-}
-
 }  // namespace
 
 void AddCases(std::type_identity<WindowMeans> /*kernel*/, std::vector<KernelCase>& cases) {
@@ -86,11 +68,6 @@ void AddCases(std::type_identity<WindowMeans> /*kernel*/, std::vector<KernelCase
 void AddCases(std::type_identity<SmallWindowMeans> /*kernel*/, std::vector<KernelCase>& cases) {
   for (std::uint32_t windowSize = 1; windowSize <= mostSmall; ++windowSize)
     cases.push_back(SmallWindowMeansCase(windowSize));
-}
-
-void AddCases(std::type_identity<SmallWindowMeansOfTwo> /*kernel*/, std::vector<KernelCase>& cases) {
-  for (std::uint32_t windowSize = 2; windowSize <= mostSmall; ++windowSize)
-    cases.push_back(SmallWindowMeansOfTwoCase(windowSize));
 }
 
 }  // namespace kv_check

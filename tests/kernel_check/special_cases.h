@@ -20,8 +20,6 @@ void AddCases(std::type_identity<kv_img::featurefind::BilinearSad> kernel, std::
 /// A case per size of windows.
 void AddCases(std::type_identity<kv_img::box_filter::SmallWindowMeans> kernel,
               std::vector<KernelCase>& cases);
-void AddCases(std::type_identity<kv_img::box_filter::SmallWindowMeansOfTwo> kernel,
-              std::vector<KernelCase>& cases);
 void AddCases(std::type_identity<kv_img::box_filter::WindowMeans> kernel, std::vector<KernelCase>& cases);
 
 }  // namespace kv_check

@@ -49,25 +49,6 @@ struct SmallWindowMeans {
   static void Run(Args& args) noexcept;
 };
 
-/// The means of two rows of windows, one below the other, of 2 to mostSmall columns and rows.
-///
-/// The first windowSize of `rows` are those of the upper windows, the last windowSize of windowSize + 1 those of the lower
-/// ones; else as SmallWindowMeans.
-struct SmallWindowMeansOfTwo {
-  struct Args {
-    std::int32_t groups;
-    const std::uint8_t* rows[mostSmall + 1];
-    std::uint8_t* upper;
-    std::uint8_t* lower;
-    std::uint32_t windowSize;
-  };
-  static constexpr const char* name = "box_filter/SmallWindowMeansOfTwo";
-  // A kernel for rows one by one does as well there.
-  static constexpr bool isWithoutMmx = true;
-  template <class Set>
-  static void Run(Args& args) noexcept;
-};
-
 /// Sums before the first and after the last one of a row that a kernel may read; their values do not matter.
 inline constexpr std::int32_t spareSums = 64;
 

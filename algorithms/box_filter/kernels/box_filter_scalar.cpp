@@ -1,6 +1,5 @@
 #include "algorithms/box_filter/kernels/box_filter.h"
 #include "algorithms/box_filter/kernels/means.h"
-#include "algorithms/box_filter/kernels/one_by_one.h"
 
 namespace kv_img::box_filter {
 namespace {
@@ -44,11 +43,6 @@ void SmallWindowMeans::Run<Scalar>(Args& args) noexcept {
   RunningMeans(windows, args.windowSize, sumOf, args.destination);
   for (std::uint32_t row = 0; row < args.windowSize; ++row) args.rows[row] += windows;
   args.destination += windows;
-}
-
-template <>
-void SmallWindowMeansOfTwo::Run<Scalar>(Args& args) noexcept {
-  RunOneByOne<Scalar>(args);
 }
 
 template <>

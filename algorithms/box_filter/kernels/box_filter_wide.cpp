@@ -2,7 +2,6 @@
 
 #include "algorithms/box_filter/kernels/box_filter.h"
 #include "algorithms/box_filter/kernels/narrow_windows.h"
-#include "algorithms/box_filter/kernels/one_by_one.h"
 #include "algorithms/box_filter/kernels/wide_windows.h"
 #include "algorithms/simd/wide.h"
 
@@ -45,11 +44,14 @@ void Slide(SmallWindowMeans::Args& args, std::index_sequence<row...> /*rows*/) {
   if (args.groups <= 0) return;
   const std::uint8_t* rows[] = {args.rows[row]...};
   NarrowWindows<windowSize> windows;
-  const auto start = [&](std::int32_t window) {
+  // Inlined wherever they are called: the sums of the windows before stay in registers.
+  const auto start = [&](std::int32_t window) __attribute__((always_inline)) {
     windows.Start(LowerSums(EndingWith<before>(rows[row] + window)...),
                   UpperSums(EndingWith<before>(rows[row] + window)...));
   };
-  const auto next = [&](auto... pixels) { return windows.Next(LowerSums(pixels...), UpperSums(pixels...)); };
+  const auto next = [&](auto... pixels) __attribute__((always_inline)) {
+    return windows.Next(LowerSums(pixels...), UpperSums(pixels...));
+  };
 #if KV_REGISTER_LEVEL >= 2
   // What is left of a row goes on from the windows before it. The sum of an even window gains the column after it, here
   // a zero, and loses it again.
@@ -82,49 +84,6 @@ template <std::size_t windowSize>
 void Slide(SmallWindowMeans::Args& args) {
   Slide(args, std::make_index_sequence<windowSize>());
 }
-
-#if KV_REGISTER_LEVEL >= 2
-/// Both windows share all rows but the first and the last.
-template <std::size_t... shared>
-void SlideTwo(SmallWindowMeansOfTwo::Args& args, std::index_sequence<shared...> /*rows*/) {
-  constexpr int before = sizeof...(shared);
-  if (args.groups <= 0) return;
-  const std::uint8_t* const rows[] = {args.rows[0], args.rows[shared + 1]..., args.rows[before + 1]};
-  NarrowWindows<before + 1> upper;
-  NarrowWindows<before + 1> lower;
-  const auto next = [&](auto load, auto forUpper, auto forLower) {
-    const Vector first = load(rows[0]);
-    const Vector last = load(rows[before + 1]);
-    [&](auto... pixels) {
-      const Vector even = LowerSums(pixels...);
-      const Vector odd = UpperSums(pixels...);
-      forUpper(Add16(even, LowerBytes16(first)), Add16(odd, UpperBytes16(first)));
-      forLower(Add16(even, LowerBytes16(last)), Add16(odd, UpperBytes16(last)));
-    }(load(rows[shared + 1])...);
-  };
-  next([](const std::uint8_t* row) { return EndingWith<before>(row); },
-       [&](Vector even, Vector odd) { upper.Start(even, odd); },
-       [&](Vector even, Vector odd) { lower.Start(even, odd); });
-  std::int32_t window = 0;
-  for (; window <= args.groups - width; window += width) {
-    next([&](const std::uint8_t* row) { return LoadOnce(row + window + before); },
-         [&](Vector even, Vector odd) { Store(args.upper + window, upper.Next(even, odd)); },
-         [&](Vector even, Vector odd) { Store(args.lower + window, lower.Next(even, odd)); });
-  }
-  if (window < args.groups) {
-    const __mmask64 wanted = ~__mmask64{0} >> (width - (args.groups - window));
-    const auto store = [&](std::uint8_t* row, Vector means) {
-      _mm512_mask_storeu_epi8(row + window, wanted, means);
-    };
-    next([&](const std::uint8_t* row) { return _mm512_maskz_loadu_epi8(wanted, row + window + before); },
-         [&](Vector even, Vector odd) { store(args.upper, upper.Next(even, odd)); },
-         [&](Vector even, Vector odd) { store(args.lower, lower.Next(even, odd)); });
-  }
-  for (int row = 0; row < before + 2; ++row) args.rows[row] += args.groups;
-  args.upper += args.groups;
-  args.lower += args.groups;
-}
-#endif
 
 // Columns are taken in pairs, or in quads, so that what a register adds up along the row is half, or a
 // quarter, of it; the windows between follow from the columns in which they differ.
@@ -217,23 +176,6 @@ void SmallWindowMeans::Run<Wide<level>>(Args& args) noexcept {
     default:
       return Slide<1>(args);
   }
-}
-
-template <>
-void SmallWindowMeansOfTwo::Run<Wide<level>>(Args& args) noexcept {
-#if KV_REGISTER_LEVEL >= 2
-  switch (args.windowSize) {
-    case 2:
-      return SlideTwo(args, std::make_index_sequence<1>());
-    case 3:
-      return SlideTwo(args, std::make_index_sequence<2>());
-    default:
-      return SlideTwo(args, std::make_index_sequence<3>());
-  }
-#else
-  // Two windows take more registers than there are.
-  RunOneByOne<Wide<level>>(args);
-#endif
 }
 
 template <>
