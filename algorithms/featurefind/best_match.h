@@ -57,18 +57,19 @@ struct SearchStep<Widest> {
   static constexpr int rows = 16;
 };
 
-/// Rows to add up before a sum is compared with `limit`. Without a limit, what fits the L1 cache:
-/// kernels go down the columns.
+/// How many of `rows` rows to add up before the sums are compared with `limit`; a few that are left go along. Without
+/// a limit, what fits the L1 cache: kernels go down the columns.
 template <class Set>
-constexpr std::int32_t RowsAtOnce(std::uint64_t limit) {
-  return limit == unlimited ? 64 : SearchStep<Set>::rows;
+constexpr std::int32_t RowsAtOnce(std::int32_t rows, std::uint64_t limit) {
+  const std::int32_t step = limit == unlimited ? 64 : SearchStep<Set>::rows;
+  return rows < step + step / 2 ? rows : step;
 }
 
 /// Runs a kernel that adds up differences over `rows` rows, a few at a time, until the sum reaches `limit`.
 template <class Set, class Kernel>
 std::uint32_t SumOfRows(typename Kernel::Args& args, std::int32_t rows, std::uint64_t limit) {
   for (; rows > 0 && args.sum < limit; rows -= args.rows) {
-    args.rows = std::min(rows, RowsAtOnce<Set>(limit));
+    args.rows = RowsAtOnce<Set>(rows, limit);
     Set::template Run<Kernel>(args);
   }
   return args.sum;

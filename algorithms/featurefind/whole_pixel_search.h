@@ -82,7 +82,7 @@ class WholePixelSearch {
     block.addsToSums = false;
     auto rows = static_cast<std::int32_t>(patch_.Height());
     do {
-      block.rows = std::min(rows, RowsAtOnce<Set>(limit));
+      block.rows = RowsAtOnce<Set>(rows, limit);
       Set::template Run<BlockSad>(block);
       block.addsToSums = true;
       rows -= block.rows;

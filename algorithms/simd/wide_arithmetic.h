@@ -151,11 +151,15 @@ KV_INLINE Vector HalvedSumU8(Vector a, Vector b) {
 
 /// The sum of the 32-bit lanes, wrapped.
 KV_INLINE std::uint32_t SumOf32(Vector sums) {
+#if KV_NEON
+  return vaddvq_u32(Lanes32(sums));
+#else
   std::uint32_t lane[width / 4];
   Store(lane, sums);
   std::uint32_t sum = 0;
   for (const std::uint32_t one : lane) sum += one;
   return sum;
+#endif
 }
 
 }  // namespace

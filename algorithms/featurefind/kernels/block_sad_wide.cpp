@@ -1,5 +1,8 @@
 #include "algorithms/featurefind/kernels/block_sad.h"
 #include "algorithms/simd/wide.h"
+#if KV_WIDE_LEVEL == 0
+#include "algorithms/featurefind/kernels/block_sad_128.h"
+#endif
 
 namespace kv_img::featurefind {
 namespace {
@@ -62,11 +65,13 @@ KV_INLINE Vector Windows(const std::uint8_t* searched) {
 #endif
 }
 
-/// Differences of four bytes to those at every position; with `second` from four bytes further on.
-template <bool second>
+/// Differences of four bytes to those at every position; with `second` from four bytes further on. Of fewer `columns`
+/// than four the last ones are taken for 0.
+template <bool second, std::int32_t columns = 4>
 KV_INLINE Vector FourDifferences(Vector windows, const std::uint8_t* four) {
   std::uint32_t bytes = 0;
   std::memcpy(&bytes, four, sizeof bytes);
+  bytes &= 0xFFFFFFFF >> (32 - 8 * columns);
 #if KV_WIDE_LEVEL >= 2
   return _mm512_dbsad_epu8(Set32(bytes), windows, second ? 0xE9 : 0x94);
 #else
@@ -76,33 +81,63 @@ KV_INLINE Vector FourDifferences(Vector windows, const std::uint8_t* four) {
 
 /// Differences of one byte to that at every position.
 KV_INLINE Vector OneDifference(const std::uint8_t* searched, const std::uint8_t* one) {
-  return AbsoluteDifferenceU8(Widen8To16(searched), Set16(*one));
+  return KV_SIMD(abs_epi16)(Sub16(Widen8To16(searched), Set16(*one)));
 }
 
-/// Differences of up to columnsAtOnce bytes of one row at every position.
-KV_INLINE Vector RowDifferences(const std::uint8_t* searched, const std::uint8_t* reference,
-                                std::int32_t columns) {
+/// Differences of up to seven columns at every position.
+template <std::int32_t columns>
+KV_INLINE Vector FewDifferences(const std::uint8_t* searched, const std::uint8_t* reference) {
+  // Seven or three columns are a whole four without its last one.
+  constexpr std::int32_t inFours = (columns + 1) / 4 * 4;
+  constexpr std::int32_t inLastFour = columns < inFours ? 3 : 4;
   Vector sums = Zero();
-  std::int32_t column = 0;
-  for (; column + 8 <= columns; column += 8) {
-    const Vector windows = Windows(searched + column);
-    sums = Add16(sums, FourDifferences<false>(windows, reference + column));
-    sums = Add16(sums, FourDifferences<true>(windows, reference + column + 4));
+  if constexpr (inFours > 0) {
+    const Vector windows = Windows(searched);
+    sums = FourDifferences<false, (inFours > 4 ? 4 : inLastFour)>(windows, reference);
+    if constexpr (inFours > 4) sums = Add16(sums, FourDifferences<true, inLastFour>(windows, reference + 4));
   }
-  // Seven or three columns are a whole four with one that does not count.
-  if (columns - column >= 3) {
-    const Vector windows = Windows(searched + column);
-    sums = Add16(sums, FourDifferences<false>(windows, reference + column));
-    column += 4;
-    if (columns - column == 3) {
-      sums = Add16(sums, FourDifferences<true>(windows, reference + column));
-      column += 4;
-    }
-  }
-  if (column > columns) return Sub16(sums, OneDifference(searched + columns, reference + columns));
-  for (; column < columns; ++column) sums = Add16(sums, OneDifference(searched + column, reference + column));
+  if constexpr (columns < inFours) return Sub16(sums, Widen8To16(searched + columns));
+  for (std::int32_t column = inFours; column < columns; ++column)
+    sums = Add16(sums, OneDifference(searched + column, reference + column));
   return sums;
 }
+
+/// Differences at positionsAtOnce positions.
+struct Positions {
+  Vector lower = Zero();
+  Vector upper = Zero();
+
+  KV_INLINE void Add(Vector lanes) {
+#if KV_WIDE_LEVEL >= 2
+    lower = Add32(lower, _mm512_cvtepu16_epi32(_mm512_castsi512_si256(lanes)));
+    upper = Add32(upper, _mm512_cvtepu16_epi32(_mm512_extracti64x4_epi64(lanes, 1)));
+#else
+    lower = Add32(lower, _mm256_cvtepu16_epi32(_mm256_castsi256_si128(lanes)));
+    upper = Add32(upper, _mm256_cvtepu16_epi32(_mm256_extracti128_si256(lanes, 1)));
+#endif
+  }
+
+  /// Adds those of `eights` times eight columns and of `rest` more, of columnsAtOnce at most.
+  template <std::int32_t rest>
+  KV_INLINE void AddColumns(const BlockSad::Args& args, const std::uint8_t* reference,
+                            const std::uint8_t* searched, std::int32_t eights) {
+    const std::int32_t rowsInLane = foursInLane / (2 * eights + (rest + 3) / 4);
+    for (std::int32_t rows = args.rows; rows > 0; rows -= rowsInLane) {
+      Vector lanes = Zero();
+      for (std::int32_t row = rows < rowsInLane ? rows : rowsInLane; row > 0; --row) {
+        for (std::int32_t column = 0; column < 8 * eights; column += 8) {
+          const Vector windows = Windows(searched + column);
+          lanes = Add16(lanes, FourDifferences<false>(windows, reference + column));
+          lanes = Add16(lanes, FourDifferences<true>(windows, reference + column + 4));
+        }
+        lanes = Add16(lanes, FewDifferences<rest>(searched + 8 * eights, reference + 8 * eights));
+        reference += args.referenceStride;
+        searched += args.searchedStride;
+      }
+      Add(lanes);
+    }
+  }
+};
 
 /// Stores up to `count` lanes, or adds them to what is there.
 KV_INLINE void AddTo(std::uint32_t* sums, std::int32_t count, Vector lanes, bool adds) {
@@ -113,103 +148,57 @@ KV_INLINE void AddTo(std::uint32_t* sums, std::int32_t count, Vector lanes, bool
 }
 
 /// Adds the differences at up to positionsAtOnce positions to the sum of each.
+template <std::int32_t rest>
 void AddPositions(const BlockSad::Args& args, const std::uint8_t* searched, std::int32_t positions,
                   std::uint32_t* sums) {
-  Vector lower = Zero();
-  Vector upper = Zero();
-  for (std::int32_t first = 0; first < args.columns; first += columnsAtOnce) {
-    const std::int32_t left = args.columns - first;
-    const std::int32_t columns = left < columnsAtOnce ? left : columnsAtOnce;
-    const std::int32_t rowsInLane = foursInLane / ((columns + 3) / 4);
-    const std::uint8_t* a = args.reference + first;
-    const std::uint8_t* b = searched + first;
-    for (std::int32_t rows = args.rows; rows > 0; rows -= rowsInLane) {
-      Vector lane = Zero();
-      for (std::int32_t row = rows < rowsInLane ? rows : rowsInLane; row > 0; --row) {
-        lane = Add16(lane, RowDifferences(b, a, columns));
-        a += args.referenceStride;
-        b += args.searchedStride;
-      }
-      alignas(64) std::uint16_t lanes[positionsAtOnce];
-      Store(lanes, lane);
-      lower = Add32(lower, Widen16To32(lanes));
-      upper = Add32(upper, Widen16To32(lanes + positionsAtOnce / 2));
-    }
-  }
-  AddTo(sums, positions, lower, args.addsToSums);
-  AddTo(sums + positionsAtOnce / 2, positions - positionsAtOnce / 2, upper, args.addsToSums);
+  Positions added;
+  std::int32_t first = 0;
+  for (; args.columns - first > columnsAtOnce; first += columnsAtOnce)
+    added.AddColumns<0>(args, args.reference + first, searched + first, columnsAtOnce / 8);
+  added.AddColumns<rest>(args, args.reference + first, searched + first, (args.columns - first) / 8);
+  AddTo(sums, positions, added.lower, args.addsToSums);
+  AddTo(sums + positionsAtOnce / 2, positions - positionsAtOnce / 2, added.upper, args.addsToSums);
 }
 
-#elif KV_NEON
-
-// The reference stays in a register for several positions.
-constexpr std::int32_t positionsAtOnce = 8;
-constexpr std::int32_t leastPositions = 2;
-/// Two differences a row fit into a 16-bit lane.
-constexpr std::int32_t rowsInLane = 128;
-
-/// Adds the differences of the columns of a register, or of those that are `counted`, at positionsAtOnce positions.
-template <bool areAllCounted>
-KV_INLINE void AddColumns(const BlockSad::Args& args, const std::uint8_t* reference,
-                          const std::uint8_t* searched, uint8x16_t counted,
-                          uint32x4_t (&added)[positionsAtOnce]) {
-  const auto load = [counted](const std::uint8_t* bytes) {
-    const uint8x16_t all = vld1q_u8(bytes);
-    return areAllCounted ? all : vandq_u8(all, counted);
-  };
-  for (std::int32_t rows = args.rows; rows > 0; rows -= rowsInLane) {
-    uint16x8_t lanes[positionsAtOnce];
-    for (uint16x8_t& lane : lanes) lane = vdupq_n_u16(0);
-    for (std::int32_t row = rows < rowsInLane ? rows : rowsInLane; row > 0; --row) {
-      const uint8x16_t one = load(reference);
-      for (std::int32_t position = 0; position < positionsAtOnce; ++position) {
-        const uint8x16_t other = load(searched + position);
-        const uint16x8_t sum = vabal_u8(lanes[position], vget_low_u8(one), vget_low_u8(other));
-        lanes[position] = vabal_high_u8(sum, one, other);
-      }
-      reference += args.referenceStride;
-      searched += args.searchedStride;
-    }
-    for (std::int32_t position = 0; position < positionsAtOnce; ++position)
-      added[position] = vpadalq_u16(added[position], lanes[position]);
-  }
-}
-
-/// Adds the differences at up to positionsAtOnce positions to the sum of each.
 void AddPositions(const BlockSad::Args& args, const std::uint8_t* searched, std::int32_t positions,
                   std::uint32_t* sums) {
-  uint32x4_t added[positionsAtOnce];
-  for (uint32x4_t& sum : added) sum = vdupq_n_u32(0);
-  std::int32_t column = 0;
-  for (; column + width <= args.columns; column += width)
-    AddColumns<true>(args, args.reference + column, searched + column, Lanes8(Zero()), added);
-  if (column < args.columns) {
-    AddColumns<false>(args, args.reference + column, searched + column,
-                      Lanes8(LowestBytes(args.columns - column)), added);
-  }
-  for (std::int32_t position = 0; position < positions; ++position)
-    sums[position] = vaddvq_u32(added[position]) + (args.addsToSums ? sums[position] : 0);
+  constexpr void (*byRest[])(const BlockSad::Args&, const std::uint8_t*, std::int32_t, std::uint32_t*) = {
+      AddPositions<0>, AddPositions<1>, AddPositions<2>, AddPositions<3>,
+      AddPositions<4>, AddPositions<5>, AddPositions<6>, AddPositions<7>};
+  byRest[args.columns % 8](args, searched, positions, sums);
 }
 
 #endif
 
-}  // namespace
-
-template <>
-void BlockSad::Run<Wide<level>>(Args& args) noexcept {
+/// Stores the sum at every position, or adds to it.
+void SumUp(const BlockSad::Args& args) {
   std::int32_t position = 0;
-#if KV_WIDE_LEVEL >= 1 || KV_NEON
-  while (args.positions - position >= leastPositions) {
+  while (args.columns > 0 && args.positions - position >= leastPositions) {
     const std::int32_t left = args.positions - position;
     const std::int32_t positions = left < positionsAtOnce ? left : positionsAtOnce;
     AddPositions(args, args.searched + position, positions, args.sums + position);
     position += positions;
   }
-#endif
   for (; position < args.positions; ++position) {
     const std::uint32_t before = args.addsToSums ? args.sums[position] : 0;
     args.sums[position] = before + SumAt(args, args.searched + position);
   }
+}
+
+}  // namespace
+
+template <>
+void BlockSad::Run<Wide<level>>(Args& args) noexcept {
+#if KV_WIDE_LEVEL == 0
+  const std::int32_t few =
+      args.columns % width <= fewColumns && args.positions > 1 ? args.columns % width : 0;
+  Args whole = args;
+  whole.columns -= few;
+  SumUp(whole);
+  if (few > 0) AddFewColumns(args, whole.columns);
+#else
+  SumUp(args);
+#endif
   args.reference += args.rows * args.referenceStride;
   args.searched += args.rows * args.searchedStride;
 }
