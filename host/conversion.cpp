@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <utility>
 
 #include "frame/interfaces/copy.h"
 #include "host/errors.h"
@@ -139,6 +140,11 @@ VideoSide SideBeside(const Raster& picture, const Raster& other) {
 }
 
 }  // namespace
+
+Raster Convert(Raster&& source, RasterKind kind, int layout, const Engine& engine) {
+  if (IsAlready(source, kind, layout == 0 ? source.layout : layout)) return std::move(source);
+  return Convert(std::as_const(source), kind, layout, engine);
+}
 
 Raster Convert(const Raster& source, RasterKind kind, int layout, const Engine& engine) {
   if (layout == 0) layout = IsPacked(source.kind) ? source.layout : LayoutLumaFirst;

@@ -14,6 +14,8 @@ namespace kv_host {
 /// Between grey and RGB the greys stay as they are (host/grey.h). Throws NoMemberError when no member can,
 /// UsageError for full-range 4:2:2 that "Copy" would have to make RGB.
 Raster Convert(const Raster& source, RasterKind kind, int layout, const Engine& engine);
+/// One that is of that kind already is not copied.
+Raster Convert(Raster&& source, RasterKind kind, int layout, const Engine& engine);
 
 /// RGB or grey as a 4:2:2 kind with the colours of `side`.
 Raster ConvertToVideo(const Raster& source, RasterKind kind, int layout, const VideoSide& side,

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <utility>
 
 #include "host/errors.h"
 #include "host/formats/format_error.h"
@@ -81,17 +82,19 @@ RasterKind KindToWrite(const PictureWriter& writer, RasterKind source) {
   return writer.Rasters().front();
 }
 
-void WriteConverted(PictureWriter& writer, const Raster& frame, const Engine& engine, int layout) {
+void WriteConverted(PictureWriter& writer, Raster frame, const Engine& engine, int layout) {
   if (writer.Format() == FileFormat::Jpeg) return writer.Write(AsJpeg(frame, engine));
   const FormatTraits& format = TraitsOf(writer.Format());
   if (format.layout != 0) layout = format.layout;
-  writer.Write(Convert(frame, KindToWrite(writer, frame.kind), layout, engine));
+  const RasterKind kind = KindToWrite(writer, frame.kind);
+  writer.Write(Convert(std::move(frame), kind, layout, engine));
 }
 
-void WriteLuma(PictureWriter& writer, const Raster& result, const Raster& source, const Engine& engine) {
+void WriteLuma(PictureWriter& writer, Raster result, const Raster& source, const Engine& engine) {
   const FormatTraits& format = TraitsOf(writer.Format());
   if (writer.Format() == FileFormat::Jpeg) return writer.Write(AsJpeg(result, engine));
   const RasterKind kind = KindToWrite(writer, result.kind);
+  if (kind == result.kind) return writer.Write(std::move(result));
   writer.Write(IsVideo(source.kind) ? ConvertLuma(result, kind, format.layout, engine)
                                     : Convert(result, kind, format.layout, engine));
 }
@@ -120,11 +123,11 @@ std::optional<Raster> NextWhole(ReadAhead& reader, Session& session, bool hasFra
 }
 
 void ForEachFrame(PictureReader& reader, Session& session,
-                  const std::function<void(const Raster&, std::int64_t)>& work) {
+                  const std::function<void(Raster&, std::int64_t)>& work) {
   Progress progress("frames", ClipPart{reader.Range(), reader.Length()}.Count().value_or(0));
   ReadAhead ahead(reader, session.threads);
   for (bool hasFrames = false;; hasFrames = true) {
-    const auto frame = NextWhole(ahead, session, hasFrames);
+    auto frame = NextWhole(ahead, session, hasFrames);
     if (!frame) return;
     Recorded(session, ahead.Number(), [&] { work(*frame, ahead.Number()); });
     progress.Advance();

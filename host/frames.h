@@ -41,11 +41,11 @@ void RequireEqualSizes(const Raster& a, const std::string& aName, const Raster& 
 RasterKind KindToWrite(const PictureWriter& writer, RasterKind source);
 
 /// Writes a frame, converted to what the file's format holds. `layout` 0: the format's, or the frame's own.
-void WriteConverted(PictureWriter& writer, const Raster& frame, const Engine& engine, int layout = 0);
+void WriteConverted(PictureWriter& writer, Raster frame, const Engine& engine, int layout = 0);
 
 /// Writes a grey result of an operation on the luma of `source`: where that is 4:2:2, luma goes into 4:2:2 as
 /// it is.
-void WriteLuma(PictureWriter& writer, const Raster& result, const Raster& source, const Engine& engine);
+void WriteLuma(PictureWriter& writer, Raster result, const Raster& source, const Engine& engine);
 
 /// Calls `work()`, which makes frame `number`; where a person asked for lines, prints its record then.
 void Recorded(Session& session, std::int64_t number, const std::function<void()>& work);
@@ -55,8 +55,8 @@ void Recorded(Session& session, std::int64_t number, const std::function<void()>
 std::optional<Raster> NextWhole(ReadAhead& reader, Session& session, bool hasFrames);
 
 /// Calls `work(frame, number)` for every frame that is read of a file, numbered as in the file, with records, and progress
-/// on a terminal.
+/// on a terminal. The frame is the work's own.
 void ForEachFrame(PictureReader& reader, Session& session,
-                  const std::function<void(const Raster&, std::int64_t)>& work);
+                  const std::function<void(Raster&, std::int64_t)>& work);
 
 }  // namespace kv_host

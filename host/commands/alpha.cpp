@@ -1,6 +1,7 @@
 // alpha-color and alpha-prob: masks from the difference of two pictures.
 
 #include <memory>
+#include <utility>
 
 #include "frame/interfaces/alpha_layer_color_based.h"
 #include "frame/interfaces/alpha_layer_prob_mask.h"
@@ -66,7 +67,7 @@ struct AlphaOptions {
       };
       Raster mask = MadeInFields(one, two, where, maskOf);
       MapLevels(mask, where);
-      WriteLuma(writer, mask, frame, with);
+      WriteLuma(writer, std::move(mask), frame, with);
     });
     owned.Finish(writer);
   }

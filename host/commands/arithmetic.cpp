@@ -1,6 +1,7 @@
 // diff and average: commands whose result is an 8-bit picture.
 
 #include <memory>
+#include <utility>
 
 #include "frame/interfaces/absolute_difference.h"
 #include "frame/interfaces/average.h"
@@ -51,9 +52,9 @@ struct TwoInputs {
       const Raster& other = *frames[1];
       RequireEqualSizes(frame, a, other, b);
       const Engine with = owned.Get();
-      const Raster result =
+      Raster result =
           work(LumaBeside(frame, other, kind, with), LumaBeside(other, frame, kind, with), number, with);
-      if (writer) WriteLuma(*writer, result, frame, with);
+      if (writer) WriteLuma(*writer, std::move(result), frame, with);
     });
     if (writer) return owned.Finish(*writer);
     owned.RequireUseOfColours();

@@ -1,4 +1,5 @@
 #include <memory>
+#include <utility>
 
 #include "frame/interfaces/blend_boost.h"
 #include "host/commands/command.h"
@@ -48,7 +49,7 @@ struct BlendOptions {
       if (frame.kind == RasterKind::Grey8 && other.kind == RasterKind::Grey8) {
         result = ConvertLuma(result, RasterKind::Grey8, 0, with);
       }
-      WriteConverted(writer, result, with);
+      WriteConverted(writer, std::move(result), with);
     });
     owned.Finish(writer);
   }

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <memory>
+#include <utility>
 
 #include "host/commands/command.h"
 #include "host/errors.h"
@@ -47,8 +48,8 @@ void ConvertFrames(const ConvertOptions& options) {
   const FormatTraits& format = TraitsOf(writer.Format());
   RequireLayout(format, options);
 
-  ForEachFrame(reader, *options.engine.session, [&](const Raster& frame, std::int64_t) {
-    if (options.depth == 0) return WriteConverted(writer, frame, engine.Get(), layout);
+  ForEachFrame(reader, *options.engine.session, [&](Raster& frame, std::int64_t) {
+    if (options.depth == 0) return WriteConverted(writer, std::move(frame), engine.Get(), layout);
     writer.Write(Convert(frame, KindOfDepth(writer, options.depth), layout, engine.Get()));
   });
   engine.Finish(writer);

@@ -1,4 +1,5 @@
 #include <memory>
+#include <utility>
 
 #include "host/commands/command.h"
 #include "host/errors.h"
@@ -22,14 +23,14 @@ struct JoinOptions {
       if (engine.session->failure) break;
       PictureReader reader(part, input.Get());
       input.RequireUse({&reader});
-      ForEachFrame(reader, *engine.session, [&](const Raster& frame, std::int64_t) {
+      ForEachFrame(reader, *engine.session, [&](Raster& frame, std::int64_t) {
         if (!first) first = frame;
         RequireEqualSizes(*first, parts.front(), frame, part);
         if (frame.frameRate != first->frameRate || frame.interlace != first->interlace) {
           throw UsageError(part + ": its frame rate or interlacing is not that of " + parts.front() +
                            "; parts of one recording have the same");
         }
-        WriteConverted(writer, frame, owned.Get());
+        WriteConverted(writer, std::move(frame), owned.Get());
       });
     }
     owned.Finish(writer);

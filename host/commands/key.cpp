@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <memory>
+#include <utility>
 
 #include "frame/interfaces/alpha_layer_color_based.h"
 #include "frame/interfaces/average_filter.h"
@@ -181,7 +182,7 @@ void KeyOptions::Run() {
     if (frame.kind == RasterKind::Grey8 && under->kind == RasterKind::Grey8) {
       result = ConvertLuma(result, RasterKind::Grey8, 0, with);
     }
-    WriteConverted(writer, result, with);
+    WriteConverted(writer, std::move(result), with);
   });
   owned.Finish(writer);
 }

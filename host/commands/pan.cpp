@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <memory>
+#include <utility>
 
 #include "frame/interfaces/scanning.h"
 #include "host/commands/command.h"
@@ -53,7 +54,7 @@ struct PanOptions {
     for (int frame = first; frame < first + count; ++frame) {
       Raster rendered = RenderFrame(operation, with, *from, picture, view, frame);
       if (original.kind == RasterKind::Grey8) rendered = ConvertLuma(rendered, RasterKind::Grey8, 0, with);
-      WriteConverted(writer, rendered, with);
+      WriteConverted(writer, std::move(rendered), with);
       progress.Advance();
     }
     owned.Finish(writer);

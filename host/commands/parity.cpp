@@ -1,5 +1,6 @@
 #include <map>
 #include <memory>
+#include <utility>
 
 #include "frame/interfaces/parity_change.h"
 #include "host/commands/command.h"
@@ -90,7 +91,7 @@ struct ParityOptions {
       Raster result = method == ParityMethod::Blend ? Blended(frame, with) : Moved(frame, with);
       result.interlace = frame.interlace == Interlace::BottomFieldFirst ? Interlace::TopFieldFirst
                                                                         : Interlace::BottomFieldFirst;
-      WriteConverted(writer, result, with);
+      WriteConverted(writer, std::move(result), with);
     });
     owned.Finish(writer);
   }

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstdio>
 #include <memory>
+#include <utility>
 
 #include "host/commands/command.h"
 #include "host/commands/template_update.h"
@@ -213,7 +214,7 @@ void TrackCommand::Run() {
     if (paths) {
       Raster drawn = packed;
       for (const Follower& follower : followers) DrawPath(drawn, follower.path);
-      WriteConverted(*paths, drawn, with);
+      WriteConverted(*paths, std::move(drawn), with);
     }
     if (still) {
       const Follower& follower = followers.front();

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 #include "frame/interfaces/copy.h"
 #include "frame/interfaces/scanning.h"
 #include "host/errors.h"
@@ -77,6 +79,23 @@ TEST(Conversion, EveryKindReachesEveryOther) {
       }
     }
   }
+}
+
+TEST(Conversion, WhatIsOfItsKindAlreadyIsNotCopied) {
+  const Family family;
+  const kv_run::WorkerPool pool(1);
+  kv_test::Random random(15);
+  for (const RasterKind kind : kinds) {
+    Raster source = RandomRaster(random, kind, 16, 3);
+    const Raster same = source;
+    const std::uint8_t* bytes = source.planes[0].bytes.data();
+    const Raster result = Convert(std::move(source), kind, same.layout, {family, pool});
+    EXPECT_EQ(result, same);
+    EXPECT_EQ(result.planes[0].bytes.data(), bytes);
+  }
+  Raster source = RandomRaster(random, RasterKind::Yuv422, 16, 3);
+  const int other = source.layout == LayoutLumaFirst ? LayoutChromaFirst : LayoutLumaFirst;
+  EXPECT_EQ(Convert(std::move(source), RasterKind::Yuv422, other, {family, pool}).layout, other);
 }
 
 TEST(Conversion, ThreadsMakeNoDifference) {
