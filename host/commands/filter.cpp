@@ -67,6 +67,16 @@ RunRegion SamplesIn(const RunRegion& where, const Component& component) {
   return {where.GetTop(), std::move(first), std::move(last)};
 }
 
+/// A row of samples, those of either side `step` bytes apart.
+void CopySamples(const std::uint8_t* from, std::size_t fromStep, std::uint8_t* to, std::size_t toStep,
+                 int count) {
+  if (fromStep == 1 && toStep == 1) {
+    std::copy_n(from, std::max(count, 0), to);
+    return;
+  }
+  for (; count > 0; --count, from += fromStep, to += toStep) *to = *from;
+}
+
 void FilterComponent(Raster& frame, const Component& component, const RowSet& rows, const RunRegion& where,
                      unsigned window, const Engine& with) {
   const RunRegion region = SamplesIn(RegionIn(where, rows), component);
@@ -79,18 +89,14 @@ void FilterComponent(Raster& frame, const Component& component, const RowSet& ro
   const auto rowOf = [&](int y) { return frame.planes[component.plane].Row(rows.first + y * rows.step); };
   constexpr auto plane = kv_img::PixelComponent::Luma;
   for (int y = region.GetTop(); y <= region.GetBottom(); ++y) {
-    const auto row = rowOf(y);
-    const auto out = from->PlaneRow(plane, y);
-    const std::uint8_t* in = row.data() + component.first;
-    for (int x = 0; x < component.columns; ++x, in += component.step) out[static_cast<std::size_t>(x)] = *in;
+    CopySamples(rowOf(y).data() + component.first, component.step, from->PlaneRow(plane, y).data(), 1,
+                component.columns);
   }
   with.Run("AverageFilter", operation, *from, *to, region, window);
   for (int y = region.GetTop(); y <= region.GetBottom(); ++y) {
-    const auto row = rowOf(y);
-    const auto result = to->PlaneRow(plane, y);
-    for (int x = region.GetLeft(y); x <= region.GetRight(y); ++x) {
-      row[component.ByteOf(x)] = result[static_cast<std::size_t>(x)];
-    }
+    const int left = region.GetLeft(y);
+    CopySamples(to->PlaneRow(plane, y).data() + left, 1, rowOf(y).data() + component.ByteOf(left),
+                component.step, region.GetRight(y) - left + 1);
   }
 }
 
@@ -120,13 +126,13 @@ struct FilterOptions {
     PictureReader reader(input, inputOptions.Get());
     inputOptions.RequireUse({&reader});
     PictureWriter writer = output.Open(reader);
-    ForEachFrame(reader, *engine.session, [&](const Raster& frame, std::int64_t) {
+    ForEachFrame(reader, *engine.session, [&](Raster& frame, std::int64_t) {
       if (KindToWrite(writer, frame.kind) == RasterKind::Grey8) {
         return WriteLuma(writer, Filtered(ConvertLuma(frame, RasterKind::Grey8, 0, with), with), frame, with);
       }
       const bool hasFewColours = frame.kind == RasterKind::Dib15 || frame.kind == RasterKind::Dib16;
-      WriteConverted(
-          writer, Filtered(hasFewColours ? Convert(frame, RasterKind::Dib24, 0, with) : frame, with), with);
+      if (hasFewColours) frame = Convert(frame, RasterKind::Dib24, 0, with);
+      WriteConverted(writer, Filtered(std::move(frame), with), with);
     });
     owned.Finish(writer);
   }
