@@ -196,6 +196,45 @@ TEST_F(AvRefused, AMovieWithSamplesElsewhere) {
   ExpectNothingOpened(movie, "the file holds no frame");
 }
 
+/// An element of Matroska of fewer than 127 bytes.
+std::string Element(const std::string& id, const std::string& content) {
+  return id + static_cast<char>(0x80 | content.size()) + content;
+}
+
+TEST_F(AvRefused, ASegmentThatGoesOnInAnotherFile) {
+  // To a pipe, so that no element has to know how long the file is.
+  const Outcome made = RunShell(temp_.Path(),
+                                "for i in 1 2; do ffmpeg -v error -i neighbour.ts -c:v ffv1 -f matroska - "
+                                "</dev/null >$i.mkv; done");
+  ASSERT_EQ(made.status, 0) << made.err;
+  const std::string uid(16, 'u');
+  const std::string info = "\x15\x49\xA9\x66";
+  const auto with = [&](const char* file, const std::string& elements) {
+    std::string bytes = ReadFile(temp_.Path() / file);
+    return bytes.insert(bytes.find(info), elements);
+  };
+  WriteFile(Neighbour(), with("1.mkv", Element(info, Element("\x73\xA4", uid))));
+  const std::string linked =
+      Element(info, Element("\x3E\xB9\x23", uid) + Element("\x3E\x83\xBB", "neighbour.ts"));
+  // Played in the order of its chapters, of which the second is the neighbour's.
+  const auto chapter = [](char start, const std::string& of) {
+    return Element("\xB6", Element("\x73\xC4", {1, start}) + Element("\x91", {start}) +
+                               Element("\x92", {static_cast<char>(start + 40)}) + of);
+  };
+  const std::string chapters =
+      Element("\x10\x43\xA7\x70", Element("\x45\xB9", Element("\x45\xDD", "\1") + chapter(0, "") +
+                                                          chapter(40, Element("\x6E\x67", uid))));
+  WriteFile(temp_.Path() / "linked.mkv", with("2.mkv", linked + chapters));
+  const Watched watched(Neighbour());
+  ASSERT_EQ(RunKv(temp_.Path(), "convert linked.mkv linked.yuv422p").status, 0);
+  ASSERT_EQ(RunKv(temp_.Path(), "convert 2.mkv plain.yuv422p").status, 0);
+  EXPECT_TRUE(ReadFile(temp_.Path() / "linked.yuv422p") == ReadFile(temp_.Path() / "plain.yuv422p"));
+  EXPECT_FALSE(watched.WasOpened());
+  // The chapters are where a reader finds them.
+  EXPECT_NE(RunShell(temp_.Path(), "ffprobe -v error -show_chapters linked.mkv").out.find("[CHAPTER]"),
+            std::string::npos);
+}
+
 TEST_F(AvRefused, NamesAreFilesAndNoAddresses) {
   const Watched watched(Neighbour());
   for (const std::string& name :
