@@ -30,6 +30,7 @@ void Describe(Raster& raster, const Raster& like) {
   raster.transfer = like.transfer;
   raster.frameRate = like.frameRate;
   raster.pixelAspect = like.pixelAspect;
+  raster.time = like.time;
 }
 
 kv_img::PixelComponent::COMPONENT ComponentOfPlane(RasterKind kind, std::size_t index) {

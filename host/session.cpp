@@ -85,9 +85,6 @@ void Session::NoteLosses() {
                             " degrees; it is not turned");
     }
     if (!av.couldHoldSound) continue;
-    if (std::exchange(note.hasVariableRate, false)) {
-      av.warnings.push_back(note.file + ": its frames come at a variable rate, written ones at the mean");
-    }
     if (std::exchange(note.hasSound, false)) av.warnings.push_back(note.file + ": its sound is left out");
   }
 }

@@ -46,8 +46,9 @@ constexpr AvCodec Mpeg2 = {"mpeg2",
                            2};
 constexpr AvCodec H264 = {"h264", "libx264", "crf=18", Eight420, All, 0, 2, 2};
 constexpr AvCodec H264Whole = {"h264-422", "libx264", "crf=18", Eight422, All, 0, 2, 2};
-constexpr AvCodec Jpeg = {"jpeg", "mjpeg", "flags=+qscale:global_quality=236", Photograph, All, 0, 1, 1};
-constexpr AvCodec Tiff = {"tiff", "tiff", "", Picture, All, 0, 1, 1};
+constexpr AvCodec Jpeg = {"jpeg", "mjpeg", "flags=+qscale:global_quality=236", Photograph, All | AvTimes, 0,
+                          1,      1};
+constexpr AvCodec Tiff = {"tiff", "tiff", "", Picture, All | AvTimes, 0, 1, 1};
 
 constexpr std::array InMkv = {&Ffv1, &Raw, &V210, &Prores, &Mpeg2, &H264, &H264Whole};
 constexpr std::array InMov = {&Prores, &Ffv1, &Raw, &V210, &Mpeg2, &H264, &H264Whole};
@@ -96,9 +97,9 @@ const AvCodec& AvCodecOf(FileFormat container, std::string_view name, const std:
 }
 
 unsigned AvDeclared(FileFormat container, const AvCodec& codec) {
-  const unsigned own = container == FileFormat::Mkv ? All
+  const unsigned own = container == FileFormat::Mkv ? All | AvTimes
                        : container == FileFormat::Mov || container == FileFormat::Mp4
-                           ? AvFields | AvMatrix | AvTransfer
+                           ? AvFields | AvMatrix | AvTransfer | AvTimes
                            : 0U;
   return (own | codec.declares) & ~codec.never;
 }

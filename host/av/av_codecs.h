@@ -16,7 +16,14 @@ struct AvSamples {
 };
 
 /// What is declared about frames, bit by bit.
-enum AvProperties : unsigned { AvRange = 1, AvFields = 2, AvMatrix = 4, AvSite = 8, AvTransfer = 16 };
+enum AvProperties : unsigned {
+  AvRange = 1,
+  AvFields = 2,
+  AvMatrix = 4,
+  AvSite = 8,
+  AvTransfer = 16,
+  AvTimes = 32
+};
 
 struct AvCodec {
   std::string_view name;               ///< As --codec has it.

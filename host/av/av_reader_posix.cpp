@@ -140,6 +140,7 @@ class AvReader final : public FrameReader {
         frame.interlace);
     raster.frameRate = rate_ != Ratio{} ? rate_ : Ratio{frame.rate[0], frame.rate[1]};
     raster.pixelAspect = {frame.aspect[0], frame.aspect[1]};
+    if (messages_.Info().isVariable != 0 && rate_ == Ratio{}) raster.time = frame.time;
     const bool isYuv = isPacked || kind == RasterKind::Yuv422Planar;
     if (isYuv) {
       raster.matrix =

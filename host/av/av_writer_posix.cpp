@@ -73,10 +73,10 @@ class AvWriter::Recorder {
     if (recording_ != nullptr) door_->release(recording_);
   }
 
-  void Add(const std::vector<std::uint8_t>& bytes, ByteSink& sink) {
+  void Add(const std::vector<std::uint8_t>& bytes, double time, ByteSink& sink) {
     sink_ = &sink;
     char text[KvAvProblemSize] = "";
-    Require(door_->add(recording_, bytes.data(), bytes.size(), text), text);
+    Require(door_->add(recording_, bytes.data(), bytes.size(), time, text), text);
   }
 
   void Finish(ByteSink& sink) {
@@ -145,6 +145,7 @@ void AvWriter::WarnOfLosses(const Raster& frame, const std::string& name) {
   // Left is what is assumed.
   check(frame.chroma == ChromaSite::Centre, AvSite, "the position of chroma");
   check(frame.transfer != Transfer::Unknown, AvTransfer, "the transfer function");
+  check(frame.time >= 0, AvTimes, "the time of each frame");
   if (codec_.name == "mpeg2" && frame.pixelAspect.denominator != 0 && !IsMpeg2Aspect(frame)) {
     warn("the shape of pixels is not kept: MPEG-2 has square ones and pictures of 4:3, 16:9 and 2.21:1");
   }
@@ -166,6 +167,7 @@ void AvWriter::Begin(const Raster& frame, const AvSamples& samples, ByteSink& si
   const Ratio rate = frame.frameRate.numerator > 0 ? frame.frameRate : UsualRate;
   becomesLimited_ = IsVideo(frame.kind) && frame.range == ColourRange::Full &&
                     (AvDeclared(container_, codec_) & AvRange) == 0;
+  const bool keepsTimes = frame.time >= 0 && (AvDeclared(container_, codec_) & AvTimes) != 0;
   const unsigned threads =
       threads_ > 0 ? static_cast<unsigned>(threads_) : std::thread::hardware_concurrency();
   const KvAvTarget target{.container = TraitsOf(container_).muxer,
@@ -181,7 +183,8 @@ void AvWriter::Begin(const Raster& frame, const AvSamples& samples, ByteSink& si
                           .site = Number(frame.chroma),
                           .transfer = Number(frame.transfer),
                           .rate = {rate.numerator, rate.denominator},
-                          .aspect = {frame.pixelAspect.numerator, frame.pixelAspect.denominator}};
+                          .aspect = {frame.pixelAspect.numerator, frame.pixelAspect.denominator},
+                          .isVariable = keepsTimes ? 1 : 0};
   WarnOfLosses(frame, sink.Name());
   recorder_ = std::make_unique<Recorder>(target, sink);
   first_ = WithoutPlanes(frame);
@@ -222,7 +225,7 @@ void AvWriter::Write(const Raster& frame, ByteSink& sink) {
                       "range and one chroma position; this one differs from the first");
   }
   Store(becomesLimited_ ? WithLimitedRange(frame) : frame, *samples);
-  recorder_->Add(bytes_, sink);
+  recorder_->Add(bytes_, frame.time, sink);
 }
 
 void AvWriter::Finish(ByteSink& sink) {

@@ -58,9 +58,9 @@ int Create(const KvAvOutput* output, const KvAvTarget* target, KvAvRecording** r
   });
 }
 
-int Add(KvAvRecording* recording, const std::uint8_t* bytes, std::size_t count, char* problem) {
+int Add(KvAvRecording* recording, const std::uint8_t* bytes, std::size_t count, double time, char* problem) {
   return Guard(problem, [&] {
-    recording->Add({bytes, count});
+    recording->Add({bytes, count}, time);
     return KvAvDone;
   });
 }

@@ -7,7 +7,7 @@
 // opens a clip or creates a recording keeps it to one thread; nothing is thrown across.
 extern "C" {
 
-enum { KvAvVersion = 3, KvAvTextSize = 64, KvAvProblemSize = 256, KvAvMostStreams = 32, KvAvMostPlanes = 3 };
+enum { KvAvVersion = 4, KvAvTextSize = 64, KvAvProblemSize = 256, KvAvMostStreams = 32, KvAvMostPlanes = 3 };
 
 /// What frames are made of, as the raster kinds of kv.
 enum KvAvKind { KvAvPacked, KvAvPackedAlpha, KvAvPlanar, KvAvBgr, KvAvBgra, KvAvGrey };
@@ -96,6 +96,7 @@ struct KvAvTarget {
   int32_t width, height, threads;
   int32_t interlace, range, matrix, site, transfer;
   int32_t rate[2], aspect[2];  ///< The rate is known.
+  int32_t isVariable;          ///< Each frame has a time of its own; the rate is the mean.
 };
 
 struct KvAvRecording;
@@ -114,8 +115,8 @@ struct KvAvDoor {
   /// Begins a recording. On failure `recording` is null and `problem` says why.
   int (*create)(const struct KvAvOutput* output, const struct KvAvTarget* target,
                 struct KvAvRecording** recording, char* problem);
-  /// A frame: its planes, without gaps.
-  int (*add)(struct KvAvRecording* recording, const uint8_t* bytes, size_t count, char* problem);
+  /// A frame: its planes, without gaps. `time` is in seconds; one that is not after the last frame's begins another part.
+  int (*add)(struct KvAvRecording* recording, const uint8_t* bytes, size_t count, double time, char* problem);
   /// Ends what was begun; then the bytes are all written.
   int (*finish)(struct KvAvRecording* recording, char* problem);
   void (*release)(struct KvAvRecording* recording);

@@ -1,12 +1,16 @@
 #include "host/av/recording.h"
 
+#include <algorithm>
 #include <array>
+#include <cmath>
 #include <string>
 
 namespace kv_av {
 namespace {
 
 constexpr int ioBufferSize = 1 << 16;
+/// Of MPEG.
+constexpr AVRational fineClock = {1, 90000};
 
 int WriteBytes(void* opaque, std::uint8_t* bytes, int count) {
   const auto& output = *static_cast<const KvAvOutput*>(opaque);
@@ -61,7 +65,9 @@ Recording::Recording(const KvAvOutput& output, const KvAvTarget& target)
     : output_(output),
       name_(target.encoder),
       isInterlaced_(target.interlace == KvAvTopFirst || target.interlace == KvAvBottomFirst),
-      isTopFirst_(target.interlace == KvAvTopFirst) {
+      isTopFirst_(target.interlace == KvAvTopFirst),
+      hasTimes_(target.isVariable != 0),
+      clock_(hasTimes_ ? fineClock : AVRational{target.rate[1], target.rate[0]}) {
   av_log_set_level(AV_LOG_QUIET);
   packet_.reset(av_packet_alloc());
   RequireMemory(packet_);
@@ -126,12 +132,27 @@ void Recording::OpenEncoder(const KvAvTarget& target) {
   }
   Check(avcodec_parameters_from_context(stream_->codecpar, encoder_.get()), name_);
   stream_->codecpar->field_order = order;
-  stream_->time_base = encoder_->time_base;
-  stream_->avg_frame_rate = encoder_->framerate;
+  stream_->time_base = clock_;
+  if (!hasTimes_) stream_->avg_frame_rate = encoder_->framerate;
   stream_->sample_aspect_ratio = encoder_->sample_aspect_ratio;
 }
 
-void Recording::Add(std::span<const std::uint8_t> bytes) {
+void Recording::NoteTime(double time) {
+  const double step = av_q2d(encoder_->time_base);
+  const double last = times_.empty() ? -step : static_cast<double>(times_.back()) * av_q2d(clock_);
+  if (times_.empty() || time + later_ <= last) later_ = last + step - time;
+  times_.push_back(std::llround((time + later_) / av_q2d(clock_)));
+}
+
+/// When a frame is shown, in units of clock_. Encoders number those that they decode earlier from below 0 on.
+std::int64_t Recording::TimeOf(std::int64_t frame) const {
+  if (times_.empty()) return frame;
+  const auto last = static_cast<std::int64_t>(times_.size()) - 1;
+  const std::int64_t near = std::clamp<std::int64_t>(frame, 0, last);
+  return times_[static_cast<std::size_t>(near)] + av_rescale_q(frame - near, encoder_->time_base, clock_);
+}
+
+void Recording::Add(std::span<const std::uint8_t> bytes, double time) {
   const std::unique_ptr<AVFrame, Release> frame(av_frame_alloc());
   RequireMemory(frame);
   frame->format = encoder_->pix_fmt;
@@ -150,6 +171,7 @@ void Recording::Add(std::span<const std::uint8_t> bytes) {
   const std::array<const std::uint8_t*, 4> from = {planes[0], planes[1], planes[2], planes[3]};
   av_image_copy(frame->data, frame->linesize, const_cast<const std::uint8_t**>(from.data()), strides.data(),
                 encoder_->pix_fmt, frame->width, frame->height);
+  if (hasTimes_) NoteTime(time);
   frame->pts = number_++;
   frame->quality = encoder_->global_quality;
   frame->interlaced_frame = isInterlaced_ ? 1 : 0;
@@ -169,8 +191,10 @@ void Recording::Send(const AVFrame* frame) {
     const int received = avcodec_receive_packet(encoder_.get(), packet_.get());
     if (received == AVERROR(EAGAIN) || received == AVERROR_EOF) return;
     Check(received, name_);
-    if (packet_->duration == 0) packet_->duration = 1;
-    av_packet_rescale_ts(packet_.get(), encoder_->time_base, stream_->time_base);
+    packet_->duration = TimeOf(packet_->pts + 1) - TimeOf(packet_->pts);
+    packet_->dts = TimeOf(packet_->dts);
+    packet_->pts = TimeOf(packet_->pts);
+    av_packet_rescale_ts(packet_.get(), clock_, stream_->time_base);
     packet_->stream_index = stream_->index;
     Check(av_interleaved_write_frame(container_.get(), packet_.get()), container_->oformat->name);
   }

@@ -4,6 +4,7 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "host/av/door.h"
 #include "host/av/library.h"
@@ -20,18 +21,24 @@ class Recording {
  public:
   /// All of them throw Problem.
   Recording(const KvAvOutput& output, const KvAvTarget& target);
-  void Add(std::span<const std::uint8_t> bytes);
+  void Add(std::span<const std::uint8_t> bytes, double time);
   void Finish();
 
  private:
   void OpenEncoder(const KvAvTarget& target);
   void Describe(const KvAvTarget& target);
   void Send(const AVFrame* frame);
+  void NoteTime(double time);
+  std::int64_t TimeOf(std::int64_t frame) const;
 
   KvAvOutput output_;
   std::string name_;  // of the encoder
   bool isInterlaced_;
   bool isTopFirst_;
+  bool hasTimes_;                    // each frame its own
+  AVRational clock_;                 // the unit of times
+  std::vector<std::int64_t> times_;  // of all frames, if they have them
+  double later_ = 0;                 // seconds that what comes now is later than it says
   std::unique_ptr<AVIOContext, Release> io_;
   std::unique_ptr<AVFormatContext, ReleaseWithoutInput> container_;
   std::unique_ptr<AVCodecContext, Release> encoder_;

@@ -30,6 +30,7 @@ Raster Like(const Raster& raster, RasterKind kind, int layout) {
   made.transfer = raster.transfer;
   made.frameRate = raster.frameRate;
   made.pixelAspect = raster.pixelAspect;
+  made.time = raster.time;
   return made;
 }
 

@@ -74,6 +74,7 @@ struct Raster {
   Transfer transfer = Transfer::Unknown;
   Ratio frameRate;    ///< Frames a second.
   Ratio pixelAspect;  ///< Width of a pixel : its height.
+  double time = -1;  ///< Seconds after the clip's start, where its rate is variable; below 0 where it is not.
   std::vector<Plane> planes;
 
   bool operator==(const Raster&) const = default;

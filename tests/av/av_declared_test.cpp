@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
+#include <sstream>
+#include <vector>
 
 #include "tests/av/written_files.h"
 
@@ -68,6 +71,49 @@ TEST_F(AvDeclared, EveryFileIsWhatItIsCalledToFfprobe) {
       RunShell(temp_.Path(),
                "ffprobe -v error -show_entries frame=interlaced_frame,top_field_first -of csv=p=0 a.avi");
   EXPECT_EQ(frames.out, "1,1\n1,1\n1,1\n1,1\n1,1\n1,1\n");
+}
+
+TEST_F(AvDeclared, TimesOfAVariableRate) {
+  const Outcome made =
+      RunShell(temp_.Path(),
+               "ffmpeg -v error -f lavfi -i testsrc2=size=320x240:rate=25 -vf "
+               "\"select='not(eq(mod(n,5),3))'\" -frames:v 16 -fps_mode passthrough -c:v libx264 "
+               "-pix_fmt yuv420p variable.mp4 </dev/null");
+  ASSERT_EQ(made.status, 0) << made.err;
+  const auto timesOf = [&](const std::string& file) {
+    std::istringstream lines(
+        RunShell(temp_.Path(), "ffprobe -v error -show_entries packet=pts_time -of csv=p=0 " + file).out);
+    std::vector<double> times;
+    for (std::string line; std::getline(lines, line);) times.push_back(std::stod(line));
+    std::ranges::sort(times);
+    return times;
+  };
+  const double numbers[] = {0, 1, 2, 4, 5, 6, 7, 9, 10, 11, 12, 14, 15, 16, 17, 19};
+  // H.264 is decoded in another order than it is shown in.
+  for (const Target& target : {Target{"a.mkv", ""}, Target{"b.mkv", "h264"}, Target{"a.mov", ""},
+                               Target{"b.mov", "h264"}, Target{"c.mov", "raw"}, Target{"a.mp4", ""}}) {
+    SCOPED_TRACE(target.file);
+    const bool isInMilliseconds = std::string(target.file).ends_with("mkv");
+    ASSERT_NO_FATAL_FAILURE(Convert(std::string("variable.mp4 ") + target.file + CodecOption(target)));
+    const std::vector<double> times = timesOf(target.file);
+    ASSERT_EQ(times.size(), 16U);
+    for (std::size_t i = 0; i < 16; ++i)
+      EXPECT_NEAR(times[i] - times[0], numbers[i] / 25, isInMilliseconds ? 0.0006 : 1e-5) << i;
+  }
+  ASSERT_NO_FATAL_FAILURE(Convert("variable.mp4 part.mov --frames 6:4"));
+  const std::vector<double> part = timesOf("part.mov");
+  ASSERT_EQ(part.size(), 4U);
+  for (std::size_t i = 0; i < 4; ++i) EXPECT_NEAR(part[i], (numbers[6 + i] - numbers[6]) / 25, 1e-5) << i;
+  // The operations keep them, and parts follow each other.
+  ASSERT_EQ(RunKv(temp_.Path(), "filter variable.mp4 filtered.mov --window 3").status, 0);
+  EXPECT_EQ(timesOf("filtered.mov"), timesOf("a.mov"));
+  ASSERT_EQ(RunKv(temp_.Path(), "join variable.mp4 variable.mp4 -o joined.mov").status, 0);
+  const std::vector<double> joined = timesOf("joined.mov");
+  ASSERT_EQ(joined.size(), 32U);
+  for (std::size_t i = 17; i < 32; ++i) EXPECT_NEAR(joined[i] - joined[16], numbers[i - 16] / 25, 2e-5) << i;
+  EXPECT_GT(joined[16], joined[15]);
+  ASSERT_NO_FATAL_FAILURE(Convert("variable.mp4 steady.mov --rate 50"));
+  EXPECT_NEAR(timesOf("steady.mov")[15], 15.0 / 50, 1e-5);
 }
 
 TEST_F(AvDeclared, Pictures) {
