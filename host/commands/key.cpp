@@ -19,13 +19,21 @@ using Frame422 = kv_img::Image<kv_img::PixelYUV422>;
 using GreyPixel = kv_img::PixelNoColor<unsigned char>;
 using Grey = kv_img::Image<GreyPixel>;
 
-/// Calls `work(y)` for every row on the threads of the pool.
+/// Calls `work(first, end)` for bands of rows on the threads of the pool.
 template <class Work>
-void ForEachRow(int height, const Engine& with, Work work) {
+void ForEachBand(int height, const Engine& with, Work work) {
   with.pool.Run([&](kv_std::SpinBarrier& barrier, std::uint32_t index) {
     const auto threads = static_cast<std::int64_t>(barrier.GetThreadCount());
+    const auto first = static_cast<int>(height * std::int64_t{index} / threads);
     const auto end = static_cast<int>(height * (std::int64_t{index} + 1) / threads);
-    for (auto y = static_cast<int>(height * std::int64_t{index} / threads); y < end; ++y) work(y);
+    if (first < end) work(first, end);
+  });
+}
+
+template <class Work>
+void ForEachRow(int height, const Engine& with, Work work) {
+  ForEachBand(height, with, [&](int first, int end) {
+    for (int y = first; y < end; ++y) work(y);
   });
 }
 
@@ -75,7 +83,8 @@ struct KeyOptions {
 
  private:
   std::vector<int> Colour() const;
-  std::unique_ptr<Grey> MaskOf(const Raster& frame, const Raster& against, const Engine& with) const;
+  /// Consumes `against`, as large frames need the room.
+  std::unique_ptr<Grey> MaskOf(const Raster& frame, Raster against, const Engine& with) const;
   void KeepInside(Grey& mask, const Raster& frame, const Engine& with) const;
 };
 
@@ -93,24 +102,30 @@ std::vector<int> KeyOptions::Colour() const {
 }
 
 /// 255 where the picture is to be seen.
-std::unique_ptr<Grey> KeyOptions::MaskOf(const Raster& frame, const Raster& against,
-                                         const Engine& with) const {
+std::unique_ptr<Grey> KeyOptions::MaskOf(const Raster& frame, Raster against, const Engine& with) const {
   using Mask = kv_img::AlphaLayerColorBasedAlgorithmInterface<Frame422>;
   const auto& makeMask = with.family.Require<Mask>("AlphaLayerColorBased", {kv_img::PixelYUV422::ClassID});
-  const auto a = ToImage<kv_img::PixelYUV422>(frame);
+  const bool hasFields = HasFields(frame) || HasFields(against);
   const auto b = ToImage<kv_img::PixelYUV422>(against);
+  against.planes.clear();
+  const auto a = ToImage<kv_img::PixelYUV422>(frame);
   auto mask = MakeWorkingImage<GreyPixel>(frame.width, frame.height);
   const std::shared_ptr<Grey> raw = MakeWorkingImage<GreyPixel>(frame.width, frame.height);
   const int width = WorkingWidth(frame.width);
-  const kv_img::RunRegion whole(kv_img::ImageRect(0, 0, width - 1, frame.height - 1));
-  with.Run("AlphaLayerColorBased", makeMask, *a, *b, *mask, whole, 1U, raw);
+  with.Time("AlphaLayerColorBased", [&] {
+    ForEachBand(frame.height, with, [&](int first, int end) {
+      // Nothing is smoothed yet: no band has to wait for its neighbours, which takes long on a busy machine.
+      kv_std::SpinBarrier alone(1);
+      const kv_img::RunRegion rows(kv_img::ImageRect(0, first, width - 1, end - 1));
+      makeMask.Apply(*a, *b, *mask, rows, 1U, raw, alone, 0);
+    });
+  });
   const kv_run::LevelTable table = TableOf(levels.Get());
   ForEachRow(frame.height, with, [&](int y) {
     kv_run::MapLevels(table, RowOf(*mask, y), RowOf(*mask, y), static_cast<std::size_t>(width));
   });
   if (window > 1) {
-    mask = ToImage<GreyPixel>(
-        Smoothed(ToRaster(*mask, frame), HasFields(frame) || HasFields(against), window, with));
+    mask = ToImage<GreyPixel>(Smoothed(ToRaster(*mask, frame), hasFields, window, with));
   }
   if (region.text.IsGiven()) KeepInside(*mask, frame, with);
   return mask;
@@ -174,9 +189,9 @@ void KeyOptions::Run() {
       RequireEqualSizes(frame, foreground, *frames[i], names[i]);
     const Raster above = under != nullptr ? ConvertBeside(frame, *under, LayoutLumaFirst, with)
                                           : Convert(frame, RasterKind::Yuv422, LayoutLumaFirst, with);
-    const Raster against =
+    Raster against =
         colour.empty() ? ConvertAs(*frames[1], above, LayoutLumaFirst, with) : Coloured(above, colour);
-    const std::unique_ptr<Grey> mask = MaskOf(above, against, with);
+    const std::unique_ptr<Grey> mask = MaskOf(above, std::move(against), with);
     if (under == nullptr) return WriteConverted(writer, WithAlpha(above, *mask), with);
     Raster result = Composed(above, ConvertBeside(*under, frame, LayoutLumaFirst, with), *mask, with);
     if (frame.kind == RasterKind::Grey8 && under->kind == RasterKind::Grey8) {
