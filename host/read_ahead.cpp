@@ -10,10 +10,11 @@ ReadAhead::ReadAhead(PictureReader& reader, int threads) : reader_(reader) {
   if (wanted < 2 || !reader.MayBeReadAhead()) return;
   try {
     thread_ = std::thread([this] {
-      for (bool isLast = false; !isLast;) {
+      // One frame is ahead, not a second one in wait for its place.
+      for (bool isLast = false; !isLast && frames_.AwaitRoom();) {
         Read next = ReadNext();
         isLast = !next.frame;
-        if (!frames_.Put(std::move(next))) return;
+        frames_.Put(std::move(next));
       }
       frames_.Finish();
     });

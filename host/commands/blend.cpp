@@ -28,24 +28,13 @@ struct BlendOptions {
     ClipSet clips({b, a, mask}, input.GetClips());
     input.RequireUse(clips.Readers());
     PictureWriter writer = output.Open(clips.Part());
-    const auto& operation = with.family.Require<kv_img::BlendBoostAlgorithmInterface<Frame422>>(
-        "BlendBoost", {kv_img::PixelYUV422::ClassID});
     clips.ForEach(*engine.session, [&](const auto& frames, std::int64_t) {
       const Raster& frame = *frames[0];
       const Raster& other = *frames[1];
       const Raster& weight = *frames[2];
       RequireEqualSizes(frame, b, other, a);
       RequireEqualSizes(frame, b, weight, mask);
-      const Raster above = ConvertBeside(frame, other, LayoutLumaFirst, with);
-      const Raster below = ConvertBeside(other, frame, LayoutLumaFirst, with);
-      const auto over = ToImage<kv_img::PixelYUV422>(above);
-      const auto from = ToImage<kv_img::PixelYUV422>(below);
-      const auto alpha = ToImage<GreyPixel>(ConvertLuma(weight, RasterKind::Grey8, 0, with));
-      // Outside the region the result is A.
-      const auto to = ToImage<kv_img::PixelYUV422>(below);
-      const auto where = RegionOf(frame);
-      with.Run("BlendBoost", operation, *over, *from, *alpha, *to, where);
-      Raster result = ToRaster(*to, above);
+      Raster result = Blended(frame, other, weight, with);
       if (frame.kind == RasterKind::Grey8 && other.kind == RasterKind::Grey8) {
         result = ConvertLuma(result, RasterKind::Grey8, 0, with);
       }
@@ -55,6 +44,23 @@ struct BlendOptions {
   }
 
  private:
+  /// Large frames need the room: nothing is kept longer than it is needed.
+  Raster Blended(const Raster& frame, const Raster& other, const Raster& weight, const Engine& with) const {
+    const auto& operation = with.family.Require<kv_img::BlendBoostAlgorithmInterface<Frame422>>(
+        "BlendBoost", {kv_img::PixelYUV422::ClassID});
+    Raster above = ConvertBeside(frame, other, LayoutLumaFirst, with);
+    const auto over = ToImage<kv_img::PixelYUV422>(above);
+    above.planes.clear();
+    Raster below = ConvertBeside(other, frame, LayoutLumaFirst, with);
+    const auto from = ToImage<kv_img::PixelYUV422>(below);
+    // Outside the region the result is A.
+    const auto to = ToImage<kv_img::PixelYUV422>(below);
+    below.planes.clear();
+    const auto alpha = ToImage<GreyPixel>(ConvertLuma(weight, RasterKind::Grey8, 0, with));
+    with.Run("BlendBoost", operation, *over, *from, *alpha, *to, RegionOf(frame));
+    return ToRaster(*to, above);
+  }
+
   /// Runs must be multiples of four pixels; the working width is one, so the whole picture always works.
   kv_img::RunRegion RegionOf(const Raster& frame) const {
     if (!region.text.IsGiven()) {

@@ -13,12 +13,17 @@ class Handover {
  public:
   /// Waits until the one before was taken. False, and the value is dropped, once nobody takes any.
   bool Put(T value) {
-    std::unique_lock lock(mutex_);
-    changed_.wait(lock, [this] { return !value_ || isAbandoned_; });
-    if (isAbandoned_) return false;
+    if (!AwaitRoom()) return false;
+    const std::lock_guard lock(mutex_);
     value_ = std::move(value);
     changed_.notify_all();
     return true;
+  }
+  /// Waits until the next one can be put at once. False once nobody takes any.
+  bool AwaitRoom() {
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [this] { return !value_ || isAbandoned_; });
+    return !isAbandoned_;
   }
   /// Waits for one; empty once nobody puts any, or takes any.
   std::optional<T> Take() {
