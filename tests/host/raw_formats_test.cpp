@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <tuple>
 
 #include "tests/host/program.h"
 #include "tests/support/temp_folder.h"
@@ -114,6 +115,49 @@ TEST_F(RawFormats, OddWidthsAndSinglePixelsKeepTheirLuma) {
     Make("c." + name, "convert c.yuv422p --size 1x1");
     Make("d.yuv422p", "convert --size 1x1 c." + name);
     EXPECT_EQ(Bytes("d.yuv422p"), "aBC") << name;
+  }
+}
+
+TEST_F(RawFormats, RowsOfOddWidthsAreThoseOfFfmpeg) {
+  KV_NEEDS_SHELL();
+  const auto ffmpeg = [&](const std::string& in, const std::string& from, const std::string& out,
+                          const std::string& to) {
+    const std::string command = "ffmpeg -nostdin -v error -y -f rawvideo -s 17x3 -pix_fmt " + from + " -i " +
+                                in + " -f rawvideo -pix_fmt " + to + " " + out;
+    EXPECT_EQ(kv_test::RunShell(temp_.Path(), command).status, 0) << command;
+  };
+  std::string planes(3 * (17 + 2 * 9), '\0');
+  for (std::size_t i = 0; i < planes.size(); ++i) planes[i] = static_cast<char>(40 + i * 37 % 160);
+  WriteFile(temp_.Path() / "a.yuv422p", planes);
+  for (const auto& [name, theirs, luma] :
+       {std::tuple<std::string, std::string, std::size_t>{"uyvy", "uyvy422", 1},
+        {"yuy2", "yuyv422", 0},
+        {"yvyu", "yvyu422", 0}}) {
+    Make("a." + name, "convert a.yuv422p --size 17x3");
+    ffmpeg("a." + name, theirs, "b.yuv422p", "yuv422p");
+    EXPECT_EQ(Bytes("b.yuv422p"), planes) << name;
+    // Planes of 4:2:2 it packs but for the last pair of an odd width.
+    ffmpeg("a.yuv422p", "yuv422p", "c.yuv444p", "yuv444p");
+    ffmpeg("c.yuv444p", "yuv444p", "c." + name, theirs);
+    ffmpeg("c." + name, theirs, "d.yuv422p", "yuv422p");
+    Make("e.yuv422p", "convert --size 17x3 c." + name);
+    EXPECT_EQ(Bytes("e.yuv422p"), Bytes("d.yuv422p")) << name;
+    for (const std::string& packed : {Bytes("a." + name), Bytes("c." + name)}) {
+      ASSERT_EQ(packed.size(), std::size_t{3 * 9 * 4}) << name;
+      for (std::size_t row = 0; row < 3; ++row) {
+        // The luma that no pixel shows is the one before it, and nobody reads it.
+        const std::size_t last = row * 36 + 32 + luma;
+        EXPECT_EQ(packed[last], planes[row * 17 + 16]) << name;
+        EXPECT_EQ(packed[last + 2], packed[last]) << name;
+      }
+    }
+    std::string other = Bytes("a." + name);
+    for (std::size_t row = 0; row < 3; ++row) other[row * 36 + 34 + luma] = '\x7f';
+    WriteFile(temp_.Path() / ("f." + name), other);
+    ffmpeg("f." + name, theirs, "g.yuv422p", "yuv422p");
+    Make("h.yuv422p", "convert --size 17x3 f." + name);
+    EXPECT_EQ(Bytes("g.yuv422p"), planes) << name;
+    EXPECT_EQ(Bytes("h.yuv422p"), planes) << name;
   }
 }
 
