@@ -304,28 +304,4 @@ TEST(RunnerThreads, AllThreadsWorkWhereTheBytesDoNotFollowThem) {
   EXPECT_EQ(same.bands, 5) << "row by row";
 }
 
-TEST(RunnerThreads, SmallCallsGetFewerThreads) {
-  using kv_run::BandPlan;
-  const WorkerPool pool(4);
-  // Of one nanosecond a pixel: a thread for every 20 us.
-  EXPECT_EQ(BandPlan(pool, {}, {100, 100}, 1).threads, 1);
-  EXPECT_EQ(BandPlan(pool, {}, {399, 100}, 1).threads, 1);
-  EXPECT_EQ(BandPlan(pool, {}, {400, 100}, 1).threads, 2);
-  EXPECT_EQ(BandPlan(pool, {}, {600, 100}, 1).threads, 3);
-  EXPECT_EQ(BandPlan(pool, {}, {1080, 1920}, 1).threads, 4);
-  EXPECT_EQ(BandPlan(pool, {.threads = 2}, {1080, 1920}, 1).threads, 2);
-  EXPECT_EQ(BandPlan(pool, {}, {3, 100000}, 1).threads, 3) << "a row for each";
-  EXPECT_EQ(BandPlan(WorkerPool(Eager(4)), {}, {8, 8}, 0.01).threads, 4);
-}
-
-TEST(RunnerThreads, LongCallsAreSliced) {
-  using kv_run::BandPlan;
-  const WorkerPool pool(1);
-  EXPECT_EQ(BandPlan(pool, {}, {1000, 1000}, 1).bands, 1);
-  EXPECT_EQ(BandPlan(pool, {}, {1000, 1000}, 100).bands, 21) << "100 ms";
-  EXPECT_EQ(BandPlan(pool, {}, {10, 100000}, 1000).bands, 10) << "no less than a row";
-  EXPECT_EQ(BandPlan(pool, {}, {0, 0}, 1).bands, 1);
-  EXPECT_EQ(BandPlan(pool, {}, {1 << 20, 1 << 20}, 1000).bands, 2046) << "bands are found in 32 bits";
-}
-
 }  // namespace

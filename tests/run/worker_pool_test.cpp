@@ -2,8 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <stdexcept>
+#include <thread>
+#include <vector>
 
 #include "image/errors/exceptions.h"
 
@@ -24,7 +27,8 @@ TEST(WorkerPoolThreads, EveryIndexIsCalledOnce) {
 }
 
 TEST(WorkerPoolThreads, ZeroMeansWhatTheMachineRuns) {
-  EXPECT_GE(WorkerPool(0).ThreadCount(), 1);
+  const auto runs = static_cast<int>(std::thread::hardware_concurrency());
+  EXPECT_EQ(WorkerPool(0).ThreadCount(), std::max(1, runs));
 }
 
 TEST(WorkerPoolThreads, LimitIsKept) {
