@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <zlib.h>
 
+#include <algorithm>
 #include <regex>
 
 #include "host/formats/png_file.h"
@@ -160,6 +161,71 @@ TEST_F(PngReaders, WhatOnceWasFoundByFuzzing) {
     ++files;
   }
   EXPECT_GT(files, 20);
+}
+
+/// The names of a file's chunks.
+std::vector<std::string> ChunksOf(const Bytes& file) {
+  std::vector<std::string> names;
+  for (std::size_t at = 8; at + 12 <= file.size();) {
+    const auto name = file.begin() + static_cast<std::ptrdiff_t>(at) + 4;
+    names.emplace_back(name, name + 4);
+    at += 12 + (std::size_t{file[at]} << 24U | std::size_t{file[at + 1]} << 16U |
+                std::size_t{file[at + 2]} << 8U | file[at + 3]);
+  }
+  return names;
+}
+
+TEST_F(PngReaders, ChunksThatMayNotBeThere) {
+  const Bytes colours = {1, 2, 3, 4, 5, 6, 7, 8, 9};
+  PngFile file{4, 1, 8, PngFile::palette, {0, 1, 2, 0}};
+  const auto expect = [&](bool isRead, const char* what) {
+    EXPECT_EQ(Compare(file.Content(), what), isRead) << what;
+  };
+  expect(false, "no palette");
+  file.chunks = {{"PLTE", colours}};
+  expect(true, "a palette");
+  file.chunks = {{"PLTE", colours}, {"PLTE", colours}};
+  expect(false, "two palettes");
+  file.chunks = {{"IHDR", {0, 0, 0, 4, 0, 0, 0, 1, 8, 3, 0, 0, 0}}, {"PLTE", colours}};
+  expect(false, "two headers");
+  file.chunks = {{"PLTE", colours}, {"ABCD", {}}};
+  expect(false, "a critical chunk");
+  file.chunks = {{"PLTE", colours}, {"aBCD", {}}};
+  expect(true, "an ancillary chunk");
+  for (const std::size_t count : {1U, 3U, 4U}) {
+    file.chunks = {{"PLTE", colours}, {"tRNS", Bytes(count, 100)}};
+    expect(true, "alpha for some of three colours, or for one too many, which does not count");
+  }
+  file.depth = 16;
+  file.rows.resize(8);
+  file.chunks = {{"PLTE", colours}};
+  expect(false, "indices of 16 bits");
+  file = {4, 1, 8, PngFile::grey, {0, 1, 2, 0}};
+  const Bytes whole = file.Content();
+  for (const std::size_t at : {26U, 27U, 28U}) {
+    Bytes changed = whole;
+    changed[at] = 2;
+    MendSums(changed);
+    EXPECT_FALSE(Compare(changed, "another way to pack, to filter, to interlace"));
+  }
+}
+
+TEST_F(PngReaders, TheSamePicturesAreMarkedAsSrgb) {
+  for (const RasterKind kind : {RasterKind::Grey8, RasterKind::Dib24, RasterKind::Dib32}) {
+    for (const ColourMatrix matrix :
+         {ColourMatrix::Unknown, ColourMatrix::Bt601, ColourMatrix::Bt709, ColourMatrix::Bt2020}) {
+      Raster raster = RandomRaster(kind, 3, 2);
+      raster.matrix = matrix;
+      const bool isSrgb =
+          kind != RasterKind::Grey8 && (matrix == ColourMatrix::Bt601 || matrix == ColourMatrix::Bt709);
+      for (const auto write : {png::WriteByZlib, WritePng}) {
+        Bytes file;
+        ByteSink sink(file);
+        write(raster, sink);
+        EXPECT_EQ(std::ranges::count(ChunksOf(file), "sRGB"), isSrgb ? 1 : 0) << NameOf(kind);
+      }
+    }
+  }
 }
 
 TEST_F(PngReaders, ReadWhatTheOtherLibraryWrites) {
