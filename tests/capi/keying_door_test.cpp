@@ -2,8 +2,10 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <string>
 
 #include "tests/capi/door_fixture.h"
+#include "tests/capi/sound_calls.h"
 
 namespace kv_test {
 namespace {
@@ -96,7 +98,7 @@ TEST(DoorKeying, CompositionOfEveryFormatAlsoInPlace) {
   std::mt19937 random(3);
   const Context context = MakeContext(2);
   for (const int format : {KV_FORMAT_UYVY, KV_FORMAT_YUY2, KV_FORMAT_I422, KV_FORMAT_YUV411P}) {
-    ForEachWidth([&](int width, Placement placement, bool isBottomUp) {
+    const auto composite = [&](int width, Placement placement, bool isBottomUp) {
       GuardedFrame a(format, width, rows, placement, isBottomUp);
       GuardedFrame b(format, width, rows, placement);
       GuardedFrame mask(KV_FORMAT_GRAY8, width, rows, placement);
@@ -130,8 +132,30 @@ TEST(DoorKeying, CompositionOfEveryFormatAlsoInPlace) {
           }
         }
       }
-    });
+    };
+    ForEachWidth(composite);
+    for (int width = 1200; width < 1206; ++width) composite(width, Placement::EndOfPage, false);
   }
+}
+
+TEST(DoorKeying, ARunThatCutsAPairIsRefused) {
+  const Context context = MakeContext();
+  const GuardedFrame picture(KV_FORMAT_I422, 7, 2, Placement::EndOfPage);
+  const GuardedFrame mask(KV_FORMAT_GRAY8, 7, 2, Placement::EndOfPage);
+  GuardedFrame to(KV_FORMAT_I422, 7, 2, Placement::EndOfPage);
+  const auto composite = [&](int left, int width) {
+    return kv_composite(context.get(), picture.Get(), picture.Get(), mask.Get(), to.Get(),
+                        Rectangle(left, 1, width, 1).get(), nullptr);
+  };
+  const auto expectCut = [](kv_status status, const std::string& columns) {
+    ExpectFailure(status, KV_BAD_ARGUMENT,
+                  "region: row 1 has columns " + columns + "; kv_composite takes whole pairs", "a pair");
+  };
+  expectCut(composite(1, 3), "1 to 3");
+  expectCut(composite(3, 4), "3 to 6");
+  expectCut(composite(2, 3), "2 to 4");
+  EXPECT_EQ(composite(2, 4), KV_OK);
+  EXPECT_EQ(composite(2, 5), KV_OK) << "it ends with the row";
 }
 
 TEST(DoorKeying, EmptyRowsOfRegionsStay) {

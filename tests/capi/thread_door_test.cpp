@@ -106,6 +106,8 @@ TEST(DoorThreads, SameBytesAtEveryNumber) {
   kv_call_init(&call);
   call.threads = 3;
   EXPECT_EQ(all.Run(context.get(), &call), expected);
+  call.threads = 8;
+  EXPECT_EQ(all.Run(MakeContext(1).get(), &call), expected) << "a context that has no threads to share";
 }
 
 /// A host's own threads, in several kinds.
