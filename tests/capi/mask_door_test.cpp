@@ -7,6 +7,7 @@
 #include "frame/interfaces/average.h"
 #include "frame/interfaces/average_filter.h"
 #include "frame/interfaces/blend_boost.h"
+#include "image/image_rect.h"
 #include "image/run_region.h"
 #include "tests/capi/door_fixture.h"
 
@@ -119,6 +120,26 @@ TEST_F(DoorMasks, BoxFilter) {
       ASSERT_EQ(FirstDifference(to, *expected), -1) << width << ' ' << window;
     }
   });
+}
+
+TEST_F(DoorMasks, WindowsReachFarPastARegion) {
+  const auto& operation =
+      Operation<kv_img::AverageFilterAlgorithmInterface<GreyImage>>("AverageFilter", {Grey::ClassID});
+  GuardedFrame from(KV_FORMAT_GRAY8, 40, 400, Placement::EndOfPage);
+  GuardedFrame to(KV_FORMAT_GRAY8, 40, 400, Placement::EndOfPage);
+  from.Fill(random);
+  for (const int window : {33, 254, 255}) {
+    to.Fill(random);
+    const auto expected = ImageOf<Grey>(to);
+    kv_std::SpinBarrier barrier(1);
+    operation.Apply(*ImageOf<Grey>(from), *expected, kv_img::ImageRect(5, 190, 30, 193),
+                    static_cast<unsigned>(window), barrier, 0);
+    ASSERT_EQ(
+        kv_box_filter(context.get(), from.Get(), to.Get(), Rectangle(5, 190, 26, 4).get(), window, nullptr),
+        KV_OK)
+        << kv_last_error();
+    ASSERT_EQ(FirstDifference(to, *expected), -1) << window;
+  }
 }
 
 TEST_F(DoorMasks, BlendAlsoInPlace) {
