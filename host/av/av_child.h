@@ -25,10 +25,11 @@ class AvChild final : public AvPeer {
   std::string Ending() override;
 
  private:
-  int Wait();
+  int End();
 
   std::optional<SharedFrames> frames_;
   pid_t process_ = -1;
+  int status_ = 0;  // once it has ended
   int output_ = -1;
   int freePlaces_ = -1;
 };

@@ -49,8 +49,10 @@ AvChild::AvChild(ByteSource& source, std::int64_t mostBytes, std::vector<std::st
   Pipe start;
   Descriptor free(eventfd(SharedFrames::Places, EFD_CLOEXEC | EFD_SEMAPHORE));
   const Descriptor memory(SharedFrames::Create(mostBytes));
-  frames_.emplace(memory.number, false);
-  if (messages.in.number < 0 || start.in.number < 0 || free.number < 0 || !frames_->IsMapped()) {
+  const bool isOpen =
+      messages.in.number >= 0 && start.in.number >= 0 && free.number >= 0 && memory.number >= 0;
+  if (isOpen) frames_.emplace(memory.number, false);
+  if (!isOpen || !frames_->IsMapped()) {
     throw FileError(source.Name(), "cannot be read: " + SystemText(errno));
   }
   // As much as a pipe holds without a reader, and more than is ever looked at.
@@ -103,9 +105,7 @@ AvChild::AvChild(ByteSource& source, std::int64_t mostBytes, std::vector<std::st
 AvChild::~AvChild() {
   if (output_ >= 0) close(output_);
   if (freePlaces_ >= 0) close(freePlaces_);
-  if (process_ < 0) return;
-  kill(process_, SIGKILL);
-  Wait();
+  End();
 }
 
 bool AvChild::Read(std::span<std::uint8_t> out) {
@@ -125,16 +125,18 @@ void AvChild::ReleaseFrame() {
   [[maybe_unused]] const ssize_t written = write(freePlaces_, &one, sizeof one);
 }
 
-int AvChild::Wait() {
-  int status = 0;
-  while (waitpid(process_, &status, 0) < 0 && errno == EINTR) {
+/// How it ended. One that goes on, with its output closed or after nonsense, is stopped; one that has ended keeps its reason.
+int AvChild::End() {
+  if (process_ < 0) return status_;
+  kill(process_, SIGKILL);
+  while (waitpid(process_, &status_, 0) < 0 && errno == EINTR) {
   }
   process_ = -1;
-  return status;
+  return status_;
 }
 
 std::string AvChild::Ending() {
-  const int status = Wait();
+  const int status = End();
   if (!WIFSIGNALED(status)) return "the decoder ended early";
   switch (WTERMSIG(status)) {
     case SIGXCPU:

@@ -14,6 +14,8 @@ namespace {
 
 /// No clip has more frames; numbers up to here can be added to.
 constexpr std::int64_t MostFrames = std::int64_t{1} << 53;
+/// No clip is longer; times up to here can be counted in any clock of a container.
+constexpr double MostSeconds = 1e9;
 
 template <class Struct>
 std::span<std::uint8_t> BytesOf(Struct& object) {
@@ -70,7 +72,7 @@ bool AvMessages::NextFrame(KvAvFrame& frame, std::int64_t& frames) {
   Read(header, WireKind::Frame, frame);
   MakeRatio(frame.rate);
   MakeRatio(frame.aspect);
-  if (!std::isfinite(frame.time)) frame.time = -1;
+  if (!(frame.time >= 0 && frame.time <= MostSeconds)) frame.time = -1;
   number_ = frame.number = std::clamp<std::int64_t>(frame.number, 0, MostFrames);
   return true;
 }

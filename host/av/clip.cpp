@@ -1,6 +1,7 @@
 #include "host/av/clip.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <string_view>
@@ -98,7 +99,7 @@ void Clip::Info(KvAvInfo& info) const {
       av_stream_get_side_data(&container_.Stream(), AV_PKT_DATA_DISPLAYMATRIX, nullptr);
   if (matrix != nullptr) {
     const double turned = av_display_rotation_get(reinterpret_cast<const std::int32_t*>(matrix));
-    info.rotation = turned == turned ? (static_cast<int>(-turned) % 360 + 360) % 360 : 0;
+    info.rotation = turned == turned ? static_cast<int>((std::lround(-turned) + 360) % 360) : 0;
   }
   if (const AVPixFmtDescriptor* format = av_pix_fmt_desc_get(pixels)) {
     info.hasAlpha = (format->flags & AV_PIX_FMT_FLAG_ALPHA) != 0 ? 1 : 0;
@@ -186,9 +187,9 @@ void Clip::Describe(KvAvFrame& out) {
   const std::int64_t stamp = frame.best_effort_timestamp;
   const std::int64_t start =
       container_.Stream().start_time == AV_NOPTS_VALUE ? 0 : container_.Stream().start_time;
-  out.time = stamp == AV_NOPTS_VALUE
-                 ? -1
-                 : static_cast<double>(stamp - start) * av_q2d(container_.Stream().time_base);
+  out.time = stamp == AV_NOPTS_VALUE ? -1
+                                     : (static_cast<double>(stamp) - static_cast<double>(start)) *
+                                           av_q2d(container_.Stream().time_base);
 }
 
 /// Decodes a few frames, and finds out whether they are those of the packets one by one.

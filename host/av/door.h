@@ -115,7 +115,7 @@ struct KvAvDoor {
   /// Begins a recording. On failure `recording` is null and `problem` says why.
   int (*create)(const struct KvAvOutput* output, const struct KvAvTarget* target,
                 struct KvAvRecording** recording, char* problem);
-  /// A frame: its planes, without gaps. `time` is in seconds; one that is not after the last frame's begins another part.
+  /// A frame: its planes, without gaps. `time` is in seconds; one that is not after the last frame's begins another part; below 0: not known.
   int (*add)(struct KvAvRecording* recording, const uint8_t* bytes, size_t count, double time, char* problem);
   /// Ends what was begun; then the bytes are all written.
   int (*finish)(struct KvAvRecording* recording, char* problem);

@@ -140,8 +140,11 @@ void Recording::OpenEncoder(const KvAvTarget& target) {
 void Recording::NoteTime(double time) {
   const double step = av_q2d(encoder_->time_base);
   const double last = times_.empty() ? -step : static_cast<double>(times_.back()) * av_q2d(clock_);
-  if (times_.empty() || time + later_ <= last) later_ = last + step - time;
-  times_.push_back(std::llround((time + later_) / av_q2d(clock_)));
+  const bool isKnown = time >= 0;
+  if (isKnown && (times_.empty() || time + later_ <= last)) later_ = last + step - time;
+  const double shown = isKnown ? time + later_ : last + step;
+  const std::int64_t stamp = std::llround(shown / av_q2d(clock_));
+  times_.push_back(times_.empty() ? stamp : std::max(stamp, times_.back() + 1));
 }
 
 /// When a frame is shown, in units of clock_. Encoders number those that they decode earlier from below 0 on.

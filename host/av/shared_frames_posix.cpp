@@ -1,5 +1,6 @@
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -20,7 +21,11 @@ int SharedFrames::Create(std::int64_t mostBytes) {
   const int descriptor = memfd_create("kv frames", MFD_CLOEXEC | MFD_ALLOW_SEALING);
   if (descriptor < 0) return descriptor;
   const std::int64_t page = sysconf(_SC_PAGESIZE);
-  const std::int64_t place = std::min(mostBytes / Places, MostBytesOfAPixel * MostPixels) / page * page;
+  // A limit of the size of files is one of this memory, too.
+  rlimit files{};
+  getrlimit(RLIMIT_FSIZE, &files);
+  const auto most = static_cast<std::int64_t>(std::min(files.rlim_cur, static_cast<rlim_t>(mostBytes)));
+  const std::int64_t place = std::min(most / Places, MostBytesOfAPixel * MostPixels) / page * page;
   const bool isMade = ftruncate(descriptor, Places * std::max(place, page)) == 0 &&
                       fcntl(descriptor, F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL) == 0;
   if (isMade) return descriptor;

@@ -7,6 +7,7 @@
 #include <sstream>
 #include <vector>
 
+#include "host/av/door.h"
 #include "tests/av/written_files.h"
 
 namespace {
@@ -114,6 +115,51 @@ TEST_F(AvDeclared, TimesOfAVariableRate) {
   EXPECT_GT(joined[16], joined[15]);
   ASSERT_NO_FATAL_FAILURE(Convert("variable.mp4 steady.mov --rate 50"));
   EXPECT_NEAR(timesOf("steady.mov")[15], 15.0 / 50, 1e-5);
+}
+
+/// Bytes that are written forth and back.
+struct WrittenBytes {
+  std::string bytes;
+  std::size_t at = 0;
+
+  static int Write(void* context, const std::uint8_t* from, int count) {
+    auto& to = *static_cast<WrittenBytes*>(context);
+    const auto size = static_cast<std::size_t>(count);
+    to.bytes.resize(std::max(to.bytes.size(), to.at + size));
+    std::copy_n(from, size, to.bytes.begin() + static_cast<std::ptrdiff_t>(to.at));
+    to.at += size;
+    return count;
+  }
+  static int Seek(void* context, std::int64_t position) {
+    static_cast<WrittenBytes*>(context)->at = static_cast<std::size_t>(position);
+    return 0;
+  }
+};
+
+TEST_F(AvDeclared, TimesThatAreNotKnownOrTooClose) {
+  WrittenBytes written;
+  const KvAvOutput output{.context = &written, .write = WrittenBytes::Write, .seek = WrittenBytes::Seek};
+  KvAvTarget target{};
+  target.container = "mov";
+  target.encoder = "rawvideo";
+  target.options = "";
+  target.pixels = "uyvy422";
+  target.width = target.height = 16;
+  target.threads = target.rate[1] = target.isVariable = 1;
+  target.rate[0] = 25;
+  const KvAvDoor& door = *kv_av_door();
+  KvAvRecording* recording = nullptr;
+  char problem[KvAvProblemSize] = "";
+  ASSERT_EQ(door.create(&output, &target, &recording, problem), KvAvDone) << problem;
+  const std::vector<std::uint8_t> frame(2U * 16 * 16);
+  for (const double time : {0.0, 0.1, -1.0, 0.5, 0.500001, 2.0})
+    EXPECT_EQ(door.add(recording, frame.data(), frame.size(), time, problem), KvAvDone) << problem;
+  EXPECT_EQ(door.finish(recording, problem), KvAvDone) << problem;
+  door.release(recording);
+  kv_test::WriteFile(temp_.Path() / "times.mov", written.bytes);
+  EXPECT_EQ(
+      RunShell(temp_.Path(), "ffprobe -v error -show_entries packet=pts_time -of csv=p=0 times.mov").out,
+      "0.000000\n0.100000\n0.140000\n0.500000\n0.500011\n2.000000\n");
 }
 
 TEST_F(AvDeclared, Pictures) {

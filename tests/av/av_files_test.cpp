@@ -232,6 +232,12 @@ TEST_F(AvFiles, RotationIsSaid) {
   EXPECT_EQ(RunKv(temp_.Path(), "convert turned.mp4 out.png --frames 0:1").err,
             "kv: turned.mp4: players turn it by 270 degrees; it is not turned\n");
   EXPECT_EQ(Report("info straight.mp4")["result"]["rotation"], 0);
+  // The matrix holds its sine and cosine to 16 bits.
+  ASSERT_EQ(RunShell(temp_.Path(),
+                     "ffmpeg -v error -i straight.mp4 -c copy -metadata:s:v rotate=30 slanted.mp4 </dev/null")
+                .status,
+            0);
+  EXPECT_EQ(Report("info slanted.mp4")["result"]["rotation"], 330);
 }
 
 TEST_F(AvFiles, CroppingOfTheCodecIsApplied) {

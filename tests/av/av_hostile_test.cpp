@@ -152,6 +152,36 @@ TEST_F(AvHostile, FramesOnTheirWayAreBounded) {
       "kv: wide.nut: frame 0 at 0.000 s cannot be decoded: it takes more memory than --max-memory allows\n");
 }
 
+TEST_F(AvHostile, ALimitOfFileSizesIsOneOfFrames) {
+  Make("clip.mkv", "-c:v ffv1 -pix_fmt yuv422p");
+  // 200 KiB hold two frames, 40 KiB none.
+  const auto convert = [&](const char* blocks) {
+    return RunShell(temp_.Path(), std::string("ulimit -f ") + blocks +
+                                      "; exec \"$KV\" convert clip.mkv out.y4m --frames 0:1");
+  };
+  const Outcome enough = convert("400");
+  EXPECT_EQ(enough.status, 0) << enough.err;
+  EXPECT_EQ(convert("80").err,
+            "kv: clip.mkv: frame 0 at 0.000 s cannot be decoded: it takes more memory than --max-memory "
+            "allows\n");
+}
+
+TEST_F(AvHostile, ADecoderThatGoesOnIsNotWaitedFor) {
+  ASSERT_EQ(
+      RunShell(temp_.Path(),
+               "mkdir bare && cp \"$KV\" \"$(dirname \"$KV\")\"/libkv_*.so* bare && cp '" KV_HOSTILE_DECODER
+               "' bare/kv_av.so")
+          .status,
+      0);
+  for (const auto& [letter, ending] : {std::pair("a", "crashed"), std::pair("e", "ended early"),
+                                       std::pair("n", "was stopped"), std::pair("c", "was stopped")}) {
+    WriteFile(temp_.Path() / "clip", letter);
+    const Outcome outcome = RunShell(temp_.Path(), "timeout 60 bare/kv convert clip out.y4m");
+    EXPECT_EQ(outcome.status, 2) << letter;
+    EXPECT_EQ(outcome.err, std::string("kv: clip: the decoder ") + ending + " at frame 0\n") << letter;
+  }
+}
+
 TEST_F(AvHostile, InfoOfDamagedHeadersIsAnError) {
   const std::string whole = Make("whole.mp4", "-c:v mpeg4");
   std::string noCodec = whole;

@@ -58,6 +58,11 @@ KvAvFrame FrameOf(int kind, int width, int height) {
   return frame;
 }
 
+KvAvFrame FrameAt(KvAvFrame frame, double time) {
+  frame.time = time;
+  return frame;
+}
+
 class AvMessagesFrom : public testing::Test {
  protected:
   std::unique_ptr<kv_host::FrameReader> Open() {
@@ -123,14 +128,19 @@ TEST_F(AvMessagesFrom, FramesOfTheRowsThatAreThere) {
   frame.time = std::numeric_limits<double>::infinity();
   frame.rowBytes[0] = 1 << 30;  // of which nothing is read
   told_->Say(WireKind::Frame, frame);
-  told_->Say(WireKind::End, kv_host::WireEnd{.frames = 1});
+  const double times[] = {-0.5, 1e300, std::numeric_limits<double>::quiet_NaN(), 1e9};
+  for (const double time : times) {
+    told_->Say(WireKind::Frame, FrameAt(frame, time));
+  }
+  told_->Say(WireKind::End, kv_host::WireEnd{.frames = 5});
   const auto reader = Open();
   const auto read = reader->Next();
   ASSERT_TRUE(read);
   EXPECT_EQ(read->ByteCount(), 64U);
   EXPECT_EQ(read->planes[2].bytes, std::vector<std::uint8_t>(16, 7));
   EXPECT_EQ(read->frameRate, kv_host::Ratio{});
-  EXPECT_EQ(log_.notes[0].times, std::vector<double>{-1});
+  for (std::size_t i = 0; i < std::size(times); ++i) EXPECT_TRUE(reader->Next());
+  EXPECT_EQ(log_.notes[0].times, (std::vector<double>{-1, -1, -1, -1, 1e9}));
   EXPECT_FALSE(reader->Next());
 }
 

@@ -78,9 +78,10 @@ TEST_F(AvWrite, WhatFramesDeclareIsDeclaredAgain) {
            "-r 30000/1001 -field_order tt -color_range tv -colorspace bt709 -chroma_sample_location left"));
   const auto expect = [&](const char* file, std::initializer_list<const char*> lines) {
     const std::string probed = Probe(file);
-    for (const char* line : lines)
+    for (const char* line : lines) {
       EXPECT_NE(probed.find(std::string(line) + "\n"), std::string::npos) << file << ": " << line << "\n"
                                                                           << probed;
+    }
   };
   for (const Target& target : {Target{"a.mkv", ""}, Target{"b.mov", ""}, Target{"c.mov", "v210"},
                                Target{"d.mxf", ""}, Target{"e.mp4", ""}, Target{"f.mkv", "mpeg2"}}) {
@@ -155,6 +156,7 @@ TEST_F(AvWrite, WarningsSayWhatAFileDoesNotHold) {
 
 TEST_F(AvWrite, WhatFailsLeavesNothing) {
   ASSERT_NO_FATAL_FAILURE(Make("in.mkv", "format=yuv444p,crop=319:239,format=yuv422p"));
+  ASSERT_NO_FATAL_FAILURE(Make("noise.mkv", "noise=alls=100:allf=t,format=yuv422p"));
   ASSERT_EQ(
       RunShell(temp_.Path(),
                "ffmpeg -v error -f lavfi -i testsrc2=size=64x48:rate=7 -frames:v 2 -pix_fmt yuv422p slow.y4m "
@@ -177,7 +179,10 @@ TEST_F(AvWrite, WhatFailsLeavesNothing) {
   refuse("in.mkv - --to-format mov --codec ffv1", "mov files are written forth and back, not to a pipe");
   refuse("in.mkv /dev/full --to-format mkv", "/dev/full: cannot be written: ");
   // The system's limit on a file's size, and a signal in the middle.
-  RunShell(temp_.Path(), "(ulimit -f 8; trap '' XFSZ; exec \"$KV\" convert in.mkv out.mkv)");
+  const Outcome limited =
+      RunShell(temp_.Path(), "ulimit -f 700; exec \"$KV\" convert noise.mkv out.mkv --codec ffv1");
+  EXPECT_EQ(limited.status, 2);
+  EXPECT_NE(limited.err.find("out.mkv: cannot be written"), std::string::npos) << limited.err;
   EXPECT_EQ(Files(), before);
   RunShell(temp_.Path(), "(cat in.mkv; sleep 5) | timeout -s TERM 1 \"$KV\" convert - out.mkv");
   EXPECT_EQ(Files(), before);
