@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string_view>
 #include <thread>
 #include <utility>
 
@@ -93,6 +94,12 @@ class AvReader final : public FrameReader {
   }
 
   std::int64_t FirstNumber() const override { return first_; }
+  /// The library calls files of one picture pipes of pictures.
+  std::optional<std::int64_t> Length() const override {
+    const bool isPicture = std::string_view(messages_.Info().container).ends_with("_pipe");
+    if (isPicture && source_.Remaining()) return 1;
+    return std::nullopt;
+  }
   const KvAvInfo* Declared() const override { return &messages_.Info(); }
 
   std::optional<Raster> Next() override {
@@ -107,8 +114,8 @@ class AvReader final : public FrameReader {
     }
     hasEnded_ = true;
     if (given_ == 0 && first_ > 0) {
-      source_.Fail("the file holds " + std::to_string(frames_) + " frames, so there is no frame " +
-                   std::to_string(first_) + " (the first is 0)");
+      source_.Fail("the file holds " + std::to_string(frames_) + (frames_ == 1 ? " frame" : " frames") +
+                   ", so there is no frame " + std::to_string(first_) + " (the first is 0)");
     }
     return std::nullopt;
   }

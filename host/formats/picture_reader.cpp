@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string>
+#include <string_view>
 
 #include "host/av/av_module.h"
 #include "host/formats/bmp.h"
@@ -69,11 +70,22 @@ FileFormat Decide(ByteSource& source, const std::string& name, const ReadOptions
   throw FormatError(source.Name(), 0, "the format is not known; name it: " + FormatNames());
 }
 
+/// Whether the file is JPEG or TIFF by its first bytes.
+bool IsPhotograph(ByteSource& source) {
+  using namespace std::string_view_literals;
+  const auto start = source.Peek(4);
+  const std::string_view bytes(reinterpret_cast<const char*>(start.data()), start.size());
+  return bytes.starts_with("\xFF\xD8\xFF") || bytes == "II*\0"sv || bytes == "MM\0*"sv;
+}
+
 std::unique_ptr<FrameReader> MakeFrameReader(ByteSource& source, FileFormat format,
                                              const ReadOptions& options, std::int64_t first) {
   const FormatTraits& traits = TraitsOf(format);
   if (format == FileFormat::Y4m) return std::make_unique<Y4mReader>(source, options.dither);
-  if (format == FileFormat::Av || traits.muxer != nullptr) return OpenAv(source, options.av, first);
+  if (format == FileFormat::Av || traits.muxer != nullptr) {
+    // One picture may accompany a clip of which a part is read.
+    return OpenAv(source, options.av, IsPhotograph(source) ? 0 : first);
+  }
   if (!traits.raw) return std::make_unique<PictureSequence>(source, format);
   if (options.width == 0 && options.height == 0) {
     throw FormatError(source.Name(),
@@ -126,8 +138,8 @@ std::optional<Raster> PictureReader::Next() {
   const bool isFirst = count_ <= range_.first;
   std::optional<Raster> frame = NextOfFiles();
   if (!frame && isFirst) {
-    source_->Fail("the file holds " + std::to_string(count_) + " frames, so there is no frame " +
-                  std::to_string(range_.first) + " (the first is 0)");
+    source_->Fail("the file holds " + std::to_string(count_) + (count_ == 1 ? " frame" : " frames") +
+                  ", so there is no frame " + std::to_string(range_.first) + " (the first is 0)");
   }
   return frame;
 }

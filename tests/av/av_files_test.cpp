@@ -146,6 +146,24 @@ TEST_F(AvFiles, FramesByNumberAreThoseOfTheWholeClip) {
       << none.err;
 }
 
+TEST_F(AvFiles, APhotographAccompaniesAPartOfAClip) {
+  ASSERT_NO_FATAL_FAILURE(Make("clip.mkv", "-c:v ffv1 -pix_fmt yuv422p"));
+  ASSERT_NO_FATAL_FAILURE(Make("still.jpg", "-pix_fmt yuvj422p", 1));
+  ASSERT_NO_FATAL_FAILURE(Make("still.tiff", "-pix_fmt rgb24", 1));
+  for (const std::string name : {"still.jpg", "still.tiff"}) {
+    const auto bytes = [&](const std::string& arguments) {
+      EXPECT_EQ(RunKv(temp_.Path(), "diff " + arguments + " out.y4m --overwrite").status, 0) << arguments;
+      return ReadFile(temp_.Path() / "out.y4m").size();
+    };
+    const std::size_t three = bytes("clip.mkv " + name + " --frames 5:3");
+    EXPECT_EQ(three / FrameBytes, 3U);
+    EXPECT_GT(bytes(name + " clip.mkv"), 12 * FrameBytes);
+    const Outcome beyond = RunKv(temp_.Path(), "convert " + name + " no.png --frames 3:1");
+    EXPECT_NE(beyond.err.find("the file holds 1 frame, so there is no frame 3"), std::string::npos)
+        << beyond.err;
+  }
+}
+
 TEST_F(AvFiles, PipesGiveWhatFilesGive) {
   ASSERT_NO_FATAL_FAILURE(Make("clip.ts", "-c:v mpeg2video -q 3 -pix_fmt yuv420p"));
   const Outcome same =

@@ -73,7 +73,10 @@ TEST(Conversion, EveryKindReachesEveryOther) {
   for (const RasterKind from : kinds) {
     for (const RasterKind to : kinds) {
       for (const int width : {1, 7, 16}) {
-        const Raster result = Convert(RandomRaster(random, from, width, 3), to, 0, {family, pool});
+        Raster source = RandomRaster(random, from, width, 3);
+        source.time = 1.5;
+        const Raster result = Convert(source, to, 0, {family, pool});
+        EXPECT_EQ(result.time, 1.5);
         EXPECT_EQ(result.kind, to);
         EXPECT_EQ(result.width, width);
       }
