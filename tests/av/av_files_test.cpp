@@ -3,15 +3,16 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cmath>
 #include <nlohmann/json.hpp>
 
+#include "tests/av/written_files.h"
 #include "tests/host/program.h"
 #include "tests/support/temp_folder.h"
 
 namespace {
 
 using kv_test::Outcome;
+using kv_test::Psnr;
 using kv_test::ReadFile;
 using kv_test::RunKv;
 using kv_test::RunShell;
@@ -43,15 +44,6 @@ class AvFiles : public testing::Test {
                                    " -f rawvideo ffmpeg.yuv </dev/null");
     EXPECT_EQ(read.status, 0) << read.err;
     return ReadFile(temp_.Path() / "ffmpeg.yuv");
-  }
-  static double Psnr(const std::string& a, const std::string& b) {
-    if (a.size() != b.size() || a.empty()) return 0;
-    double sum = 0;
-    for (std::size_t i = 0; i < a.size(); ++i) {
-      const double d = static_cast<unsigned char>(a[i]) - static_cast<unsigned char>(b[i]);
-      sum += d * d;
-    }
-    return sum == 0 ? 1000 : 10 * std::log10(65025 * static_cast<double>(a.size()) / sum);
   }
   nlohmann::json Report(const std::string& arguments) const {
     const Outcome outcome = RunKv(temp_.Path(), arguments + " --json");

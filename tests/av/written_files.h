@@ -19,6 +19,17 @@ inline std::string CodecOption(const Target& target) {
   return *target.codec == '\0' ? "" : std::string(" --codec ") + target.codec;
 }
 
+/// In decibels; 0 for frames that are not of one size.
+inline double Psnr(const std::string& a, const std::string& b) {
+  if (a.size() != b.size() || a.empty()) return 0;
+  double sum = 0;
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    const double d = static_cast<unsigned char>(a[i]) - static_cast<unsigned char>(b[i]);
+    sum += d * d;
+  }
+  return sum == 0 ? 1000 : 10 * std::log10(65025 * static_cast<double>(a.size()) / sum);
+}
+
 /// Clips of ffmpeg that kv writes anew, and what others see in them.
 class WrittenFiles : public testing::Test {
  protected:
@@ -56,15 +67,6 @@ class WrittenFiles : public testing::Test {
   }
   /// The files of the folder, hidden ones too.
   std::string Files() const { return RunShell(temp_.Path(), "ls -A").out; }
-  static double Psnr(const std::string& a, const std::string& b) {
-    if (a.size() != b.size() || a.empty()) return 0;
-    double sum = 0;
-    for (std::size_t i = 0; i < a.size(); ++i) {
-      const double d = static_cast<unsigned char>(a[i]) - static_cast<unsigned char>(b[i]);
-      sum += d * d;
-    }
-    return sum == 0 ? 1000 : 10 * std::log10(65025 * static_cast<double>(a.size()) / sum);
-  }
 
   const TempFolder temp_;
 };
