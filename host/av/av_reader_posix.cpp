@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <string_view>
 #include <thread>
 #include <utility>
 
@@ -94,12 +93,6 @@ class AvReader final : public FrameReader {
   }
 
   std::int64_t FirstNumber() const override { return first_; }
-  /// The library calls files of one picture pipes of pictures.
-  std::optional<std::int64_t> Length() const override {
-    const bool isPicture = std::string_view(messages_.Info().container).ends_with("_pipe");
-    if (isPicture && source_.Remaining()) return 1;
-    return std::nullopt;
-  }
   const KvAvInfo* Declared() const override { return &messages_.Info(); }
 
   std::optional<Raster> Next() override {
