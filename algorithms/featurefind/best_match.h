@@ -44,16 +44,18 @@ class BestMatch {
   Coordinate y_;
 };
 
-/// What a search gives a kernel per call: adjacent positions, and rows to add up before the sums are compared
-/// with the best one.
+/// What a search gives a kernel per call: adjacent positions, sums of all rows of them, and rows to add up before the
+/// sums are compared with the best one.
 template <class Set>
 struct SearchStep {
   static constexpr int positions = 1;
+  static constexpr int sums = 1;
   static constexpr int rows = 8;
 };
 template <>
 struct SearchStep<Widest> {
   static constexpr int positions = 72;
+  static constexpr int sums = 4 * positions;
   static constexpr int rows = 16;
 };
 

@@ -41,27 +41,31 @@ class WholePixelSearch {
 
   /// Stores the best position in `best` and the score of every position in `map`, if there is one.
   void Run(BestMatch<std::int64_t>& best, MatchScoreMap* map) const {
-    std::uint32_t sums[positionsAtOnce];
-    double means[positionsAtOnce];
+    std::uint32_t sums[sumsAtOnce];
+    double means[sumsAtOnce];
     BlockSad::Args block{};
     block.columns = static_cast<std::int32_t>(patch_.Width());
     block.referenceStride = patch_.Samples().Stride();
     block.searchedStride = searched_.Stride();
     block.sums = sums;
     Scores::Args scores{0, sums, patch_.SampleCount(), map != nullptr ? means : nullptr, 0};
-    for (std::int64_t y = rows_.first; y <= rows_.last; ++y) {
+    const std::int64_t rowsAtOnce = PositionRowsAtOnce();
+    for (std::int64_t y = rows_.first; y <= rows_.last; y += rowsAtOnce) {
+      block.positionRows = static_cast<int>(std::min(rows_.last - y + 1, rowsAtOnce));
       for (std::int64_t x = columns_.first; x <= columns_.last; x += positionsAtOnce) {
-        const auto positions =
-            static_cast<int>(std::min<std::int64_t>(columns_.last - x + 1, positionsAtOnce));
-        block.positions = scores.count = positions;
+        block.positions = static_cast<int>(std::min<std::int64_t>(columns_.last - x + 1, positionsAtOnce));
+        scores.count = block.positions * block.positionRows;
         SumUp(x, y, best.Limit(), block, scores);
         if (best.IsBeatenBy(scores.least)) {
-          for (int position = 0; position < positions; ++position)
-            best.Offer(sums[position], x + position, y);
+          const std::uint32_t* const first =
+              std::find(sums, sums + scores.count, static_cast<std::uint32_t>(scores.least));
+          const std::ptrdiff_t place = first - sums;
+          best.Offer(*first, x + place % block.positions, y + place / block.positions);
         }
-        if (map != nullptr) {
-          map->StoreRow(static_cast<int>(x + patch_.OffsetX()), static_cast<int>(y + patch_.OffsetY()),
-                        {means, static_cast<std::size_t>(positions)});
+        if (map == nullptr) continue;
+        for (int row = 0; row < block.positionRows; ++row) {
+          map->StoreRow(static_cast<int>(x + patch_.OffsetX()), static_cast<int>(y + row + patch_.OffsetY()),
+                        {means + row * block.positions, static_cast<std::size_t>(block.positions)});
         }
       }
     }
@@ -69,12 +73,20 @@ class WholePixelSearch {
 
  private:
   static constexpr int positionsAtOnce = SearchStep<Set>::positions;
+  static constexpr int sumsAtOnce = SearchStep<Set>::sums;
 
-  /// The scores of adjacent positions; those that reach `limit` may be incomplete.
+  /// Several for a small patch, whose sums are complete in one step anyway: a call costs as much as two positions.
+  std::int64_t PositionRowsAtOnce() const {
+    const std::int64_t positions = columns_.last - columns_.first + 1;
+    if (positions > positionsAtOnce || patch_.Height() > SearchStep<Set>::rows) return 1;
+    return std::max<std::int64_t>(sumsAtOnce / std::max<std::int64_t>(positions, 1), 1);
+  }
+
+  /// The scores of positions; those that reach `limit` may be incomplete.
   void SumUp(std::int64_t x, std::int64_t y, std::uint64_t limit, BlockSad::Args& block,
              Scores::Args& scores) const {
     if (!patch_.HasSamples()) {
-      std::fill_n(block.sums, block.positions, 0U);
+      std::fill_n(block.sums, scores.count, 0U);
       return Judge(scores);
     }
     block.reference = patch_.Samples().At(0, 0);

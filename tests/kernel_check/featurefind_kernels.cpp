@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstring>
 #include <utility>
 #include <vector>
@@ -19,8 +20,33 @@ std::uint32_t StartSum(std::uint64_t seed) {
 constexpr std::size_t spare = spareColumns;
 /// More than a step of the widest level.
 constexpr int mostPositions = 40;
+constexpr int mostPositionRows = 3;
+constexpr int mostSums = mostPositions * mostPositionRows;
 std::int32_t PositionsFrom(std::uint64_t seed) {
   return static_cast<std::int32_t>(seed >> 16 & 63) % (mostPositions + 1);
+}
+std::int32_t PositionRowsFrom(std::uint64_t seed) {
+  return static_cast<std::int32_t>((seed >> 8) % (mostPositionRows + 1));
+}
+
+/// Calls a kernel on the rows and columns of `args`; a right one uses up `searchedBytes`. Of the searched rows it gets
+/// the last ones: a page that may not be touched is after them.
+template <class Kernel>
+void CallBlock(Kernel kernel, Call& call, BlockSad::Args args, std::ptrdiff_t searchedBytes) {
+  args.positions = PositionsFrom(call.seed);
+  args.positionRows = PositionRowsFrom(call.seed);
+  args.reference = call.inputs[0];
+  const int skipped = mostPositionRows - std::max(args.positionRows, 1);
+  const std::uint8_t* const searched = call.inputs[1] + skipped * args.searchedStride;
+  args.searched = searched;
+  std::uint32_t sums[mostSums];
+  for (std::uint32_t& sum : sums) sum = StartSum(call.seed++);
+  args.sums = sums;
+  args.addsToSums = (call.seed >> 24 & 1) != 0;
+  kernel(args);
+  call.inputs[0] = args.reference;
+  if (args.searched == searched + args.rows * args.searchedStride) call.inputs[1] += searchedBytes;
+  std::memcpy(call.outputs[0], sums, sizeof sums);
 }
 
 /// Groups side by side in three rows.
@@ -29,19 +55,8 @@ constexpr auto WideBlock = [](auto kernel) {
     BlockSad::Args args{};
     args.columns = call.groups == 0 ? 0 : 8 * call.groups - static_cast<std::int32_t>(call.seed % 8);
     args.rows = 3;
-    args.reference = call.inputs[0];
-    args.referenceStride = std::ptrdiff_t{8} * call.groups;
-    args.searched = call.inputs[1];
-    args.searchedStride = args.referenceStride;
-    args.positions = PositionsFrom(call.seed);
-    std::uint32_t sums[mostPositions];
-    for (std::uint32_t& sum : sums) sum = StartSum(call.seed++);
-    args.sums = sums;
-    args.addsToSums = (call.seed >> 24 & 1) != 0;
-    kernel(args);
-    call.inputs[0] = args.reference;
-    call.inputs[1] = args.searched;
-    std::memcpy(call.outputs[0], sums, sizeof sums);
+    args.referenceStride = args.searchedStride = std::ptrdiff_t{8} * call.groups;
+    CallBlock(kernel, call, args, 40 * call.groups);
   };
 };
 
@@ -51,19 +66,9 @@ constexpr auto TallBlock = [](auto kernel) {
     BlockSad::Args args{};
     args.columns = 40 - static_cast<std::int32_t>(call.seed % 8);
     args.rows = call.groups;
-    args.reference = call.inputs[0];
     args.referenceStride = 40;
-    args.searched = call.inputs[1];
     args.searchedStride = 56;
-    args.positions = PositionsFrom(call.seed);
-    std::uint32_t sums[mostPositions];
-    for (std::uint32_t& sum : sums) sum = StartSum(call.seed++);
-    args.sums = sums;
-    args.addsToSums = (call.seed >> 24 & 1) != 0;
-    kernel(args);
-    call.inputs[0] = args.reference;
-    call.inputs[1] = args.searched;
-    std::memcpy(call.outputs[0], sums, sizeof sums);
+    CallBlock(kernel, call, args, 56 * call.groups);
   };
 };
 
@@ -148,15 +153,16 @@ constexpr auto SomeScores = [](auto kernel) {
 }  // namespace
 
 void AddCases(std::type_identity<BlockSad> /*kernel*/, std::vector<KernelCase>& cases) {
-  const Stream sums = {.fixed = mostPositions * sizeof(std::uint32_t)};
-  // More rows than 16-bit lanes can add up pairs of differences.
-  constexpr int manyRows = 70;
+  const Stream sums = {.fixed = mostSums * sizeof(std::uint32_t)};
+  // More rows than 16-bit lanes can add up differences.
+  constexpr int manyRows = 300;
   cases.push_back({"featurefind/BlockSad wide",
-                   {{.perGroup = 24, .after = spare}, {.perGroup = 24, .after = mostPositions + spare}},
+                   {{.perGroup = 24, .after = spare}, {.perGroup = 40, .after = mostPositions + spare}},
                    {sums},
                    AllSets<BlockSad>(WideBlock)});
   cases.push_back({"featurefind/BlockSad tall",
-                   {{.perGroup = 40, .after = spare}, {.perGroup = 56, .after = mostPositions + spare}},
+                   {{.perGroup = 40, .after = spare},
+                    {.perGroup = 56, .after = 56 * (mostPositionRows - 1) + mostPositions + spare}},
                    {sums},
                    AllSets<BlockSad>(TallBlock),
                    manyRows});

@@ -74,9 +74,10 @@ std::uint32_t SumAt(const BlockSad::Args& args, const std::uint8_t* searched) {
 
 template <>
 void BlockSad::Run<Mmx>(Args& args) noexcept {
-  for (std::int32_t position = 0; position < args.positions; ++position) {
-    const std::uint32_t before = args.addsToSums ? args.sums[position] : 0;
-    args.sums[position] = before + SumAt(args, args.searched + position);
+  std::uint32_t* sum = args.sums;
+  for (std::int32_t row = 0; row < args.positionRows; ++row) {
+    for (std::int32_t position = 0; position < args.positions; ++position, ++sum)
+      *sum = (args.addsToSums ? *sum : 0) + SumAt(args, args.searched + row * args.searchedStride + position);
   }
   args.reference += args.rows * args.referenceStride;
   args.searched += args.rows * args.searchedStride;
