@@ -28,13 +28,12 @@ class View {
   }
   explicit View(const Frame& frame) : View(frame, 0, frame.height) {}
 
-  /// A frame of which nothing is touched but rows of a region, and as many around it as a window has.
+  /// A frame of which nothing is touched but the rows of a region: windows end where it ends.
   View(const Frame& frame, const kv_img::RegionOfSupport& region)
       : View(frame.width, frame.height, frame.format->layout,
              static_cast<int>(RowBytes(*frame.format, 0, frame.width))) {
-    constexpr int reach = 128;
-    const int first = std::max(region.GetTop() - reach, 0);
-    const int last = std::min(region.GetBottom() + reach, frame.height - 1);
+    const int first = std::max(region.GetTop(), 0);
+    const int last = std::min(region.GetBottom(), frame.height - 1);
     for (int plane = 0; plane < planeCount; ++plane) Point(frame, plane, first, first, last - first + 1);
     SetProperties(frame);
   }

@@ -122,18 +122,25 @@ TEST_F(DoorMasks, BoxFilter) {
   });
 }
 
-TEST_F(DoorMasks, WindowsReachFarPastARegion) {
+TEST_F(DoorMasks, LargeWindowsTakeNothingFromAroundARegion) {
   const auto& operation =
       Operation<kv_img::AverageFilterAlgorithmInterface<GreyImage>>("AverageFilter", {Grey::ClassID});
   GuardedFrame from(KV_FORMAT_GRAY8, 40, 400, Placement::EndOfPage);
   GuardedFrame to(KV_FORMAT_GRAY8, 40, 400, Placement::EndOfPage);
   from.Fill(random);
+  to.Fill(random);
   for (const int window : {33, 254, 255}) {
-    to.Fill(random);
     const auto expected = ImageOf<Grey>(to);
     kv_std::SpinBarrier barrier(1);
     operation.Apply(*ImageOf<Grey>(from), *expected, kv_img::ImageRect(5, 190, 30, 193),
                     static_cast<unsigned>(window), barrier, 0);
+    // Other pixels around the region, the same in it.
+    for (int row = 0; row < 400; ++row) {
+      std::uint8_t* const pixels = from.Row(0, row);
+      for (int column = 0; column < 40; ++column) {
+        if (row < 190 || row > 193 || column < 5 || column > 30) pixels[column] ^= 0xFF;
+      }
+    }
     ASSERT_EQ(
         kv_box_filter(context.get(), from.Get(), to.Get(), Rectangle(5, 190, 26, 4).get(), window, nullptr),
         KV_OK)
