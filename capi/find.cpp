@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 
 #include "capi/context.h"
 #include "capi/search.h"
@@ -13,39 +12,6 @@ using kv_img::Image;
 using kv_img::maxImageSide;
 
 constexpr double farthest = 1 << 24;
-
-/// The template is a copy of a few rows where it ends with the frame's last column: its rule reads a byte further.
-template <class PixelClass>
-class Reference {
- public:
-  Reference(const Call& call, const Frame& frame, const Template& part)
-      : view_(frame),
-        scratch_(call.Context(), NeedsCopy(frame, part) ? Stride(part) * std::size_t(part.height) : 0) {
-    if (!NeedsCopy(frame, part)) return;
-    const int firstPixel = part.left & ~1;
-    const auto bytes = static_cast<std::size_t>(RowBytes(*frame.format, 0, frame.width) - 2 * firstPixel);
-    std::uint8_t* memory = scratch_.Data();
-    // A row starts where its pixel 0 would be; only the template's pixels are ever looked at.
-    for (int row = part.top; row < part.top + part.height; ++row, memory += Stride(part)) {
-      const auto skipped = static_cast<std::size_t>(2 * firstPixel);
-      std::memcpy(memory + skipped, frame.Row(0, row) + skipped, bytes);
-      std::memset(memory + skipped + bytes, 0, 16);
-      view_.PlaneRows()[row] = memory;
-    }
-  }
-  const Image<PixelClass>& operator*() const { return *view_; }
-
- private:
-  static bool NeedsCopy(const Frame& frame, const Template& part) {
-    return frame.format->storage == Storage::Packed && part.left + part.width + 1 >= frame.width;
-  }
-  static std::size_t Stride(const Template& part) {
-    return static_cast<std::size_t>(2 * (part.left + part.width) + 32);
-  }
-
-  View<PixelClass> view_;
-  Scratch scratch_;
-};
 
 void CheckOptions(const kv_find_options* options, const Frame& reference, bool isWhole) {
   CheckStruct("options", options, "kv_find_options_init");
@@ -108,7 +74,7 @@ kv_match Search(const Call& call, const Frame& reference, const Frame& searched,
   const auto& operation = call.Find<Interface>("FeatureFind", {PixelClass::ClassID});
   const Template part = TemplateOf(reference, options);
   CheckFits(searched, part, isWhole ? 2 : 3);
-  const Reference<PixelClass> from(call, reference, part);
+  const View<PixelClass> from(reference);
   const View<PixelClass> in(searched);
   const SearchCall<PixelClass> search{call, operation, *from, *in, options, part};
   return isWhole ? search.Whole() : search.Between();

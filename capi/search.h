@@ -137,10 +137,8 @@ template <class PixelClass>
 kv_match SearchCall<PixelClass>::Whole() const {
   const int limitX = static_cast<int>(searched.GetWidth()) - part.width - 1;
   const int limitY = static_cast<int>(searched.GetHeight()) - part.height - 1;
-  Axis x = WholeAxis(options.around_x, options.half_width, options.range_x, limitX);
-  Axis y = WholeAxis(options.around_y, options.half_height, options.range_y, limitY);
-  if (x.first > limitX) x.count = 0;
-  if (y.first > limitY) y.count = 0;
+  const Axis x = WholeAxis(options.around_x, options.half_width, options.range_x, limitX);
+  const Axis y = WholeAxis(options.around_y, options.half_height, options.range_y, limitY);
   kv_score_map* map = options.map;
   if (map != nullptr) Describe(*map, x, y, part);
   double* scores = map != nullptr ? map->scores : nullptr;
