@@ -32,6 +32,14 @@ TEST(BandPlans, SmallCallsGetFewerThreads) {
   EXPECT_EQ(BandPlan(WorkerPool(eager), {}, {8, 8}, 0.01).threads, 4);
 }
 
+TEST(BandPlans, BandsOfMoreThanAFifthOfAMillisecondAreDivided) {
+  const WorkerPool pool(4);
+  EXPECT_EQ(BandPlan(pool, {}, {400, 100}, 1).bands, 2) << "20 us for each of two threads";
+  EXPECT_EQ(BandPlan(pool, {}, {800, 1000}, 1).bands, 4) << "200 us for each";
+  EXPECT_EQ(BandPlan(pool, {}, {801, 1000}, 1).bands, 16) << "a little more";
+  EXPECT_EQ(BandPlan(pool, {.threads = 1}, {801, 1000}, 1).bands, 1) << "one thread leaves nothing to others";
+}
+
 TEST(BandPlans, RegionsSayWhatIsWrittenBeforeImagesDo) {
   using Grey = kv_img::Image<kv_img::PixelNoColor<unsigned char>>;
   const Grey image(30, 20);

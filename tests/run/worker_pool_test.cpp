@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <stdexcept>
 #include <thread>
 #include <vector>
@@ -36,6 +37,30 @@ TEST(WorkerPoolThreads, LimitIsKept) {
   WorkerPool(8).Run([&](SpinBarrier&, std::uint32_t) { ++calls; }, 2);
   EXPECT_EQ(calls, 2);
   WorkerPool(8).Run([&](SpinBarrier&, std::uint32_t) { ++calls; }, 0);
+  EXPECT_EQ(calls, 3);
+}
+
+TEST(WorkerPoolThreads, WorkThatMeetsWaitsForThreadsOfAnotherCall) {
+  const WorkerPool pool(3);
+  std::atomic<int> held = 0;
+  std::atomic<bool> goesOn = false;
+  const std::jthread other([&] {
+    pool.Run([&](SpinBarrier&, std::uint32_t) {
+      ++held;
+      while (!goesOn) std::this_thread::yield();
+    });
+  });
+  while (held < 3) std::this_thread::yield();
+  const std::jthread release([&] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    goesOn = true;
+  });
+  std::atomic<int> calls = 0;
+  pool.Run([&](SpinBarrier& barrier, std::uint32_t) {
+    EXPECT_EQ(barrier.GetThreadCount(), 3);
+    barrier.Wait();
+    ++calls;
+  });
   EXPECT_EQ(calls, 3);
 }
 
