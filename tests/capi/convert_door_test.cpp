@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdlib>
 #include <optional>
+#include <tuple>
 
 #include "frame/interfaces/color_conversion.h"
 #include "tests/capi/door_fixture.h"
@@ -15,6 +16,9 @@ constexpr int lastFormat = KV_FORMAT_RGB565;
 
 bool IsYuv(int format) {
   return format <= KV_FORMAT_I422;
+}
+bool IsPacked(int format) {
+  return format <= KV_FORMAT_YUY2A;
 }
 
 /// A frame as samples of its own language: Y, Cb, Cr, alpha or red, green, blue, alpha of each pixel.
@@ -165,6 +169,8 @@ class Conversions {
     ASSERT_EQ(kv_convert(context_.get(), source.Get(), destination.Get(), &options, nullptr), KV_OK)
         << kv_last_error();
     Expect(source, destination, options.resample);
+    // Between equal formats all bytes are copied.
+    if (from_ != to_) ExpectTheRest(source, destination);
   }
 
  private:
@@ -214,6 +220,23 @@ class Conversions {
     }
   }
 
+  /// What is written beside the pixels: the spare luma of an odd width repeats the last pixel's, a fourth byte that does
+  /// not count is 255.
+  void ExpectTheRest(const GuardedFrame& source, const GuardedFrame& destination) {
+    const int width = destination.Get()->width;
+    const bool isCopied = IsPacked(from_) && ColorsOf(source) == ColorsOf(destination);
+    const int luma = to_ == KV_FORMAT_UYVY || to_ == KV_FORMAT_UYVYA ? 1 : 0;
+    for (int y = 0; y < 3; ++y) {
+      const std::uint8_t* row = destination.Row(0, y);
+      if (IsPacked(to_) && width % 2 != 0 && !isCopied) {
+        ASSERT_EQ(row[2 * width + luma], row[2 * width - 2 + luma])
+            << from_ << " to " << to_ << ", " << width;
+      }
+      for (int x = 0; x < width && (to_ == KV_FORMAT_BGRX32 || to_ == KV_FORMAT_RGBX32); ++x)
+        ASSERT_EQ(row[4 * x + 3], 255) << from_ << " to " << to_ << ", " << width << " at " << x;
+    }
+  }
+
   int from_;
   int to_;
   std::mt19937 random_;
@@ -241,6 +264,30 @@ TEST(DoorConvert, GreySourceIsGreyRgb) {
   ASSERT_EQ(kv_convert(context.get(), grey.Get(), packed.Get(), nullptr, nullptr), KV_OK);
   EXPECT_EQ(PixelAt(packed, 0, 0), (Pixel{16, 128, 128, 255}));
   EXPECT_EQ(PixelAt(packed, 255, 0), (Pixel{235, 128, 128, 255}));
+}
+
+TEST(DoorConvert, TheDefaultMatrixIsBt601UpTo576Rows) {
+  const Context context = MakeContext();
+  for (const auto& [height, expected, other] :
+       {std::tuple{576, KV_MATRIX_BT601, KV_MATRIX_BT709}, {577, KV_MATRIX_BT709, KV_MATRIX_BT601}}) {
+    for (const auto& [from, to] :
+         {std::pair{KV_FORMAT_UYVY, KV_FORMAT_BGR24}, {KV_FORMAT_RGBX32, KV_FORMAT_I422}}) {
+      std::mt19937 random(4);
+      GuardedFrame source(from, 4, height, Placement::EndOfPage);
+      source.Fill(random);
+      const auto convert = [&](GuardedFrame& destination, int matrix) {
+        source->matrix = destination->matrix = matrix;
+        ASSERT_EQ(kv_convert(context.get(), source.Get(), destination.Get(), nullptr, nullptr), KV_OK);
+      };
+      GuardedFrame byDefault(to, 4, height, Placement::EndOfPage);
+      GuardedFrame named(to, 4, height, Placement::EndOfPage);
+      convert(byDefault, KV_MATRIX_DEFAULT);
+      convert(named, expected);
+      EXPECT_TRUE(byDefault.Equals(named)) << height;
+      convert(named, other);
+      EXPECT_FALSE(byDefault.Equals(named)) << height;
+    }
+  }
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
 // kv_copy and kv_copy_region beside the family's own calls, on rows between guard pages.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "frame/algorithm_manager.h"
 #include "frame/interfaces/copy.h"
 #include "frame/interfaces/copy_roi.h"
@@ -55,6 +57,26 @@ TEST(DoorCopy, SameBytesAsTheFamilysCopies) {
   CompareCopies<PixelDIB32, PixelYUVA422>(KV_FORMAT_BGRA32, KV_FORMAT_YUY2A);
   CompareCopies<PixelYUV411P, PixelYUV422>(KV_FORMAT_YUV411P, KV_FORMAT_YUY2);
   CompareCopies<PixelYUV411P, PixelYUV422>(KV_FORMAT_YUV411P, KV_FORMAT_UYVY);
+}
+
+TEST(DoorCopy, BandsMoveAsTheWholePictureDoes) {
+  // Large enough that four threads have bands of their own.
+  constexpr int width = 1024;
+  constexpr int height = 256;
+  std::mt19937 random(7);
+  const Context context = MakeContext(4);
+  for (const int parity : {0, 1}) {
+    GuardedFrame from(KV_FORMAT_UYVY, width, height, Placement::EndOfPage);
+    GuardedFrame to(KV_FORMAT_UYVY, width, height, Placement::EndOfPage);
+    from.Fill(random);
+    from->row_parity = parity;
+    to->row_parity = 1 - parity;
+    ASSERT_EQ(kv_copy(context.get(), from.Get(), to.Get(), nullptr), KV_OK) << kv_last_error();
+    for (int y = 0; y < height; ++y) {
+      const int moved = parity == 1 ? std::min(y + 1, height - 1) : std::max(y - 1, 0);
+      ASSERT_TRUE(std::equal(to.Row(0, y), to.Row(0, y) + to.RowBytes(0), from.Row(0, moved))) << y;
+    }
+  }
 }
 
 TEST(DoorCopy, SameBytesAsThePortableCopies) {

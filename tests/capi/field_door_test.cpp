@@ -45,6 +45,32 @@ TEST(DoorParity, WholeFramesAndRegions) {
   });
 }
 
+TEST(DoorParity, BandsOfOneRow) {
+  // So wide that each row is a thread's share.
+  constexpr int width = 65536;
+  constexpr int height = 3;
+  std::mt19937 random(6);
+  const Context context = MakeContext(4);
+  const auto& operation = Operation<kv_img::ParityChangeAlgorithmInterface<PackedImage, PackedImage>>(
+      "ParityChange", {Packed::ClassID, Packed::ClassID});
+  for (const int order : {KV_FIELDS_TOP_FIRST, KV_FIELDS_BOTTOM_FIRST}) {
+    for (const int parity : {0, 1}) {
+      GuardedFrame from(KV_FORMAT_UYVY, width, height, Placement::EndOfPage);
+      GuardedFrame to(KV_FORMAT_UYVY, width, height, Placement::EndOfPage);
+      from.Fill(random);
+      to.Fill(random);
+      from->field_order = order;
+      from->row_parity = parity;
+      const auto expected = ImageOf<Packed>(to);
+      operation.Apply(*ImageOf<Packed>(from), *expected);
+      ASSERT_EQ(kv_change_parity(context.get(), from.Get(), to.Get(), nullptr, KV_PARITY_BLEND, nullptr),
+                KV_OK)
+          << kv_last_error();
+      EXPECT_EQ(FirstDifference(to, *expected), -1) << order << ' ' << parity;
+    }
+  }
+}
+
 TEST(DoorParity, LinesAndFieldsOfEveryFormat) {
   std::mt19937 random(9);
   const Context context = MakeContext(3);
@@ -54,8 +80,9 @@ TEST(DoorParity, LinesAndFieldsOfEveryFormat) {
       GuardedFrame from(format, width, height, placement, isBottomUp);
       GuardedFrame to(format, width, height, placement);
       from.Fill(random);
-      from->field_order = KV_FIELDS_TOP_FIRST + width / 2 % 2;
-      const bool isDown = from->field_order == KV_FIELDS_TOP_FIRST;
+      // Progressive counts as top first.
+      from->field_order = width % 3;
+      const bool isDown = from->field_order != KV_FIELDS_BOTTOM_FIRST;
       for (const int method : {KV_PARITY_LINE, KV_PARITY_FIELD}) {
         ASSERT_EQ(kv_change_parity(context.get(), from.Get(), to.Get(), nullptr, method, nullptr), KV_OK)
             << kv_last_error();
