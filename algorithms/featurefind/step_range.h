@@ -36,11 +36,12 @@ struct StepRange {
   /// Calls `visit` with every position; stops if adding the step does not change it.
   template <class Visit>
   void ForEach(Visit visit) const {
-    double next = first;
-    for (double position = first; position <= End(); position = next) {
+    double position = first;
+    while (position <= End()) {
       visit(position);
-      next = position + step;
+      const double next = position + step;
       if (!(next > position)) return;
+      position = next;
     }
   }
 };

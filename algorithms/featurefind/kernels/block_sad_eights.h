@@ -61,9 +61,10 @@ void AddToBlock(const BlockSad::Args& args, const std::uint8_t* searched, std::i
   if (rest > 2 && rest < 7) eights.Add(args, whole, searched, some, some);
   eights.AddTo(sums);
   if (rest == 1 || rest == 2) AddFewColumns(args, whole, searched, sums);
-  if (rest == 7)
+  if (rest == 7) {
     AddColumns<true>(args, args.columns, 1, searched, sums,
-                     [](Vector bytes, const std::uint8_t*) { return bytes; });
+                     [](Vector bytes, const std::uint8_t* /*reference*/) { return bytes; });
+  }
 }
 
 }  // namespace
