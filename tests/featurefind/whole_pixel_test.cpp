@@ -56,6 +56,18 @@ TEST_P(WholePixelSearch, EqualScoresGiveTheFirstInRowMajorOrder) {
   });
 }
 
+TEST_P(WholePixelSearch, OfEqualScoresTheEarlierRowWinsHoweverFarToTheRight) {
+  ForEachFormat([&]<class P>() {
+    const auto image1 = MakeImage<P>(9, 9, [](int x, int y) { return x == 4 && y == 4 ? 200 : 0; });
+    for (const int row : {9, 10, 11, 12}) {
+      const auto image2 = MakeImage<P>(130, 30, [row](int x, int y) {
+        return (x == 110 && y == row) || (x == 8 && y == row + 1) ? 200 : 0;
+      });
+      EXPECT_EQ(Locate(*image1, *image2, {4, 4}, {60, 13}, 1, 1, 58, 12), (Point{110, row}));
+    }
+  });
+}
+
 TEST_P(WholePixelSearch, EmptyRangeKeepsTheResultAndLeavesTheMapUnscored) {
   ForEachFormat([&]<class P>() {
     const auto image = MakeImage<P>(30, 30, Texture);
