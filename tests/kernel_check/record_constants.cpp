@@ -194,7 +194,8 @@ void DrawConstants(kv_img::color::RearrangeArgs& args, std::uint64_t seed) {
 void DrawConstants(kv_img::color::GreyOfBitmapArgs& args, std::uint64_t seed) {
   Random random(seed);
   const auto first = static_cast<std::uint16_t>(random.Between(1, 32767));
-  const auto third = static_cast<std::uint16_t>(random.Between(1, 32767));
+  // Weights of one half, with which many sums end in one half.
+  const auto third = static_cast<std::uint16_t>(random.OneIn(4) ? 32768 - first : random.Between(1, 32767));
   args.weights = {first, static_cast<std::uint16_t>(65536 - first - third), third};
 }
 
