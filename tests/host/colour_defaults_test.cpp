@@ -153,6 +153,8 @@ TEST_F(ColourDefaults, ChromaIsWhereY4mDeclaresIt) {
   EXPECT_EQ(colours["chroma"].dump(), R"({"from":"source","value":"centre"})");
   Done("convert centre.y4m named.ppm --chroma centre");
   EXPECT_EQ(Bytes("out.ppm"), Bytes("named.ppm"));
+  const auto byOption = ReportOf("convert centre.y4m out.ppm --chroma left")["colours"][0];
+  EXPECT_EQ(byOption["chroma"].dump(), R"({"from":"option","value":"left"})");
   Done("parity centre.y4m moved.y4m");
   EXPECT_NE(Bytes("moved.y4m").find(" C422jpeg "), std::string::npos);
 }
