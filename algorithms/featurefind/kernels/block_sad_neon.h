@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::int32_t positionsAtOnce = width;
 constexpr std::int32_t leastPositions = 2;
-/// The reference stays in a register for so many.
+/// Positions for which the reference stays in a register.
 constexpr std::int32_t positionsInRegisters = 8;
 /// Two differences a row fit into a 16-bit lane.
 constexpr std::int32_t rowsInLane = 128;
